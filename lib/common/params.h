@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reading a parameter vector: conversions, copies, clamps, and the labelled print.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <span>
+
+#include "log.h"
+
+namespace lbx {
+
+// Float to integer as the target CPU converts: toward zero, saturating, NaN is 0. A plain cast is undefined there.
+template <class Int, class Float>
+constexpr Int convert(Float v)
+{
+    // Both bounds are powers of two, so they are exact in every float type; the upper one is the first value too large.
+    constexpr auto kAbove = static_cast<Float>(std::numeric_limits<Int>::max() / 2 + 1) * 2;
+    if (!(v == v))
+        return 0;
+    if (v >= kAbove)
+        return std::numeric_limits<Int>::max();
+    if (v <= static_cast<Float>(std::numeric_limits<Int>::min()))
+        return std::numeric_limits<Int>::min();
+    return static_cast<Int>(v);
+}
+constexpr int to_int(float v) { return convert<std::int32_t>(v); }
+constexpr int to_int(double v) { return convert<std::int32_t>(v); }
+constexpr unsigned to_uint(float v) { return convert<std::uint32_t>(v); }
+constexpr bool to_flag(float v) { return to_int(v) != 0; }
+
+// Takes over a host's vector. A null vector keeps what is stored.
+inline void copy_params(float* own, const float* vector, int n)
+{
+    for (int i = 0; vector && i < n; ++i)
+        own[i] = vector[i];
+}
+
+// Silent clamp; the entry then holds what is used. NaN passes.
+inline float clamp_back(float& entry, float lo, float hi)
+{
+    if (entry > hi)
+        entry = hi;
+    if (entry < lo)
+        entry = lo;
+    return entry;
+}
+
+// One line of a parameter print: "Label: value \n\n".
+struct ParamLabel {
+    const char* name;
+    bool integer = false;  // printed truncated
+};
+
+// Prints `title` and then each value under its label, all in the name of `func`, and an empty closing line.
+void print_params(const char* func, const char* title, std::span<const ParamLabel> labels, const float* values);
+
+}  // namespace lbx

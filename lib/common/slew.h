@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// The glide of every slewed gain. Once per block a one-pole step toward the target; inside the block a straight line,
+// incremented before use. The step is spread over n + 1 samples; the next block starts from `to`, not from where the
+// line ended. Three pieces, not one object: a fade glides to 0, a multiplexer takes only `step`, the gain that a
+// control pin drives never settles.
+#pragma once
+
+#include <cmath>
+
+namespace lbx {
+
+struct Glide {
+    float from, to;  // gain before the block, and after it
+    float step;      // per sample inside the block
+};
+
+// alpha is SlewAlphaGet's factor, pre_div is 1 / (block size + 1).
+inline Glide glide(float now, float target, float alpha, float pre_div)
+{
+    const float to = std::fma(now, alpha, (1.0F - alpha) * target);
+    return {now, to, (to - now) * pre_div};
+}
+
+// A step too small to matter: below it the gain snaps.
+inline bool still(float step) { return step < 1e-10F && step > -1e-10F; }
+
+// The gain to start the next block from.
+inline float settle(const Glide& g, float target) { return still(g.step) || g.to == g.from ? target : g.to; }
+
+}  // namespace lbx

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+// Everything public. Start at vantoro_preprocess.h (the life of a block) and common/block_types.h (the blocks).
+#ifndef VANTORO_VANTORO_H
+#define VANTORO_VANTORO_H
+
+#include "common/block_types.h"
+#include "common/category.h"
+#include "common/common.h"
+#include "vantoro_preprocess.h"
+
+#endif

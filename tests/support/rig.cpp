@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rig.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <numbers>
+
+namespace {
+
+std::atomic<long> g_calls{0};
+std::atomic<long> g_fail_at{-1};
+
+bool refuse()
+{
+    const long call = g_calls.fetch_add(1);
+    long expected = call;
+    return g_fail_at.compare_exchange_strong(expected, -1);
+}
+
+constexpr float kCanary = 8.6753e-21F;
+constexpr int kGuard = 32;
+
+}  // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t n, std::size_t size);
+void* __real_realloc(void* p, std::size_t size);
+void* __real_reallocarray(void* p, std::size_t n, std::size_t size);
+void* __wrap_malloc(std::size_t size) { return refuse() ? nullptr : __real_malloc(size); }
+void* __wrap_calloc(std::size_t n, std::size_t size) { return refuse() ? nullptr : __real_calloc(n, size); }
+void* __wrap_realloc(void* p, std::size_t size) { return refuse() ? nullptr : __real_realloc(p, size); }
+void* __wrap_reallocarray(void* p, std::size_t n, std::size_t size)
+{
+    return refuse() ? nullptr : __real_reallocarray(p, n, size);
+}
+}
+
+namespace rig {
+
+long Allocator::calls() { return g_calls; }
+void Allocator::fail_at(long k) { g_fail_at = g_calls + k; }
+void Allocator::fail_never() { g_fail_at = -1; }
+
+Log::Log() { Vantoro_set_log_handler(take, this); }
+Log::~Log() { Vantoro_set_log_handler(nullptr, nullptr); }
+
+void Log::take(const char* line, void* self) { static_cast<Log*>(self)->lines_.emplace_back(line); }
+
+std::vector<std::string> Log::messages() const
+{
+    std::vector<std::string> result;
+    for (const std::string& line : lines_) {
+        const auto start = line.find("), ", line.find(": ,"));
+        result.push_back(start == std::string::npos ? line : line.substr(start + 3));
+    }
+    return result;
+}
+
+std::string Log::all() const
+{
+    std::string text;
+    for (const std::string& line : lines_)
+        text += line;
+    return text;
+}
+
+Pin::Pin(int samples) : size_(samples), storage_(static_cast<std::size_t>(samples + 2 * kGuard + 16), kCanary)
+{
+    const auto address = reinterpret_cast<std::uintptr_t>(storage_.data() + kGuard);
+    data_ = storage_.data() + kGuard + ((64 - address % 64) % 64) / sizeof(float);
+    std::fill_n(data_, size_, 0.0F);
+}
+
+bool Pin::intact() const
+{
+    const float* begin = storage_.data();
+    const float* end = begin + storage_.size();
+    const auto is_canary = [](float v) { return v == kCanary; };
+    return std::all_of<const float*>(begin, data_, is_canary) &&
+           std::all_of<const float*>(data_ + size_, end, is_canary);
+}
+
+Rig::Rig(int type, int inputs, int outputs, Context context)
+    : pro_{context.rate, context.bits, context.block, 0, 0}, blk_(BlockAlgo_init(&pro_, inputs, outputs, type))
+{
+    for (int i = 0; i < inputs; ++i)
+        in_.emplace_back(context.block);
+    for (int i = 0; i < outputs; ++i)
+        out_.emplace_back(context.block);
+    for (Pin& pin : in_)
+        in_ptr_.push_back(pin.data());
+    for (Pin& pin : out_)
+        out_ptr_.push_back(pin.data());
+}
+
+Rig::~Rig()
+{
+    if (blk_)
+        BlockAlgo_destroy(blk_);
+}
+
+int Rig::set(std::vector<float> vector) { return BlockAlgo_param_reset(blk_, vector.data()); }
+
+void Rig::fill(int pin, float value) { std::ranges::fill(in(pin), value); }
+
+void Rig::fill(int pin, std::initializer_list<float> values)
+{
+    fill(pin, *(values.end() - 1));
+    std::copy_n(values.begin(), std::min(values.size(), in(pin).size()), in(pin).begin());
+}
+
+void Rig::alias(int out_pin, int in_pin)
+{
+    out_ptr_[static_cast<std::size_t>(out_pin)] = in_ptr_[static_cast<std::size_t>(in_pin)];
+}
+
+int Rig::process()
+{
+    if (!blk_) {
+        ADD_FAILURE() << "no block";
+        return RT_ERR_NULL_PTR;
+    }
+    std::vector<std::vector<std::uint32_t>> before;
+    for (Pin& pin : in_)
+        before.push_back(bits(pin.samples()));
+    const long calls = Allocator::calls();
+    const int result = BlockAlgo_process(blk_, in_ptr_.data(), out_ptr_.data());
+    EXPECT_EQ(Allocator::calls(), calls) << "process of type " << blk_->method_type << " allocated";
+    for (std::size_t i = 0; i < in_.size(); ++i) {
+        EXPECT_TRUE(in_[i].intact()) << "type " << blk_->method_type << " wrote outside input pin " << i;
+        if (std::ranges::find(out_ptr_, in_ptr_[i]) == out_ptr_.end()) {
+            EXPECT_EQ(bits(in_[i].samples()), before[i]) << "type " << blk_->method_type << " changed input pin " << i;
+        }
+    }
+    for (std::size_t i = 0; i < out_.size(); ++i)
+        EXPECT_TRUE(out_[i].intact()) << "type " << blk_->method_type << " wrote outside output pin " << i;
+    return result;
+}
+
+std::vector<std::vector<float>> Rig::run(const std::vector<std::vector<float>>& signal)
+{
+    std::vector<std::vector<float>> result(out_.size());
+    const auto block = static_cast<std::size_t>(pro_.nBlockSize);
+    const std::size_t length = signal.empty() ? 0 : signal[0].size();
+    for (std::size_t start = 0; start + block <= length; start += block) {
+        for (std::size_t pin = 0; pin < signal.size(); ++pin)
+            std::copy_n(signal[pin].begin() + static_cast<std::ptrdiff_t>(start), block, in_ptr_[pin]);
+        process();
+        for (std::size_t pin = 0; pin < result.size(); ++pin)
+            result[pin].insert(result[pin].end(), out_ptr_[pin], out_ptr_[pin] + block);
+    }
+    return result;
+}
+
+std::vector<float> noise(int samples, std::uint32_t seed)
+{
+    std::vector<float> result(static_cast<std::size_t>(samples));
+    for (float& v : result) {
+        seed = seed * 1664525U + 1013904223U;
+        v = static_cast<float>(static_cast<std::int32_t>(seed) >> 8) * 0x1p-23F;
+    }
+    return result;
+}
+
+std::vector<float> sine(int samples, double hz, double rate, double amplitude)
+{
+    std::vector<float> result(static_cast<std::size_t>(samples));
+    for (std::size_t i = 0; i < result.size(); ++i)
+        result[i] = static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * hz * static_cast<double>(i) / rate));
+    return result;
+}
+
+std::vector<std::uint32_t> bits(std::span<const float> samples)
+{
+    std::vector<std::uint32_t> result(samples.size());
+    std::ranges::transform(samples, result.begin(), [](float v) { return std::bit_cast<std::uint32_t>(v); });
+    return result;
+}
+
+}  // namespace rig
