@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rig.h"
 
+#include "exit_trap.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,7 +41,16 @@ void* __wrap_reallocarray(void* p, std::size_t n, std::size_t size)
 {
     return refuse() ? nullptr : __real_reallocarray(p, n, size);
 }
+[[noreturn]] void __real_exit(int status);
+[[noreturn]] void __wrap_exit(int status)
+{
+    if (rig::g_exit_trap)
+        std::longjmp(*rig::g_exit_trap, 1);
+    __real_exit(status);
 }
+}
+
+std::jmp_buf* rig::g_exit_trap = nullptr;
 
 namespace rig {
 

@@ -1,0 +1,31 @@
+# What an installation holds: the library, its public headers under <vantoro/...>, a CMake package and a pkg-config file.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS vantoro EXPORT vantoroTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# A header that marks declarations as public is public.
+file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR}/lib CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/lib/*.h)
+foreach(header IN LISTS headers)
+    file(STRINGS ${PROJECT_SOURCE_DIR}/lib/${header} marks REGEX "LBX_BEGIN_C")
+    if(marks OR header STREQUAL "vantoro.h")
+        cmake_path(GET header PARENT_PATH directory)
+        install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
+    endif()
+endforeach()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)
+install(EXPORT vantoroTargets NAMESPACE vantoro:: DESTINATION ${package_dir})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vantoroConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/vantoroConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/vantoroConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vantoroConfig.cmake ${PROJECT_BINARY_DIR}/vantoroConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE VANTORO_PC_LIBDIR)
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+    OUTPUT_VARIABLE VANTORO_PC_INCLUDEDIR)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/vantoro.pc.in ${PROJECT_BINARY_DIR}/vantoro.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vantoro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

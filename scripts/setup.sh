@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a task needs and that are missing. Usage: scripts/setup.sh build|demo|test|bench ...
+set -euo pipefail
+
+packages() {
+    case "$1" in
+        build) echo g++ cmake ninja-build pkg-config libsndfile1-dev nlohmann-json3-dev libcli11-dev libkissfft-dev ;;
+        demo) packages build; echo graphviz gnuplot-nox sonic-pi-samples ;;
+        test)
+            packages demo
+            echo googletest binutils python3 python3-jsonschema clang clang-format clang-tidy \
+                g++-aarch64-linux-gnu qemu-user ;;
+        bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev sox ffmpeg llvm \
+            g++-aarch64-linux-gnu ;;
+        *) echo "setup.sh: unknown task '$1' (build, demo, test, bench)" >&2; exit 2 ;;
+    esac
+}
+
+missing=()
+for task in "${@:-build}"; do
+    for package in $(packages "$task"); do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    done
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "setup.sh: not root and no sudo; please install: ${missing[*]}" >&2; exit 1; }
+    sudo=sudo
+fi
+echo "Installing: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { $sudo apt-get update &&
+    $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    tail -20 "$log" >&2
+    echo "setup.sh: the package manager failed (above); nothing was built" >&2
+    exit 1
+fi

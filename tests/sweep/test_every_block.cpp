@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: Apache-2.0
+// What must hold for every block type, checked on all of them at once.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <random>
+
+#include "support/every_block.h"
+#include "support/exit_trap.h"
+#include "support/rig.h"
+
+namespace {
+
+using rig::BlockCase;
+using Signals = std::vector<std::vector<float>>;
+
+// Inputs that exercise controls as well as audio: noise on every pin, quiet enough that no accumulator overflows.
+Signals stimulus(int pins, int samples)
+{
+    Signals signal;
+    for (int pin = 0; pin < pins; ++pin) {
+        signal.push_back(rig::noise(samples, static_cast<std::uint32_t>(pin + 1)));
+        for (float& v : signal.back())
+            v = 0.5F * v + 0.25F;
+    }
+    return signal;
+}
+
+std::vector<std::uint32_t> all_bits(const Signals& signals)
+{
+    std::vector<std::uint32_t> result;
+    for (const auto& pin : signals)
+        for (const std::uint32_t word : rig::bits(pin))
+            result.push_back(word);
+    return result;
+}
+
+bool is_terminal(int type) { return (type & 0xff00) == EN_IN || (type & 0xff00) == EN_OUT; }
+
+// Both white-noise blocks of a comparison draw from the C library's sequence: start it again for each.
+void restart_noise() { std::srand(7); }
+
+std::vector<std::uint32_t> run_after(const BlockCase& row, int block, int updates)
+{
+    restart_noise();
+    rig::Rig blk(row.type, row.inputs, row.outputs, {.block = block});
+    if (!blk) {
+        ADD_FAILURE() << "refused";
+        return {};
+    }
+    if (!row.vector.empty())
+        blk.set(row.vector);
+    for (int i = 0; i < updates; ++i)
+        blk.update();
+    return all_bits(blk.run(stimulus(std::max(row.inputs, 1), 8 * block)));
+}
+
+std::string refusal(int type)
+{
+    static const std::map<int, std::string> kMessages = {
+        {EN_LOUDNESS, "wrong input type in LD\n"},
+        {EN_BASIC_DSP, "Wrong input type in basic, type = " + std::to_string(type) + "\n\n"},
+        {EN_DP, "wrong input type in DP\n"},
+        {EN_FILTER, "wrong input type in FILTER\n"},
+        {EN_DETECTORS, "wrong input type in DETECTOR\n"},
+        {EN_MUXES, "wrong input type in MUXES\n"},
+        {EN_NLP, "wrong method type or pin number in NLP\n"},
+        {EN_SOURCE, "This case is not supported. Please check your spelling\n"},
+        {EN_VC, "wrong input type in VC\n"},
+        {EN_QVALGO, "wrong input type in QVALGO\n"},
+    };
+    const int category = type & 0xff00;
+    if (category == EN_BASIC_DSP || category == EN_MIXERS)
+        return "Wrong input type in basic, type = " + std::to_string(type) + "\n\n";
+    const auto found = kMessages.find(category);
+    return found == kMessages.end() ? "wrong input type\n" : found->second;
+}
+
+}  // namespace
+
+TEST(EveryCode, IsServedOrRefusedWithItsMessage)
+{
+    for (int type = 0; type <= 0x0FFF; ++type) {
+        const auto rows = rig::every_block();
+        const auto row = std::ranges::find(rows, type, &BlockCase::type);
+        rig::Log log;
+        if (row != rows.end()) {
+            EXPECT_TRUE(rig::Rig(type, row->inputs, row->outputs)) << type;
+            EXPECT_TRUE(log.lines().empty()) << type << ": " << log.all();
+        } else if (!is_terminal(type)) {
+            EXPECT_FALSE(rig::Rig(type, 2, 2)) << type;
+            EXPECT_EQ(log.messages(), std::vector{refusal(type)}) << type;
+        }
+    }
+}
+
+TEST(EveryBlock, RunsAtEveryBlockSizeInsideItsBuffers)
+{
+    for (const BlockCase& row : rig::every_block()) {
+        if (is_terminal(row.type))
+            continue;
+        for (const int block : {1, 3, 48, 64, 257}) {
+            SCOPED_TRACE(testing::Message() << "type " << row.type << " block " << block);
+            rig::Log log;
+            const std::vector<std::uint32_t> fresh = run_after({row.type, row.inputs, row.outputs, {}, {}}, block, 0);
+            const std::vector<std::uint32_t> set = run_after(row, block, 1);
+            EXPECT_TRUE(log.lines().empty()) << log.all();
+            const auto is_silent = [](std::uint32_t word) { return word << 1U == 0; };
+            EXPECT_FALSE(block >= 48 && std::ranges::all_of(set, is_silent));
+            const auto is_finite = [](std::uint32_t word) { return (word & 0x7f800000U) != 0x7f800000U; };
+            if (row.type != EN_BASIC_ARITH_LOG2 && row.type != EN_BASIC_ARITH_LOG10 &&
+                row.type != EN_BASIC_ARITH_SQRT) {
+                EXPECT_TRUE(std::ranges::all_of(set, is_finite));  // these three meet negative inputs here
+            }
+        }
+    }
+}
+
+TEST(EveryBlock, UpdatingTwiceIsUpdatingOnce)
+{
+    for (const BlockCase& row : rig::every_block())
+        if (!is_terminal(row.type)) {
+            rig::Log log;
+            EXPECT_EQ(run_after(row, 64, 1), run_after(row, 64, 2)) << row.type;
+        }
+}
+
+// Init gives up cleanly at whichever allocation fails. The basic and the mixer category hand out the record although
+// its state is missing; such a block must still be safe to run and to destroy.
+TEST(EveryBlock, SurvivesAnyFailedAllocationOfInit)
+{
+    for (const BlockCase& row : rig::every_block()) {
+        rig::Log log;
+        BlockPro pro = {48000, 16, 64, 0, 0};
+        for (long k = 0;; ++k) {
+            ASSERT_LT(k, 1000) << row.type;
+            const long before = rig::Allocator::calls();
+            rig::Allocator::fail_at(k);
+            BlockAlgo* blk = BlockAlgo_init(&pro, row.inputs, row.outputs, row.type);
+            rig::Allocator::fail_never();
+            const bool failed = rig::Allocator::calls() > before + k;
+            if (blk) {
+                std::vector<float> buffer(64, 0.5F), sink(64 * 8);
+                std::vector<float*> in(static_cast<std::size_t>(std::max(row.inputs, 1)), buffer.data()), out;
+                for (int pin = 0; pin < std::max(row.outputs, 1); ++pin)
+                    out.push_back(sink.data() + 64 * pin);
+                if (!is_terminal(row.type))
+                    BlockAlgo_process(blk, in.data(), out.data());
+                BlockAlgo_destroy(blk);
+            }
+            if (!failed)
+                break;
+        }
+    }
+}
+
+// A parameter set that cannot have its memory leaves the block as it was, to the bit.
+TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
+{
+    for (const BlockCase& row : rig::every_block()) {
+        if (is_terminal(row.type) || row.vector.empty())
+            continue;
+        rig::Log log;
+        for (long k = 0;; ++k) {
+            ASSERT_LT(k, 100) << row.type;
+            rig::Rig blk(row.type, row.inputs, row.outputs), twin(row.type, row.inputs, row.outputs);
+            ASSERT_TRUE(blk && twin) << row.type;
+            std::vector<float> vector = row.vector;
+            const long before = rig::Allocator::calls();
+            rig::Allocator::fail_at(k);
+            const int result = BlockAlgo_param_reset(blk.block(), vector.data());
+            rig::Allocator::fail_never();
+            if (rig::Allocator::calls() <= before + k)
+                break;
+            EXPECT_EQ(result, RT_ERR_MALLOC) << row.type << " allocation " << k;
+            const Signals signal = stimulus(std::max(row.inputs, 1), 256);
+            restart_noise();
+            const auto kept = all_bits(blk.run(signal));
+            restart_noise();
+            EXPECT_EQ(kept, all_bits(twin.run(signal))) << row.type << " allocation " << k;
+        }
+    }
+}
+
+// Any bits in a vector of the right length, on NaN, infinite, denormal and huge samples, in any order of calls. The
+// documented ends of the process are caught.
+TEST(EveryBlock, SurvivesHostileParametersAndSamples)
+{
+    std::mt19937 engine(20240314);
+    const auto random = [&engine] { return static_cast<std::uint32_t>(engine()); };
+    const auto any_float = [&random] {
+        static const float kNasty[] = {0.0F,   -0.0F,   1.0F,     -1.0F,         NAN,  INFINITY, -INFINITY,
+                                       1e-40F, 3.4e38F, -3.4e38F, 2147483648.0F, 0.5F, 31.0F,    1e10F};
+        const std::uint32_t word = random();
+        if (word % 3 == 0)
+            return kNasty[(word >> 8U) % std::size(kNasty)];
+        float value = 0;
+        const std::uint32_t fresh = random();
+        std::memcpy(&value, &fresh, sizeof value);
+        return value;
+    };
+    for (const BlockCase& row : rig::every_block()) {
+        if (is_terminal(row.type))
+            continue;
+        SCOPED_TRACE(row.type);
+        rig::Log log;
+        for (int round = 0; round < 60; ++round) {
+            log.clear();
+            rig::Rig blk(row.type, row.inputs, row.outputs,
+                         {.rate = round % 5 == 4 ? 8000 : 48000, .block = 1 + round});
+            ASSERT_TRUE(blk);
+            std::vector<float> vector = row.vector;
+            for (std::size_t i = 0; i < vector.size(); ++i)
+                if (std::ranges::find(row.counts, static_cast<int>(i)) == row.counts.end() && random() % 2 == 0)
+                    vector[i] = any_float();
+            rig::until_exit([&] {
+                if (!vector.empty())
+                    BlockAlgo_param_reset(blk.block(), vector.data());
+                blk.update();
+                blk.invoke();
+            });
+            for (int call = 0; call < 4; ++call) {
+                for (int pin = 0; pin < row.inputs; ++pin)
+                    std::ranges::generate(blk.in(pin), any_float);
+                rig::until_exit([&] { blk.process(); });
+            }
+        }
+    }
+}
