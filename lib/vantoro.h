@@ -6,6 +6,8 @@
 #include "common/block_types.h"
 #include "common/category.h"
 #include "common/common.h"
+#include "math/lbx_fastmath.h"
+#include "math/lbx_math.h"
 #include "vantoro_preprocess.h"
 
 #endif
