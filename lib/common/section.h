@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // The recursion: every first- and second-order section of the library runs through these lines.
+//
 // Coefficients are in FILTER_COEFF order (b0, b1, a1, b2, a2; a0 = 1; a1 and a2 as in the denominator), state is two
 // words per section (one for first order) in transposed direct form II. The feedback product is the fused one.
+//
+// The run_ functions filter whole blocks of planar pins. They give the bits of second_order() and first_order() called
+// sample by sample, for every block size and however a signal is cut into blocks. out[c] may be in[c]; other buffers
+// must not overlap, but for run_split. Nothing here allocates, except reserve().
 #pragma once
 
 #include <cmath>
+#include <cstddef>
 
 namespace lbx {
 
@@ -23,5 +29,84 @@ inline float first_order(const float* coeff, float* state, float x)
     state[0] = std::fma(-coeff[2], y, coeff[1] * x);
     return y;
 }
+
+// One second-order section for all channels; channel c has state[2c] and the next word. `negate` flips the sign of the
+// outputs only: the state carries the plain y.
+void run_sections(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
+                  bool negate);
+
+// The same of first order: three coefficients, one state word per channel.
+void run_first_orders(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
+                      bool negate);
+
+// Two sections on the same inputs, cross-faded: each sample adds `step` to `gain` (before use; the same for every
+// channel) and writes gain * y_old + (1 - gain) * y_new. State as in run_sections, one array per section.
+struct Curve {
+    const float* coeff;
+    float* state;
+};
+void run_fade(const Curve& from, const Curve& to, float gain, float step, const float* const* in, float* const* out,
+              int channels, int n);
+
+// Sections one after another, the same for every channel. Arranged when parameters change, so that a section that is
+// switched off costs nothing; zero-initialised it is an identity.
+struct CascadeLanes;
+struct Cascade {
+    CascadeLanes* lanes;  // owned
+    int capacity;         // of lanes
+    int sections;
+};
+[[nodiscard]] bool reserve(Cascade& cascade, int sections);  // room for arrange(); false: no memory, nothing changed
+void release(Cascade& cascade);
+void clear(Cascade& cascade, int sections);                          // announces how many sections place() will set
+void place(Cascade& cascade, int at, const float* coeff, int band);  // section `at`; its state is words 2 * band, + 1
+
+// Takes the bands of `coeff` (5 floats each) that `active(band)` selects; reserve() made room for all of them.
+template <class Active>
+void arrange(Cascade& cascade, const float* coeff, int bands, Active active)
+{
+    int sections = 0;
+    for (int k = 0; k < bands; ++k)
+        sections += active(k) ? 1 : 0;
+    clear(cascade, sections);
+    for (int k = 0, at = 0; k < bands; ++k)
+        if (active(k))
+            place(cascade, at++, coeff + std::ptrdiff_t{5} * k, k);
+}
+
+// Channel c's state begins at state[words_per_channel * c].
+void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_channel, const float* const* in,
+                 float* const* out, int channels, int n);
+
+// Sections side by side on one input, for meters: sums[k] becomes the sum of squares of band k's output over the block,
+// fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word.
+struct Bank {
+    static constexpr int kMaxBands = 10;
+    int bands;
+    float coeff[2][5][8];  // lane by lane
+};
+void set_bank(Bank& bank, const float* coeff, int bands);  // 5 floats per band
+void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums);
+
+// Every channel split into bands, each a chain of sections. Channel c has the state of band 0's sections, then band
+// 1's, and so on; its bands go to out[bands * c + band].
+struct Split {
+    static constexpr int kMaxBands = 3, kMaxSections = 8;
+    int bands, depth, words_per_channel;
+    int sections[kMaxBands];
+    bool negate[kMaxBands];                       // flips the sign of that band's output only
+    float coeff[kMaxSections][5][kMaxBands + 1];  // lane by lane
+};
+// coeff: 5 floats per section, in the order of the state. A band may have no section: it then copies its input.
+struct SplitBand {
+    int sections;
+    bool negate;
+};
+void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);
+
+// `scratch`: kSplitTile floats per channel, for a copy of the inputs. Outputs may share buffers with inputs in any way.
+constexpr int kSplitTile = 64;
+void run_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,
+               float* scratch);
 
 }  // namespace lbx
