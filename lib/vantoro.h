@@ -8,6 +8,7 @@
 #include "common/common.h"
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"
+#include "math/filter_design.h"
 #include "vantoro_preprocess.h"
 
 #endif

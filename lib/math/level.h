@@ -3,11 +3,15 @@
 #pragma once
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "../common/params.h"
 
 namespace lbx {
+
+// 10^(dB / 20)
+inline float db_to_gain(float db) { return std::pow(10.0F, db / 20.0F); }
 
 // e^y by writing y into the exponent field of a double whose low word stays 0: N. Schraudolph, "A Fast, Compact
 // Approximation of the Exponential Function". Relative error -2.9 % .. +2.98 %; e^0 gives 0.97100782. Kept as coarse as
