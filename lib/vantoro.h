@@ -6,9 +6,9 @@
 #include "common/block_types.h"
 #include "common/category.h"
 #include "common/common.h"
+#include "math/filter_design.h"
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"
-#include "math/filter_design.h"
 #include "vantoro_preprocess.h"
 
 #endif
