@@ -3,6 +3,7 @@
 #ifndef VANTORO_VANTORO_H
 #define VANTORO_VANTORO_H
 
+#include "basic/lbx_ulity.h"
 #include "common/block_types.h"
 #include "common/category.h"
 #include "common/common.h"

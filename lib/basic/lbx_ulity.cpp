@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lbx_ulity.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <limits>
+
+#include "../common/params.h"
+
+namespace {
+
+enum ByteOrder {
+    kLittle = 0,
+    kBig = 1
+};
+
+// How one sample lies in the stream. Loops over these vectorise: no calls, no branches, plain byte stores.
+template <int Bytes, ByteOrder Order = kLittle>
+struct Word {
+    static constexpr int bytes = Bytes;
+    static constexpr float scale = Bytes == 2 ? 32767.0F : 8388607.0F;
+
+    static int load(const LBX_BYTE* p)
+    {
+        if constexpr (Bytes == 2) {
+            std::uint16_t word = 0;
+            std::memcpy(&word, p, 2);
+            return static_cast<std::int16_t>(Order == kBig ? __builtin_bswap16(word) : word);
+        } else {
+            const int first = Order == kBig ? 2 : 0;
+            const auto word = static_cast<std::uint32_t>(p[first]) << 8U | static_cast<std::uint32_t>(p[1]) << 16U |
+                              static_cast<std::uint32_t>(p[2 - first]) << 24U;
+            return static_cast<std::int32_t>(word) >> 8;
+        }
+    }
+    static void store(LBX_BYTE* p, int value)
+    {
+        const auto bits = static_cast<std::uint32_t>(value);
+        if constexpr (Bytes == 2) {
+            const auto word = static_cast<std::uint16_t>(bits);
+            const std::uint16_t sent = Order == kBig ? __builtin_bswap16(word) : word;
+            std::memcpy(p, &sent, 2);
+        } else {
+            const int first = Order == kBig ? 2 : 0;
+            p[first] = static_cast<LBX_BYTE>(bits);
+            p[1] = static_cast<LBX_BYTE>(bits >> 8U);
+            p[2 - first] = static_cast<LBX_BYTE>(bits >> 16U);
+        }
+    }
+};
+
+// Any width but 16 and 24.
+struct RawByte {
+    static constexpr int bytes = 1;
+    static int load(const LBX_BYTE* p) { return *p; }
+    static void store(LBX_BYTE* p, int value) { *p = static_cast<LBX_BYTE>(value); }
+};
+
+template <class W>
+float load_float(const LBX_BYTE* p)
+{
+    return static_cast<float>(W::load(p)) / W::scale;
+}
+template <>
+float load_float<RawByte>(const LBX_BYTE* p)
+{
+    return static_cast<float>(*p);
+}
+
+template <class W>
+void store_truncated(LBX_BYTE* p, float v)
+{
+    W::store(p, lbx::to_int(v * W::scale));
+}
+template <>
+void store_truncated<RawByte>(LBX_BYTE* p, float v)
+{
+    *p = static_cast<LBX_BYTE>(lbx::to_uint(v));
+}
+
+// Nearest integer, halves away from zero. The addend is the float below one half, so that nothing below a half is
+// carried over it; exact for every float.
+int round_to_int(float v) { return lbx::to_int(v + std::copysign(0x1.fffffep-2F, v)); }
+
+// Calls `run` with the sample layout; not at all for an unknown byte order.
+template <class Run>
+void with_word(int bits, int order, const Run& run)
+{
+    if (bits != 16 && bits != 24)
+        run(RawByte{});
+    else if (bits == 16 && order == kLittle)
+        run(Word<2>{});
+    else if (bits == 16 && order == kBig)
+        run(Word<2, kBig>{});
+    else if (order == kLittle)
+        run(Word<3>{});
+    else if (order == kBig)
+        run(Word<3, kBig>{});
+}
+
+int bytes_of(int bits) { return bits == 16 ? 2 : bits == 24 ? 3 : 1; }
+
+// A byte count as its rule gives it; beyond an int it wraps, as the C int of the interface does.
+int count(int samples, int width, int channels = 1)
+{
+    return static_cast<int>(static_cast<unsigned>(samples) * static_cast<unsigned>(width) *
+                            static_cast<unsigned>(channels));
+}
+
+// Runs `each(k, place)` over n samples whose words lie `step` samples apart. One and two channels, which most streams
+// have, get a loop of their own with a constant step.
+template <class W, class Byte, class Each>
+void walk(Byte* stream, int n, int step, const Each& each)
+{
+    if (step == 1) {
+        for (std::ptrdiff_t k = 0; k < n; ++k)
+            each(k, stream + k * W::bytes);
+    } else if (step == 2) {
+        for (std::ptrdiff_t k = 0; k < n; ++k)
+            each(k, stream + k * 2 * W::bytes);
+    } else {
+        for (std::ptrdiff_t k = 0; k < n; ++k)
+            each(k, stream + k * step * W::bytes);
+    }
+}
+
+template <class W>
+void read_floats(const LBX_BYTE* in, float* out, int n, int step = 1)
+{
+    walk<W>(in, n, step, [out](std::ptrdiff_t k, const LBX_BYTE* p) { out[k] = load_float<W>(p); });
+}
+
+template <class W>
+void write_truncated(const float* in, LBX_BYTE* out, int n, int step = 1)
+{
+    walk<W>(out, n, step, [in](std::ptrdiff_t k, LBX_BYTE* p) { store_truncated<W>(p, in[k]); });
+}
+
+// Clips in the caller's buffer first: full scale then scales to 32767 exactly.
+void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
+{
+    for (int k = 0; k < n; ++k)
+        in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k];
+    walk<Word<2>>(out, n, step,
+                  [in](std::ptrdiff_t k, LBX_BYTE* p) { Word<2>::store(p, round_to_int(in[k] * 32767.0F)); });
+}
+
+void write_rounded24(const float* in, LBX_BYTE* out, int n, int step)
+{
+    walk<Word<3>>(out, n, step,
+                  [in](std::ptrdiff_t k, LBX_BYTE* p) { Word<3>::store(p, round_to_int(in[k] * 8388607.0F)); });
+}
+
+struct FloatBytes {
+    static constexpr int bytes = 4;
+};
+
+void write_float_bytes(const float* in, LBX_BYTE* out, int n, int step)
+{
+    walk<FloatBytes>(out, n, step, [in](std::ptrdiff_t k, LBX_BYTE* p) { std::memcpy(p, &in[k], 4); });
+}
+
+int frame_width(int bits) { return bits == 16 ? 2 : bits == 24 ? 3 : 4; }
+
+// A short is the upper word of a 24-bit sample.
+template <class W>
+constexpr int kShortShift = W::bytes == 3 ? 8 : 0;
+
+// A decimal field, read as far as its digits go; a text that ends before `position` has none.
+long field(const char* text, std::size_t length, std::size_t position)
+{
+    return position < length ? std::strtol(text + position, nullptr, 10) : 0;
+}
+
+int calendar(long value, long offset)
+{
+    const long least = std::numeric_limits<int>::min();
+    const long most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(value, least + offset, most) - offset);
+}
+
+}  // namespace
+
+int lbx_bigorsmall(void) { return 0; }
+
+int lbx_bytes2floats(const LBX_BYTE* in, float* out, int in_size, int bSamples, int bs)
+{
+    const bool scaled = bSamples == 16 || bSamples == 24;
+    if (scaled && bs != kLittle && bs != kBig) {
+        const float scale = bSamples == 16 ? 32767.0F : 8388607.0F;
+        for (int k = 0; k < in_size; ++k)
+            out[k] = out[k] / scale;
+        return in_size;
+    }
+    with_word(bSamples, bs, [=](auto word) { read_floats<decltype(word)>(in, out, in_size); });
+    return in_size;
+}
+
+int lbx_floats2bytes(const float* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
+{
+    with_word(bSamples, bs, [=](auto word) { write_truncated<decltype(word)>(in, out, in_size); });
+    return count(in_size, bytes_of(bSamples));
+}
+
+int lbx_bytes2floats_datapoint(const LBX_BYTE* in, float** out, int chan, int in_size, int bSamples)
+{
+    with_word(bSamples, kLittle, [=](auto word) {
+        for (int c = 0; c < chan; ++c)
+            read_floats<decltype(word)>(in + static_cast<std::ptrdiff_t>(c) * word.bytes, out[c], in_size, chan);
+    });
+    return in_size;
+}
+
+int lbx_bytes2floats_datastream(const LBX_BYTE* in, float* out, int chan, int in_size, int bSamples)
+{
+    with_word(bSamples, kLittle, [=](auto word) {
+        for (std::ptrdiff_t c = 0; c < chan; ++c)
+            read_floats<decltype(word)>(in + c * word.bytes, out + c * in_size, in_size, chan);
+    });
+    return in_size;
+}
+
+int lbx_floats2bytes_datapoint(float** in, LBX_BYTE* out, int chan, int in_size, int bSamples)
+{
+    const int width = frame_width(bSamples);
+    for (std::ptrdiff_t c = 0; c < chan; ++c) {
+        if (bSamples == 16)
+            write_clipped16(in[c], out + c * width, in_size, chan);
+        else if (bSamples == 24)
+            write_rounded24(in[c], out + c * width, in_size, chan);
+        else
+            write_float_bytes(in[c], out + c * width, in_size, chan);
+    }
+    return count(in_size, width, chan);
+}
+
+int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in_size, int bSamples)
+{
+    const int width = frame_width(bSamples);
+    for (std::ptrdiff_t c = 0; c < chan; ++c) {
+        const float* channel = in + c * in_size;
+        if (bSamples == 16)
+            write_truncated<Word<2>>(channel, out + c * width, in_size, chan);
+        else if (bSamples == 24)
+            write_truncated<Word<3>>(channel, out + c * width, in_size, chan);
+        else
+            write_float_bytes(channel, out + c * width, in_size, chan);
+    }
+    return count(in_size, width, chan);
+}
+
+int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, int bs)
+{
+    with_word(bSamples, bs, [=](auto word) {
+        using W = decltype(word);
+        walk<W>(in, in_size, 1, [out](std::ptrdiff_t k, const LBX_BYTE* p) {
+            out[k] = static_cast<short>(W::load(p) >> kShortShift<W>);
+        });
+    });
+    return in_size;
+}
+
+int lbx_shorts2bytes(const short* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
+{
+    with_word(bSamples, bs, [=](auto word) {
+        using W = decltype(word);
+        walk<W>(out, in_size, 1,
+                [in](std::ptrdiff_t k, LBX_BYTE* p) { W::store(p, static_cast<int>(in[k]) * (1 << kShortShift<W>)); });
+    });
+    return count(in_size, bytes_of(bSamples));
+}
+
+int lbx_bytes2ints(const LBX_BYTE* in, int* out, int in_size, int bSamples, int bs)
+{
+    with_word(bSamples, bs, [=](auto word) {
+        using W = decltype(word);
+        walk<W>(in, in_size, 1, [out](std::ptrdiff_t k, const LBX_BYTE* p) { out[k] = W::load(p); });
+    });
+    return in_size;
+}
+
+int lbx_ints2bytes(const int* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
+{
+    with_word(bSamples, bs, [=](auto word) {
+        using W = decltype(word);
+        walk<W>(out, in_size, 1, [in](std::ptrdiff_t k, LBX_BYTE* p) { W::store(p, in[k]); });
+    });
+    return count(in_size, bytes_of(bSamples));
+}
+
+int lbx_ints2bytes_ch(int** in, LBX_BYTE* out, int in_size, int bSamples, int bs, int ch)
+{
+    with_word(bSamples, bs, [=](auto word) {
+        using W = decltype(word);
+        for (std::ptrdiff_t c = 0; c < ch; ++c) {
+            const int* channel = in[c];
+            walk<W>(out + c * W::bytes, in_size, ch,
+                    [channel](std::ptrdiff_t k, LBX_BYTE* p) { W::store(p, channel[k]); });
+        }
+    });
+    return count(in_size, bytes_of(bSamples), ch);
+}
+
+void lbx_itoa(int data, char* buffer)
+{
+    constexpr char kDigits[] = "0123456789";
+    // Unsigned, because the smallest int has no positive counterpart.
+    unsigned rest = data < 0 ? 0U - static_cast<unsigned>(data) : static_cast<unsigned>(data);
+    char* end = buffer;
+    do {
+        *end++ = kDigits[rest % 10];
+        rest /= 10;
+    } while (rest != 0);
+    if (data < 0)
+        *end++ = '-';
+    *end = '\0';
+    std::reverse(buffer, end);
+}
+
+char* lbx_strlwr(char* s)
+{
+    for (char* p = s; *p; ++p)
+        if (*p >= 'A' && *p <= 'Z')
+            *p = static_cast<char>(*p + 32);
+    return s;
+}
+
+long lbx_datestr2sec(const char* pszDate)
+{
+    const std::size_t length = std::strlen(pszDate);
+    const auto at = [=](std::size_t position, long offset) {
+        return calendar(field(pszDate, length, position), offset);
+    };
+    std::tm when = {};
+    when.tm_year = at(0, 1900);
+    when.tm_mon = at(5, 1);
+    when.tm_mday = at(8, 0);
+    when.tm_hour = at(11, 0);
+    when.tm_min = at(14, 0);
+    when.tm_sec = at(17, 0);
+    return std::mktime(&when);
+}
