@@ -3,6 +3,9 @@
 #ifndef VANTORO_VANTORO_H
 #define VANTORO_VANTORO_H
 
+#include "Dynamics_Processors/qvaudio_compressor.h"
+#include "Dynamics_Processors/qvaudio_env.h"
+#include "Dynamics_Processors/qvaudio_lim.h"
 #include "basic/lbx_ulity.h"
 #include "common/block_types.h"
 #include "common/category.h"

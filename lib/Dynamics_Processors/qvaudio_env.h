@@ -33,10 +33,10 @@ BlockAlgo* Env_init(int nInputs, int nOutputs, BlockPro* block_pro, int type);  
 // Takes as many entries as the type uses: EN_DP_ENV two, EN_DP_ENV_EXT_DECAY one, EN_DP_ENV_RMS three. Null derives
 // again from the stored ones. The envelope goes on; a hold under way ends. 0.
 int Env_param_set(BlockAlgo* blk, float* param);
-int Env_param_update(BlockAlgo* blk);                                   // nothing to do: 0
-int Env_param_invoke(BlockAlgo* blk);                                   // logs three entries; null is ignored. 0
-int Env_process(BlockAlgo* blk, float** data_in, float** data_out);     // 1: processed
-int Env_destroy(BlockAlgo* blk);                                        // null is ignored. 0
+int Env_param_update(BlockAlgo* blk);                                // nothing to do: 0
+int Env_param_invoke(BlockAlgo* blk);                                // logs three entries; null is ignored. 0
+int Env_process(BlockAlgo* blk, float** data_in, float** data_out);  // 1: processed
+int Env_destroy(BlockAlgo* blk);                                     // null is ignored. 0
 
 // `n` samples of each kind of follower.
 void Env_Render(Envelope_Core* core, const float* in, float* out, int n);

@@ -88,7 +88,8 @@ int Limiter_param_invoke(BlockAlgo* blk)
 {
     if (blk)
         LBX_LOG("Limiter param is %f,%f,%f\n", static_cast<double>(blk->pParam[kLimiterRmstc]),
-                static_cast<double>(blk->pParam[kLimiterDecayTime]), static_cast<double>(blk->pParam[kLimiterThreshold]));
+                static_cast<double>(blk->pParam[kLimiterDecayTime]),
+                static_cast<double>(blk->pParam[kLimiterThreshold]));
     return 0;
 }
 

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "qvaudio_compressor.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "../common/log.h"
+#include "../common/new_block.h"
+#include "../math/follower.h"
+
+using namespace lbx;
+
+namespace {
+
+constexpr int kMaxPoints = 10;
+constexpr int kLevels = kCompressorParamOffset;
+constexpr int kSteps = 100;  // of the gain table, which has one entry more
+
+constexpr float kDefaults[] = {200, 0, 200, 0, 0, 5, -80, -60, -40, -20, 0, -80, -60, -40, -20, 0};
+
+// The gain of a table entry is at least this; after init another floor than once set. Kept, though the curve of init is
+// the identity and never meets it.
+constexpr float kFloorAtInit = 0.01F;
+constexpr float kFloorWhenSet = 0.001F;
+
+bool has_sidechain(int type) { return type == EN_DP_COMPRESSOR_EXT_RMS || type == EN_DP_COMPRESSOR_EXT_PEAK; }
+
+// dB to a factor, not below `floor`; a NaN gives the floor.
+float gain_of(float db, float floor)
+{
+    const float gain = std::exp(db * 2.3025851F / 20.0F);
+    return gain > floor ? gain : floor;
+}
+
+// Segments up to the first point at 0 dB or repeated level, which end the curve.
+int count_segments(const float* x, int points)
+{
+    for (int k = 0; k < points - 1; ++k)
+        if (x[k + 1] == x[k] || x[k] == 0.0F)
+            return k;
+    return points - 1;
+}
+
+// Samples segment k of the curve into `entries` gains behind entry `first`.
+void sample_segment(Compressor_Core* core, const float* x, const float* y, int first, int entries, float floor)
+{
+    const float dx = x[1] - x[0];
+    const auto slope = static_cast<float>(static_cast<double>(y[1] - y[0]) / (static_cast<double>(dx) + 1e-10));
+    const float delta = dx / static_cast<float>(entries);
+    core->agc_table[first] = gain_of(y[0] - x[0], kFloorWhenSet);
+    float xx = x[0];
+    for (int j = 1; j <= entries; ++j) {
+        xx += delta;
+        const float yy = std::fma(slope, xx - x[0], y[0]);
+        core->agc_table[first + j] = gain_of(yy - xx, floor);
+    }
+}
+
+// A segment shorter than a step of the table ends the building; it and those behind it are left without entries, so
+// that a level in one of them takes the gain of the last point reached. An unordered curve may ask for more entries
+// than there are: the rest is cut.
+void build_table(Compressor_Core* core, const float* x, const float* y, float floor)
+{
+    const float step = (x[core->break_point] - x[0]) / static_cast<float>(kSteps);
+    bool built = true;
+    for (int k = 0; k < core->break_point; ++k) {
+        const int first = core->inter_num[k];
+        const float dx = x[k + 1] - x[k];
+        const int entries = built ? std::min(to_int(dx / step), kSteps - first) : 0;
+        built = entries > 0;
+        core->delta_x[k] = built ? dx / static_cast<float>(entries) : 0.0F;
+        core->inter_num[k + 1] = first + (built ? entries : 0);
+        if (built)
+            sample_segment(core, x + k, y + k, first, entries, floor);
+    }
+}
+
+// The curve of the stored vector. Fewer than two points are no curve.
+void take_curve(BlockAlgo* blk, int points, float floor)
+{
+    auto* core = core_of<Compressor_Core>(blk);
+    const float* x = blk->pParam + kLevels;
+    core->table_len = points;
+    if (points < 2)
+        return;
+    core->break_point = count_segments(x, points);
+    if (core->break_point > 0)
+        build_table(core, x, x + points, floor);
+}
+
+// What both laws of the time constants leave alike.
+void take_common(BlockAlgo* blk)
+{
+    auto* core = core_of<Compressor_Core>(blk);
+    core->hold_time = hold_samples(blk->pParam[kCompressorHoldTime], blk->block_pro);
+    core->hold_count = 0;
+    core->max_rms = 0.0F;
+    // Divided by 10, not 20: kept, make-up gains are set by ear against it.
+    core->post_gain = std::pow(10.0F, blk->pParam[kCompressorPostGain] / 10.0F);
+}
+
+// The gain that the curve draws at `level` dB.
+float target_gain(const Compressor_Core& core, const float* x, float level)
+{
+    if (core.table_len < 2)
+        return 1.0F;
+    if (level <= x[0])
+        return core.agc_table[0];
+    if (level >= x[core.break_point])
+        return 1.0F;
+    for (int k = 0; k < core.break_point; ++k)
+        if (x[k] <= level && level < x[k + 1]) {
+            const int nearest = to_int(static_cast<double>((level - x[k]) / core.delta_x[k]) + 0.5);
+            const int first = core.inter_num[k];
+            return core.agc_table[first + std::clamp(nearest, 0, core.inter_num[k + 1] - first)];
+        }
+    return 1.0F;  // between the segments of an unordered curve
+}
+
+// A rise is taken at once and restarts the hold; a fall waits for the hold to end. Every channel counts the one counter
+// down, and any channel's rise restarts it for all: kept.
+void hold_and_decay(Compressor_Core* core, float& level, float value, int n)
+{
+    if (value > level) {
+        level = value;
+        core->hold_count = core->hold_time;
+        return;
+    }
+    core->hold_count = hold_sub(core->hold_count, n);
+    if (core->hold_count <= 0)
+        level = follow(level, value, core->decay_coeff);
+}
+
+float sum_of_squares(const float* in, int n)
+{
+    float sum = 0.0F;
+    for (int i = 0; i < n; ++i)
+        sum = std::fma(in[i], in[i], sum);
+    return sum;
+}
+
+float peak(const float* in, int n)
+{
+    float top = 0.0F;
+    for (int i = 0; i < n; ++i)
+        top = std::max(top, std::fabs(in[i]));
+    return top;
+}
+
+// One block's level of one channel in dB, from what was measured in it.
+float rms_level(Compressor_Core* core, int ch, float sum, int n)
+{
+    float& mean = core->smooth_rms[ch];
+    mean = follow(mean, sum * core->pre_div, core->rmstc_coeff);
+    hold_and_decay(core, core->tarck_env[ch], mean, n);
+    return level_db(core->tarck_env[ch], kPowerDb);
+}
+
+float peak_level(Compressor_Core* core, int ch, float top, int n)
+{
+    hold_and_decay(core, core->smooth_rms[ch], top, n);
+    return level_db(core->smooth_rms[ch], kAmplitudeDb);
+}
+
+// Up to the target within the block; down by the part 1 - decay_coeff of the way.
+void ramp(const Compressor_Core& core, float& gain, float target, const float* in, float* out, int n)
+{
+    const float keep = core.decay_coeff;
+    const float way = target > gain ? target - gain : gain * (keep - 1.0F) + (1.0F - keep) * target;
+    const float step = way * core.pre_div;
+    const float post_gain = core.post_gain;
+    float cur = gain;
+    for (int i = 0; i < n; ++i) {
+        cur += step;
+        out[i] = std::max(std::min(cur * in[i] * post_gain, 1.0F), -1.0F);
+    }
+    gain = cur;
+}
+
+template <auto Measure, auto Level>
+void render(BlockAlgo* blk, Compressor_Core* core, float** in, const float* side, float** out, int n)
+{
+    float* const* signal = side ? in + 1 : in;
+    const float shared = side ? Measure(side, n) : 0.0F;
+    for (int ch = 0; ch < blk->nOutputs; ++ch) {
+        const float level = Level(core, ch, side ? shared : Measure(in[ch], n), n);
+        const float target = target_gain(*core, blk->pParam + kLevels, level);
+        ramp(*core, core->smooth_gain[ch], target, signal[ch], out[ch], n);
+    }
+}
+
+}  // namespace
+
+BlockAlgo* Compressor_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
+{
+    if (std::int64_t{nInputs} != std::int64_t{nOutputs} + (has_sidechain(type) ? 1 : 0)) {
+        LBX_LOG("wrong input %d pin and output %d pin in compressor\n", nInputs, nOutputs);
+        return nullptr;
+    }
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Compressor_destroy);
+    auto* core = new_core<Compressor_Core>(blk);
+    // Room for the longest curve, so that a parameter set never allocates.
+    if (!core || !zeros(blk->pParam, kLevels + 2 * kMaxPoints) || !zeros(core->smooth_rms, nOutputs) ||
+        !zeros(core->tarck_env, nOutputs) || !zeros(core->smooth_gain, nOutputs) ||
+        !zeros(core->delta_x, kMaxPoints - 1) || !zeros(core->inter_num, kMaxPoints) ||
+        !zeros(core->agc_table, kSteps + 1))
+        return nullptr;
+    std::ranges::copy(kDefaults, blk->pParam);
+    for (int ch = 0; ch < nOutputs; ++ch)
+        core->smooth_gain[ch] = 1.0F;
+    core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize);
+    core->bit_norm = bit_norm(block_pro->bitRate);
+    // The weights of a fresh block follow another law than those of one that was set: kept.
+    core->rmstc_coeff = rise_weight(kDefaults[kCompressorRmstc], block_pro);
+    core->decay_coeff = rise_weight(kDefaults[kCompressorDecayTime], block_pro);
+    take_common(blk.get());
+    take_curve(blk.get(), to_int(kDefaults[kCompressorTableLen]), kFloorAtInit);
+    return blk.release();
+}
+
+int Compressor_param_set(BlockAlgo* blk, float* param)
+{
+    auto* core = core_of<Compressor_Core>(blk);
+    copy_params(blk->pParam, param, kLevels);
+    const int points = std::max(to_int(blk->pParam[kCompressorTableLen]), 0);
+    if (points > kMaxPoints) {
+        LBX_LOG("ERROR:Exceed limit table length\n");
+        return 0;
+    }
+    copy_params(blk->pParam + kLevels, param ? param + kLevels : nullptr, 2 * points);
+    take_curve(blk, points, kFloorWhenSet);
+    const auto samples = static_cast<float>(blk->block_pro->nBlockSize);
+    const float rate_hz = rate_of(blk->block_pro);
+    core->rmstc_coeff = growing_weight(blk->pParam[kCompressorRmstc], samples, rate_hz);
+    core->decay_coeff = 1.0F - decay_factor(blk->pParam[kCompressorDecayTime], samples, rate_hz, 8.0F);
+    take_common(blk);
+    return 0;
+}
+
+int Compressor_param_update(BlockAlgo*) { return 0; }
+
+int Compressor_param_invoke(BlockAlgo* blk)
+{
+    const float* param = blk->pParam;
+    LBX_LOG("Compressor param is %f,%f,%f,%f,%f,%f\n", static_cast<double>(param[kCompressorRmstc]),
+            static_cast<double>(param[kCompressorHoldTime]), static_cast<double>(param[kCompressorDecayTime]),
+            static_cast<double>(param[kCompressorSoftKnee]), static_cast<double>(param[kCompressorPostGain]),
+            static_cast<double>(param[kCompressorTableLen]));
+    return 0;
+}
+
+void Com_Rms_Render(BlockAlgo* blk, Compressor_Core* core, float** data_in, float* side, float** data_out, int n)
+{
+    render<sum_of_squares, rms_level>(blk, core, data_in, side, data_out, n);
+}
+
+void Com_Peak_Render(BlockAlgo* blk, Compressor_Core* core, float** data_in, float* side, float** data_out, int n)
+{
+    render<peak, peak_level>(blk, core, data_in, side, data_out, n);
+}
+
+int Compressor_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    const int type = blk->method_type;
+    float* side = has_sidechain(type) ? data_in[0] : nullptr;
+    const bool rms = type == EN_DP_COMPRESSOR_RMS || type == EN_DP_COMPRESSOR_EXT_RMS;
+    const auto render_block = rms ? Com_Rms_Render : Com_Peak_Render;
+    render_block(blk, core_of<Compressor_Core>(blk), data_in, side, data_out, blk->block_pro->nBlockSize);
+    return 1;
+}
+
+int Compressor_destroy(BlockAlgo* blk)
+{
+    if (blk && blk->AlgoCore) {
+        auto* core = core_of<Compressor_Core>(blk);
+        for (float* array : {core->smooth_rms, core->tarck_env, core->smooth_gain, core->delta_x, core->agc_table})
+            std::free(array);
+        std::free(core->inter_num);
+    }
+    return free_block(blk);
+}
