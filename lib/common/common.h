@@ -22,14 +22,14 @@ typedef void (*VantoroLogHandler)(const char* line, void* user);
 // former handler after the call returns, with the user pointer that belongs to it.
 void Vantoro_set_log_handler(VantoroLogHandler handler, void* user);
 
-// A ring of `num` samples: a delay of exactly `num`. No function checks `st`.
+// A ring of `num` samples, at least one: a delay of exactly `num`. No function but Destroy checks `st`.
 typedef struct RingBufSt {
     float* buf;  // owned
     int idx;     // the next position to replace, which holds the oldest sample
     int num;
 } RingBufSt;
 
-RingBufSt* RingBufferInit(int num);                // zeroed; null when memory is short
+RingBufSt* RingBufferInit(int num);                // zeroed; null when num < 1 or memory is short
 void RingBufferDestroy(RingBufSt* st);             // null is ignored
 float RingBufferUpdate(RingBufSt* st, float val);  // stores `val`, returns the sample it replaces
 int RingBufferReset(RingBufSt* st, int newNum);    // keeps the newest samples; RT_OK, or RT_ERR_MALLOC and unchanged

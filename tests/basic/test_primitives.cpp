@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sections and delay lines.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <memory>
+#include <numbers>
+
+#include "support/rig.h"
+
+namespace {
+
+// Gain of a section at one frequency by its steady state: an outside view of coefficients and their signs.
+template <class Process>
+std::complex<double> response(double w, Process process)
+{
+    std::complex<double> sum;
+    for (int n = 0; n < 4000; ++n) {
+        const auto y = static_cast<double>(process(n == 0));
+        sum += y * std::polar(1.0, -w * n);
+    }
+    return sum;
+}
+
+struct LineDeleter {
+    void operator()(CircularBuffer* line) const { circularbuffer_destroy(line); }
+};
+using Line = std::unique_ptr<CircularBuffer, LineDeleter>;
+
+Line line_of(std::initializer_list<float> written, int length = 8)
+{
+    Line line(circularbuffer_init());
+    circularbuffer_createCircularBuffer(line.get(), length);
+    for (const float x : written)
+        circularbuffer_writebuffer(line.get(), x);
+    return line;
+}
+
+}  // namespace
+
+TEST(Sections, RealiseTheirTransferFunctions)
+{
+    const float c[5] = {0.3F, -0.2F, -1.2F, 0.45F, 0.6F};  // b0 b1 a1 b2 a2
+    const double wide[9] = {0.3, -0.2, 0.1, 0.25, -0.35, -0.9, 0.5, -0.3, 0.1};
+    Biquad* section = biquad_init();
+    DoubleBiquad* fourth = doubleBiquad_init();
+    EXPECT_EQ(biquad_processAudioSample(section, 1.0F), 0.0F);
+    biquad_setCoefficients(section, c);
+    doubleBiquad_setCoefficients(fourth, wide);
+    for (const double w : {0.1, 0.7, 2.5}) {
+        const auto z = [w](int k) { return std::polar(1.0, -w * k); };
+        const auto f = [&c](int i) { return static_cast<double>(c[i]); };
+        biquad_reset(section);
+        const auto second = response(w, [&](bool x) { return biquad_processAudioSample(section, x ? 1.0F : 0.0F); });
+        EXPECT_LT(std::abs(second - (f(0) + f(1) * z(1) + f(3) * z(2)) / (1.0 + f(2) * z(1) + f(4) * z(2))), 1e-5);
+
+        doubleBiquad_reset(fourth);
+        std::complex<double> num = wide[0], den = 1.0;
+        for (int k = 1; k <= 4; ++k) {
+            num += wide[k] * z(k);
+            den += wide[4 + k] * z(k);
+        }
+        const auto exact = response(w, [&](bool x) { return doubleBiquad_processAudioSample(fourth, x ? 1.0 : 0.0); });
+        EXPECT_LT(std::abs(exact - num / den), 1e-12);
+    }
+    // First order takes b0, b1, a1 from the same places and leaves the second register alone.
+    const float first[5] = {1, 0, -0.5F, 7, 7};
+    biquad_setCoefficients(section, first);
+    biquad_reset(section);
+    for (const float expected : {1.0F, 0.5F, 0.25F})
+        EXPECT_EQ(biquad_1st_processAudioSample(section, expected == 1.0F ? 1.0F : 0.0F), expected);
+    // New coefficients meet the old state: no click.
+    const float pass[5] = {1, 0, 0, 0, 0};
+    biquad_setCoefficients(section, pass);
+    EXPECT_EQ(biquad_processAudioSample(section, 1.0F), 1.125F);
+    EXPECT_EQ(biquad_destroy(section), nullptr);
+    EXPECT_EQ(doubleBiquad_destroy(fourth), nullptr);
+    EXPECT_EQ(biquad_destroy(nullptr), nullptr);
+}
+
+TEST(CircularBuffer, ReadsBetweenSamplesAsItsInterpolationSays)
+{
+    const Line fresh(circularbuffer_init());
+    EXPECT_EQ(fresh->bufferLength, 8);
+    EXPECT_EQ(fresh->wrapMask, 7);
+    for (const auto& [asked, length] : {std::pair{1000, 1024}, {1024, 1024}, {1, 1}, {3, 4}}) {
+        circularbuffer_createCircularBuffer(fresh.get(), asked);
+        EXPECT_EQ(fresh->bufferLength, length);
+        EXPECT_EQ(fresh->wrapMask, length - 1);
+    }
+    // A cubic through the samples is met exactly by the cubic, a parabola by the square, a line by all but nearest.
+    const auto at = [](const Line& line, INTERPOLATE_TYPE type, float delay) {
+        circularbuffer_setInterpolate(line.get(), type);
+        return circularbuffer_readBuffer(line.get(), delay);
+    };
+    const Line ramp = line_of({5, 6, 7, 8, 9, 10, 11, 12, 13});  // wrapped by one
+    EXPECT_EQ(at(ramp, kNearest, 1), 13.0F);
+    EXPECT_EQ(at(ramp, kNearest, 8), 6.0F);
+    EXPECT_EQ(at(ramp, kNearest, 2.5F), 11.0F);
+    EXPECT_EQ(at(ramp, kLinear, 1.25F), 12.75F);
+    EXPECT_EQ(at(ramp, kSquare, 1.25F), 12.75F);
+    EXPECT_EQ(at(ramp, kCubic, 3.25F), 10.75F);
+    const Line parabola = line_of({0, 1, 4, 9, 16, 25});  // the delay of t is 6 - t
+    EXPECT_EQ(at(parabola, kSquare, 2.5F), 12.25F);
+    EXPECT_EQ(at(parabola, kCubic, 2.5F), 12.25F);
+    EXPECT_EQ(at(parabola, kCubic, 1.5F), 20.25F);  // by the square: the sample after the newest is not written yet
+    const Line step = line_of({0, 0, 1, 1});
+    EXPECT_EQ(at(step, kLinear, 2.75F), 0.25F);
+    EXPECT_NEAR(at(step, kCubic, 2.75F), 0.203125F, 1e-7F);  // smoothstep plus its tension, by hand
+}
+
+TEST(CircularBuffer, FlushLeavesThreeQuartersInPlace)
+{
+    const Line line = line_of({1, 2, 3, 4, 5, 6, 7, 8});
+    circularbuffer_flushBuffer(line.get());
+    EXPECT_EQ(line->writeIndex, 0);
+    EXPECT_EQ(circularbuffer_readBuffer(line.get(), 8), 0.0F);
+    EXPECT_EQ(circularbuffer_readBuffer(line.get(), 7), 0.0F);
+    EXPECT_EQ(circularbuffer_readBuffer(line.get(), 6), 3.0F);
+    EXPECT_EQ(circularbuffer_readBuffer(line.get(), 1), 8.0F);
+}
+
+TEST(CircularBufferDeathTest, MisuseEndsTheProcess)
+{
+    const Line line = line_of({1, 2, 3});
+    const auto ends = testing::ExitedWithCode(255);
+    EXPECT_EXIT(circularbuffer_readBuffer(line.get(), 0.5F), ends,
+                "LOG \\(circularbuffer_readBuffer\\(\\): ,[0-9]+\\), ErrorXXX: delayinSamples is at least greater than "
+                "1!\n\n");
+    EXPECT_EXIT(circularbuffer_readBuffer(line.get(), 8.5F), ends, "ErrorXXX: delayinSamples shouldn't exceed buffer");
+    EXPECT_EXIT(circularbuffer_setInterpolate(line.get(), 4), ends, "ErrorXXX: Unknown Interpolate type!\n\n");
+    EXPECT_EXIT(circularbuffer_createCircularBuffer(line.get(), 0), ends,
+                "ErrorXXX: bufferLength is at least greater than 0!\n\n");
+    EXPECT_EXIT(circularbuffer_LinearInterpolation(0, 1, std::nanf("")), ends,
+                "LOG \\(circularbuffer_LinearInterpolation\\(\\): ,[0-9]+\\), ErrorXXX: fraction should in range\\[0 "
+                "1\\]!\n\n");
+    EXPECT_EXIT(circularbuffer_CubicInterpolation(0, 1, 2, 3, 1.5F), ends, "fraction should in range");
+}
+
+TEST(RingBuffer, DelaysByItsLengthAndKeepsTheNewestWhenResized)
+{
+    RingBufSt* ring = RingBufferInit(4);
+    for (int n = 1; n <= 6; ++n)
+        EXPECT_EQ(RingBufferUpdate(ring, static_cast<float>(n)), n > 4 ? static_cast<float>(n - 4) : 0.0F);
+    EXPECT_EQ(RingBufferGetIdx(ring, 0), 5.0F);
+    EXPECT_EQ(RingBufferGetOff(ring, 1), 6.0F);
+    EXPECT_EQ(RingBufferGetOff(ring, 3), 4.0F);
+    EXPECT_EQ(RingBufferGetOff(ring, 4), 3.0F);
+    EXPECT_EQ(RingBufferGetOff(ring, 0), 3.0F);
+    EXPECT_EQ(RingBufferReset(ring, 2), RT_OK);
+    EXPECT_EQ(RingBufferUpdate(ring, 7), 5.0F);
+    EXPECT_EQ(RingBufferReset(ring, 3), RT_OK);
+    for (const float expected : {0.0F, 6.0F, 7.0F})
+        EXPECT_EQ(RingBufferUpdate(ring, 9), expected);
+    rig::Log log;
+    rig::Allocator::fail_at(0);
+    EXPECT_EQ(RingBufferReset(ring, 5), RT_ERR_MALLOC);
+    EXPECT_EQ(log.messages(), std::vector<std::string>{"Out of memory, number = 5\n\n"});
+    EXPECT_EQ(ring->num, 3);
+    EXPECT_EQ(RingBufferUpdate(ring, 1), 9.0F);
+    RingBufferDestroy(ring);
+    RingBufferDestroy(nullptr);
+}
