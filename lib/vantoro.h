@@ -16,6 +16,7 @@
 #include "math/filter_design.h"
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"
+#include "schematic_design/schematic_design.h"
 #include "vantoro_preprocess.h"
 
 #endif

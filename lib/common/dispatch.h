@@ -66,21 +66,30 @@ int reapply(BlockAlgo* blk)
 }  // namespace lbx
 
 // Defines the six functions of a category over its table. An unserved type logs `message` and yields `refused` (init:
-// null).
-#define LBX_CATEGORY(prefix, table, message, refused)                                                            \
-    BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type)                     \
-    {                                                                                                            \
-        if (const lbx::BlockOps* ops = lbx::find_ops(table, type))                                               \
-            return ops->init(nInputs, nOutputs, pro, type);                                                      \
-        LBX_LOG(message);                                                                                        \
-        return nullptr;                                                                                          \
-    }                                                                                                            \
+// null). A category with a deviation takes the parts it shares.
+#define LBX_CATEGORY(prefix, table, message, refused)    \
+    LBX_CATEGORY_INIT(prefix, table, message)            \
+    LBX_CATEGORY_PARAMS(prefix, table, message, refused) \
+    LBX_CATEGORY_RUN(prefix, table, message, refused)
+
+#define LBX_CATEGORY_INIT(prefix, table, message)                                            \
+    BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type) \
+    {                                                                                        \
+        if (const lbx::BlockOps* ops = lbx::find_ops(table, type))                           \
+            return ops->init(nInputs, nOutputs, pro, type);                                  \
+        LBX_LOG(message);                                                                    \
+        return nullptr;                                                                      \
+    }
+
+#define LBX_CATEGORY_PARAMS(prefix, table, message, refused)                                                     \
     LBX_CATEGORY_CALL(prefix, param_reset, param_set, table, message, refused, (BlockAlgo * blk, float* vector), \
                       (blk, vector))                                                                             \
     LBX_CATEGORY_CALL(prefix, param_update, param_update, table, message, refused, (BlockAlgo * blk), (blk))     \
-    LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, (BlockAlgo * blk), (blk))     \
-    LBX_CATEGORY_CALL(prefix, process, process, table, message, refused,                                         \
-                      (BlockAlgo * blk, float** data_in, float** data_out), (blk, data_in, data_out))            \
+    LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, (BlockAlgo * blk), (blk))
+
+#define LBX_CATEGORY_RUN(prefix, table, message, refused)                                             \
+    LBX_CATEGORY_CALL(prefix, process, process, table, message, refused,                              \
+                      (BlockAlgo * blk, float** data_in, float** data_out), (blk, data_in, data_out)) \
     LBX_CATEGORY_CALL(prefix, destroy, destroy, table, message, refused, (BlockAlgo * blk), (blk))
 
 #define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args) \

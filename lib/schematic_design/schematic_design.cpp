@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "schematic_design.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "../common/log.h"
+#include "../common/new_block.h"
+#include "../common/params.h"
+
+namespace {
+
+constexpr float kDefaultAlpha = 0.5F;
+
+bool serves(int inputs, int outputs, int type)
+{
+    switch (type) {
+    case EN_NLP_CLIPPERS_HARD:
+        return outputs == static_cast<long>(inputs) - 2;
+    case EN_NLP_CLIPPERS_SOFT:
+        return outputs == inputs;
+    case EN_NLP_CHANNEL_COPY:
+        return inputs == 1;
+    default:
+        return false;
+    }
+}
+
+// The upper limit is tested first: where the limits cross, a sample above the upper one still ends there.
+float hard_clip(float upper, float lower, float x) { return upper < x ? upper : lower > x ? lower : x; }
+
+// The ends are the rounded decimals, not 2/3: the curve keeps a tiny step where it meets them.
+float soft_clip(float inverse, float alpha, float x)
+{
+    const float u = inverse * x;
+    const auto wide = static_cast<double>(u);
+    const double curve = wide - 0.3333 * (wide * wide * wide);
+    const double shape = u <= -1.0F ? -0.6667 : u >= 1.0F ? 0.6667 : curve;
+    return static_cast<float>(shape * static_cast<double>(alpha));
+}
+
+}  // namespace
+
+BlockAlgo* Nlp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (!serves(Input_pin, Output_pin, type)) {
+        LBX_LOG("wrong method type or pin number in NLP\n");
+        return nullptr;
+    }
+    lbx::NewBlock blk = lbx::new_block(Input_pin, Output_pin, block_pro, type, Nlp_destroy);
+    if (!blk || type != EN_NLP_CLIPPERS_SOFT)
+        return blk.release();
+    auto* core = lbx::new_core<NLP_Core>(blk);
+    if (!core || !lbx::zeros(blk->pParam, kNLPModuleSize))
+        return nullptr;
+    core->alpha = blk->pParam[kNLPAlpha] = kDefaultAlpha;
+    return blk.release();
+}
+
+int Nlp_param_set(BlockAlgo* blk, void* param)
+{
+    if (blk->method_type == EN_NLP_CLIPPERS_SOFT) {
+        lbx::copy_params(blk->pParam, static_cast<const float*>(param), kNLPModuleSize);
+        lbx::core_of<NLP_Core>(blk)->alpha = blk->pParam[kNLPAlpha];
+    }
+    return RT_OK;
+}
+
+int Nlp_param_update(BlockAlgo* blk) { return Nlp_param_set(blk, nullptr); }
+
+int Nlp_param_invoke(BlockAlgo* blk)
+{
+    if (blk->method_type == EN_NLP_CLIPPERS_SOFT)
+        LBX_LOG("NLP soft clip param is Alpha = %f\n", static_cast<double>(blk->pParam[kNLPAlpha]));
+    return RT_OK;
+}
+
+void HardClip_Controll(float** buffer_in, float** buffer_out, float* aBuffer_ext, float* aBuffer_ext2, int input_pin,
+                       int nBlocksize, int)
+{
+    for (int pin = 2; pin < input_pin; ++pin) {
+        const float* in = buffer_in[pin];
+        float* out = buffer_out[pin - 2];
+        for (int i = 0; i < nBlocksize; ++i)
+            out[i] = hard_clip(aBuffer_ext[i], aBuffer_ext2[i], in[i]);
+    }
+}
+
+int HardClip_Controll_Quick(float** buffer_in, float** buffer_out, int input_pin, int nBlocksize, int Out_bitPerSample)
+{
+    if (input_pin > 2)
+        HardClip_Controll(buffer_in, buffer_out, buffer_in[0], buffer_in[1], input_pin, nBlocksize, Out_bitPerSample);
+    return RT_OK;
+}
+
+void SoftClip_Cal(float** buffer_in, float** buffer_out, int input_pin, float alpha, int nBlocksize, int)
+{
+    const float inverse = 1.0F / alpha;
+    for (int pin = 0; pin < input_pin; ++pin) {
+        const float* in = buffer_in[pin];
+        float* out = buffer_out[pin];
+        if (alpha == 0.0F) {  // the curve has no width left; its formula would make a NaN of every zero
+            for (int i = 0; i < nBlocksize; ++i)
+                out[i] = std::copysign(0.0F, in[i]);
+            continue;
+        }
+        for (int i = 0; i < nBlocksize; ++i)
+            out[i] = soft_clip(inverse, alpha, in[i]);
+    }
+}
+
+void SoftClip_Controll(NLP_Core* core, float** buffer_in, float** buffer_out, int input_pin, int nBlocksize,
+                       int Out_bitPerSample)
+{
+    SoftClip_Cal(buffer_in, buffer_out, input_pin, core->alpha, nBlocksize, Out_bitPerSample);
+}
+
+int SoftClip_Controll_Quick(float** buffer_in, float** buffer_out, int input_pin, float alpha, int nBlocksize,
+                            int Out_bitPerSample)
+{
+    SoftClip_Cal(buffer_in, buffer_out, input_pin, alpha, nBlocksize, Out_bitPerSample);
+    return RT_OK;
+}
+
+void ChannelCopy(float* buffer_in, float** buffer_out, int output_pin, int nBlocksize)
+{
+    if (nBlocksize <= 0)
+        return;
+    for (int pin = 0; pin < output_pin; ++pin)
+        std::memmove(buffer_out[pin], buffer_in, static_cast<std::size_t>(nBlocksize) * sizeof(float));
+}
+
+int Nlp_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    const BlockPro& pro = *blk->block_pro;
+    switch (blk->method_type) {
+    case EN_NLP_CLIPPERS_HARD:
+        HardClip_Controll_Quick(data_in, data_out, blk->nInputs, pro.nBlockSize, pro.bitRate);
+        break;
+    case EN_NLP_CLIPPERS_SOFT:
+        SoftClip_Controll(lbx::core_of<NLP_Core>(blk), data_in, data_out, blk->nInputs, pro.nBlockSize, pro.bitRate);
+        break;
+    case EN_NLP_CHANNEL_COPY:
+        ChannelCopy(data_in[0], data_out, blk->nOutputs, pro.nBlockSize);
+        break;
+    default:
+        LBX_LOG("wrong method type in NLP\n");
+    }
+    return RT_OK;
+}
+
+int Nlp_destroy(BlockAlgo* blk) { return lbx::free_block(blk); }

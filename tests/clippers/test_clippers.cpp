@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "support/rig.h"
+
+namespace {
+
+TEST(HardClip, FollowsItsLimitPins)
+{
+    rig::Rig blk(EN_NLP_CLIPPERS_HARD, 4, 2);
+    blk.fill(0, {0.5F, 0.5F, 0.5F, -0.2F, -0.2F, 0.9F});
+    blk.fill(1, {-0.5F, -0.5F, -0.5F, 0.3F, 0.3F, -0.9F});
+    blk.fill(2, {0.7F, -0.7F, 0.2F, 0.1F, -0.8F, 0.9F});
+    blk.fill(3, 0.25F);
+    EXPECT_EQ(blk.process(), 0);
+    // Where the limits cross (fourth and fifth), the upper one is tested first, then the lower one lifts.
+    const float expected[] = {0.5F, -0.5F, 0.2F, -0.2F, 0.3F, 0.9F};
+    EXPECT_TRUE(std::equal(std::begin(expected), std::end(expected), blk.out(0).begin()));
+    EXPECT_EQ(blk.out(1)[0], 0.25F);
+    EXPECT_EQ(blk.out(1)[3], -0.2F);
+    EXPECT_TRUE(rig::Rig(EN_NLP_CLIPPERS_HARD, 2, 0));
+}
+
+TEST(SoftClip, CubicWithItsKeptStep)
+{
+    rig::Rig blk(EN_NLP_CLIPPERS_SOFT, 2, 2);
+    blk.alias(1, 1);
+    blk.fill(0, {0.25F, 0.5F, 3.0F, -0.6F, -0.5F, 0.0F});
+    blk.fill(1, -0.25F);
+    EXPECT_EQ(blk.process(), 0);
+    const float expected[] = {
+        static_cast<float>(0.5 * (0.5 - 0.3333 * 0.125)), 0.33335F, 0.33335F, -0.33335F, -0.33335F, 0.0F};
+    for (std::size_t i = 0; i < 6; ++i)
+        EXPECT_EQ(blk.out(0)[i], expected[i]) << i;
+    EXPECT_EQ(blk.in(1)[5], -expected[0]) << "in place";
+    // Just inside the end the cubic is at 0.6667 - that is what 1 - 0.3333 gives - and never above it.
+    blk.set({1.0F});
+    blk.fill(0, std::nextafter(1.0F, 0.0F));
+    blk.process();
+    EXPECT_NEAR(blk.out(0)[0], 1 - 0.3333, 1e-7);
+    blk.set({0.0F});
+    blk.fill(0, {0.0F, 1.0F, -1.0F});
+    blk.process();
+    EXPECT_TRUE(std::ranges::all_of(blk.out(0), [](float v) { return v == 0.0F; }));
+}
+
+TEST(ChannelCopy, FansOut)
+{
+    rig::Rig blk(EN_NLP_CHANNEL_COPY, 1, 4);
+    std::ranges::copy(rig::noise(64), blk.in(0).begin());
+    EXPECT_EQ(blk.process(), 0);
+    for (int pin = 0; pin < 4; ++pin)
+        EXPECT_EQ(rig::bits(blk.out(pin)), rig::bits(blk.in(0)));
+    EXPECT_EQ(blk.set({0.3F}), 0);
+    EXPECT_EQ(blk->pParam, nullptr);
+}
+
+TEST(Nlp, RefusalsAndReports)
+{
+    rig::Log log;
+    EXPECT_FALSE(rig::Rig(EN_NLP_CLIPPERS_HARD, 4, 4));
+    EXPECT_FALSE(rig::Rig(EN_NLP_CLIPPERS_SOFT, 2, 1));
+    EXPECT_FALSE(rig::Rig(EN_NLP_CHANNEL_COPY, 2, 2));
+    EXPECT_FALSE(rig::Rig(0x0704, 1, 1));
+    EXPECT_EQ(log.messages(), std::vector<std::string>(4, "wrong method type or pin number in NLP\n"));
+    log.clear();
+    rig::Rig blk(EN_NLP_CLIPPERS_SOFT, 1, 1);
+    blk.invoke();
+    blk.set({0.75F});
+    blk.update();
+    blk.invoke();
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"NLP soft clip param is Alpha = 0.500000\n",
+                                                        "NLP soft clip param is Alpha = 0.750000\n"}));
+    log.clear();
+    blk->method_type = 0x0704;
+    EXPECT_EQ(blk.process(), 1);
+    EXPECT_EQ(Nlp_process(blk.block(), nullptr, nullptr), 0);
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"wrong input type in NLP\n", "wrong method type in NLP\n"}));
+    blk->method_type = EN_NLP_CLIPPERS_SOFT;
+}
+
+TEST(Nlp, QuickFormsAreTheBlocks)
+{
+    std::vector<float> upper(8, 0.4F), lower(8, -0.1F), x = rig::noise(8), hard(8), soft(8);
+    float* in[] = {upper.data(), lower.data(), x.data()};
+    float* out[] = {hard.data()};
+    EXPECT_EQ(HardClip_Controll_Quick(in, out, 3, 8, 16), 0);
+    EXPECT_EQ(HardClip_Controll_Quick(in, nullptr, 2, 8, 16), 0);
+    float* soft_out[] = {soft.data()};
+    EXPECT_EQ(SoftClip_Controll_Quick(in + 2, soft_out, 1, 0.5F, 8, 16), 0);
+    for (std::size_t i = 0; i < 8; ++i) {
+        EXPECT_EQ(hard[i], std::clamp(x[i], -0.1F, 0.4F));
+        const double u = std::clamp(2.0 * static_cast<double>(x[i]), -1.0, 1.0);
+        EXPECT_NEAR(soft[i], 0.5 * (u - 0.3333 * u * u * u), 1e-7);
+    }
+}
+
+}  // namespace
