@@ -1,13 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
+// Three drivers carry the recursion over a block; which one runs is decided in the run_ functions at the end.
+//   plain   one channel, one section after another
+//   series  lanes are channels, or bands of channels; each runs through up to four sections
+//   skew    lanes are the sections of one channel (two channels in an f8), each one sample behind the one before
+// State is in registers while a block runs, and exact after every block.
 #include "section.h"
 
 #include <algorithm>
+#include <limits>
+#include <type_traits>
 
 #include "new_block.h"
 
 namespace lbx {
 
-// Four sections of a cascade.
+// Four sections of a cascade. The last four are full; the first begin with idle lanes if the count is no multiple.
 struct CascadeLanes {
     float coeff[5][4];
     int band[4];
@@ -15,13 +22,220 @@ struct CascadeLanes {
 
 namespace {
 
-// One section, one channel.
-template <auto Tick>
-void run_plain(const float* coeff, float* state, const float* in, float* out, int n, bool negate)
+constexpr int kShortBlock = 8;                    // below it, filling lanes costs more than they save
+constexpr int kSeriesDepth = 4, kSkewGroups = 3;  // what fits the registers
+
+int sign_bit(bool negate) { return negate ? std::numeric_limits<int>::min() : 0; }
+
+// ---- plain
+
+template <template <class> class Section>
+void plain(const float* coeff, int stride, float* state, const float* in, float* out, int n, bool negate)
 {
+    Section<float> section;
+    for (float& c : section.coeff)
+        c = coeff[stride * (&c - section.coeff)];
+    std::copy_n(state, Section<float>::kWords, section.state);
     for (int i = 0; i < n; ++i) {
-        const float y = Tick(coeff, state, in[i]);
+        const float y = section.step(in[i]);
         out[i] = negate ? -y : y;
+    }
+    std::copy_n(section.state, Section<float>::kWords, state);
+}
+
+// ---- series
+
+// One lane. An idle lane repeats its neighbour in everything, so that it reads and writes what is there anyway.
+struct Lane {
+    const float* in;
+    float* out;
+    float* state;
+    int sections;
+};
+
+// One step of the chain: the coefficients of four lanes (the next four have the same), and where its state is.
+struct Stage {
+    f4 coeff[5];
+    std::ptrdiff_t word;
+};
+
+template <class V>
+LBX_INLINE void read_samples(const Lane* lane, int i, V (&x)[4])
+{
+    for (int k = 0; k < 4; ++k) {
+        if constexpr (kLanes<V> == 4)
+            x[k] = load<f4>(lane[k].in + i);
+        else
+            x[k] = join(load<f4>(lane[k].in + i), load<f4>(lane[k + 4].in + i));
+    }
+    transpose(x);
+}
+
+template <class V>
+LBX_INLINE void write_samples(const Lane* lane, int i, V (&y)[4])
+{
+    transpose(y);
+    for (int k = 0; k < 4; ++k) {
+        if constexpr (kLanes<V> == 4) {
+            store(lane[k].out + i, y[k]);
+        } else {
+            store(lane[k].out + i, lower(y[k]));
+            store(lane[k + 4].out + i, upper(y[k]));
+        }
+    }
+}
+
+template <class V, template <class> class Section, int kDepth>
+[[gnu::noinline]] void series(const Stage* stage, const Lane* lane, i4 signs, int n)
+{
+    using S = Section<V>;
+    S section[kDepth];
+    i4 live[kDepth];  // lanes whose chain is that long
+    for (int d = 0; d < kDepth; ++d) {
+        for (int j = 0; j < S::kCoeffs; ++j)
+            section[d].coeff[j] = every<V>(stage[d].coeff[j]);
+        for (int j = 0; j < S::kWords; ++j)
+            section[d].state[j] =
+                lanes_of<V>([&](int l) { return d < lane[l].sections ? lane[l].state[stage[d].word + j] : 0.0F; });
+        live[d] = d < i4{lane[0].sections, lane[1].sections, lane[2].sections, lane[3].sections};
+    }
+    const auto filter = [&](V x) __attribute__((always_inline))
+    {
+        for (int d = 0; d < kDepth; ++d) {
+            const V y = section[d].step(x);
+            x = select(live[d], y, x);
+        }
+        return flip(x, signs);
+    };
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        V x[4];
+        read_samples(lane, i, x);
+        for (V& sample : x)
+            sample = filter(sample);
+        write_samples(lane, i, x);
+    }
+    for (; i < n; ++i)
+        each_lane(filter(lanes_of<V>([&](int l) { return lane[l].in[i]; })),
+                  [&](int l, float y) { lane[l].out[i] = y; });
+    for (int d = 0; d < kDepth; ++d)
+        for (int j = 0; j < S::kWords; ++j)
+            each_lane(section[d].state[j], [&](int l, float s) {
+                if (d < lane[l].sections)
+                    lane[l].state[stage[d].word + j] = s;
+            });
+}
+
+// Up to eight lanes, each through up to four sections.
+void series(const Stage* stage, int depth, const Lane* lane, int lanes, i4 signs, int n)
+{
+    using Kernel = void (*)(const Stage*, const Lane*, i4, int);
+    static constexpr Kernel kNarrow[] = {series<f4, SecondOrder, 1>, series<f4, SecondOrder, 2>,
+                                         series<f4, SecondOrder, 3>, series<f4, SecondOrder, 4>};
+    static constexpr Kernel kWide[] = {series<f8, SecondOrder, 1>, series<f8, SecondOrder, 2>,
+                                       series<f8, SecondOrder, 3>, series<f8, SecondOrder, 4>};
+    (lanes <= 4 ? kNarrow : kWide)[depth - 1](stage, lane, signs, n);
+}
+
+// ---- skew
+
+// Groups of four sections of one channel, or of two.
+template <class V, int kGroups>
+[[gnu::noinline]] void skew(const CascadeLanes* group, int idle, const Lane* channel, int n)
+{
+    const int delay = 4 * kGroups - idle - 1;  // of the last lane against the first
+    const i4 lane = {0, 1, 2, 3};
+    const i4 entry = lane == idle;
+    SecondOrder<V> section[kGroups];
+    V y[kGroups];
+    const auto state_of = [&](int g, int l) { return channel[l / 4].state + std::ptrdiff_t{2} * group[g].band[l % 4]; };
+    for (int g = 0; g < kGroups; ++g) {
+        y[g] = every<V>(0.0F);
+        for (int j = 0; j < 5; ++j)
+            section[g].coeff[j] = every<V>(load<f4>(group[g].coeff[j]));
+        for (int j = 0; j < 2; ++j)
+            section[g].state[j] = lanes_of<V>([&](int l) { return state_of(g, l)[j]; });
+    }
+    // At `t` the lane at position p filters sample t - p, and at the ends of the block only lanes whose sample is
+    // inside keep what they computed.
+    const auto step = [&](int t, auto at_end) __attribute__((always_inline))
+    {
+        V x[kGroups];
+        const int now = at_end ? std::min(t, n - 1) : t;
+        V fresh;
+        if constexpr (kLanes<V> == 4)
+            fresh = every<f4>(channel[0].in[now]);
+        else
+            fresh = join(every<f4>(channel[0].in[now]), every<f4>(channel[1].in[now]));
+        x[0] = select(entry, fresh, shift_in(y[0], y[0]));
+        for (int g = 1; g < kGroups; ++g)
+            x[g] = shift_in(y[g - 1], y[g]);
+        for (int g = 0; g < kGroups; ++g) {
+            const SecondOrder<V> before = section[g];
+            y[g] = section[g].step(x[g]);
+            if constexpr (at_end) {
+                const i4 sample = t - (lane + (4 * g - idle));
+                const i4 inside = (sample >= 0) & (sample < n);
+                for (int j = 0; j < 2; ++j)
+                    section[g].state[j] = select(inside, section[g].state[j], before.state[j]);
+            }
+        }
+        if (at_end && t < delay)
+            return;
+        if constexpr (kLanes<V> == 4) {
+            channel[0].out[t - delay] = y[kGroups - 1][3];
+        } else {
+            channel[0].out[t - delay] = lower(y[kGroups - 1])[3];
+            channel[1].out[t - delay] = upper(y[kGroups - 1])[3];
+        }
+    };
+    int t = 0;
+    for (; t < delay; ++t)
+        step(t, std::true_type{});
+    for (; t < n; ++t)
+        step(t, std::false_type{});
+    for (; t < n + delay; ++t)
+        step(t, std::true_type{});
+    for (int g = 0; g < kGroups; ++g)
+        for (int j = 0; j < 2; ++j)
+            each_lane(section[g].state[j], [&](int l, float s) { state_of(g, l)[j] = s; });
+}
+
+// ---- what a packet of lanes is
+
+// `channels` at most eight; lane l is channel l.
+void channel_lanes(Lane* lane, const float* const* in, float* const* out, float* state, std::ptrdiff_t words,
+                   int sections, int channels)
+{
+    for (int l = 0; l < 8; ++l) {
+        const int c = std::min(l, channels - 1);
+        lane[l] = {in[c], out[c], state + words * c, sections};
+    }
+}
+
+template <template <class> class Section>
+void run_channels(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
+                  bool negate)
+{
+    constexpr int kWords = Section<float>::kWords;
+    Stage stage = {};
+    for (int j = 0; j < Section<float>::kCoeffs; ++j)
+        stage.coeff[j] = every<f4>(coeff[j]);
+    const int sign = sign_bit(negate);
+    for (int c = 0; c < channels;) {
+        const int some = std::min(channels - c, 8);
+        if (some == 1 || n < kShortBlock) {
+            plain<Section>(coeff, 1, state + kWords * c, in[c], out[c], n, negate);
+            ++c;
+            continue;
+        }
+        Lane lane[8];
+        channel_lanes(lane, in + c, out + c, state + kWords * c, kWords, 1, some);
+        if (some <= 4)
+            series<f4, Section, 1>(&stage, lane, i4{sign, sign, sign, sign}, n);
+        else
+            series<f8, Section, 1>(&stage, lane, i4{sign, sign, sign, sign}, n);
+        c += some;
     }
 }
 
@@ -30,31 +244,111 @@ void run_plain(const float* coeff, float* state, const float* in, float* out, in
 void run_sections(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
                   bool negate)
 {
-    for (int c = 0; c < channels; ++c)
-        run_plain<second_order>(coeff, state + 2 * c, in[c], out[c], n, negate);
+    run_channels<SecondOrder>(coeff, state, in, out, channels, n, negate);
 }
 
 void run_first_orders(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
                       bool negate)
 {
-    for (int c = 0; c < channels; ++c)
-        run_plain<first_order>(coeff, state + c, in[c], out[c], n, negate);
+    run_channels<FirstOrder>(coeff, state, in, out, channels, n, negate);
 }
+
+// ---- two curves: the first four lanes of a packet are the old one, the others the new one
+
+namespace {
+
+void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lane* lane, int n)
+{
+    SecondOrder<f8> section;
+    for (int j = 0; j < 5; ++j)
+        section.coeff[j] = join(every<f4>(from.coeff[j]), every<f4>(to.coeff[j]));
+    for (int j = 0; j < 2; ++j)
+        section.state[j] = lanes_of<f8>([&](int l) { return lane[l].state[j]; });
+    const auto mix = [&](f4 x) __attribute__((always_inline))
+    {
+        gain += step;
+        const f8 y = section.step(join(x, x));
+        return gain * lower(y) + (1.0F - gain) * upper(y);
+    };
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        f4 x[4];
+        read_samples(lane, i, x);
+        for (f4& sample : x)
+            sample = mix(sample);
+        write_samples(lane, i, x);
+    }
+    for (; i < n; ++i)
+        each_lane(mix(lanes_of<f4>([&](int l) { return lane[l].in[i]; })), [&](int l, float y) { lane[l].out[i] = y; });
+    for (int j = 0; j < 2; ++j)
+        each_lane(section.state[j], [&](int l, float s) { lane[l].state[j] = s; });
+}
+
+}  // namespace
 
 void run_fade(const Curve& from, const Curve& to, float gain, float step, const float* const* in, float* const* out,
               int channels, int n)
 {
-    for (int c = 0; c < channels; ++c) {
-        float g = gain;
-        for (int i = 0; i < n; ++i) {
-            g += step;
-            const float x = in[c][i];
-            const float y_old = second_order(from.coeff, from.state + 2 * c, x);
-            const float y_new = second_order(to.coeff, to.state + 2 * c, x);
-            out[c][i] = g * y_old + (1.0F - g) * y_new;
+    for (int c = 0; c < channels; c += 4) {
+        Lane lane[8];
+        for (int l = 0; l < 8; ++l) {
+            const int k = std::min(c + l % 4, channels - 1);
+            lane[l] = {in[k], out[k], (l < 4 ? from.state : to.state) + 2 * k, 1};
         }
+        fade_four(from, to, gain, step, lane, n);
     }
 }
+
+// ---- cascades
+
+namespace {
+
+int groups_of(const Cascade& cascade) { return (cascade.sections + 3) / 4; }
+int idle_lanes(const Cascade& cascade) { return 4 * groups_of(cascade) - cascade.sections; }
+
+void cascade_plain(const Cascade& cascade, float* state, const float* in, float* out, int n)
+{
+    for (int k = 0; k < cascade.sections; ++k) {
+        const int at = idle_lanes(cascade) + k;
+        const CascadeLanes& group = cascade.lanes[at / 4];
+        float* s = state + std::ptrdiff_t{2} * group.band[at % 4];
+        plain<SecondOrder>(&group.coeff[0][at % 4], 4, s, k == 0 ? in : out, out, n, false);
+    }
+}
+
+void cascade_series(const Cascade& cascade, Lane* lane, int lanes, int n)
+{
+    for (int k = 0; k < cascade.sections; k += kSeriesDepth) {
+        const int depth = std::min(cascade.sections - k, kSeriesDepth);
+        Stage stage[kSeriesDepth];
+        for (int d = 0; d < depth; ++d) {
+            const int at = idle_lanes(cascade) + k + d;
+            const CascadeLanes& group = cascade.lanes[at / 4];
+            for (int j = 0; j < 5; ++j)
+                stage[d].coeff[j] = every<f4>(group.coeff[j][at % 4]);
+            stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
+        }
+        series(stage, depth, lane, lanes, i4{}, n);
+        for (int l = 0; l < 8; ++l)
+            lane[l].in = lane[l].out;
+    }
+}
+
+template <class V>
+void cascade_skew(const Cascade& cascade, Lane* channel, int n)
+{
+    using Kernel = void (*)(const CascadeLanes*, int, const Lane*, int);
+    static constexpr Kernel kKernels[] = {skew<V, 1>, skew<V, 2>, skew<V, 3>};
+    int idle = idle_lanes(cascade);
+    for (int g = 0; g < groups_of(cascade); g += kSkewGroups) {
+        kKernels[std::min(groups_of(cascade) - g, kSkewGroups) - 1](cascade.lanes + g, idle, channel, n);
+        idle = 0;
+        channel[0].in = channel[0].out;
+        channel[1].in = channel[1].out;
+    }
+}
+
+}  // namespace
 
 bool reserve(Cascade& cascade, int sections)
 {
@@ -77,90 +371,162 @@ void clear(Cascade& cascade, int sections) { cascade.sections = sections; }
 
 void place(Cascade& cascade, int at, const float* coeff, int band)
 {
-    CascadeLanes& lanes = cascade.lanes[at / 4];
-    for (int j = 0; j < 5; ++j)
-        lanes.coeff[j][at % 4] = coeff[j];
-    lanes.band[at % 4] = band;
+    const int position = idle_lanes(cascade) + at;
+    CascadeLanes& group = cascade.lanes[position / 4];
+    const int last = position % 4;
+    for (int l = at == 0 ? 0 : last; l <= last;
+         ++l) {  // the idle lanes come with the first section, and share its state
+        for (int j = 0; j < 5; ++j)
+            group.coeff[j][l] = l == last ? coeff[j] : 0.0F;
+        group.band[l] = band;
+    }
 }
 
 void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_channel, const float* const* in,
                  float* const* out, int channels, int n)
 {
-    for (int c = 0; c < channels; ++c) {
-        std::copy(in[c], in[c] + n, out[c]);
-        for (int at = 0; at < cascade.sections; ++at) {
-            const CascadeLanes& lanes = cascade.lanes[at / 4];
-            float coeff[5];
-            for (int j = 0; j < 5; ++j)
-                coeff[j] = lanes.coeff[j][at % 4];
-            float* s = state + words_per_channel * c + std::ptrdiff_t{2} * lanes.band[at % 4];
-            run_plain<second_order>(coeff, s, out[c], out[c], n, false);
+    const int sections = cascade.sections;
+    for (int c = 0; c < channels;) {
+        int some = std::min(channels - c, 8);
+        Lane lane[8];
+        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, kSeriesDepth, some);
+        if (sections == 0) {
+            if (in[c] != out[c])
+                std::copy_n(in[c], n, out[c]);
+            some = 1;
+        } else if (n < kShortBlock || (some == 1 && sections == 1)) {
+            cascade_plain(cascade, lane[0].state, in[c], out[c], n);
+            some = 1;
+        } else if (some >= 5 || sections == 1 || (some >= 3 && sections <= kSeriesDepth)) {
+            cascade_series(cascade, lane, some, n);
+        } else if (some >= 2) {
+            cascade_skew<f8>(cascade, lane, n);
+            some = 2;
+        } else {
+            cascade_skew<f4>(cascade, lane, n);
         }
+        c += some;
     }
 }
+
+// ---- meters
+
+namespace {
+
+template <int kPackets>
+void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* sums)
+{
+    const auto band = [&](int p, int l) { return std::min(8 * p + l, bank.bands - 1); };
+    SecondOrder<f8> section[kPackets];
+    f8 sum[kPackets];
+    for (int p = 0; p < kPackets; ++p) {
+        sum[p] = every<f8>(0.0F);
+        for (int j = 0; j < 5; ++j)
+            section[p].coeff[j] = load<f8>(bank.coeff[p][j]);
+        for (int j = 0; j < 2; ++j)
+            section[p].state[j] = lanes_of<f8>([&](int l) { return state[2 * band(p, l) + j]; });
+    }
+    for (int i = 0; i < n; ++i)
+        for (int p = 0; p < kPackets; ++p) {
+            const f8 y = section[p].step(every<f8>(in[i]));
+            sum[p] = mul_add(y, y, sum[p]);
+        }
+    for (int p = 0; p < kPackets; ++p) {
+        for (int j = 0; j < 2; ++j)
+            each_lane(section[p].state[j], [&](int l, float s) { state[2 * band(p, l) + j] = s; });
+        each_lane(sum[p], [&](int l, float s) { sums[band(p, l)] = s; });
+    }
+}
+
+}  // namespace
 
 void set_bank(Bank& bank, const float* coeff, int bands)
 {
     bank.bands = bands;
-    for (int k = 0; k < bands; ++k)
-        for (int j = 0; j < 5; ++j)
-            bank.coeff[k / 8][j][k % 8] = coeff[5 * k + j];
+    for (int k = 0; k < 16; ++k)
+        for (int j = 0; j < 5 && bands > 0; ++j)
+            bank.coeff[k / 8][j][k % 8] = coeff[5 * std::min(k, bands - 1) + j];
 }
 
 void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums)
 {
-    for (int k = 0; k < bank.bands; ++k) {
-        float coeff[5];
-        for (int j = 0; j < 5; ++j)
-            coeff[j] = bank.coeff[k / 8][j][k % 8];
-        sums[k] = 0.0F;
-        for (int i = 0; i < n; ++i) {
-            const float y = second_order(coeff, state + 2 * k, in[i]);
-            sums[k] = std::fma(y, y, sums[k]);
+    if (bank.bands > 8)
+        bank_lanes<2>(bank, state, in, n, sums);
+    else if (bank.bands > 0)
+        bank_lanes<1>(bank, state, in, n, sums);
+}
+
+// ---- splits
+
+namespace {
+
+// A channel takes as many lanes as it has bands, or four for three.
+int lanes_per_channel(const Split& split) { return split.bands == 3 ? 4 : split.bands; }
+int band_of(const Split& split, int l) { return std::min(l % lanes_per_channel(split), split.bands - 1); }
+
+// As many channels as fit eight lanes; their inputs lie in `lines`, their outputs begin at `start`.
+void split_packet(const Split& split, float* state, const float* lines, float* const* out, int start, int channels,
+                  int n)
+{
+    const int width = lanes_per_channel(split);
+    Lane lane[8];
+    for (int l = 0; l < 8; ++l) {
+        const int c = std::min(l / width, channels - 1);
+        const int b = band_of(split, l);
+        lane[l] = {lines + kSplitTile * c, out[split.bands * c + b] + start,
+                   state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
+    }
+    i4 signs = {};
+    for (int k = 0; k < split.depth; k += kSeriesDepth) {
+        const int depth = std::min(split.depth - k, kSeriesDepth);
+        Stage stage[kSeriesDepth];
+        for (int d = 0; d < depth; ++d) {
+            for (int j = 0; j < 5; ++j)
+                stage[d].coeff[j] = load<f4>(split.coeff[k + d][j]);
+            stage[d].word = 2 * (k + d);
+        }
+        if (k + depth == split.depth)
+            signs = load<i4>(split.signs);
+        series(stage, depth, lane, width * channels, signs, n);
+        for (Lane& each : lane) {
+            each.in = each.out;
+            each.sections -= depth;
         }
     }
 }
 
+}  // namespace
+
 void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
 {
+    split = {};
     split.bands = bands;
-    split.depth = 0;
-    int sections = 0;
     for (int b = 0; b < bands; ++b) {
-        split.sections[b] = band[b].sections;
-        split.negate[b] = band[b].negate;
+        split.band[b] = band[b];
+        split.first[b] = split.sections;
+        split.sections += band[b].sections;
         split.depth = std::max(split.depth, band[b].sections);
+    }
+    for (int l = 0; l < 4; ++l) {
+        const int b = band_of(split, l);
+        split.signs[l] = sign_bit(band[b].negate);
         for (int k = 0; k < band[b].sections; ++k)
             for (int j = 0; j < 5; ++j)
-                split.coeff[k][j][b] = coeff[5 * (sections + k) + j];
-        sections += band[b].sections;
+                split.coeff[k][j][l] = coeff[5 * (split.first[b] + k) + j];
     }
-    split.words_per_channel = 2 * sections;
 }
 
 void run_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,
                float* scratch)
 {
+    const int some = 8 / lanes_per_channel(split);
     for (int start = 0; start < n; start += kSplitTile) {
         const int m = std::min(kSplitTile, n - start);
         for (int c = 0; c < channels; ++c)
-            std::copy(in[c] + start, in[c] + start + m, scratch + kSplitTile * c);
-        for (int c = 0; c < channels; ++c) {
-            float* s = state + split.words_per_channel * c;
-            for (int b = 0; b < split.bands; ++b) {
-                for (int i = 0; i < m; ++i) {
-                    float y = scratch[kSplitTile * c + i];
-                    for (int k = 0; k < split.sections[b]; ++k) {
-                        float coeff[5];
-                        for (int j = 0; j < 5; ++j)
-                            coeff[j] = split.coeff[k][j][b];
-                        y = second_order(coeff, s + 2 * k, y);
-                    }
-                    out[split.bands * c + b][start + i] = split.negate[b] ? -y : y;
-                }
-                s += 2 * split.sections[b];
-            }
-        }
+            std::copy_n(in[c] + start, m, scratch + kSplitTile * c);
+        for (int c = 0; c < channels; c += some)
+            split_packet(split, state + 2 * split.sections * c, scratch + kSplitTile * c, out + split.bands * c, start,
+                         std::min(channels - c, some), m);
     }
 }
 

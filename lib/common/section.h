@@ -9,24 +9,64 @@
 // must not overlap, but for run_split. Nothing here allocates, except reserve().
 #pragma once
 
-#include <cmath>
 #include <cstddef>
+
+#include "lanes.h"
 
 namespace lbx {
 
+// V: one float, or lanes.
+template <class V>
+struct SecondOrder {
+    static constexpr int kCoeffs = 5, kWords = 2;
+    V coeff[kCoeffs];
+    V state[kWords];
+
+    LBX_INLINE V step(V x)
+    {
+        const auto& [b0, b1, a1, b2, a2] = coeff;
+        auto& [s1, s2] = state;
+        // Both feedback products before the sum: Arm's multiply-add overwrites its addend, and any other order costs a
+        // register copy inside the recursion.
+        const V y = mul_add(b0, x, s1);
+        const V next = mul_sub(a1, y, b1 * x);
+        const V last = mul_sub(a2, y, b2 * x);
+        s1 = next + s2;
+        s2 = last;
+        return y;
+    }
+};
+
+template <class V>
+struct FirstOrder {
+    static constexpr int kCoeffs = 3, kWords = 1;
+    V coeff[kCoeffs];
+    V state[kWords];
+
+    LBX_INLINE V step(V x)
+    {
+        const auto& [b0, b1, a1] = coeff;
+        auto& [s] = state;
+        const V y = mul_add(b0, x, s);
+        s = mul_sub(a1, y, b1 * x);
+        return y;
+    }
+};
+
+// One sample of one section, state in memory.
 inline float second_order(const float* coeff, float* state, float x)
 {
-    const float y = std::fma(coeff[0], x, state[0]);
-    state[0] = std::fma(-coeff[2], y, coeff[1] * x) + state[1];
-    state[1] = std::fma(-coeff[4], y, coeff[3] * x);
+    SecondOrder<float> section = {{coeff[0], coeff[1], coeff[2], coeff[3], coeff[4]}, {state[0], state[1]}};
+    const float y = section.step(x);
+    state[0] = section.state[0];
+    state[1] = section.state[1];
     return y;
 }
-
-// coeff: b0, b1, a1.
 inline float first_order(const float* coeff, float* state, float x)
 {
-    const float y = std::fma(coeff[0], x, state[0]);
-    state[0] = std::fma(-coeff[2], y, coeff[1] * x);
+    FirstOrder<float> section = {{coeff[0], coeff[1], coeff[2]}, {state[0]}};
+    const float y = section.step(x);
+    state[0] = section.state[0];
     return y;
 }
 
@@ -90,19 +130,21 @@ void run_bank(const Bank& bank, float* state, const float* in, int n, float* sum
 
 // Every channel split into bands, each a chain of sections. Channel c has the state of band 0's sections, then band
 // 1's, and so on; its bands go to out[bands * c + band].
+struct SplitBand {
+    int sections;  // 1 .. kMaxSections
+    bool negate;   // flips the sign of this output only
+};
 struct Split {
     static constexpr int kMaxBands = 3, kMaxSections = 8;
-    int bands, depth, words_per_channel;
-    int sections[kMaxBands];
-    bool negate[kMaxBands];                       // flips the sign of that band's output only
-    float coeff[kMaxSections][5][kMaxBands + 1];  // lane by lane
+    int bands;
+    int depth;     // sections of the longest band
+    int sections;  // of all bands
+    SplitBand band[kMaxBands];
+    int first[kMaxBands];             // each band's first section
+    float coeff[kMaxSections][5][4];  // lane by lane: the bands, repeated
+    int signs[4];
 };
-// coeff: 5 floats per section, in the order of the state. A band may have no section: it then copies its input.
-struct SplitBand {
-    int sections;
-    bool negate;
-};
-void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);
+void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // 5 floats per section
 
 // `scratch`: kSplitTile floats per channel, for a copy of the inputs. Outputs may share buffers with inputs in any way.
 constexpr int kSplitTile = 64;

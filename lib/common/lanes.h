@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Vectors of independent lanes over the compiler's vector extensions: f4 is one 128-bit register, f8 one of 256 bits
+// or two of 128. A lane computes what a float would, so a loop over lanes gives the bits of the scalar loop.
+// +, - and * work on both; masks are f4 wide and hold for each four of an f8.
+#pragma once
+
+#include <cmath>
+#include <cstring>
+
+#if defined(__FMA__)
+#include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
+#endif
+
+// Small functions on registers: a call would put the lanes into memory.
+#define LBX_INLINE [[gnu::always_inline]] inline
+
+namespace lbx {
+
+using f4 = float __attribute__((vector_size(16)));
+using i4 = int __attribute__((vector_size(16)));
+
+// a * b + c and c - a * b, rounded once: the one intrinsic of each target.
+LBX_INLINE float mul_add(float a, float b, float c) { return std::fma(a, b, c); }
+LBX_INLINE float mul_sub(float a, float b, float c) { return std::fma(-a, b, c); }
+#if defined(__FMA__)
+LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c) { return _mm_fmadd_ps(a, b, c); }
+LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return _mm_fnmadd_ps(a, b, c); }
+#elif defined(__aarch64__)
+LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c) { return vfmaq_f32(c, a, b); }
+LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return vfmsq_f32(c, a, b); }
+#else
+LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c)
+{
+    return f4{std::fma(a[0], b[0], c[0]), std::fma(a[1], b[1], c[1]), std::fma(a[2], b[2], c[2]),
+              std::fma(a[3], b[3], c[3])};
+}
+LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return mul_add(-a, b, c); }
+#endif
+
+// a where the mask is set (all bits), b elsewhere.
+LBX_INLINE f4 select(i4 mask, f4 a, f4 b) { return mask ? a : b; }
+// The sign inverted where `signs` has its top bit, and only that, set.
+LBX_INLINE f4 flip(f4 v, i4 signs) { return reinterpret_cast<f4>(reinterpret_cast<i4>(v) ^ signs); }
+// The lanes moved up by one; the last of `before` comes in below.
+LBX_INLINE f4 shift_in(f4 before, f4 v) { return __builtin_shufflevector(before, v, 3, 4, 5, 6); }
+
+// v[row][lane] becomes v[lane][row].
+LBX_INLINE void transpose(f4 (&v)[4])
+{
+    const f4 p = __builtin_shufflevector(v[0], v[1], 0, 4, 1, 5), q = __builtin_shufflevector(v[2], v[3], 0, 4, 1, 5);
+    const f4 r = __builtin_shufflevector(v[0], v[1], 2, 6, 3, 7), s = __builtin_shufflevector(v[2], v[3], 2, 6, 3, 7);
+    v[0] = __builtin_shufflevector(p, q, 0, 1, 4, 5);
+    v[1] = __builtin_shufflevector(p, q, 2, 3, 6, 7);
+    v[2] = __builtin_shufflevector(r, s, 0, 1, 4, 5);
+    v[3] = __builtin_shufflevector(r, s, 2, 3, 6, 7);
+}
+
+#if defined(__AVX2__) && defined(__FMA__)
+
+using f8 = float __attribute__((vector_size(32)));
+using i8 = int __attribute__((vector_size(32)));
+
+LBX_INLINE f8 join(f4 a, f4 b) { return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7); }
+LBX_INLINE i8 twice(i4 m) { return __builtin_shufflevector(m, m, 0, 1, 2, 3, 0, 1, 2, 3); }
+LBX_INLINE f4 lower(f8 v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
+LBX_INLINE f4 upper(f8 v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
+LBX_INLINE f8 mul_add(f8 a, f8 b, f8 c) { return _mm256_fmadd_ps(a, b, c); }
+LBX_INLINE f8 mul_sub(f8 a, f8 b, f8 c) { return _mm256_fnmadd_ps(a, b, c); }
+LBX_INLINE f8 select(i4 mask, f8 a, f8 b) { return twice(mask) ? a : b; }
+LBX_INLINE f8 flip(f8 v, i4 signs) { return reinterpret_cast<f8>(reinterpret_cast<i8>(v) ^ twice(signs)); }
+LBX_INLINE f8 shift_in(f8 before, f8 v) { return __builtin_shufflevector(before, v, 3, 8, 9, 10, 7, 12, 13, 14); }
+LBX_INLINE void transpose(f8 (&v)[4])
+{
+    const f8 p = _mm256_unpacklo_ps(v[0], v[1]), q = _mm256_unpacklo_ps(v[2], v[3]);
+    const f8 r = _mm256_unpackhi_ps(v[0], v[1]), s = _mm256_unpackhi_ps(v[2], v[3]);
+    v[0] = _mm256_shuffle_ps(p, q, 0x44);
+    v[1] = _mm256_shuffle_ps(p, q, 0xee);
+    v[2] = _mm256_shuffle_ps(r, s, 0x44);
+    v[3] = _mm256_shuffle_ps(r, s, 0xee);
+}
+
+#else
+
+struct f8 {
+    f4 a, b;
+};
+
+LBX_INLINE f8 join(f4 a, f4 b) { return {a, b}; }
+LBX_INLINE f4 lower(f8 v) { return v.a; }
+LBX_INLINE f4 upper(f8 v) { return v.b; }
+LBX_INLINE f8 operator+(f8 x, f8 y) { return {x.a + y.a, x.b + y.b}; }
+LBX_INLINE f8 operator-(f8 x, f8 y) { return {x.a - y.a, x.b - y.b}; }
+LBX_INLINE f8 operator*(f8 x, f8 y) { return {x.a * y.a, x.b * y.b}; }
+LBX_INLINE f8 mul_add(f8 x, f8 y, f8 z) { return {mul_add(x.a, y.a, z.a), mul_add(x.b, y.b, z.b)}; }
+LBX_INLINE f8 mul_sub(f8 x, f8 y, f8 z) { return {mul_sub(x.a, y.a, z.a), mul_sub(x.b, y.b, z.b)}; }
+LBX_INLINE f8 select(i4 mask, f8 x, f8 y) { return {select(mask, x.a, y.a), select(mask, x.b, y.b)}; }
+LBX_INLINE f8 flip(f8 v, i4 signs) { return {flip(v.a, signs), flip(v.b, signs)}; }
+LBX_INLINE f8 shift_in(f8 before, f8 v) { return {shift_in(before.a, v.a), shift_in(before.b, v.b)}; }
+LBX_INLINE void transpose(f8 (&v)[4])
+{
+    f4 low[4] = {v[0].a, v[1].a, v[2].a, v[3].a}, high[4] = {v[0].b, v[1].b, v[2].b, v[3].b};
+    transpose(low);
+    transpose(high);
+    for (int k = 0; k < 4; ++k)
+        v[k] = {low[k], high[k]};
+}
+
+#endif
+
+template <class V>
+constexpr int kLanes = sizeof(V) / sizeof(float);
+
+// The same four lanes, or one value, throughout.
+template <class V>
+LBX_INLINE V every(f4 v)
+{
+    if constexpr (kLanes<V> == 4)
+        return v;
+    else
+        return join(v, v);
+}
+template <class V>
+LBX_INLINE V every(float v)
+{
+    return every<V>(f4{v, v, v, v});  // written out: a loop over the lanes would go through memory
+}
+
+// Lane l is value(l).
+template <class V, class Value>
+LBX_INLINE V lanes_of(Value value)
+{
+    const f4 low = {value(0), value(1), value(2), value(3)};
+    if constexpr (kLanes<V> == 4)
+        return low;
+    else
+        return join(low, f4{value(4), value(5), value(6), value(7)});
+}
+
+// take(l, lane l) for every lane, in ascending order.
+template <class Take>
+LBX_INLINE void each_lane(f4 v, Take take)
+{
+    take(0, v[0]);
+    take(1, v[1]);
+    take(2, v[2]);
+    take(3, v[3]);
+}
+template <class Take>
+LBX_INLINE void each_lane(f8 v, Take take)
+{
+    each_lane(lower(v), take);
+    each_lane(upper(v), [&](int l, float value) { take(l + 4, value); });
+}
+
+// Unaligned memory, lane 0 first.
+template <class V>
+LBX_INLINE V load(const void* p)
+{
+    V v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+template <class V>
+LBX_INLINE void store(float* p, V v)
+{
+    std::memcpy(p, &v, sizeof v);
+}
+
+}  // namespace lbx
