@@ -1,15 +1,89 @@
 // SPDX-License-Identifier: Apache-2.0
+// Looking up types and completing pins.
 #include "catalog.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
+#include <charconv>
+#include <numeric>
+#include <utility>
 
 #include "catalog/categories.h"
 
 namespace vantoro {
+namespace {
+
+std::string lower(std::string_view text)
+{
+    std::string out(text);
+    std::ranges::transform(out, out.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return out;
+}
+
+// A name as types are compared: lower case, without EN_.
+std::string key(std::string_view name)
+{
+    std::string out = lower(name);
+    return out.starts_with("en_") ? out.substr(3) : out;
+}
+
+// Levenshtein, "Binary Codes Capable of Correcting Deletions, Insertions, and Reversals".
+std::size_t edit_distance(std::string_view a, std::string_view b)
+{
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t replace = diagonal + (a[i] != b[j]);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replace, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+struct Match {
+    std::size_t distance;
+    std::string_view name;
+};
+
+// The candidates that come near `word`, nearest first: up to a third of it is mistyped, or one contains the other.
+std::vector<Match> matches(std::string_view word, std::span<const std::string_view> candidates)
+{
+    const std::string wanted = key(word);
+    std::vector<Match> near;
+    for (std::string_view candidate : candidates) {
+        const std::string name = key(candidate);
+        const std::size_t distance = edit_distance(wanted, name);
+        const bool part = wanted.size() > 2 && name.find(wanted) != name.npos;
+        if (distance <= 1 + wanted.size() / 3 || part)
+            near.push_back({part ? std::min<std::size_t>(distance, 2) : distance, candidate});
+    }
+    std::ranges::stable_sort(near, {}, &Match::distance);
+    return near;
+}
+
+std::optional<int> as_code(std::string_view text)
+{
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const std::string_view digits = text.substr(hex ? 2 : 0);
+    int code = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, hex ? 16 : 10);
+    if (error != std::errc{} || end != digits.data() + digits.size())
+        return std::nullopt;
+    return code;
+}
+
+}  // namespace
 
 std::span<const Category> categories()
 {
-    static const std::array all{rows::kBasic};
+    using namespace rows;
+    static const std::array all{kLoudnessTypes,  kBasic,           kDynamics,  kFilters, kDetectors,
+                                kMixers,         kSwitching,       kNonlinear, kSources, kVolumeTypes,
+                                kInputTerminals, kOutputTerminals, kRooms};
     return all;
 }
 
@@ -20,6 +94,90 @@ const BlockType* find_type(int code)
             if (type.code == code)
                 return &type;
     return nullptr;
+}
+
+const BlockType* find_type(std::string_view name_or_code)
+{
+    if (const auto code = as_code(name_or_code))
+        return find_type(*code);
+    const std::string wanted = key(name_or_code);
+    for (const Category& category : categories())
+        for (const BlockType& type : category.types)
+            if (key(type.name) == wanted)
+                return &type;
+    return nullptr;
+}
+
+std::vector<std::string> nearest_types(std::string_view name)
+{
+    std::vector<std::string_view> names;
+    for (const Category& category : categories())
+        for (const BlockType& type : category.types)
+            names.push_back(type.name);
+    std::vector<std::string> out;
+    for (const Match& match : matches(name, names))
+        if (out.size() < 3)
+            out.emplace_back(match.name);
+    return out;
+}
+
+std::string nearest(std::string_view word, std::span<const std::string_view> candidates)
+{
+    const std::vector<Match> near = matches(word, candidates);
+    return near.empty() ? std::string{} : std::string{near.front().name};
+}
+
+Delivery delivery_of(const BlockType& type)
+{
+    if (type.layout.empty())
+        return Delivery::none;
+    return type.in_place ? Delivery::in_place : Delivery::vector;
+}
+
+std::optional<Pins> complete_pins(const BlockType& type, std::optional<int> inputs, std::optional<int> outputs)
+{
+    const PinRule& rule = type.pins;
+    const auto fitting = [&](Pins pins) { return rule.fits(pins) ? std::optional{pins} : std::nullopt; };
+    if (!inputs && !outputs)
+        return rule.usual;
+    if (inputs && outputs)
+        return fitting({*inputs, *outputs});
+    const auto with = [&](int open) { return inputs ? Pins{*inputs, open} : Pins{open, *outputs}; };
+    if (const auto pins = fitting(with(inputs ? rule.usual.outputs : rule.usual.inputs)))
+        return pins;
+    // No rule asks for more than four times the pins of the other side.
+    for (int open = 0; open <= 4 * (inputs ? *inputs : *outputs) + 4; ++open)
+        if (const auto pins = fitting(with(open)))
+            return pins;
+    return std::nullopt;
+}
+
+const PinNote* note_of(const BlockType& type, PinNote::Side side, int pin, Pins pins)
+{
+    const int count = side == PinNote::Side::input ? pins.inputs : pins.outputs;
+    const auto from_end = [&](int n) { return n < 0 ? count + n : n; };
+    for (const PinNote& note : type.notes) {
+        const int first = from_end(note.first);
+        if (note.side == side && pin >= first && pin <= from_end(note.last) && (pin - first) % note.every == 0)
+            return &note;
+    }
+    return nullptr;
+}
+
+int apply_vector(const BlockType& type, BlockAlgo& block, std::span<const float> vector)
+{
+    switch (delivery_of(type)) {
+    case Delivery::none:
+        return 0;
+    case Delivery::in_place:
+        std::ranges::copy(vector, block.pParam);
+        return 0;
+    case Delivery::vector:
+        break;
+    }
+    std::vector<float> own(vector.begin(), vector.end());
+    const int result = BlockAlgo_param_reset(&block, own.data());
+    return result < 0 ? result : std::min(BlockAlgo_param_update(&block), 0);
 }
 
 }  // namespace vantoro

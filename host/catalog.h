@@ -92,13 +92,12 @@ struct Table {
     } order;  // row after row, or every value of a column before the next column
     std::string_view name;
     std::span<const Param> columns;
-    int min, max;                       // rows; both 0 when `per` or `product` gives the count
-    Per per = Per::none;                // a row per ...
-    std::span<const float> usual = {};  // default rows, row after row; without them `usual_rows` default rows
-    int usual_rows = 0;                 // (counted by `usual` where that is given)
-    Per matrix = Per::none;             // one column only: written as a matrix whose rows have this length
-    std::string_view rows_of{};         // or whose number of rows this parameter gives ...
-    std::string_view columns_of{};      // ... and whose number of columns this one
+    int min, max;                // rows, where the schematic chooses their number
+    Per per = Per::none;         // else: a row per ...
+    std::string_view rows_of{};  // or as many rows and columns as these parameters say (one column only)
+    std::string_view columns_of{};
+    Per matrix = Per::none;             // one column only: shown as rows of this length
+    std::span<const float> usual = {};  // default rows, row after row, where the schematic chooses
     std::string_view help{};
 };
 
@@ -129,7 +128,7 @@ struct BlockType {
     PinRule pins;
     std::span<const Slot> layout = {};
     std::span<const PinNote> notes = {};
-    Delivery delivery = Delivery::vector;  // see delivery_of
+    bool in_place = false;  // see Delivery
 };
 
 struct Category {

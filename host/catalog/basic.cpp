@@ -46,12 +46,7 @@ constexpr Slot kGainSlew[] = {kGainValue, kGainType, slew_rate(12)};
 
 constexpr Param kCoefficient[] = {real("c", "", 0, "of x to the power of the index")};
 constexpr float kConstantOne[] = {1, 0, 0};
-constexpr Table kCoefficients{.order = Table::Order::rows,
-                              .name = "coefficients",
-                              .columns = kCoefficient,
-                              .min = 2,
-                              .max = 10000,
-                              .usual = kConstantOne};
+constexpr Table kCoefficients = list("coefficients", kCoefficient, 2, 10000, kConstantOne, "lowest power first");
 constexpr Slot kPoly[] = {count(kCoefficients), entries(kCoefficients)};
 
 constexpr BlockType kTypes[] = {

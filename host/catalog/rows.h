@@ -19,6 +19,8 @@ inline constexpr PinRule kPairs{"2n -> n", {2, 1}, [](Pins p) { return p.outputs
 inline constexpr PinRule kOneOne{"1 -> 1", {1, 1}, [](Pins p) { return p == Pins{1, 1}; }};
 inline constexpr PinRule kTwoOne{"2 -> 1", {2, 1}, [](Pins p) { return p == Pins{2, 1}; }};
 
+inline constexpr PinRule kSource{"0 -> n", {0, 1}, [](Pins p) { return p.inputs == 0 && p.outputs >= 1; }};
+
 constexpr PinNote control(int pin, std::string_view name, std::string_view meaning)
 {
     return {PinNote::Side::input, pin, pin, 1, name, meaning, true};
@@ -59,11 +61,34 @@ constexpr Param choice(std::string_view name, std::span<const Choice> choices, f
     return {Param::Kind::choice, name, {}, usual, -kAny, kAny, help, choices};
 }
 
+// A table whose length the schematic chooses; its count entry stands in the vector before it.
+constexpr Table list(std::string_view name, std::span<const Param> columns, int min, int max,
+                     std::span<const float> usual, std::string_view help, Table::Order order = Table::Order::rows)
+{
+    return {.order = order, .name = name, .columns = columns, .min = min, .max = max, .usual = usual, .help = help};
+}
+// A table whose length follows from the pins.
+constexpr Table per(Per what, std::string_view name, std::span<const Param> columns, std::string_view help,
+                    Per matrix = Per::none)
+{
+    return {.order = Table::Order::rows,
+            .name = name,
+            .columns = columns,
+            .min = 0,
+            .max = 0,
+            .per = what,
+            .matrix = matrix,
+            .help = help};
+}
+inline constexpr int kMany = 65536;  // rows of a table that the library does not limit
+
 constexpr Slot value(Param param) { return {Slot::Kind::value, param}; }
 constexpr Slot count(const Table& table) { return {Slot::Kind::count, {}, &table}; }
 constexpr Slot entries(const Table& table) { return {Slot::Kind::table, {}, &table}; }
 constexpr Slot first_of(const Table& table, int column) { return {Slot::Kind::first_of, {}, &table, column}; }
 
+inline constexpr Slot kEnable = value(flag("enable", 1, "0 copies the input"));
+inline constexpr Slot kPolarity = value(flag("polarity", 0, "1 inverts the output"));
 constexpr Slot slew_rate(float usual, Bounds bounds = {1, 23})
 {
     return value(real("slewRate", "", usual, bounds,
