@@ -13,6 +13,8 @@
 #include "common/circular_buffer.h"
 #include "common/common.h"
 #include "common/double_biquad.h"
+#include "level_detectors/level_detectors.h"
+#include "level_detectors/lookup_table.h"
 #include "math/filter_design.h"
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"

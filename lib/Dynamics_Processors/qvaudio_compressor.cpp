@@ -131,14 +131,6 @@ void hold_and_decay(Compressor_Core* core, float& level, float value, int n)
         level = follow(level, value, core->decay_coeff);
 }
 
-float sum_of_squares(const float* in, int n)
-{
-    float sum = 0.0F;
-    for (int i = 0; i < n; ++i)
-        sum = std::fma(in[i], in[i], sum);
-    return sum;
-}
-
 float peak(const float* in, int n)
 {
     float top = 0.0F;

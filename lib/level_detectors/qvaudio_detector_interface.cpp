@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
 #include "../common/dispatch.h"
+#include "level_detectors.h"
+#include "lookup_table.h"
 
 namespace {
-constexpr std::array<lbx::BlockOps, 0> kDETECTOR = {};
-}
+constexpr lbx::BlockOps kDETECTOR[] = {
+    {EN_DETECTORS_SINGLE_BAND, EN_DETECTORS_SINGLE_BAND, LBX_OPS(SingleLevelDetector)},
+    {EN_DETECTORS_SEVEN_BAND, EN_DETECTORS_SEVEN_BAND, LBX_OPS(SevenLevelDetector)},
+    {EN_DETECTORS_MULTI_BAND, EN_DETECTORS_MULTI_BAND, LBX_OPS(MultiLevelDetector)},
+    {EN_DETECTORS_LOOKUP_INDEX, EN_DETECTORS_LOOKUP_INDEX, LBX_OPS(LookUpTable_Index)},
+    {EN_DETECTORS_LOOKUP_RMS, EN_DETECTORS_LOOKUP_RMS, LBX_OPS(LookUpTable_RMS)},
+    {EN_DETECTORS_LOOKUP_2D, EN_DETECTORS_LOOKUP_2D, LBX_OPS(LookUpTable_2D)},
+};
+static_assert(lbx::ascending(kDETECTOR));
+}  // namespace
 
 LBX_CATEGORY(DETECTOR, kDETECTOR, "wrong input type in DETECTOR\n", 1)

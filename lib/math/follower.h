@@ -42,6 +42,14 @@ constexpr int hold_sub(int count, int samples) { return to_int(static_cast<doubl
 // One step of a follower: `weight` is that of the new value.
 inline float follow(float old, float value, float weight) { return std::fma(1.0F - weight, old, weight * value); }
 
+inline float sum_of_squares(const float* in, int n)
+{
+    float sum = 0.0F;
+    for (int i = 0; i < n; ++i)
+        sum = std::fma(in[i], in[i], sum);
+    return sum;
+}
+
 // dB of a level at and above -90 dB of power, with the floor that keeps the logarithm's argument normal. kPowerDb and
 // kAmplitudeDb are 10 and 20 log10(2).
 inline constexpr double kPowerDb = 3.0103;
