@@ -103,6 +103,9 @@ void with_word(int bits, int order, const Run& run)
         run(Word<3, kBig>{});
 }
 
+// From one channel to the next in a channel-major buffer; a negative count steps nowhere.
+std::ptrdiff_t stride(int samples) { return samples > 0 ? samples : 0; }
+
 int bytes_of(int bits) { return bits == 16 ? 2 : bits == 24 ? 3 : 1; }
 
 // A byte count as its rule gives it; beyond an int it wraps, as the C int of the interface does.
@@ -220,7 +223,7 @@ int lbx_bytes2floats_datastream(const LBX_BYTE* in, float* out, int chan, int in
 {
     with_word(bSamples, kLittle, [=](auto word) {
         for (std::ptrdiff_t c = 0; c < chan; ++c)
-            read_floats<decltype(word)>(in + c * word.bytes, out + c * in_size, in_size, chan);
+            read_floats<decltype(word)>(in + c * word.bytes, out + c * stride(in_size), in_size, chan);
     });
     return in_size;
 }
@@ -243,7 +246,7 @@ int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in
 {
     const int width = frame_width(bSamples);
     for (std::ptrdiff_t c = 0; c < chan; ++c) {
-        const float* channel = in + c * in_size;
+        const float* channel = in + c * stride(in_size);
         if (bSamples == 16)
             write_truncated<Word<2>>(channel, out + c * width, in_size, chan);
         else if (bSamples == 24)

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// The life of one block under arbitrary bytes: type, pins, rate, block size, parameter vectors of any bits, samples of
+// any bits, calls in any order. Buffers are exactly as large as the block may use, so the sanitizer sees every step
+// outside.
+#include <vector>
+
+#include "input.h"
+#include "support/every_block.h"
+#include "support/exit_trap.h"
+#include "vantoro.h"
+
+namespace {
+
+void drop(const char*, void*) {}
+
+// Any bits, but that the entries which say how long the vector is stay small, and the vector is long enough for them:
+// a host that lies about its own vector's length is out of the library's hands.
+std::vector<float> any_vector(Input& input, const rig::BlockCase& row)
+{
+    constexpr int kMostRows = 24;
+    std::vector<float> vector(row.vector.size() + std::size_t{kMostRows} * kMostRows * 8);
+    const std::size_t filled = row.vector.size() + static_cast<std::size_t>(input.range(0, 40));
+    for (std::size_t i = 0; i < filled && i < vector.size(); ++i)
+        vector[i] = i < row.vector.size() && input.take<std::uint8_t>() % 2 == 0 ? row.vector[i] : input.take<float>();
+    for (const int entry : row.counts)
+        vector[static_cast<std::size_t>(entry)] = static_cast<float>(input.range(-2, kMostRows));
+    return vector;
+}
+
+// One run of memory for all pins of a side: the state machine addresses its pins so, the others do not care.
+class Pins {
+public:
+    Pins(int pins, int samples) : run_(static_cast<std::size_t>(pins * samples))
+    {
+        for (int pin = 0; pin < pins; ++pin)
+            pointers_.push_back(run_.data() + pin * samples);
+    }
+    float** data() { return pointers_.data(); }
+    void fill(Input& input)
+    {
+        for (float& v : run_)
+            v = input.take<float>();
+    }
+
+private:
+    std::vector<float> run_;
+    std::vector<float*> pointers_;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Vantoro_set_log_handler(drop, nullptr);
+    Input input(data, size);
+    const auto rows = rig::every_block();
+    const rig::BlockCase& row = rows[static_cast<std::size_t>(input.range(0, static_cast<int>(rows.size()) - 1))];
+    const bool usual_pins = input.take<std::uint8_t>() % 4 != 0;
+    const int inputs = usual_pins ? row.inputs : input.range(0, 6);
+    const int outputs = usual_pins ? row.outputs : input.range(0, 6);
+    BlockPro pro = {input.range(1, 60000), input.range(0, 32), input.range(0, 300), 0, 0};
+
+    BlockAlgo* blk = nullptr;
+    rig::until_exit([&] { blk = BlockAlgo_init(&pro, inputs, outputs, row.type); });
+    if (!blk)
+        return 0;
+    Pins in(inputs, pro.nBlockSize), out(outputs, pro.nBlockSize);
+    bool ended = false;
+    for (int call = 0; call < 32 && !input.empty() && !ended; ++call) {
+        const int what = input.range(0, 5);
+        std::vector<float> vector = what == 0 ? any_vector(input, row) : std::vector<float>();
+        if (what >= 3)
+            in.fill(input);
+        ended = rig::until_exit([&] {
+            switch (what) {
+            case 0:
+                BlockAlgo_param_reset(blk, vector.data());
+                break;
+            case 1:
+                BlockAlgo_param_update(blk);
+                break;
+            case 2:
+                BlockAlgo_param_invoke(blk);
+                break;
+            default:
+                BlockAlgo_process(blk, in.data(), out.data());
+                break;
+            }
+        });
+    }
+    BlockAlgo_destroy(blk);
+    return 0;
+}
