@@ -2,6 +2,7 @@
 #include "section_design.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numbers>
 
 #include "filter_design.h"
@@ -15,11 +16,16 @@ float angle_of(float fc_hz, double rate_hz)
 
 Corner corner(float w) { return {w, std::sin(w), std::cos(w)}; }
 
-void write_section(const Sos& h, float gain, float* coeff)
+void write_first_order(const Sos& h, float gain, float* coeff)
 {
     coeff[0] = h.b0 / h.a0 * gain;
     coeff[1] = h.b1 / h.a0 * gain;
     coeff[2] = h.a1 / h.a0;
+}
+
+void write_section(const Sos& h, float gain, float* coeff)
+{
+    write_first_order(h, gain, coeff);
     coeff[3] = h.b2 / h.a0 * gain;
     coeff[4] = h.a2 / h.a0;
 }
@@ -137,6 +143,22 @@ Sos chebyshev(float ripple_db, float wn, int kind)
     return {gain, gain * ba[0], gain * ba[1], 1.0F, ba[2], ba[3]};
 }
 
+float first_order_pole(float w) { return std::pow(2.72F, -w); }
+
+Sos first_order_low_pass(float pole)
+{
+    const float b0 = (1.0F - pole) * 0.5F;
+    return {b0, b0, 0.0F, 1.0F, -pole, 0.0F};
+}
+
+Sos first_order_high_pass(float pole)
+{
+    const float b0 = (1.0F + pole) * 0.5F;
+    return {b0, -b0, 0.0F, 1.0F, -pole, 0.0F};
+}
+
+Sos first_order_all_pass(float pole) { return {-pole, 1.0F, 0.0F, 1.0F, -pole, 0.0F}; }
+
 Sos first_order_low_shelf(float w, float V)
 {
     const float s = std::sqrt(V);
@@ -149,7 +171,5 @@ Sos first_order_high_shelf(float w, float V)
     const float u = std::sqrt(V) * std::tan(w * 0.5F);
     return {V + u, u - V, 0.0F, u + 1.0F, u - 1.0F, 0.0F};
 }
-
-float first_order_pole(float w) { return std::pow(2.72F, -w); }
 
 }  // namespace lbx

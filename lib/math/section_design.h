@@ -8,7 +8,7 @@
 // Corners from 0 to half the sampling rate, both included, give finite coefficients.
 #pragma once
 
-#include <cmath>
+#include "../common/params.h"
 
 namespace lbx {
 
@@ -26,8 +26,9 @@ struct Sos {
     float b0, b1, b2, a0, a1, a2;
 };
 
-// Divides by a0 and stores b0, b1, a1, b2, a2. The gain scales the numerator only.
+// Divides by a0 and stores b0, b1, a1, b2, a2, or the first three. The gain scales the numerator only.
 void write_section(const Sos& h, float gain, float* coeff);
+void write_first_order(const Sos& h, float gain, float* coeff);
 void write_pass_through(float* coeff);
 
 // What the fourth parameter of a response may be. Blocks clamp it and hand the clamped value back to their vector.
@@ -39,6 +40,7 @@ constexpr Range kSlopeRange = {0.01F, 2.0F};
 constexpr Range kOctaveRange = {0.01F, 11.0F};
 constexpr Range kRippleRange = {0.1F, 10.0F};   // dB
 constexpr Range kLevelRange = {-50.0F, 50.0F};  // dB, of gains and boosts
+inline float clamp_to(float& entry, Range range) { return clamp_back(entry, range.lo, range.hi); }
 
 // The half width `alpha` of RBJ, by what the user states.
 float alpha_q(const Corner& c, float q);                   // sin / (2 Q)
@@ -73,13 +75,15 @@ Sos bilinear_high_pass(float half_angle, float inverse_q);
 // FilterDesignKind.
 Sos chebyshev(float ripple_db, float wn, int kind);
 
-// First-order sections in second-order form (b2 = a2 = 0). V is the boost as a linear gain; both shelves put half of
-// it, in dB, at the corner.
+// First-order sections (b2 = a2 = 0). The pole of a low-, high- or all-pass is 2.72^-w: the base is 2.72, not e, on
+// purpose, for presets are tuned to it.
+float first_order_pole(float w);
+Sos first_order_low_pass(float pole);
+Sos first_order_high_pass(float pole);
+Sos first_order_all_pass(float pole);
+
+// V is the boost as a linear gain; half of it, in dB, is reached at the corner.
 Sos first_order_low_shelf(float w, float V);
 Sos first_order_high_shelf(float w, float V);
-
-// The pole of the first-order low-, high- and all-pass: 2.72^-w. The base is 2.72, not e, on purpose: presets are tuned
-// to it.
-float first_order_pole(float w);
 
 }  // namespace lbx

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "look_up.h"
+
+#include <algorithm>
+
+#include "../common/slew.h"
+#include "../math/lbx_math.h"
+#include "section_block.h"
+
+namespace {
+
+using namespace lbx;
+
+constexpr float kTonePeakDefaults[] = {LookUp_LS, 4, 10, -10, -5, 0.707F, 300, 12};
+constexpr ParamLabel kTonePeakLabels[] = {{"Type"},   {"Curves"}, {"BoostdB_Max"}, {"BoostdB_Min"},
+                                          {"GaindB"}, {"Q"},      {"Fc"},          {"SlewRate"}};
+
+constexpr float kCommonDefaults[] = {LookUp_General_LP, 4, -5, 0.707F, 300, 100, 12};
+constexpr ParamLabel kCommonLabels[] = {{"Type"}, {"Curves"}, {"GaindB"}, {"Q"}, {"Fc_Max"}, {"Fc_Min"}, {"SlewRate"}};
+
+constexpr float kButterBesselDefaults[] = {LookUp_Butter_LP, 4, -5, 300, 100, 12};
+constexpr ParamLabel kButterBesselLabels[] = {{"Type"}, {"Curves"}, {"GaindB"}, {"Fc_Max"}, {"Fc_Min"}, {"SlewRate"}};
+
+constexpr int kCurves = 1;  // in every layout
+
+struct Layout {
+    int size;
+    const float* defaults;
+    const ParamLabel* labels;
+};
+constexpr Layout kLayouts[] = {
+    {kTonePeakModuleSize, kTonePeakDefaults, kTonePeakLabels},
+    {kGeneralChebyshevModuleSize, kCommonDefaults, kCommonLabels},
+    {kButterBesselModuleSize, kButterBesselDefaults, kButterBesselLabels},
+};
+
+const Layout* layout_of(int type)
+{
+    return type >= EN_FILTER_LOOKUP_TONE_PEAK && type <= EN_FILTER_LOOKUP_BUTTER_BESSEL
+               ? &kLayouts[type - EN_FILTER_LOOKUP_TONE_PEAK]
+               : nullptr;
+}
+
+int limited(int index, int curves) { return std::max(std::min(index, curves - 1), 0); }
+
+// Room for `curves`, with the curves there are kept.
+bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
+{
+    if (!resize(blk->pState, std::ptrdiff_t{5} * core->num_curves, std::ptrdiff_t{5} * curves))
+        return false;
+    core->coeffArray = blk->pState;
+    core->num_curves = curves;
+    core->idx_pre = limited(core->idx_pre, curves);
+    core->idx_now = limited(core->idx_now, curves);
+    return true;
+}
+
+// What follows from the stored vector.
+void derive(BlockAlgo* blk, const Layout& layout)
+{
+    auto* core = core_of<LookUp_Core>(blk);
+    const BlockPro* pro = blk->block_pro;
+    core->slew_rate = SlewAlphaGet(blk->pParam[layout.size - 1], static_cast<float>(pro->nSamplingRate),
+                                   static_cast<float>(pro->nBlockSize));
+    calculateLookUpCoeffs(core, blk->pParam, pro->nSamplingRate, blk->method_type);
+}
+
+Curve heard(const LookUp_Core* core, std::ptrdiff_t word)
+{
+    return {core->coeffArray + std::ptrdiff_t{5} * core->idx_pre, core->stateBuffer_pre + word};
+}
+
+Curve selected(const LookUp_Core* core, std::ptrdiff_t word)
+{
+    return {core->coeffArray + std::ptrdiff_t{5} * core->idx_now, core->stateBuffer_now + word};
+}
+
+// The old curve fades toward 0.
+Glide fade(const LookUp_Core* core) { return glide(core->gain_now, 0.0F, core->slew_rate, core->pre_div); }
+
+void run_heard(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)
+{
+    const Curve curve = heard(core, std::ptrdiff_t{2} * first);
+    run_sections(curve.coeff, curve.state, in, out, channels, n, false);
+}
+
+void run_slew(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)
+{
+    const std::ptrdiff_t word = std::ptrdiff_t{2} * first;
+    run_fade(heard(core, word), selected(core, word), core->gain_now, fade(core).step, in, out, channels, n);
+}
+
+void end_fade(LookUp_Core* core, int channels)
+{
+    const std::ptrdiff_t words = std::ptrdiff_t{2} * channels;
+    core->idx_pre = core->idx_now;
+    core->change_flag = 0;
+    std::copy_n(core->stateBuffer_now, words, core->stateBuffer_pre);
+    std::fill_n(core->stateBuffer_now, words, 0.0F);
+}
+
+}  // namespace
+
+BlockAlgo* LookUp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (Input_pin < 2 || Output_pin != Input_pin - 1) {
+        LBX_LOG("wrong input pin number in LookUp Filter\n");
+        return nullptr;
+    }
+    const Layout* layout = layout_of(type);
+    if (!layout) {
+        LBX_LOG("wrong input type in LookUp\n");
+        return nullptr;
+    }
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, LookUp_destroy);
+    auto* core = new_core<LookUp_Core>(blk);
+    const std::ptrdiff_t words = std::ptrdiff_t{2} * Output_pin;
+    if (!core || !zeros(blk->pParam, layout->size) || !zeros(blk->pStateB, words) || !zeros(blk->pStateC, words) ||
+        !resize_curves(blk.get(), core, to_int(layout->defaults[kCurves])))
+        return nullptr;
+    std::copy_n(layout->defaults, layout->size, blk->pParam);
+    core->stateBuffer_pre = blk->pStateB;
+    core->stateBuffer_now = blk->pStateC;
+    core->pre_div = 1.0F / (static_cast<float>(block_pro->nBlockSize) + 1.0F);
+    derive(blk.get(), *layout);
+    return blk.release();
+}
+
+int LookUp_param_set(BlockAlgo* blk, void* param)
+{
+    const Layout* layout = layout_of(blk->method_type);
+    if (!layout) {
+        LBX_LOG("wrong input type in LookUp\n");
+        return RT_OK;
+    }
+    auto* core = core_of<LookUp_Core>(blk);
+    const float* vector = param ? static_cast<const float*>(param) : blk->pParam;
+    const int curves = std::max(to_int(vector[kCurves]), 0);
+    if (curves != core->num_curves && !resize_curves(blk, core, curves))
+        return RT_ERR_MALLOC;
+    copy_params(blk->pParam, static_cast<const float*>(param), layout->size);
+    derive(blk, *layout);
+    return RT_OK;
+}
+
+int LookUp_param_update(BlockAlgo* blk) { return LookUp_param_set(blk, nullptr); }
+
+int LookUp_param_invoke(BlockAlgo* blk)
+{
+    if (const Layout* layout = blk ? layout_of(blk->method_type) : nullptr)
+        print_params(__func__, "LookUp", {layout->labels, static_cast<std::size_t>(layout->size)}, blk->pParam);
+    return RT_OK;
+}
+
+void LookUp_Render_noslew(LookUp_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
+{
+    run_heard(core, i_channel, &buffer_in, &buffer_out, 1, tickSize);
+}
+
+void LookUp_Render_slew(LookUp_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
+{
+    run_slew(core, i_channel, &buffer_in, &buffer_out, 1, tickSize);
+}
+
+int LookUp_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    auto* core = core_of<LookUp_Core>(blk);
+    const float* const* audio = data_in + 1;
+    const int n = blk->block_pro->nBlockSize;
+    if (core->num_curves == 0) {
+        copy_pins(audio, data_out, blk->nOutputs, n);
+        return RT_OK;
+    }
+    core->idx_now = limited(to_int(data_in[0][0]), core->num_curves);
+    // A control that returns to the old curve in mid-fade finds it as it was left, and so does its next change the
+    // fade.
+    if (core->idx_now == core->idx_pre) {
+        run_heard(core, 0, audio, data_out, blk->nOutputs, n);
+        return RT_OK;
+    }
+    if (core->change_flag == 0) {
+        core->change_flag = 1;
+        core->gain_now = 1.0F;
+    }
+    const Glide g = fade(core);
+    run_slew(core, 0, audio, data_out, blk->nOutputs, n);
+    core->gain_now = g.to;
+    if (still(g.step))
+        end_fade(core, blk->nOutputs);
+    return RT_OK;
+}
+
+int LookUp_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+// From a lookup filter's vector to its curves.
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "../math/filter_design.h"
+#include "../math/level.h"
+#include "../math/section_design.h"
+#include "look_up.h"
+
+namespace {
+
+using namespace lbx;
+
+constexpr int kType = 0, kCurves = 1;  // in every layout
+
+// One curve: its vector, and its own boost in dB or corner in Hz.
+struct Request {
+    const float* entry;
+    int rate;
+    float at;
+
+    Corner fixed_corner() const { return corner(angle_of(entry[kTonePeakFc], rate)); }
+    float A() const { return std::pow(10.0F, at / 40.0F); }
+    Sos shelf(Sos (*form)(const Corner&, float, float)) const
+    {
+        const Corner c = fixed_corner();
+        return form(c, A(), alpha_slope(c, A(), entry[kTonePeakQ]));
+    }
+    Sos peak() const
+    {
+        const Corner c = fixed_corner();
+        return peaking_eq(c, A(), alpha_q(c, entry[kTonePeakQ]));
+    }
+    Sos pass(Sos (*form)(const Corner&, float)) const
+    {
+        const Corner c = corner(angle_of(at, rate));
+        return form(c, alpha_q(c, entry[kGeneralChebyshevQ]));
+    }
+    Sos ripple(int kind) const
+    {
+        return chebyshev(entry[kGeneralChebyshevQ], 2.0F * at / static_cast<float>(rate), kind);
+    }
+    float half_angle() const { return angle_of(at, rate) * 0.5F; }
+};
+
+using R = const Request&;
+using Response = Sos (*)(R);
+constexpr Response kTonePeak[] = {
+    [](R r) { return r.shelf(low_shelf); },
+    [](R r) { return r.shelf(high_shelf); },
+    [](R r) { return r.peak(); },
+};
+constexpr Response kCommon[] = {
+    [](R r) { return r.pass(low_pass); },
+    [](R r) { return r.pass(high_pass); },
+    [](R r) { return r.ripple(kDesignLowPass); },
+    [](R r) { return r.ripple(kDesignHighPass); },
+};
+constexpr Response kButterBessel[] = {
+    [](R r) { return bilinear_low_pass(r.half_angle(), kButterworth); },
+    [](R r) { return bilinear_high_pass(r.half_angle(), kButterworth); },
+    [](R r) { return bilinear_low_pass(r.half_angle(), kBessel); },
+    [](R r) { return bilinear_high_pass(r.half_angle(), kBessel); },
+};
+
+struct Family {
+    int type;
+    std::span<const Response> responses;
+    int gain, max, min;  // entries
+    bool reaches_max;    // the last curve is the maximum itself; corners stop one step short of it, on purpose
+    const char* name;
+};
+constexpr Family kFamilies[] = {
+    {EN_FILTER_LOOKUP_TONE_PEAK, kTonePeak, kTonePeakGainDB, kTonePeakBoostDBMax, kTonePeakBoostDBMin, true,
+     "tone_peak"},
+    {EN_FILTER_LOOKUP_COMMON, kCommon, kGeneralChebyshevGainDB, kGeneralChebyshevFcMax, kGeneralChebyshevFcMin, false,
+     "commonm"},
+    {EN_FILTER_LOOKUP_BUTTER_BESSEL, kButterBessel, kButterBesselGainDB, kButterBesselFcMax, kButterBesselFcMin, false,
+     "butter_bessel"},
+};
+
+float curve_value(const Family& family, const float* entry, int k, int curves)
+{
+    const float min = entry[family.min];
+    const int steps = family.reaches_max ? curves - 1 : curves;
+    return k == 0 ? min : min + static_cast<float>(k) * (entry[family.max] - min) / static_cast<float>(steps);
+}
+
+}  // namespace
+
+void calculateLookUpCoeffs(LookUp_Core* st, float* pParameter, int sampleRate, int type)
+{
+    const auto* family = std::ranges::find(kFamilies, type, &Family::type);
+    if (family == std::end(kFamilies))
+        return;
+    const int curves = to_int(pParameter[kCurves]);
+    const int type_number = to_int(pParameter[kType]);
+    if (curves > 0 && (type_number < 0 || type_number >= std::ssize(family->responses))) {
+        LBX_LOG("ErrorXXX: You should choose a %s type!\n\n", family->name);
+        return;
+    }
+    const float gain = linear_gain(pParameter[family->gain]);
+    for (int k = 0; k < curves; ++k) {
+        const Request request = {pParameter, sampleRate, curve_value(*family, pParameter, k, curves)};
+        const Sos h = family->responses[static_cast<std::size_t>(type_number)](request);
+        write_section(h, gain, st->coeffArray + std::ptrdiff_t{5} * k);
+    }
+}

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// From a second-order block's vector to its section.
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <span>
+
+#include "../math/filter_design.h"
+#include "../math/level.h"
+#include "../math/section_design.h"
+#include "second_order.h"
+
+namespace {
+
+using namespace lbx;
+
+// Where the types 769 to 773 agree.
+constexpr int kType = 2, kGainDb = 3, kFc = 4, kFourth = 5, kBoostDb = 6;
+
+constexpr int kParamShelfResponses[] = {Gen_Param, Gen_LS, Gen_HS};
+constexpr int kCommonResponses[] = {Gen_LP,      Gen_HP,    Gen_BP,       Gen_BS,      Gen_APF,
+                                    Gen_Peaking, Gen_Notvh, Gen_Cheby_LP, Gen_Cheby_HP};
+constexpr int kBesselButterResponses[] = {Gen_Bessel_LP, Gen_Bessel_HP, Gen_Butter_LP, Gen_Butter_HP};
+
+// A block type whose responses are numbered in its own way.
+struct Family {
+    int type;
+    std::span<const int> responses;
+    bool has_boost;
+    const char* name;
+    int line;  // of its report
+};
+constexpr Family kFamilies[] = {
+    {EN_FILTER_2ND_PARAM_SHELF, kParamShelfResponses, true, "param_shelf", 414},
+    {EN_FILTER_2ND_COMMON, kCommonResponses, false, "common", 579},
+    {EN_FILTER_2ND_BESSEL_BUTTER, kBesselButterResponses, false, "bessel_butter", 638},
+};
+
+// As one of GENERAL_TYPE, or -1.
+int response_of(const Family& family, int number)
+{
+    const bool known = number >= 0 && number < std::ssize(family.responses);
+    return known ? family.responses[static_cast<std::size_t>(number)] : -1;
+}
+
+// A vector on its way to a section. Entry 5 is read only by the responses that have one, and left clamped; the boost
+// only by the peaking equaliser and the shelves.
+struct Request {
+    float* entry;
+    int rate;
+    float half_angle;
+    Corner c;
+
+    float fourth(Range range) const { return clamp_to(entry[kFourth], range); }
+    float A() const { return std::pow(10.0F, entry[kBoostDb] / 40.0F); }
+    float q() const { return alpha_q(c, fourth(kQRange)); }
+    float slope() const { return alpha_slope(c, A(), fourth(kSlopeRange)); }
+    float octaves() const { return alpha_octaves(c, fourth(kOctaveRange)); }
+    double half_width() const { return static_cast<double>(entry[kFc] / fourth(kQRange)) * std::numbers::pi / rate; }
+    Sos ripple(int kind) const
+    {
+        return chebyshev(fourth(kRippleRange), 2.0F * entry[kFc] / static_cast<float>(rate), kind);
+    }
+};
+
+using R = const Request&;
+constexpr Sos (*kResponses[])(R) = {
+    [](R r) { return peaking_eq(r.c, r.A(), r.q()); },                   // Gen_Param
+    [](R r) { return low_shelf(r.c, r.A(), r.slope()); },                // Gen_LS
+    [](R r) { return high_shelf(r.c, r.A(), r.slope()); },               // Gen_HS
+    [](R r) { return low_pass(r.c, r.q()); },                            // Gen_LP
+    [](R r) { return high_pass(r.c, r.q()); },                           // Gen_HP
+    [](R r) { return band_pass(r.c, r.octaves()); },                     // Gen_BP
+    [](R r) { return notch(r.c, r.octaves()); },                         // Gen_BS
+    [](R r) { return all_pass_bandwidth(r.c, r.half_width()); },         // Gen_APF
+    [](R r) { return resonant_band_pass(r.c, r.fourth(kQRange)); },      // Gen_Peaking
+    [](R r) { return notch(r.c, r.q()); },                               // Gen_Notvh
+    [](R r) { return r.ripple(kDesignLowPass); },                        // Gen_Cheby_LP
+    [](R r) { return r.ripple(kDesignHighPass); },                       // Gen_Cheby_HP
+    [](R r) { return bilinear_low_pass(r.half_angle, kBessel); },        // Gen_Bessel_LP
+    [](R r) { return bilinear_high_pass(r.half_angle, kBessel); },       // Gen_Bessel_HP
+    [](R r) { return bilinear_low_pass(r.half_angle, kButterworth); },   // Gen_Butter_LP
+    [](R r) { return bilinear_high_pass(r.half_angle, kButterworth); },  // Gen_Butter_HP
+};
+
+// False, with a pass-through, when `response` is none of GENERAL_TYPE. Gain and boost are clamped either way.
+bool write_response(int response, bool has_boost, float* entry, int rate, float* coeff)
+{
+    write_pass_through(coeff);
+    const float gain_db = clamp_to(entry[kGainDb], kLevelRange);
+    if (has_boost)
+        clamp_to(entry[kBoostDb], kLevelRange);
+    if (response < 0 || response >= std::ssize(kResponses))
+        return false;
+    const float w = angle_of(entry[kFc], rate);
+    const Sos h = kResponses[response]({entry, rate, w * 0.5F, corner(w)});
+    write_section(h, linear_gain(gain_db), coeff);
+    return true;
+}
+
+// A treble and a bass shelf of first order; p, q, r and u share each boost out between zero and pole. The bass zero
+// lies in the right half plane: kept, although it turns the phase above the corner.
+Sos tone(const float* entry, int rate)
+{
+    const float treble = linear_gain(entry[kToneBoostDBTreble]);
+    const float bass = linear_gain(entry[kToneBoostDBBass]);
+    const float tt = std::tan(angle_of(entry[kToneFcTreble], 2.0 * rate));
+    const float tb = std::tan(angle_of(entry[kToneFcBass], 2.0 * rate));
+    const float p = 2.0F / (treble + 1.0F);
+    const float q = 2.0F / (1.0F / treble + 1.0F);
+    const float r = 2.0F / (bass + 1.0F);
+    const float u = 2.0F / (1.0F / bass + 1.0F);
+    return {
+        (tt + q) * (tb * u - 1.0F), (tt + q) * (tb * u + 1.0F) + (tt - q) * (tb * u - 1.0F), (tt - q) * (tb * u + 1.0F),
+        (tt + p) * (tb * r + 1.0F), (tt + p) * (tb * r - 1.0F) + (tt - p) * (tb * r + 1.0F), (tt - p) * (tb * r - 1.0F),
+    };
+}
+
+constexpr Sos (*kFirstOrders[])(float pole) = {
+    [](float) -> Sos { return {1.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F}; },  // 0: none
+    first_order_low_pass,
+    first_order_high_pass,
+    first_order_all_pass,
+};
+
+// False for an unknown type.
+bool first_order_section(float type, float fc, int rate, Sos& h)
+{
+    const int number = to_int(type);
+    if (number < 0 || number >= std::ssize(kFirstOrders))
+        return false;
+    h = kFirstOrders[number](first_order_pole(angle_of(fc, rate)));
+    return true;
+}
+
+void write_first_orders(const float* entry, int rate, const char* func, float* coeff)
+{
+    Sos one = {};
+    Sos two = {};
+    if (!first_order_section(entry[kFirstOrdersFilter1Type], entry[kFirstOrdersFilter1Fc], rate, one)) {
+        LBX_LOG_AS(func, 735, "ErrorXXX: Wrong first order filter type!\n\n");
+        std::exit(-1);
+    }
+    // The first low-pass has no zero at half the sampling rate, the second has one: kept, as is the exit above against
+    // the return below.
+    if (to_int(entry[kFirstOrdersFilter1Type]) == 1)
+        one = {1.0F + one.a1, 0.0F, 0.0F, 1.0F, one.a1, 0.0F};
+    if (!first_order_section(entry[kFirstOrdersFilter2Type], entry[kFirstOrdersFilter2Fc], rate, two)) {
+        LBX_LOG_AS(func, 761, "ErrorXXX: Wrong first order filter type!\n\n");
+        return;
+    }
+    const float gain = linear_gain(entry[kFirstOrdersFilter1BoostDB]) * linear_gain(entry[kFirstOrdersFilter2BoostDB]);
+    const float b1 = one.b0 * two.b1 + one.b1 * two.b0;
+    write_section({one.b0 * two.b0, b1, one.b1 * two.b1, 1.0F, one.a1 + two.a1, one.a1 * two.a1}, gain, coeff);
+}
+
+void write_first_order_shelf(float* entry, int rate, float* coeff)
+{
+    const float gain = linear_gain(clamp_to(entry[kGainDb], kLevelRange));
+    const float V = linear_gain(clamp_to(entry[kBoostDb], kLevelRange));
+    const float w = angle_of(entry[kFc], rate);
+    const int type = to_int(entry[kType]);
+    if (type == 0)
+        write_section(first_order_low_shelf(w, V), gain, coeff);
+    else if (type == 1)
+        write_section(first_order_high_shelf(w, V), gain, coeff);
+}
+
+}  // namespace
+
+void calculateFilter2ndGeneralCoeffs(SecondOrder_Core* st, float* pParameter, int sampleRate)
+{
+    if (!write_response(to_int(pParameter[kType]), true, pParameter, sampleRate, st->coeffArray))
+        LBX_LOG_AS(__func__, 294, "ErrorXXX: You should choose a bessel_butter type!\n\n");
+}
+
+void calculateFilter2ndCoeffs(SecondOrder_Core* st, float* pParameter, int sampleRate, int type)
+{
+    float* coeff = st->coeffArray;
+    const auto* family = std::ranges::find(kFamilies, type, &Family::type);
+    if (family != std::end(kFamilies)) {
+        const int response = response_of(*family, to_int(pParameter[kType]));
+        if (!write_response(response, family->has_boost, pParameter, sampleRate, coeff))
+            LBX_LOG_AS(__func__, family->line, "ErrorXXX: You should choose a %s type!\n\n", family->name);
+        return;
+    }
+    write_pass_through(coeff);
+    switch (type) {
+    case EN_FILTER_2ND_TONE:
+        write_section(tone(pParameter, sampleRate), 1.0F, coeff);
+        break;
+    case EN_FILTER_2ND_IIR:
+        write_section(
+            {pParameter[kIIRB0], pParameter[kIIRB1], pParameter[kIIRB2], 1.0F, pParameter[kIIRA1], pParameter[kIIRA2]},
+            1.0F, coeff);
+        break;
+    case EN_FILTER_2ND_FIRSTORDERS:
+        write_first_orders(pParameter, sampleRate, __func__, coeff);
+        break;
+    case EN_FILTER_1ST:
+        write_first_order_shelf(pParameter, sampleRate, coeff);
+        break;
+    default:
+        coeff[0] = 0.0F;  // silence
+    }
+}

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the blocks of one section per channel have in common. Their records and the first two entries of their vectors
+// agree: enable, polarity.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "../common/section.h"
+
+namespace lbx {
+
+using RunSection = void (*)(const float* coeff, float* state, const float* const* in, float* const* out, int channels,
+                            int n, bool negate);
+
+inline void copy_pins(const float* const* in, float* const* out, int channels, int n)
+{
+    for (int ch = 0; ch < channels && n > 0; ++ch)
+        if (in[ch] != out[ch])
+            std::memmove(out[ch], in[ch], static_cast<std::size_t>(n) * sizeof(float));
+}
+
+// Filters `channels` pins, whose state begins at `state`; switched off, the section copies and keeps its state.
+template <class Core>
+void run_section_block(const Core* core, RunSection run, float* state, const float* const* in, float* const* out,
+                       int channels, int n)
+{
+    if (core->enable == 0)
+        copy_pins(in, out, channels, n);
+    else
+        run(core->coeffArray, state, in, out, channels, n, core->polarity != 0);
+}
+
+// The record of a new block: enabled, not inverted, silent. Null when memory is short.
+template <class Core>
+[[nodiscard]] Core* new_section_core(NewBlock& blk, std::span<const float> defaults, int coeffs,
+                                     std::ptrdiff_t state_words)
+{
+    auto* core = new_core<Core>(blk);
+    if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, coeffs) ||
+        !zeros(blk->pStateB, state_words))
+        return nullptr;
+    std::ranges::copy(defaults, blk->pParam);
+    core->enable = 1;
+    core->coeffArray = blk->pState;
+    core->stateBuffer = blk->pStateB;
+    return core;
+}
+
+// Takes the flags from the vector and starts again from silence.
+template <class Core>
+void restart_section(const BlockAlgo* blk, Core* core, std::ptrdiff_t state_words)
+{
+    core->enable = to_int(blk->pParam[0]);
+    core->polarity = to_int(blk->pParam[1]);
+    std::fill_n(core->stateBuffer, std::max(state_words, std::ptrdiff_t{0}), 0.0F);
+}
+
+// A new block designs for the rate as single precision holds it.
+inline int rounded_rate(const BlockPro* pro) { return to_int(static_cast<float>(pro->nSamplingRate)); }
+
+}  // namespace lbx
