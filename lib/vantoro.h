@@ -22,6 +22,14 @@
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"
 #include "schematic_design/schematic_design.h"
+#include "source/DC_InputEntry.h"
+#include "source/Oscillator.h"
+#include "source/Sweep.h"
+#include "source/VCO.h"
+#include "source/White_Noise.h"
+#include "source/clime_frequency.h"
+#include "source/source_types.h"
+#include "source/switch.h"
 #include "vantoro_preprocess.h"
 
 #endif

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DC_InputEntry.h"
+
+#include <bit>
+#include <cstdint>
+
+#include "source.h"
+
+namespace {
+
+void apply(DCInput_Core_S& core, float* param, const BlockPro&)
+{
+    core.fixedpoint_format = 1;
+    core.integer_bit = 8;
+    core.decimal_bit = 24;
+    core.input_decimal = param[kDCInputDecimal];
+    core.input_hex = std::bit_cast<std::int32_t>(core.input_decimal);
+}
+
+constexpr lbx::Source<DCInput_Core_S, kDCModuleSize> kSource = {{1.0F}, apply};
+
+}  // namespace
+
+BlockAlgo* DCInputSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, DCInputSource_Destroy);
+}
+
+spx_int32_t DCInputSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+
+spx_int32_t DCInputSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+
+spx_int32_t DCInputSource_Invoke(BlockAlgo* blk)
+{
+    if (blk) {
+        LBX_LOG("DCinput param is %f\n", static_cast<double>(blk->pParam[kDCInputDecimal]));
+    }
+    return RT_OK;
+}
+
+spx_int32_t DCInputSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
+{
+    const auto* core = lbx::core_of<DCInput_Core_S>(blk);
+    return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [v = core->input_decimal] { return v; });
+}
+
+spx_int32_t DCInputSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }

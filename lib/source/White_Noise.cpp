@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "White_Noise.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "../math/fast_inline.h"
+#include "source.h"
+
+namespace {
+
+void apply(WhiteNoise_Core_S& core, float* param, const BlockPro&)
+{
+    core.Switch = lbx::to_int(param[kWhiteNoiseSwitch]);
+    core.MeanNeed = param[kWhiteNoiseMeanNeed];
+    core.SigmaNeed = param[kWhiteNoiseSigmaNeed];
+}
+
+constexpr lbx::Source<WhiteNoise_Core_S, kWhiteNoiseModuleSize> kSource = {{1.0F, 0.0F, 0.01F}, apply};
+
+// Twelve uniform numbers from one seed, summed, less their mean: variance 1. The multiplier is small and the seed is
+// drawn for every sample: the spectrum is what it is, on purpose. Whole numbers keep the sum exact.
+float unit_gauss(std::int64_t seed)
+{
+    constexpr std::int64_t kModulus = 1 << 20;
+    std::int64_t sum = 0;
+    for (int i = 0; i < 12; ++i) {
+        seed = (seed * 2045 + 1) % kModulus;
+        sum += seed;
+    }
+    return static_cast<float>(sum) / static_cast<float>(kModulus) - 6.0F;
+}
+
+}  // namespace
+
+BlockAlgo* WhiteNoiseSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, WhiteNoiseSource_Destroy);
+}
+
+spx_int32_t WhiteNoiseSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+
+spx_int32_t WhiteNoiseSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+
+spx_int32_t WhiteNoiseSource_Invoke(BlockAlgo* blk)
+{
+    if (blk) {
+        LBX_LOG("WhiteNoise param is %f, %f\n\n", static_cast<double>(blk->pParam[kWhiteNoiseMeanNeed]),
+                static_cast<double>(blk->pParam[kWhiteNoiseSigmaNeed]));
+    }
+    return RT_OK;
+}
+
+spx_int32_t WhiteNoiseSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
+{
+    const auto* core = lbx::core_of<WhiteNoise_Core_S>(blk);
+    if (core->Switch == SOURCE_SWITCH_OFF)
+        return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
+    const float deviation = lbx::fast_sqrt(core->SigmaNeed);
+    return lbx::fill_pins(blk, core->Out_NumChannel, data_out,
+                          [mean = core->MeanNeed, deviation] { return mean + deviation * unit_gauss(std::rand()); });
+}
+
+spx_int32_t WhiteNoiseSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }

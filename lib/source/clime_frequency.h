@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+// A tone that follows breakpoints: EN_SOURCE_CLIME, 0 in, n out. Frequency and level (in dB) run in straight lines from
+// point to point; from the maximum time on the last point's tone continues.
+//
+// The vector carries its arrays itself: three entries hold the index, within the same vector, of each array's first
+// element. A reset copies the arrays; an update restarts over the copy. A negative index is logged, and the block keeps
+// the whole table it had. Lengths are clamped to 0 .. 15 and logged; without points there is silence.
+#ifndef VANTORO_SOURCE_CLIME_FREQUENCY_H
+#define VANTORO_SOURCE_CLIME_FREQUENCY_H
+
+#include "source_types.h"
+
+LBX_BEGIN_C
+
+enum ClimeParam {
+    kClimeArrayLength,     // [5] number of points
+    kClimeMaxTime,         // ms [1004]
+    kClimeTimeArray,       // index of the times, ms [0, 200, 400, 800, 1004]
+    kClimeFrequencyArray,  // index of the frequencies, Hz [100, 2000, 8000, 5000, 500]
+    kClimeGainArray,       // index of the gains, dB [0, 0, 0, 0, 0]
+    kClimeSwitch,          // [1]
+    kClimeModuleSize
+};
+
+enum {
+    kClimeCapacity = 15  // points
+};
+
+typedef struct Clime_Core_S {
+    int Switch;
+    float time_array[kClimeCapacity];
+    float frequency_array[kClimeCapacity];
+    float gain_array[kClimeCapacity];
+    float array_length;
+    float maximum_time;
+    int maximum_sample;
+    int sample_index;  // samples since the start; never wraps
+    int time_index;    // the point before sample_index
+    float phi;         // rad
+    float delta_time;  // s per sample
+    int Out_NumChannel;
+} Clime_Core_S;
+
+BlockAlgo* ClimeFrequencySource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type);
+spx_int32_t ClimeFrequencySource_ResetParam(BlockAlgo* blk, void* param);
+spx_int32_t ClimeFrequencySource_Update(BlockAlgo* blk);
+spx_int32_t ClimeFrequencySource_Invoke(BlockAlgo* blk);
+spx_int32_t ClimeFrequencySource_ProcessAudioSample(BlockAlgo* blk, float** data_in, float** data_out);
+spx_int32_t ClimeFrequencySource_Destroy(BlockAlgo* blk);
+
+LBX_END_C
+
+#endif

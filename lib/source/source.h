@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+// The life of a source, over a description of what is its own.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <numbers>
+
+#include "../common/log.h"
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "source_types.h"
+
+namespace lbx {
+
+inline constexpr double kTwoPi = 2.0 * std::numbers::pi;
+
+template <class Core, std::size_t N>
+struct Source {
+    float defaults[N];
+    // Fills the record from the vector and sets the waveform to its start.
+    void (*apply)(Core& core, float* param, const BlockPro& pro);
+};
+
+template <class Core, std::size_t N>
+BlockAlgo* source_init(const Source<Core, N>& source, int inputs, int outputs, BlockPro* pro, int type,
+                       int (*destroy)(BlockAlgo*))
+{
+    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    auto* core = new_core<Core>(blk);
+    if (!core || !zeros(blk->pParam, N))
+        return nullptr;
+    std::ranges::copy(source.defaults, blk->pParam);
+    core->Out_NumChannel = outputs;
+    source.apply(*core, blk->pParam, *pro);
+    return blk.release();
+}
+
+template <class Core, std::size_t N>
+int source_reset(const Source<Core, N>& source, BlockAlgo* blk, const void* vector)
+{
+    if (!blk)
+        return RT_ERR_NULL_PTR;
+    copy_params(blk->pParam, static_cast<const float*>(vector), N);
+    source.apply(*core_of<Core>(blk), blk->pParam, *blk->block_pro);
+    return RT_OK;
+}
+
+// Writes next(), called once per sample, to every pin. The signal goes on where there is no pin.
+template <class Next>
+int fill_pins(const BlockAlgo* blk, int pins, float* const* out, Next next)
+{
+    const int n = blk->block_pro->nBlockSize;
+    float* first = pins > 0 ? out[0] : nullptr;
+    for (int i = 0; i < n; ++i) {
+        const float v = next();
+        if (first)
+            first[i] = v;
+    }
+    for (int pin = 1; pin < pins && n > 0; ++pin)
+        std::copy_n(first, n, out[pin]);
+    return RT_OK;
+}
+
+// One step of a phase held in single precision. At most one turn is taken off, in double precision; that happens once a
+// period, so that the samples between wait for one addition only.
+template <class Step>
+float step_phase(float phi, Step step)
+{
+    const auto moved = static_cast<float>(static_cast<Step>(phi) + step);
+    if (static_cast<double>(moved) > kTwoPi) [[unlikely]]
+        return static_cast<float>(static_cast<double>(moved) - kTwoPi);
+    return moved;
+}
+
+// Counts samples. It stops at the end of its range instead of wrapping, which takes half a day at 48 kHz.
+inline void advance(int& samples)
+{
+    if (samples < std::numeric_limits<int>::max())
+        ++samples;
+}
+
+}  // namespace lbx
