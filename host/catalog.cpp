@@ -44,25 +44,34 @@ std::size_t edit_distance(std::string_view a, std::string_view b)
     return row.back();
 }
 
-struct Match {
-    std::size_t distance;
-    std::string_view name;
-};
+// How far `wanted` is from a name: from the whole, or, one step more, from words of it ("gain" in basic_gain) or from a
+// name that it begins.
+std::size_t distance(std::string_view wanted, std::string_view name)
+{
+    std::size_t best = edit_distance(wanted, name);
+    const auto at_word = [&](std::size_t i) {
+        return i == 0 || i == name.size() || name[i - 1] == '_' || name[i] == '_';
+    };
+    for (std::size_t from = 0; from < name.size(); ++from)
+        for (std::size_t to = from + 1; to <= name.size() && at_word(from); ++to)
+            if (at_word(to))
+                best = std::min(best, edit_distance(wanted, name.substr(from, to - from)) + 1);
+    return name.starts_with(wanted) || wanted.starts_with(name) ? std::min<std::size_t>(best, 1) : best;
+}
 
-// The candidates that come near `word`, nearest first: up to a third of it is mistyped, or one contains the other.
-std::vector<Match> matches(std::string_view word, std::span<const std::string_view> candidates)
+// The candidates that come near `word`, nearest first. Near is: no more than a third mistyped.
+std::vector<std::string_view> matches(std::string_view word, std::span<const std::string_view> candidates)
 {
     const std::string wanted = key(word);
-    std::vector<Match> near;
-    for (std::string_view candidate : candidates) {
-        const std::string name = key(candidate);
-        const std::size_t distance = edit_distance(wanted, name);
-        const bool part = wanted.size() > 2 && name.find(wanted) != name.npos;
-        if (distance <= 1 + wanted.size() / 3 || part)
-            near.push_back({part ? std::min<std::size_t>(distance, 2) : distance, candidate});
-    }
-    std::ranges::stable_sort(near, {}, &Match::distance);
-    return near;
+    std::vector<std::pair<std::size_t, std::string_view>> near;
+    for (std::string_view candidate : candidates)
+        if (const std::size_t d = distance(wanted, key(candidate)); !wanted.empty() && d <= 1 + wanted.size() / 3)
+            near.emplace_back(d, candidate);
+    std::ranges::stable_sort(near, {}, &decltype(near)::value_type::first);
+    std::vector<std::string_view> out;
+    for (const auto& [d, candidate] : near)
+        out.push_back(candidate);
+    return out;
 }
 
 std::optional<int> as_code(std::string_view text)
@@ -114,17 +123,14 @@ std::vector<std::string> nearest_types(std::string_view name)
     for (const Category& category : categories())
         for (const BlockType& type : category.types)
             names.push_back(type.name);
-    std::vector<std::string> out;
-    for (const Match& match : matches(name, names))
-        if (out.size() < 3)
-            out.emplace_back(match.name);
-    return out;
+    const std::vector<std::string_view> near = matches(name, names);
+    return {near.begin(), near.begin() + std::min<std::ptrdiff_t>(std::ssize(near), 3)};
 }
 
 std::string nearest(std::string_view word, std::span<const std::string_view> candidates)
 {
-    const std::vector<Match> near = matches(word, candidates);
-    return near.empty() ? std::string{} : std::string{near.front().name};
+    const std::vector<std::string_view> near = matches(word, candidates);
+    return near.empty() ? std::string{} : std::string{near.front()};
 }
 
 Delivery delivery_of(const BlockType& type)

@@ -156,7 +156,7 @@ const PinNote* note_of(const BlockType& type, PinNote::Side side, int pin, Pins 
 // ---- values ----
 
 // A fault of a parameter: where (a JSON pointer below the parameters: "/bands/3/q"), what stands there, and what would
-// be right ("0.01 to 16", "one of Gen_Param, ...", "unknown; did you mean boostDb?").
+// be right ("a number from 0.01 to 16", "one of Gen_Param, ...", "unknown; did you mean boostDb?").
 struct Problem {
     std::string where, value, wanted;
 };
@@ -180,8 +180,8 @@ int apply_vector(const BlockType& type, BlockAlgo& block, std::span<const float>
 
 // ---- output ----
 
-std::string range_text(const Param& param);  // "0.01 to 16", "one of ...", "any"
-nlohmann::json to_json(const BlockType& type);
+std::string range_text(const Param& param);  // "a number from 0.01 to 16", "one of ...", "any number"
+nlohmann::ordered_json to_json(const BlockType& type);
 std::string sheet(const BlockType& type);  // everything about one type
 std::string overview();                    // one line a type, by category
 

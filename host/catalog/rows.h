@@ -91,8 +91,8 @@ inline constexpr Slot kEnable = value(flag("enable", 1, "0 copies the input"));
 inline constexpr Slot kPolarity = value(flag("polarity", 0, "1 inverts the output"));
 constexpr Slot slew_rate(float usual, Bounds bounds = {1, 23})
 {
-    return value(real("slewRate", "", usual, bounds,
-                      "glide of the gain: its time constant is 0.0416 ms doubled rate - 1 times; 12 is 85 ms"));
+    return value(
+        real("slewRate", "", usual, bounds, "glide: a time constant of 0.0416 ms x 2^(rate - 1); 12 is 85 ms"));
 }
 
 }  // namespace vantoro::rows

@@ -1,24 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 // The catalog as text and as JSON.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "catalog.h"
+#include "catalog/decimal.h"
 
 namespace vantoro {
 namespace {
 
-using nlohmann::json;
-
-std::string decimal(float v)
-{
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, v).ptr};
-}
+using json = nlohmann::ordered_json;  // in the order of the sheet
 
 std::string_view per_text(Per per)
 {
@@ -63,20 +58,44 @@ std::string padded(std::string_view text, std::size_t width)
     return out;
 }
 
-// A line of a sheet: name, default with unit, range, meaning.
+std::string trimmed(std::string text)
+{
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
+// "0.01 to 16", "from 0", "any".
+std::string limits_text(const Param& param)
+{
+    const bool low = std::isfinite(param.min), high = std::isfinite(param.max);
+    if (low && high)
+        return decimal(param.min) + " to " + decimal(param.max);
+    return low ? "from " + decimal(param.min) : high ? "up to " + decimal(param.max) : "any";
+}
+
+// "0 LR12, 1 Butter12, ..." in lines of a sheet.
+std::string choice_lines(const Param& param, std::string_view indent)
+{
+    std::string out, line;
+    for (const Choice& choice : param.choices) {
+        const bool last = choice.name == param.choices.back().name;
+        const std::string item = std::to_string(choice.value) + " " + std::string(choice.name) + (last ? "" : ", ");
+        if (line.size() + item.size() > 80)
+            out += std::string(indent) + trimmed(std::exchange(line, {})) + "\n";
+        line += item;
+    }
+    return line.empty() ? out : out + std::string(indent) + line + "\n";
+}
+
+// A line of a sheet: name, default with unit, limits, meaning; choices below.
 std::string line_of(const Param& param, std::string_view indent)
 {
     const std::string usual = default_text(param) + (param.unit.empty() ? "" : " " + std::string(param.unit));
-    std::string out = std::string(indent) + padded(param.name, 18) + padded(usual, 20);
-    if (param.choices.empty())
-        out += padded(range_text(param), 24);
-    out += param.help;
-    while (out.ends_with(' '))
-        out.pop_back();
-    for (const Choice& choice : param.choices)
-        out += "\n" + std::string(indent) + std::string(18, ' ') + padded(std::to_string(choice.value), 4) +
-               std::string(choice.name);
-    return out + "\n";
+    const bool flag = param.kind == Param::Kind::flag, choice = param.kind == Param::Kind::choice;
+    const std::string limits = flag ? "0 or 1" : choice ? "see below" : limits_text(param);
+    return std::string(indent) +
+           trimmed(padded(param.name, 16) + padded(usual, 18) + padded(limits, 16) + std::string(param.help)) + "\n" +
+           choice_lines(param, std::string(indent) + std::string(16, ' '));
 }
 
 std::string pin_text(const PinNote& note)
@@ -89,9 +108,17 @@ std::string pin_text(const PinNote& note)
     return out + std::to_string(note.first) + " ... " + (note.last == -1 ? "last" : "last but one");
 }
 
+std::string lines_of(const PinNote& note)
+{
+    return "  " +
+           trimmed(padded(pin_text(note), 16) + padded(note.name, 18) + (note.control ? "control: " : "") +
+                   std::string(note.meaning)) +
+           "\n";
+}
+
 std::string lines_of(const Table& table)
 {
-    std::string out = "\n  " + std::string(table.name) + "[]: " + length_text(table);
+    std::string out = "  " + std::string(table.name) + "[]: " + length_text(table);
     if (!table.help.empty())
         out += "; " + std::string(table.help);
     out += "\n";
@@ -122,15 +149,15 @@ const char* kind_name(Param::Kind kind)
 
 json to_json(const Param& param)
 {
-    json out{{"name", param.name}, {"kind", kind_name(param.kind)}, {"default", param.usual}};
+    json out{{"name", param.name}, {"kind", kind_name(param.kind)}, {"default", short_decimal(param.usual)}};
     if (!param.unit.empty())
         out["unit"] = param.unit;
     if (!param.help.empty())
         out["help"] = param.help;
     if (std::isfinite(param.min))
-        out["min"] = param.min;
+        out["min"] = short_decimal(param.min);
     if (std::isfinite(param.max))
-        out["max"] = param.max;
+        out["max"] = short_decimal(param.max);
     if (param.below != Per::none)
         out["below"] = "one per " + std::string(per_text(param.below));
     for (const Choice& choice : param.choices)
@@ -167,24 +194,17 @@ json to_json(const PinNote& note)
 
 std::string range_text(const Param& param)
 {
-    const bool low = std::isfinite(param.min), high = std::isfinite(param.max);
-    const std::string_view noun = param.kind == Param::Kind::integer ? "whole number" : "number";
-    std::string out;
-    switch (param.kind) {
-    case Param::Kind::flag:
+    if (param.kind == Param::Kind::flag)
         return "0 or 1";
-    case Param::Kind::choice:
-        for (const Choice& choice : param.choices)
-            out += (out.empty() ? "one of " : ", ") + std::string(choice.name);
-        return out;
-    default:
-        out = low || high ? std::string(noun) : "any " + std::string(noun);
-    }
-    if (low && high)
-        return out + " " + decimal(param.min) + " to " + decimal(param.max);
-    if (low)
-        return out + " from " + decimal(param.min);
-    return high ? out + " up to " + decimal(param.max) : out;
+    std::string names;
+    for (const Choice& choice : param.choices)
+        names += (names.empty() ? "one of " : ", ") + std::string(choice.name);
+    if (!names.empty())
+        return names;
+    const std::string noun = param.kind == Param::Kind::integer ? "whole number" : "number";
+    const std::string limits = limits_text(param);
+    const bool both = std::isfinite(param.min) && std::isfinite(param.max);
+    return limits == "any" ? "any " + noun : "a " + noun + (both ? " from " : " ") + limits;
 }
 
 json to_json(const BlockType& type)
@@ -214,19 +234,20 @@ std::string sheet(const BlockType& type)
     char code[32];
     std::snprintf(code, sizeof code, " (%d, 0x%04X), ", type.code, static_cast<unsigned>(type.code));
     const Pins usual = type.pins.usual;
+    const std::string open = std::to_string(usual.inputs) + " -> " + std::to_string(usual.outputs);
     std::string out = std::string(type.name) + code + std::string(category_of(type).title) + "\n" +
-                      std::string(type.summary) + "\n\npins  " + std::string(type.pins.text) + "  (" +
-                      std::to_string(usual.inputs) + " -> " + std::to_string(usual.outputs) + " where left open)\n";
+                      std::string(type.summary) + "\n\npins  " + std::string(type.pins.text) +
+                      (open == type.pins.text ? "" : "  (" + open + " where left open)") + "\n";
     for (const PinNote& note : type.notes)
-        out += "  " + padded(pin_text(note), 18) + padded(note.name, 14) + (note.control ? "control: " : "") +
-               std::string(note.meaning) + "\n";
-    out += type.layout.empty() ? "\nno parameters\n" : "\nparameters\n";
-    for (const Slot& slot : type.layout)
+        out += lines_of(note);
+    out +=
+        type.layout.empty() ? "\nno parameters\n" : "\n" + padded("parameters", 18) + padded("default", 18) + "range\n";
+    for (const Slot& slot : type.layout) {
         if (slot.kind == Slot::Kind::value)
             out += line_of(slot.param, "  ");
-    for (const Slot& slot : type.layout)
         if (slot.kind == Slot::Kind::table)
             out += lines_of(*slot.table);
+    }
     return out;
 }
 

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "catalog.h"
+#include "catalog/decimal.h"
 
 namespace vantoro {
 namespace {
@@ -272,16 +273,6 @@ private:
 };
 
 // ---- the way back ----
-
-// The decimal that a person would have written for this float.
-double short_decimal(float v)
-{
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, v).ptr;
-    double out = v;
-    std::from_chars(text, end, out);
-    return out;
-}
 
 json shown(const Param& param, float v)
 {

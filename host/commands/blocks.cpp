@@ -16,9 +16,9 @@ struct Options {
     bool json = false;
 };
 
-nlohmann::json every_type()
+nlohmann::ordered_json every_type()
 {
-    auto out = nlohmann::json::array();
+    auto out = nlohmann::ordered_json::array();
     for (const Category& category : categories())
         for (const BlockType& type : category.types)
             out.push_back(to_json(type));
