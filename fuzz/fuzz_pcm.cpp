@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr int kWidths[] = {16, 24, 8, 32, 0, -16};
     const int bits = kWidths[input.range(0, 5)], order = input.range(-1, 3), frames = input.range(-2, 70);
     const int channels = input.range(1, 5), room = frames > 0 ? frames * channels : 0;
-    const auto samples = static_cast<std::size_t>(room);
+    const auto samples = static_cast<std::size_t>(room > 0 ? room : 1);  // never a null buffer
 
     std::vector<LBX_BYTE> bytes(samples * static_cast<std::size_t>(bytes_of(bits)));
     for (LBX_BYTE& b : bytes)
