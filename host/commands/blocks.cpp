@@ -25,16 +25,15 @@ nlohmann::ordered_json every_type()
     return out;
 }
 
-int unknown(const std::string& name)
+[[noreturn]] void unknown(const std::string& name)
 {
-    std::cerr << "no block type '" << name << "'";
+    std::string text = "no block type '" + name + "'";
     const char* before = "; did you mean ";
     for (const std::string& near : nearest_types(name)) {
-        std::cerr << before << near;
+        text += before + near;
         before = ", ";
     }
-    std::cerr << "\n'vantoro blocks' lists them all\n";
-    return kUsageError;
+    throw UsageError(text + "\n'vantoro blocks' lists them all");
 }
 
 int run(const Options& options)
@@ -45,7 +44,7 @@ int run(const Options& options)
     }
     const BlockType* type = find_type(options.type);
     if (!type)
-        return unknown(options.type);
+        unknown(options.type);
     std::cout << (options.json ? to_json(*type).dump(2) + "\n" : sheet(*type));
     return 0;
 }

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sound files, a block of planar samples at a time. Memory does not grow with a file's length.
+// Everything throws AudioError.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <sndfile.h>
+
+namespace vantoro {
+
+class AudioError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct CloseSound {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using Sound = std::unique_ptr<SNDFILE, CloseSound>;
+
+// Reads whatever libsndfile reads.
+class AudioReader {
+public:
+    explicit AudioReader(const std::string& path);
+
+    int rate() const { return info_.samplerate; }
+    int channels() const { return info_.channels; }
+    std::optional<std::int64_t> frames() const;  // unknown for some streams
+
+    // Up to `frames` samples a channel; the rest of each buffer is zeroed. Returns how many came, 0 at the end.
+    int read(float* const* channels, int frames);
+
+private:
+    void fill();
+
+    SF_INFO info_{};
+    Sound file_;
+    std::string path_;
+    std::vector<float> chunk_;  // interleaved
+    sf_count_t position_ = 0, size_ = 0;
+};
+
+// How samples are stored. PCM: the nearest code, full scale 1.0, what lies beyond is clipped. `natural`: 24-bit PCM, or
+// what a lossy format has.
+enum class Encoding {
+    natural,
+    pcm16,
+    pcm24,
+    pcm32,
+    real  // 32-bit float, exact
+};
+
+// Writes a file whose format follows from its extension. Until commit() it has another name, and the file that stood
+// there before stays as it was.
+class AudioWriter {
+public:
+    // Whether the path's extension and the encoding name a format that can be written. Throws if not.
+    static void check(const std::string& path, Encoding encoding, int channels, int rate);
+
+    // `frames`: the length to come, where it is known; very long WAV files become RF64.
+    AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
+    ~AudioWriter();
+    AudioWriter(const AudioWriter&) = delete;
+    AudioWriter& operator=(const AudioWriter&) = delete;
+
+    void write(const float* const* channels, int frames);
+    void commit();  // flushes, closes and renames
+
+private:
+    void flush();
+    [[noreturn]] void fail(const std::string& why) const;
+
+    std::string path_, part_;  // part_: the name until commit
+    int channels_;
+    int bits_;  // of PCM; 0: float
+    Sound file_;
+    std::vector<float> chunk_;         // interleaved
+    std::vector<std::int32_t> codes_;  // the same as PCM
+    std::size_t filled_ = 0;           // frames in the chunk
+};
+
+}  // namespace vantoro

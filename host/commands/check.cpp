@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro check SCHEMATIC: finds every problem, or prints the graph in the order of processing.
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "commands/commands.h"
+#include "engine.h"
+
+namespace vantoro {
+namespace {
+
+struct Options {
+    std::string schematic;
+    std::optional<int> channels;
+    int rate = 48000;
+    bool quiet = false;
+};
+
+constexpr std::size_t kWidth = 100;  // of a printed line
+
+// `items` behind `label`, in lines of bearable width.
+void print_items(const char* label, const std::vector<std::string>& items)
+{
+    constexpr std::size_t kIndent = 12;
+    if (items.empty())
+        return;
+    std::printf("      %-6s", label);
+    std::size_t column = kIndent;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const std::string text = items[i] + (i + 1 < items.size() ? ", " : "");
+        if (column > kIndent && column + text.size() > kWidth) {
+            std::printf("\n%*s", static_cast<int>(kIndent), "");
+            column = kIndent;
+        }
+        std::fputs(text.c_str(), stdout);
+        column += text.size();
+    }
+    std::puts("");
+}
+
+// "0 from eq.1", with what the pin means where it is not simply the n-th signal.
+std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector<Source>& sources, const Block* block)
+{
+    std::vector<std::string> items;
+    for (int pin = 0; pin < static_cast<int>(sources.size()); ++pin) {
+        const Source& source = sources[static_cast<std::size_t>(pin)];
+        std::string text = std::to_string(pin);
+        if (const PinNote* note = block ? note_of(*block->type, PinNote::Side::input, pin, block->pins) : nullptr)
+            text += " (" + std::string(note->name) + ')';
+        if (source.block == Source::kSilence)
+            text += " silent";
+        else if (source.block == Source::kTerminal)
+            text += " from input." + std::to_string(source.pin);
+        else
+            text += " from " + schematic.blocks[static_cast<std::size_t>(source.block)].id + '.' +
+                    std::to_string(source.pin);
+        items.push_back(std::move(text));
+    }
+    return items;
+}
+
+void print_block(const Schematic& schematic, const Block& block, std::size_t position)
+{
+    std::printf("%4zu  %s: %s (%d), %d -> %d\n", position, block.id.c_str(), std::string(block.type->name).c_str(),
+                block.type->code, block.pins.inputs, block.pins.outputs);
+    print_items("in", inputs_of(schematic, block.sources, &block));
+    std::vector<std::string> values;
+    const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
+    for (const auto& [name, value] : named.items())
+        values.push_back(name + " = " + (value.is_string() ? value.get<std::string>() : value.dump()));
+    print_items("set", values);
+}
+
+void print_graph(const Schematic& schematic)
+{
+    std::printf("%s, blocks of %d samples, %d in, %zu out\n",
+                schematic.rate ? (std::to_string(*schematic.rate) + " Hz").c_str() : "any rate", schematic.block_size,
+                schematic.inputs, schematic.outputs.size());
+    for (std::size_t i = 0; i < schematic.order.size(); ++i)
+        print_block(schematic, schematic.blocks[static_cast<std::size_t>(schematic.order[i])], i + 1);
+    std::puts("      output");
+    print_items("in", inputs_of(schematic, schematic.outputs, nullptr));
+    for (const Change& change : schematic.changes)
+        std::printf("      at %g s: %s\n", change.seconds,
+                    schematic.blocks[static_cast<std::size_t>(change.block)].id.c_str());
+}
+
+int check(const Options& options)
+{
+    try {
+        Schematic schematic = read_schematic(options.schematic, options.channels);
+        const LibraryLog log(options.quiet);
+        const int rate = schematic.rate.value_or(options.rate);
+        const Engine engine(std::move(schematic), rate);
+        print_graph(engine.schematic());
+    } catch (const SchematicError& error) {
+        throw UsageError(problem_lines(options.schematic, error));
+    } catch (const std::runtime_error& error) {  // a block that the library refuses
+        throw UsageError(options.schematic + ": " + error.what());
+    }
+    return 0;
+}
+
+}  // namespace
+
+void add_check_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("check", "Find every problem of a schematic, or print its graph");
+    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
+    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
+    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
+        ->check(CLI::Range(kMinRate, kMaxRate));
+    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
+    command->callback([options, &status] { status = check(*options); });
+}
+
+}  // namespace vantoro

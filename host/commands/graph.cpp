@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro graph SCHEMATIC -o FILE: the schematic as a picture, drawn by graphviz.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+#include "commands/commands.h"
+
+extern char** environ;
+
+namespace vantoro {
+namespace {
+
+struct Options {
+    std::string schematic, output;
+    std::optional<int> channels;
+};
+
+constexpr std::array kPictures = {".svg", ".png", ".pdf"};
+
+// "<i0> 0|<i1> 1": one port a pin. Ids and names need no quoting: letters, digits, _ and -.
+std::string ports(char side, int count)
+{
+    std::string text;
+    for (int pin = 0; pin < count; ++pin) {
+        const std::string number = std::to_string(pin);
+        text += (pin > 0 ? "|<" : "<") + std::string(1, side) + number + "> " + number;
+    }
+    return text;
+}
+
+std::string port(const Schematic& schematic, const Source& source)
+{
+    const bool terminal = source.block == Source::kTerminal;
+    return '"' + (terminal ? "input" : schematic.blocks[static_cast<std::size_t>(source.block)].id) + "\":o" +
+           std::to_string(source.pin) + ":e";
+}
+
+void draw_wires(std::ostream& dot, const Schematic& schematic, const std::string& id,
+                const std::vector<Source>& sources)
+{
+    for (std::size_t pin = 0; pin < sources.size(); ++pin)
+        if (sources[pin].block != Source::kSilence)
+            dot << "  " << port(schematic, sources[pin]) << " -> \"" << id << "\":i" << pin << ":w;\n";
+}
+
+void draw_node(std::ostream& dot, const std::string& id, const std::string& title, int inputs, int outputs)
+{
+    dot << "  \"" << id << "\" [label=\"{";
+    if (inputs > 0)
+        dot << '{' << ports('i', inputs) << "}|";
+    dot << title;
+    if (outputs > 0)
+        dot << "|{" << ports('o', outputs) << '}';
+    dot << "}\"];\n";
+}
+
+std::string dot_text(const Schematic& schematic)
+{
+    std::ostringstream dot;
+    dot << "digraph schematic {\n"
+           "  rankdir=LR; nodesep=0.3; ranksep=0.9;\n"
+           "  node [shape=record, style=filled, fillcolor=\"#eef3f8\", fontname=\"sans-serif\", fontsize=11];\n"
+           "  edge [arrowsize=0.6, color=\"#34577a\"];\n";
+    if (schematic.hears_input)
+        draw_node(dot, "input", "input", 0, schematic.inputs);
+    if (!schematic.outputs.empty())
+        draw_node(dot, "output", "output", static_cast<int>(schematic.outputs.size()), 0);
+    for (const Block& block : schematic.blocks)
+        draw_node(dot, block.id, block.id + "\\n" + std::string(block.type->name), block.pins.inputs,
+                  block.pins.outputs);
+    for (const Block& block : schematic.blocks)
+        draw_wires(dot, schematic, block.id, block.sources);
+    draw_wires(dot, schematic, "output", schematic.outputs);
+    dot << "}\n";
+    return dot.str();
+}
+
+// Runs dot with `text` on its standard input; it writes `file`.
+void run_dot(const std::string& text, const std::string& type, const std::string& file)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::tmpfile(), std::fclose);
+    if (!input || std::fwrite(text.data(), 1, text.size(), input.get()) != text.size() ||
+        std::fflush(input.get()) != 0 || std::fseek(input.get(), 0, SEEK_SET) != 0)
+        throw std::runtime_error("a temporary file cannot be written: " + std::string(std::strerror(errno)));
+
+    std::string type_option = "-T" + type;
+    std::string file_option = "-o" + file;
+    std::string name = "dot";
+    std::array<char*, 4> arguments = {name.data(), type_option.data(), file_option.data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fileno(input.get()), STDIN_FILENO);
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, "dot", &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error == ENOENT)
+        throw std::runtime_error("the program 'dot' is missing; it comes with graphviz (apt install graphviz)");
+    if (error != 0)
+        throw std::runtime_error("'dot' cannot be started: " + std::string(std::strerror(error)));
+    int state = 0;
+    while (waitpid(child, &state, 0) < 0 && errno == EINTR) {
+    }
+    if (!WIFEXITED(state) || WEXITSTATUS(state) != 0)
+        throw std::runtime_error("'dot' failed; the picture was not drawn");
+}
+
+int graph(const Options& options)
+{
+    namespace fs = std::filesystem;
+    const std::string extension = fs::path(options.output).extension().string();
+    if (std::ranges::find(kPictures, extension) == kPictures.end())
+        throw UsageError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
+    try {
+        const Schematic schematic = read_schematic(options.schematic, options.channels);
+        const std::string part = options.output + '.' + std::to_string(getpid()) + ".part";
+        std::error_code failed;
+        try {
+            run_dot(dot_text(schematic), extension.substr(1), part);
+            fs::rename(part, options.output);
+        } catch (...) {
+            fs::remove(part, failed);
+            throw;
+        }
+    } catch (const SchematicError& error) {
+        throw UsageError(problem_lines(options.schematic, error));
+    }
+    return 0;
+}
+
+}  // namespace
+
+void add_graph_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("graph", "Draw a schematic");
+    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
+    command->add_option("-o,--output", options->output, "The picture: .svg, .png or .pdf")->required();
+    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
+    command->callback([options, &status] { status = graph(*options); });
+}
+
+}  // namespace vantoro

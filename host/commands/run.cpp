@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro run SCHEMATIC -i IN -o OUT: a sound file through the graph, block by block.
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "audio_file.h"
+#include "commands/commands.h"
+#include "engine.h"
+#include "levels.h"
+
+namespace vantoro {
+namespace {
+
+struct Options {
+    std::string schematic, input, output;
+    std::vector<std::string> settings;
+    std::optional<double> seconds;
+    Encoding encoding = Encoding::natural;
+    bool quiet = false;
+};
+
+const std::map<std::string, Encoding> kEncodings = {
+    {"pcm16", Encoding::pcm16}, {"pcm24", Encoding::pcm24}, {"pcm32", Encoding::pcm32}, {"float", Encoding::real}};
+
+using Clock = std::chrono::steady_clock;
+
+double since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// A bar on a terminal, nothing elsewhere.
+class Progress {
+public:
+    explicit Progress(std::optional<std::int64_t> frames) : frames_(frames), on_(isatty(STDERR_FILENO) != 0)
+    {
+        if (on_)
+            LibraryLog::before_line(clear);
+    }
+    ~Progress()
+    {
+        if (on_)
+            clear();
+        LibraryLog::before_line(nullptr);
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void show(std::int64_t done, int rate)
+    {
+        constexpr double kInterval = 0.1;
+        constexpr int kWidth = 40;
+        if (!on_ || since(shown_) < kInterval)
+            return;
+        shown_ = Clock::now();
+        if (frames_ && *frames_ > 0) {
+            const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(*frames_));
+            const std::string bar(static_cast<std::size_t>(part * kWidth), '#');
+            std::fprintf(stderr, "\r[%-*s] %3.0f %%", kWidth, bar.c_str(), 100 * part);
+        } else {
+            std::fprintf(stderr, "\r%.1f s", static_cast<double>(done) / rate);
+        }
+        std::fflush(stderr);
+    }
+
+private:
+    static void clear() { std::fputs("\r\033[K", stderr); }
+
+    std::optional<std::int64_t> frames_;
+    bool on_;
+    Clock::time_point shown_{};
+};
+
+// An interrupt ends the run between two blocks, so that the unfinished file goes away.
+volatile std::sig_atomic_t g_interrupted = 0;
+
+void watch_interrupts()
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, [](int) { g_interrupted = 1; });
+}
+
+// Everything the run needs, made only when nothing that the user wrote is wrong.
+struct Job {
+    std::unique_ptr<AudioReader> reader;  // null: sources only
+    Schematic schematic;
+    int rate = 0;
+    std::optional<std::int64_t> frames;
+};
+
+class Complaints {
+public:
+    void add(const std::string& text) { text_ += text + '\n'; }
+    template <class Make>
+    void guard(Make&& make)
+    {
+        try {
+            make();
+        } catch (const AudioError& error) {
+            add(error.what());
+        } catch (const std::invalid_argument& error) {
+            add(error.what());
+        }
+    }
+    void check() const
+    {
+        if (!text_.empty())
+            throw UsageError(text_);
+    }
+
+private:
+    std::string text_;
+};
+
+// Rate and length, from the file or without one.
+void settle_length(const Options& options, Job& job, Complaints& complaints)
+{
+    constexpr double kMaxSeconds = 1e7;
+    const std::optional<int> fixed = job.schematic.rate;
+    if (job.reader) {
+        job.rate = job.reader->rate();
+        job.frames = job.reader->frames();
+        if (fixed && *fixed != job.rate)
+            complaints.add(options.input + ": " + std::to_string(job.rate) + " Hz; the schematic is made for " +
+                           std::to_string(*fixed) + " Hz");
+        else if (job.rate < kMinRate || job.rate > kMaxRate)
+            complaints.add(options.input + ": " + std::to_string(job.rate) + " Hz; " + std::to_string(kMinRate) +
+                           " to " + std::to_string(kMaxRate) + " Hz can be processed");
+        if (options.seconds)
+            complaints.add("--seconds: the input file gives the length");
+        return;
+    }
+    if (job.schematic.hears_input)
+        complaints.add(options.schematic + ": something is wired to \"input\": give a sound file with -i");
+    if (!fixed)
+        complaints.add(options.schematic + ": without an input file the schematic gives the rate: \"rate\": 48000");
+    if (!options.seconds || !(*options.seconds > 0 && *options.seconds <= kMaxSeconds))
+        complaints.add("--seconds: the length, needed without an input file, above 0");
+    job.rate = fixed.value_or(0);
+    job.frames = std::llround(std::clamp(options.seconds.value_or(0), 0.0, kMaxSeconds) * job.rate);
+}
+
+Job prepare(const Options& options)
+{
+    Job job;
+    Complaints complaints;
+    std::vector<Setting> settings;
+    if (!options.input.empty())
+        complaints.guard([&] { job.reader = std::make_unique<AudioReader>(options.input); });
+    for (const std::string& text : options.settings)
+        complaints.guard([&] { settings.push_back(parse_setting(text)); });
+    try {
+        const auto channels = job.reader ? std::optional(job.reader->channels()) : std::nullopt;
+        job.schematic = read_schematic(options.schematic, channels, settings);
+    } catch (const SchematicError& error) {
+        complaints.add(problem_lines(options.schematic, error));
+        complaints.check();
+    }
+    complaints.check();
+    settle_length(options, job, complaints);
+    const int outputs = static_cast<int>(job.schematic.outputs.size());
+    if (outputs == 0 && !options.output.empty())
+        complaints.add(options.schematic + ": nothing is wired to \"output\", so " + options.output +
+                       " would be empty");
+    if (outputs > 0 && options.output.empty())
+        complaints.add("-o: the schematic has an output; name a file for it");
+    if (outputs > 0 && !options.output.empty())
+        complaints.guard([&] { AudioWriter::check(options.output, options.encoding, outputs, job.rate); });
+    complaints.check();
+    return job;
+}
+
+// Streams until the input or the asked length ends; returns the samples per channel.
+std::int64_t stream(Job& job, Engine& engine, AudioWriter* writer, Levels& levels)
+{
+    Progress progress(job.frames);
+    std::int64_t done = 0;
+    while (g_interrupted == 0) {
+        const std::int64_t left = job.frames.value_or(0) - done;
+        const int size = engine.block_size();
+        const int frames =
+            job.reader ? job.reader->read(engine.input(), size) : static_cast<int>(std::min<std::int64_t>(size, left));
+        if (frames <= 0)
+            return done;
+        engine.change();
+        if (!engine.process())
+            throw std::runtime_error(engine.failure());
+        levels.add(engine.output(), frames);
+        if (writer)
+            writer->write(engine.output(), frames);
+        done += frames;
+        progress.show(done, job.rate);
+    }
+    throw std::runtime_error("interrupted" + std::string(writer ? "; the output file stays as it was" : ""));
+}
+
+int run(const Options& options)
+{
+    Job job = prepare(options);
+    const LibraryLog log(options.quiet);
+    Engine engine(std::move(job.schematic), job.rate);
+    std::unique_ptr<AudioWriter> writer;
+    if (engine.outputs() > 0)
+        writer =
+            std::make_unique<AudioWriter>(options.output, options.encoding, engine.outputs(), job.rate, job.frames);
+    watch_interrupts();
+    Levels levels(engine.outputs());
+    const Clock::time_point start = Clock::now();
+    const std::int64_t frames = stream(job, engine, writer.get(), levels);
+    if (writer)
+        writer->commit();
+    const double wall = std::max(since(start), 1e-9);
+    const double seconds = static_cast<double>(frames) / job.rate;
+    if (engine.changes_left() > 0)
+        std::fprintf(stderr, "vantoro: %zu changes lie behind the end of the audio and were not made\n",
+                     engine.changes_left());
+    std::printf("%.3f s of audio, %.1f x real time%s\n", seconds, seconds / wall, levels.text().c_str());
+    return 0;
+}
+
+}  // namespace
+
+std::string problem_lines(const std::string& path, const SchematicError& error)
+{
+    constexpr std::size_t kMost = 200;
+    std::string lines;
+    const auto& problems = error.problems();
+    for (std::size_t i = 0; i < std::min(kMost, problems.size()); ++i) {
+        const Problem& p = problems[i];
+        lines += (i > 0 ? "\n" : "") + path;
+        for (const std::string* part : {&p.where, &p.value, &p.wanted})
+            lines += part->empty() ? "" : ": " + *part;
+    }
+    if (problems.size() > kMost)
+        lines += "\n" + path + ": and " + std::to_string(problems.size() - kMost) + " more problems";
+    return lines;
+}
+
+void add_run_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("run", "Run a sound file through a schematic");
+    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
+    command->add_option("-i,--input", options->input, "Sound file to read; none when the schematic has only sources")
+        ->type_name("FILE");
+    command->add_option("-o,--output", options->output, "Sound file to write; the extension names the format")
+        ->type_name("FILE");
+    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE from the start, or BLOCK.PARAM=VALUE@SECONDS")
+        ->allow_extra_args(false)
+        ->type_name("SETTING");
+    command->add_option("--seconds", options->seconds, "Length, without an input file");
+    command->add_option("--format", options->encoding, "pcm16, pcm24 (default), pcm32 or float")
+        ->transform(CLI::CheckedTransformer(kEncodings).description(""))
+        ->type_name("NAME");
+    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
+    command->callback([options, &status] { status = run(*options); });
+}
+
+}  // namespace vantoro

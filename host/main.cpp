@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro: runs audio through a schematic of libvantoro's blocks, checks it, draws it, and lists the blocks.
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "commands/commands.h"
+
+namespace {
+
+// Each line of `text` behind the program's name.
+int complain(std::string_view text, int status)
+{
+    while (!text.empty()) {
+        const auto end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        std::fprintf(stderr, "vantoro: %.*s\n", static_cast<int>(line.size()), line.data());
+        text.remove_prefix(end == text.npos ? text.size() : end + 1);
+    }
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    int status = 0;
+    try {
+        CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
+        app.require_subcommand(1);
+        vantoro::add_run_command(app, status);
+        vantoro::add_check_command(app, status);
+        vantoro::add_blocks_command(app, status);
+        vantoro::add_graph_command(app, status);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {  // --help
+            return app.exit(asked);
+        } catch (const CLI::ParseError& error) {
+            return complain(error.what() + std::string("\n'vantoro --help' and 'vantoro COMMAND --help' tell more"),
+                            vantoro::kUsageError);
+        }
+    } catch (const vantoro::UsageError& error) {
+        return complain(error.what(), vantoro::kUsageError);
+    } catch (const std::bad_alloc&) {
+        return complain("out of memory", vantoro::kFailure);
+    } catch (const std::exception& error) {
+        return complain(error.what(), vantoro::kFailure);
+    }
+    return status;
+}
