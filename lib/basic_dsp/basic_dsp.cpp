@@ -1,9 +1,207 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../common/category.h"
-#include "../common/dispatch.h"
+#include "basic_dsp.h"
+
+#include <algorithm>
+
+#include "../common/log.h"
+#include "../common/new_block.h"
+#include "../common/params.h"
 
 namespace {
-constexpr std::array<lbx::BlockOps, 0> kBasic = {};
+
+// One row per run of types. A null function is nothing to do: the type has no state or no parameters of its own.
+struct Row {
+    int first, last;
+    int (*process)(BlockAlgo* blk, float** xn, float** yn);
+    int (*init)(BlockAlgo* blk) = nullptr;
+    int (*set)(BlockAlgo* blk, float* param) = nullptr;
+    int (*destroy)(BlockAlgo* blk) = nullptr;
+    void (*print)(const char* label, const float* param) = nullptr;
+    const char* label = nullptr;
+};
+
+// A block without a record of its own: it wants pin count and size.
+template <int (*F)(int chanNum, int size, float** xn, float** yn)>
+int per_pin(BlockAlgo* blk, float** xn, float** yn)
+{
+    return F(blk->nInputs, blk->block_pro->nBlockSize, xn, yn);
 }
 
-LBX_CATEGORY(Basic, kBasic, "to come\n", 1)
+int one_float_init(BlockAlgo* blk) { return lbx::zeros(blk->pParam, 1) ? RT_OK : RT_ERR_MALLOC; }
+
+int one_float_set(BlockAlgo* blk, float* param)
+{
+    if (!blk->pParam)
+        return RT_ERR_NULL_PTR;
+    lbx::copy_params(blk->pParam, param, 1);
+    return RT_OK;
+}
+
+#define LBX_PRINT(message, ...) LBX_LOG_AS("BlockAlgo_Basic_param_invoke", __LINE__, message, __VA_ARGS__)
+
+double shown(float v) { return static_cast<double>(v); }
+
+void print_one(const char* label, const float* p) { LBX_PRINT("%s param = %f\n\n", label, shown(p[0])); }
+
+void print_level(const char* label, const float* p)
+{
+    LBX_PRINT("%s param = %f, %f\n\n", label, shown(p[kBasicRMSTime]), shown(p[kBasicRMSIsDbPs]));
+}
+
+void print_delay(const char* label, const float* p)
+{
+    LBX_PRINT("%s param = %f:%f:%f\n\n", label, shown(p[kBasicDelayMaxDelay]), shown(p[kBasicDelayDelay]),
+              shown(p[kBasicDelayType]));
+}
+
+void print_gain(const char* label, const float* p)
+{
+    LBX_PRINT("%s param = %f:%f\n\n", label, shown(p[kBasicGainGain]), shown(p[kBasicGainType]));
+}
+
+void print_gain_slew(const char* label, const float* p)
+{
+    LBX_PRINT("%s param = %f:%f, slew=%f\n\n", label, shown(p[kBasicGainGain]), shown(p[kBasicGainType]),
+              shown(p[kBasicGainSlewRate]));
+}
+
+// The polynomial's further lines are its coefficients, which pParam does not hold.
+void print_coefficients(const BlockAlgo* blk)
+{
+    const int count = lbx::to_int(blk->pParam[0]);
+    for (int i = 0; i < count; ++i)
+        LBX_PRINT("%f,\n", shown(blk->pState[i]));
+}
+
+// clang-format off
+#define LBX_ONE(type) EN_BASIC_##type, EN_BASIC_##type
+constexpr Row kRows[] = {
+    {LBX_ONE(ARITH_ABS), per_pin<Basic_Arith_Abs>},
+    {LBX_ONE(ARITH_INV_SQRT), per_pin<Basic_Arith_InvSquareRoot>},
+    {LBX_ONE(ARITH_EXP2), per_pin<Basic_Arith_Exp2>},
+    {LBX_ONE(ARITH_LOG2), per_pin<Basic_Arith_Log2>},
+    {LBX_ONE(ARITH_LOG10), per_pin<Basic_Arith_Log10>},
+    {LBX_ONE(ARITH_SQRT), per_pin<Basic_Arith_SquareRoot>},
+    {LBX_ONE(ARITH_DIV), per_pin<Basic_Arith_Divide>},
+    {LBX_ONE(ARITH_MUL), per_pin<Basic_Arith_Multiply>},
+    {LBX_ONE(ARITH_INVERT), per_pin<Basic_Arith_Invert>},
+    {LBX_ONE(ARITH_ADD), per_pin<Basic_Arith_Add>},
+    {LBX_ONE(ARITH_SUB), per_pin<Basic_Arith_Subtract>},
+    {LBX_ONE(ARITH_RMS), Basic_Arith_RmsWithTcProcess, Basic_Arith_RmsWithTcInit, Basic_Arith_RmsWithTcSetParam,
+     Basic_Arith_RmsWithTcDestroy, print_level, "Basic Arith Rms"},
+    {LBX_ONE(ARITH_SUMMAT), Basic_Arith_SummationProcess, Basic_Arith_SummationInit, nullptr,
+     Basic_Arith_SummationDestroy},
+    {LBX_ONE(ARITH_SQUARE_SUMMAT), Basic_Arith_SquareSummationProcess, Basic_Arith_SummationInit, nullptr,
+     Basic_Arith_SummationDestroy},
+    {LBX_ONE(LOGIC_ABSMAX), per_pin<Basic_Logic_AbsMax>},
+    {LBX_ONE(LOGIC_MAX), per_pin<Basic_Logic_Max>},
+    {LBX_ONE(LOGIC_MIN), per_pin<Basic_Logic_Min>},
+#define LBX_ONE_FLOAT(type, process, label) \
+    {LBX_ONE(type), process, one_float_init, one_float_set, nullptr, print_one, label}
+    LBX_ONE_FLOAT(LOGIC_AB, Basic_Logic_ABCondition, "BASIC_LOGIC_AB"),
+    LBX_ONE_FLOAT(LOGIC_ABCD, Basic_Logic_ABCDCondition, "BASIC_LOGIC_ABCD"),
+    LBX_ONE_FLOAT(LOGIC_BUFFER_GATE, Basic_Logic_BufferGateProcess, "BASIC_LOGIC_Buffer"),
+    LBX_ONE_FLOAT(LOGIC_ZERO_COMP, Basic_Logic_ZeroComparatorProcess, "BASIC_LOGIC_ZERO"),
+#define LBX_ONE_SHOT(type, label)                                                                             \
+    {LBX_ONE(type), Basic_Logic_OneShotProcess, Basic_Logic_OneShotInit, Basic_Logic_OneShotSetParam,         \
+     Basic_Logic_OneShotDestroy, print_one, label}
+    LBX_ONE_SHOT(LOGIC_ONESHOT_FALL, "BASIC_LOGIC_OneShot_Fall"),
+    LBX_ONE_SHOT(LOGIC_ONESHOT_FALLRST, "BASIC_LOGIC_OneShot_FallRst"),
+    LBX_ONE_SHOT(LOGIC_ONESHOT_RISE, "BASIC_LOGIC_OneShot_Rise"),
+    LBX_ONE_SHOT(LOGIC_ONESHOT_RISERST, "BASIC_LOGIC_OneShot_RiseRst"),
+    LBX_ONE_FLOAT(LOGIC_CALC, Basic_Logic_LogicCalc, "BASIC_LOGIC_CALC"),
+    {EN_BASIC_DSP_HOLD_VALUE, EN_BASIC_DSP_HOLD_MIN, Basic_DSP_HoldProcess, Basic_DSP_HoldInit, nullptr,
+     Basic_DSP_HoldDestroy},
+    {LBX_ONE(DSP_DELAY), Basic_DSP_DelayProcess, Basic_DSP_DelayInit, Basic_DSP_DelaySetParam, Basic_DSP_DelayDestroy,
+     print_delay, "BASIC_LOGIC_Delay"},
+    {LBX_ONE(DSP_VOL_DELAY), Basic_DSP_VolDelayProcess, Basic_DSP_DelayInit, Basic_DSP_VolDelaySetParam,
+     Basic_DSP_DelayDestroy, print_one, "BASIC_LOGIC_Delay"},
+    {LBX_ONE(GAIN), Basic_Gain_Process, Basic_Gain_Init, Basic_Gain_SetParam, Basic_Gain_Destroy, print_gain,
+     "BASIC_GAIN"},
+    {LBX_ONE(GAIN_SLEW), Basic_GainSlew_Process, Basic_GainSlew_Init, Basic_GainSlew_SetParam, Basic_GainSlew_Destroy,
+     print_gain_slew, "BASIC_GAIN"},
+    {LBX_ONE(POLY), Basic_Polynomial_Process, Basic_Polynomial_Init, Basic_Polynomial_SetParam,
+     Basic_Polynomial_Destroy, print_one, "BASIC_POLY"},
+};
+// clang-format on
+
+const Row* find_row(int type)
+{
+    const auto* row = std::ranges::find_if(kRows, [type](const Row& r) { return type >= r.first && type <= r.last; });
+    return row == std::end(kRows) ? nullptr : row;
+}
+
+int refuse(const char* func, int type, int result)
+{
+    LBX_LOG_AS(func, __LINE__, "wrong input type in basic, type = %d\n\n", type);
+    return result;
+}
+
+}  // namespace
+
+// What the module's init says is not looked at: a block short of memory is handed out, and its calls tell.
+BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
+{
+    const Row* row = find_row(type);
+    if (!row) {
+        LBX_LOG("Wrong input type in basic, type = %d\n\n", type);
+        return nullptr;
+    }
+    BlockAlgo* blk = lbx::new_block(nInputs, nOutputs, block_pro, type, lbx::free_block).release();
+    if (blk && row->init)
+        row->init(blk);
+    return blk;
+}
+
+int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
+{
+    const Row* row = find_row(blk->method_type);
+    if (!row)
+        return refuse(__func__, blk->method_type, 1);
+    return row->set ? row->set(blk, param) : RT_OK;
+}
+
+int BlockAlgo_Basic_param_update(BlockAlgo* blk)
+{
+    if (!find_row(blk->method_type))
+        return refuse(__func__, blk->method_type, 1);
+    return BlockAlgo_Basic_param_reset(blk, nullptr);
+}
+
+int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
+{
+    const Row* row = find_row(blk->method_type);
+    if (!row || !row->print) {
+        LBX_PRINT("Model = %d have't param to print\n\n", blk->method_type);
+        return RT_OK;
+    }
+    if (!blk->pParam)
+        return RT_ERR_NULL_PTR;
+    row->print(row->label, blk->pParam);
+    if (blk->method_type == EN_BASIC_POLY)
+        print_coefficients(blk);
+    return RT_OK;
+}
+
+int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    if (!blk || !data_in || !data_out) {
+        LBX_LOG("Input is NULL\n\n");
+        return RT_ERR_NULL_PTR;
+    }
+    if (const Row* row = find_row(blk->method_type))
+        return row->process(blk, data_in, data_out);
+    if (blk->method_type < EN_BASIC_LOGIC_ABSMAX)
+        return refuse("Basic_Atirh_process", blk->method_type, 0);
+    return refuse("Basic_DSP_process", blk->method_type, RT_ERR_VALUE);
+}
+
+int BlockAlgo_Basic_destroy(BlockAlgo* blk)
+{
+    const Row* row = find_row(blk->method_type);
+    if (!row)
+        return refuse(__func__, blk->method_type, 1);
+    const int result = row->destroy ? row->destroy(blk) : RT_OK;
+    lbx::free_block(blk);
+    return result;
+}

@@ -58,18 +58,31 @@ inline NewBlock new_block(int nInputs, int nOutputs, BlockPro* pro, int type, in
 
 // The module's zeroed record, hung on AlgoCore. Null when memory is short, also for the block itself.
 template <class Core>
-[[nodiscard]] Core* new_core(NewBlock& blk)
+[[nodiscard]] Core* new_core(BlockAlgo* blk)
 {
     Core* core = nullptr;
     if (blk && zeros(core, 1))
         blk->AlgoCore = core;
     return core;
 }
+template <class Core>
+[[nodiscard]] Core* new_core(NewBlock& blk)
+{
+    return new_core<Core>(blk.get());
+}
 
 template <class Core>
 Core* core_of(const BlockAlgo* blk)
 {
     return static_cast<Core*>(blk->AlgoCore);
+}
+
+// Frees an array and forgets it.
+template <class T>
+void drop(T*& p)
+{
+    std::free(p);
+    p = nullptr;
 }
 
 // Frees what the record owns (AlgoCore, pParam and the three states) and the record. Null is ignored. Always RT_OK.

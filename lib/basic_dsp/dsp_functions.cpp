@@ -1,0 +1,338 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "dsp_functions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "../common/ramp.h"
+#include "../common/ring.h"
+#include "../math/fast_inline.h"
+
+namespace {
+
+constexpr float kDelayDefaults[kBasicDelayModuleSize] = {1.0F, 1.0F, 0.0F};
+constexpr float kMaxDelay = 1500.0F;
+constexpr float kDefaultSlewRate = 12.0F;
+
+// The laws of the four holds: what tracking leaves behind, and the held value of the next sample. The start values are
+// meant: an extreme is reported from -16 or 16 onwards only.
+struct HoldValue {
+    static float track(float held) { return held; }
+    static float hold(float held, float last, float x) { return last == 0.0F ? x : held; }
+};
+struct HoldAbsMax {
+    static float track(float) { return -16.0F; }
+    static float hold(float held, float, float x) { return std::fabs(x) > held ? std::fabs(x) : held; }
+};
+struct HoldMax {
+    static float track(float) { return -16.0F; }
+    static float hold(float held, float, float x) { return x > held ? x : held; }
+};
+struct HoldMin {
+    static float track(float) { return 16.0F; }
+    static float hold(float held, float, float x) { return x < held ? x : held; }
+};
+
+template <class Law>
+int hold(const BlockAlgo* blk, const HoldSt& core, float* const* xn, float* const* yn)
+{
+    const int n = blk->block_pro->nBlockSize;
+    const int signals = blk->nInputs - 1;
+    for (int i = 0; signals > 0 && i < n; ++i) {
+        const float control = xn[0][i];
+        for (int j = 0; j < signals; ++j) {
+            const float x = xn[j + 1][i];
+            float& held = core.holdVal[j];
+            held = control == 0.0F ? Law::track(held) : Law::hold(held, core.lastVal[j], x);
+            core.lastVal[j] = control;
+            core.tmpY[j] = control == 0.0F ? x : held;
+        }
+        for (int j = 0; j < signals; ++j)
+            yn[j][i] = core.tmpY[j];
+    }
+    return RT_OK;
+}
+
+int ring_count(const BlockAlgo* blk) { return blk->method_type == EN_BASIC_DSP_VOL_DELAY ? 1 : blk->nInputs; }
+
+void free_rings(RingBufSt* rings, int count)
+{
+    for (int i = 0; rings && i < count; ++i)
+        std::free(rings[i].buf);
+    std::free(rings);
+}
+
+// All rings or none.
+bool resize_rings(DelaySt& core, int count, int samples)
+{
+    RingBufSt* fresh = nullptr;
+    bool done = lbx::zeros(fresh, count);
+    for (int i = 0; done && i < count; ++i)
+        done = lbx::ring_resized(core.rbuf ? core.rbuf[i] : RingBufSt{}, samples, fresh[i]);
+    free_rings(done ? core.rbuf : fresh, count);
+    if (done) {
+        core.rbuf = fresh;
+        core.maxDelay = samples;
+    }
+    return done;
+}
+
+// Rates under 1 kHz can make a millisecond shorter than a sample, and NaN passes the clamps: a line has one sample at
+// least, and a delay stays in it.
+bool set_delay(const BlockAlgo* blk, DelaySt& core, float longest, float delay)
+{
+    const int samples = std::max(lbx::to_int(longest), 1);
+    if (samples != core.maxDelay && !resize_rings(core, ring_count(blk), samples))
+        return false;
+    core.delay = std::clamp(lbx::to_int(delay), 0, samples);
+    return true;
+}
+
+// Whole runs up to the next wrap of either position.
+void delay_pin(RingBufSt& ring, int delay, const float* x, float* y, int n)
+{
+    float* buf = ring.buf;
+    int write = ring.idx;
+    int read = write - delay;
+    if (read < 0)
+        read += ring.num;
+    while (n > 0) {
+        const int run = std::min({n, ring.num - write, ring.num - read});
+        for (int i = 0; i < run; ++i) {
+            const float now = x[i];
+            y[i] = buf[read + i];
+            buf[write + i] = now;
+        }
+        x += run;
+        y += run;
+        n -= run;
+        write = write + run < ring.num ? write + run : 0;
+        read = read + run < ring.num ? read + run : 0;
+    }
+    ring.idx = write;
+}
+
+float linear_factor(const float* param)
+{
+    const float gain = param[kBasicGainGain];
+    return lbx::to_flag(param[kBasicGainType]) ? gain : lbx::db_to_gain(gain);
+}
+
+void derive_slew(const BlockAlgo* blk, GainSlewSt& core)
+{
+    const BlockPro& pro = *blk->block_pro;
+    core.attack_gain = lbx::slew_alpha(blk->pParam[kBasicGainSlewRate], static_cast<float>(pro.nSamplingRate),
+                                       static_cast<float>(pro.nBlockSize));
+}
+
+}  // namespace
+
+int Basic_DSP_HoldInit(BlockAlgo* blk)
+{
+    auto* core = lbx::new_core<HoldSt>(blk);
+    if (core && lbx::zeros(core->holdVal, blk->nInputs) && lbx::zeros(core->lastVal, blk->nInputs) &&
+        lbx::zeros(core->tmpY, blk->nInputs))
+        return RT_OK;
+    Basic_DSP_HoldDestroy(blk);
+    return RT_ERR_MALLOC;
+}
+
+int Basic_DSP_HoldProcess(BlockAlgo* blk, float** xn, float** yn)
+{
+    const auto* core = lbx::core_of<HoldSt>(blk);
+    if (!core)
+        return RT_ERR_NULL_PTR;
+    switch (blk->method_type) {
+    case EN_BASIC_DSP_HOLD_ABSMAX:
+        return hold<HoldAbsMax>(blk, *core, xn, yn);
+    case EN_BASIC_DSP_HOLD_MAX:
+        return hold<HoldMax>(blk, *core, xn, yn);
+    case EN_BASIC_DSP_HOLD_MIN:
+        return hold<HoldMin>(blk, *core, xn, yn);
+    default:
+        return hold<HoldValue>(blk, *core, xn, yn);
+    }
+}
+
+int Basic_DSP_HoldDestroy(BlockAlgo* blk)
+{
+    auto* core = lbx::core_of<HoldSt>(blk);
+    if (!core)
+        return RT_ERR_NO_BUFFER;
+    std::free(core->holdVal);
+    std::free(core->lastVal);
+    std::free(core->tmpY);
+    lbx::drop(blk->AlgoCore);
+    return RT_OK;
+}
+
+int Basic_DSP_DelayInit(BlockAlgo* blk)
+{
+    auto* core = lbx::new_core<DelaySt>(blk);
+    if (core && lbx::zeros(blk->pParam, kBasicDelayModuleSize) &&
+        set_delay(blk, *core, kDelayDefaults[kBasicDelayMaxDelay], kDelayDefaults[kBasicDelayDelay])) {
+        std::ranges::copy(kDelayDefaults, blk->pParam);
+        return RT_OK;
+    }
+    Basic_DSP_DelayDestroy(blk);
+    return RT_ERR_MALLOC;
+}
+
+int Basic_DSP_DelaySetParam(BlockAlgo* blk, float* param)
+{
+    auto* core = lbx::core_of<DelaySt>(blk);
+    if (!core || !blk->pParam)
+        return RT_ERR_NULL_PTR;
+    const float* source = param ? param : blk->pParam;
+    const float longest = ParamAdaptFloat(1.0F, kMaxDelay, source[kBasicDelayMaxDelay], "maxDelay");
+    const float delay = ParamAdaptFloat(0.0F, longest, source[kBasicDelayDelay], "delay");
+    const float type = source[kBasicDelayType];
+    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
+    const auto samples = [=](float v) { return type == 1.0F ? v * rate_hz / 1000.0F : v; };
+    if (!set_delay(blk, *core, samples(longest), samples(delay)))
+        return RT_ERR_MALLOC;
+    blk->pParam[kBasicDelayMaxDelay] = longest;
+    blk->pParam[kBasicDelayDelay] = delay;
+    blk->pParam[kBasicDelayType] = type;
+    return RT_OK;
+}
+
+int Basic_DSP_DelayProcess(BlockAlgo* blk, float** xn, float** yn)
+{
+    auto* core = lbx::core_of<DelaySt>(blk);
+    if (!core)
+        return RT_ERR_NULL_PTR;
+    for (int pin = 0; pin < blk->nInputs; ++pin)
+        delay_pin(core->rbuf[pin], core->delay, xn[pin], yn[pin], blk->block_pro->nBlockSize);
+    return RT_OK;
+}
+
+int Basic_DSP_DelayDestroy(BlockAlgo* blk)
+{
+    auto* core = lbx::core_of<DelaySt>(blk);
+    const bool whole = core && blk->pParam;
+    if (core)
+        free_rings(core->rbuf, ring_count(blk));
+    lbx::drop(blk->AlgoCore);
+    lbx::drop(blk->pParam);
+    return whole ? RT_OK : RT_ERR_NULL_PTR;
+}
+
+int Basic_DSP_VolDelaySetParam(BlockAlgo* blk, float* param)
+{
+    auto* core = lbx::core_of<DelaySt>(blk);
+    if (!core || !blk->pParam)
+        return RT_ERR_NULL_PTR;
+    const float asked = param ? param[kBasicDelayMaxDelay] : blk->pParam[kBasicDelayMaxDelay];
+    const float longest = ParamAdaptFloat(1.0F, kMaxDelay, asked, "maxDelay");
+    if (!set_delay(blk, *core, longest, 0.0F))
+        return RT_ERR_MALLOC;
+    blk->pParam[kBasicDelayMaxDelay] = longest;
+    return RT_OK;
+}
+
+int Basic_DSP_VolDelayProcess(BlockAlgo* blk, float** xn, float** yn)
+{
+    auto* core = lbx::core_of<DelaySt>(blk);
+    if (!core)
+        return RT_ERR_NULL_PTR;
+    RingBufSt ring = core->rbuf[0];
+    const int taps = blk->nInputs - 1;
+    const int n = blk->block_pro->nBlockSize;
+    for (int i = 0; taps >= 0 && i < n; ++i) {
+        const float x = xn[taps][i];
+        for (int j = 0; j < taps; ++j)
+            yn[j][i] = lbx::ring_at(ring, ParamAdapt(0, ring.num, lbx::to_int(xn[j][i]), "Delay"));
+        lbx::ring_update(ring, x);
+    }
+    core->rbuf[0].idx = ring.idx;
+    return RT_OK;
+}
+
+int Basic_Gain_Init(BlockAlgo* blk) { return lbx::zeros(blk->pParam, kBasicGainModuleSize) ? RT_OK : RT_ERR_MALLOC; }
+
+int Basic_Gain_SetParam(BlockAlgo* blk, float* param)
+{
+    if (!blk->pParam)
+        return RT_ERR_NULL_PTR;
+    lbx::copy_params(blk->pParam, param, kBasicGainSlewRate);
+    const float factor = linear_factor(blk->pParam);
+    blk->AlgoCore = nullptr;
+    std::memcpy(&blk->AlgoCore, &factor, sizeof factor);
+    return RT_OK;
+}
+
+int Basic_Gain_Process(BlockAlgo* blk, float** xn, float** yn)
+{
+    if (!blk->pParam)
+        return RT_ERR_NULL_PTR;
+    float factor = 0.0F;
+    std::memcpy(&factor, &blk->AlgoCore, sizeof factor);
+    for (int pin = 0; pin < blk->nOutputs; ++pin)
+        lbx::scale(xn[pin], yn[pin], factor, blk->block_pro->nBlockSize);
+    return RT_OK;
+}
+
+// The float in AlgoCore is not ours to free, and null there is a gain of 0, not a missing state.
+int Basic_Gain_Destroy(BlockAlgo* blk)
+{
+    const bool whole = blk->pParam != nullptr;
+    blk->AlgoCore = nullptr;
+    lbx::drop(blk->pParam);
+    return whole ? RT_OK : RT_ERR_NULL_PTR;
+}
+
+int Basic_GainSlew_Init(BlockAlgo* blk)
+{
+    auto* core = lbx::new_core<GainSlewSt>(blk);
+    if (!core || !lbx::zeros(blk->pParam, kBasicGainModuleSize)) {
+        Basic_GainSlew_Destroy(blk);
+        return RT_ERR_MALLOC;
+    }
+    blk->pParam[kBasicGainSlewRate] = kDefaultSlewRate;
+    core->pre_div = 1.0F / (static_cast<float>(blk->block_pro->nBlockSize) + 1.0F);
+    core->set_gain = 1.0F;
+    derive_slew(blk, *core);
+    return RT_OK;
+}
+
+int Basic_GainSlew_SetParam(BlockAlgo* blk, float* param)
+{
+    auto* core = lbx::core_of<GainSlewSt>(blk);
+    if (!core || !blk->pParam)
+        return RT_ERR_NULL_PTR;
+    lbx::copy_params(blk->pParam, param, kBasicGainModuleSize);
+    float& slew_rate = blk->pParam[kBasicGainSlewRate];
+    slew_rate = ParamAdaptFloat(1.0F, 23.0F, slew_rate, "GainSlewRate");
+    derive_slew(blk, *core);
+    core->set_gain = linear_factor(blk->pParam);
+    return RT_OK;
+}
+
+int Basic_GainSlew_Process(BlockAlgo* blk, float** xn, float** yn)
+{
+    auto* core = lbx::core_of<GainSlewSt>(blk);
+    if (!core)
+        return RT_ERR_NULL_PTR;
+    const int n = blk->block_pro->nBlockSize;
+    if (core->old_gain == core->set_gain) {
+        for (int pin = 0; pin < blk->nOutputs; ++pin)
+            lbx::scale(xn[pin], yn[pin], core->set_gain, n);
+        return RT_OK;
+    }
+    const lbx::Glide g = lbx::glide(core->old_gain, core->set_gain, core->attack_gain, core->pre_div);
+    lbx::ramp(g, xn, yn, blk->nOutputs, n);
+    core->old_gain = lbx::settle(g, core->set_gain);
+    return RT_OK;
+}
+
+int Basic_GainSlew_Destroy(BlockAlgo* blk)
+{
+    const bool whole = blk->AlgoCore && blk->pParam;
+    lbx::drop(blk->AlgoCore);
+    lbx::drop(blk->pParam);
+    return whole ? RT_OK : RT_ERR_NULL_PTR;
+}
