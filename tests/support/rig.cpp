@@ -187,6 +187,19 @@ std::vector<float> sine(int samples, double hz, double rate, double amplitude)
     return result;
 }
 
+std::vector<std::vector<float>> stimulus(int pins, int samples)
+{
+    std::vector<std::vector<float>> signal;
+    for (int pin = 0; pin < std::max(pins, 1); ++pin) {
+        signal.push_back(noise(samples, static_cast<std::uint32_t>(pin + 1)));
+        for (int i = 0; i < samples; ++i) {
+            float& v = signal.back()[static_cast<std::size_t>(i)];
+            v = i / (8 + 3 * pin) % 3 == 0 ? 0.0F : 0.5F * v + 0.25F;
+        }
+    }
+    return signal;
+}
+
 std::vector<std::uint32_t> bits(std::span<const float> samples)
 {
     std::vector<std::uint32_t> result(samples.size());

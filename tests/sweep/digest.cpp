@@ -34,14 +34,8 @@ unsigned long long digest(const rig::BlockCase& row, const Config& config)
     if (config.set && !row.vector.empty())
         blk.set(row.vector);
     blk.update();
-    std::vector<std::vector<float>> signal;
-    for (int pin = 0; pin < (row.inputs > 0 ? row.inputs : 1); ++pin) {
-        signal.push_back(rig::noise(24 * config.block, static_cast<std::uint32_t>(3 * pin + 1)));
-        for (float& v : signal.back())
-            v = 0.6F * v + 0.3F;
-    }
     Fnv1a hash;
-    for (const auto& pin : blk.run(signal))
+    for (const auto& pin : blk.run(rig::stimulus(row.inputs, 24 * config.block)))
         for (const std::uint32_t word : rig::bits(pin))
             hash.add(word);
     return hash.value();

@@ -17,18 +17,6 @@ namespace {
 using rig::BlockCase;
 using Signals = std::vector<std::vector<float>>;
 
-// Inputs that exercise controls as well as audio: noise on every pin, quiet enough that no accumulator overflows.
-Signals stimulus(int pins, int samples)
-{
-    Signals signal;
-    for (int pin = 0; pin < pins; ++pin) {
-        signal.push_back(rig::noise(samples, static_cast<std::uint32_t>(pin + 1)));
-        for (float& v : signal.back())
-            v = 0.5F * v + 0.25F;
-    }
-    return signal;
-}
-
 std::vector<std::uint32_t> all_bits(const Signals& signals)
 {
     std::vector<std::uint32_t> result;
@@ -55,7 +43,7 @@ std::vector<std::uint32_t> run_after(const BlockCase& row, int block, int update
         blk.set(row.vector);
     for (int i = 0; i < updates; ++i)
         blk.update();
-    return all_bits(blk.run(stimulus(std::max(row.inputs, 1), 8 * block)));
+    return all_bits(blk.run(rig::stimulus(row.inputs, 8 * block)));
 }
 
 std::string refusal(int type)
@@ -176,7 +164,7 @@ TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
             if (rig::Allocator::calls() <= before + k)
                 break;
             EXPECT_EQ(result, RT_ERR_MALLOC) << row.type << " allocation " << k;
-            const Signals signal = stimulus(std::max(row.inputs, 1), 256);
+            const Signals signal = rig::stimulus(row.inputs, 256);
             restart_noise();
             const auto kept = all_bits(blk.run(signal));
             restart_noise();
