@@ -1,16 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
 #include "../common/dispatch.h"
+#include "crossover.h"
+#include "fir.h"
 #include "first_order.h"
+#include "graphical_eq.h"
 #include "look_up.h"
+#include "miscellaneous.h"
 #include "second_order.h"
+#include "text_eq.h"
 
 namespace {
 constexpr lbx::BlockOps kFilters[] = {
     {EN_FILTER_1ST, EN_FILTER_1ST, LBX_OPS(FirstOrder)},
     {EN_FILTER_2ND_GENERAL, EN_FILTER_2ND_FIRSTORDERS, LBX_OPS(SecondOrder)},
+    {EN_FILTER_TEXTEQ, EN_FILTER_TEXTEQ, LBX_OPS(TextEQ)},
     {EN_FILTER_NONBARE, EN_FILTER_NONBARE, LBX_OPS(NonBare)},
+    {EN_FILTER_FIR, EN_FILTER_FIR, LBX_OPS(FIR)},
+    {EN_FILTER_CROSSOVER_2WAY, EN_FILTER_CROSSOVER_2WAY, LBX_OPS(Crossover2Way)},
+    {EN_FILTER_CROSSOVER_3WAY, EN_FILTER_CROSSOVER_3WAY, LBX_OPS(Crossover3Way)},
+    {EN_FILTER_MISCE_DCBLOCKING, EN_FILTER_MISCE_DCBLOCKING, LBX_OPS(DCBlocking)},
+    {EN_FILTER_MISCE_STATEVARIABLE, EN_FILTER_MISCE_STATEVARIABLE, LBX_OPS(StateVariable)},
+    {EN_FILTER_MISCE_STATEVARIABLEQ, EN_FILTER_MISCE_STATEVARIABLEQ, LBX_OPS(StateVariableQ)},
     {EN_FILTER_LOOKUP_TONE_PEAK, EN_FILTER_LOOKUP_BUTTER_BESSEL, LBX_OPS(LookUp)},
+    {EN_FILTER_GRAPHICAL_EQ, EN_FILTER_GRAPHICAL_EQ, LBX_OPS(GraphicalEQ)},
 };
 static_assert(lbx::ascending(kFilters));
 }  // namespace

@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "crossover.h"
+
+#include <algorithm>
+#include <numbers>
+
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "../common/section.h"
+#include "../math/filter_design.h"
+#include "../math/level.h"
+#include "../math/section_design.h"
+
+namespace {
+
+using namespace lbx;
+
+// ---- one filter
+
+struct Response {
+    int order;        // 2: one bilinear section; 3 and 4: two sections of filter_design
+    float inverse_q;  // of the former
+    int algorithm;    // of the latter
+    int times;        // in series
+};
+constexpr Response kResponses[] = {
+    {2, 2.0F, 0, 1},                // LR12
+    {2, kButterworth, 0, 1},        // Butter12
+    {2, kBessel, 0, 1},             // Bessel12
+    {3, 0, kDesignButterworth, 1},  // Butter18
+    {3, 0, kDesignBessel, 1},       // Bessel18
+    {2, kButterworth, 0, 2},        // LR24
+    {4, 0, kDesignButterworth, 1},  // Butter24
+    {4, 0, kDesignBessel, 1},       // Bessel24
+    {3, 0, kDesignButterworth, 2},  // LR36
+    {4, 0, kDesignButterworth, 2},  // LR48
+};
+
+// Every type has one, known or not.
+int sections_of(int type) { return type <= Bessel12 ? 1 : type <= Bessel24 ? 2 : 4; }
+
+void designed_pair(const Response& response, float wn, int kind, float gain, float* coeff, float* ba)
+{
+    filter_design(response.order, 0.0F, wn, response.algorithm, kind, ba);
+    write_section({1.0F, ba[0], ba[1], 1.0F, ba[2], ba[3]}, ba[kFilterDesignGain] * gain, coeff);
+    const float* second = ba + kFilterDesignStride;
+    write_section({1.0F, second[0], second[1], 1.0F, second[2], second[3]}, 1.0F, coeff + 5);
+}
+
+void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float gain, int kind)
+{
+    if (type < 0 || type >= std::ssize(kResponses))
+        return;
+    const Response& response = kResponses[type];
+    int floats = 5;
+    if (response.order > 2) {
+        designed_pair(response, 2.0F * fc_hz / rate_hz, kind, gain, coeff, ba);
+        floats = 10;
+    } else {
+        const float half_angle = static_cast<float>(std::numbers::pi * static_cast<double>(fc_hz)) / rate_hz;
+        const auto bilinear = kind == kDesignLowPass ? bilinear_low_pass : bilinear_high_pass;
+        write_section(bilinear(half_angle, response.inverse_q), gain, coeff);
+    }
+    if (response.times == 2)
+        std::copy_n(coeff, floats, coeff + floats);
+}
+
+// ---- two-way and three-way
+
+// A filter's entries in the vector, in the order of the sections. Without a gain of its own: 0 dB.
+struct Filter {
+    int kind, type, fc, gain;
+};
+constexpr int kNoGain = -1, kMostFilters = 4;
+
+struct Ways {
+    int bands, filters;  // the third band takes two filters
+    std::span<const float> defaults;
+    Filter filter[kMostFilters];
+    int polarity[3];  // by band; -1: none
+    const char* title;
+    std::span<const ParamLabel> labels;
+};
+
+constexpr float kDefaults2[] = {LR24, 250, 0, LR24, 3000, 0, 0};
+constexpr ParamLabel kLabels2[] = {{"Low_Type"}, {"Low_Fc"},      {"Low_GaindB"}, {"High_Type"},
+                                   {"High_Fc"},  {"High_GaindB"}, {"Polarity"}};
+constexpr Ways kTwoWays = {
+    2,
+    2,
+    kDefaults2,
+    {{kDesignLowPass, kCrossover2WayLowType, kCrossover2WayLowFc, kCrossover2WayLowGainDB},
+     {kDesignHighPass, kCrossover2WayHighType, kCrossover2WayHighFc, kCrossover2WayHighGainDB}},
+    {kCrossover2WayPolarity, -1},
+    "Crossover_2way",
+    kLabels2,
+};
+
+constexpr float kDefaults3[] = {LR24, 250, 0, LR24, 3000, 0, LR24, 3000, LR24, 250, 0, 0, 0};
+constexpr ParamLabel kLabels3[] = {{"Low_Type", true},    {"Low_Fc"},      {"Low_GaindB"},        {"High_Type", true},
+                                   {"High_Fc"},           {"High_GaindB"}, {"Med_Lp_Type", true}, {"Med_Lp_Fc"},
+                                   {"Med_Hp_Type", true}, {"Med_Hp_Fc"},   {"Med_GaindB"},        {"Polarity1"},
+                                   {"Polarity2"}};
+constexpr Ways kThreeWays = {
+    3,
+    4,
+    kDefaults3,
+    {{kDesignLowPass, kCrossover3WayLowType, kCrossover3WayLowFc, kCrossover3WayLowGainDB},
+     {kDesignHighPass, kCrossover3WayHighType, kCrossover3WayHighFc, kCrossover3WayHighGainDB},
+     {kDesignLowPass, kCrossover3WayMedLpType, kCrossover3WayMedLpFc, kCrossover3WayMedGainDB},
+     {kDesignHighPass, kCrossover3WayMedHpType, kCrossover3WayMedHpFc, kNoGain}},
+    {kCrossover3WayPolarity1, -1, kCrossover3WayPolarity2},
+    "Crossover_3way",
+    kLabels3,
+};
+
+// The documented record, and what the kernel wants of it.
+template <class Core>
+struct Crossover : Core {
+    Split split;
+};
+
+constexpr const Ways& ways(const Crossover2Way_Core*) { return kTwoWays; }
+constexpr const Ways& ways(const Crossover3Way_Core*) { return kThreeWays; }
+
+void note(Crossover2Way_Core* core, const int* sections, const bool* inverted)
+{
+    core->sos_low = sections[0];
+    core->sos_high = sections[1];
+    core->invert1 = inverted[0];
+}
+void note(Crossover3Way_Core* core, const int* sections, const bool* inverted)
+{
+    core->sos_low = sections[0];
+    core->sos_high = sections[1];
+    core->sos_med_lp = sections[2];
+    core->sos_med_hp = sections[3];
+    core->invert1 = inverted[0];
+    core->invert2 = inverted[2];
+}
+
+// ---- setting
+
+// An array of another size with the old values, as far as they go, and zeros.
+bool resized_copy(float*& fresh, const float* old, std::ptrdiff_t old_n, std::ptrdiff_t n)
+{
+    if (!zeros(fresh, n))
+        return false;
+    std::copy_n(old, std::min(old_n, n), fresh);
+    return true;
+}
+
+template <class Core>
+bool make_room(BlockAlgo* blk, Crossover<Core>* core, int sections)
+{
+    const std::ptrdiff_t words = std::ptrdiff_t{2} * blk->nInputs, old = core->split.sections;
+    float *coeff = nullptr, *state = nullptr;
+    if (!resized_copy(coeff, core->coeffArray, 5 * old, std::ptrdiff_t{5} * sections) ||
+        !resized_copy(state, core->stateArray, words * old, words * sections)) {
+        std::free(coeff);
+        return false;
+    }
+    std::free(blk->pStateB);
+    std::free(blk->pStateC);
+    core->coeffArray = blk->pStateB = coeff;
+    core->stateArray = blk->pStateC = state;
+    return true;
+}
+
+// Designs every filter from the stored vector.
+template <class Core>
+void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
+{
+    const Ways& way = ways(core);
+    float* param = blk->pParam;
+    float* coeff = core->coeffArray;
+    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
+    SplitBand band[Split::kMaxBands] = {};
+    bool inverted[Split::kMaxBands] = {};
+    for (int f = 0; f < way.filters; ++f) {
+        const Filter& filter = way.filter[f];
+        const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_to(param[filter.gain], kLevelRange));
+        float ba[kFilterDesignSize];
+        design(coeff, ba, rate_hz, to_int(param[filter.type]), param[filter.fc], gain, filter.kind);
+        coeff += std::ptrdiff_t{5} * sections[f];
+        band[std::min(f, way.bands - 1)].sections += sections[f];
+    }
+    for (int b = 0; b < way.bands; ++b)
+        band[b].negate = inverted[b] = way.polarity[b] >= 0 && to_flag(param[way.polarity[b]]);
+    note(core, sections, inverted);
+    set_split(core->split, core->coeffArray, band, way.bands);
+}
+
+template <class Core>
+int set(BlockAlgo* blk, const float* param)
+{
+    auto* core = core_of<Crossover<Core>>(blk);
+    const Ways& way = ways(core);
+    int sections[kMostFilters] = {}, total = 0;
+    for (int f = 0; f < way.filters; ++f) {
+        sections[f] = sections_of(to_int((param ? param : blk->pParam)[way.filter[f].type]));
+        total += sections[f];
+    }
+    if (total != core->split.sections && !make_room(blk, core, total))
+        return RT_ERR_MALLOC;
+    copy_params(blk->pParam, param, static_cast<int>(way.defaults.size()));
+    apply(blk, core, sections);
+    return RT_OK;
+}
+
+template <class Core>
+BlockAlgo* create(int inputs, int outputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
+{
+    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    auto* core = new_core<Crossover<Core>>(blk);
+    if (!core || !zeros(blk->pParam, std::ssize(ways(core).defaults)) ||
+        !zeros(core->inputBuffer, std::ptrdiff_t{kSplitTile} * inputs))
+        return nullptr;
+    std::ranges::copy(ways(core).defaults, blk->pParam);
+    return set<Core>(blk.get(), nullptr) == RT_OK ? blk.release() : nullptr;
+}
+
+template <class Core>
+int process(const BlockAlgo* blk, float** data_in, float** data_out)
+{
+    const auto* core = core_of<Crossover<Core>>(blk);
+    run_split(core->split, core->stateArray, data_in, data_out, blk->nInputs, blk->block_pro->nBlockSize,
+              core->inputBuffer);
+    return RT_OK;
+}
+
+template <class Core>
+int destroy(BlockAlgo* blk)
+{
+    if (const auto* core = blk ? core_of<Crossover<Core>>(blk) : nullptr)
+        std::free(core->inputBuffer);
+    return free_block(blk);
+}
+
+template <class Core>
+int print(const char* func, const BlockAlgo* blk)
+{
+    const Ways& way = ways(static_cast<const Core*>(nullptr));
+    if (blk)
+        print_params(func, way.title, way.labels, blk->pParam);
+    return RT_OK;
+}
+
+}  // namespace
+
+void calculateLP(float* coeff, float* ba, float sampleRate, int type, float Fc, float gain)
+{
+    design(coeff, ba, sampleRate, type, Fc, gain, kDesignLowPass);
+}
+
+void calculateHP(float* coeff, float* ba, float sampleRate, int type, float Fc, float gain)
+{
+    design(coeff, ba, sampleRate, type, Fc, gain, kDesignHighPass);
+}
+
+BlockAlgo* Crossover2Way_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (Input_pin <= 0 || static_cast<double>(Output_pin) / Input_pin != 2.0) {
+        LBX_LOG("wrong input pin number in Crossover 2Way\n");
+        return nullptr;
+    }
+    return create<Crossover2Way_Core>(Input_pin, Output_pin, block_pro, type, Crossover2Way_destroy);
+}
+
+int Crossover2Way_param_set(BlockAlgo* blk, float* param) { return set<Crossover2Way_Core>(blk, param); }
+int Crossover2Way_param_update(BlockAlgo* blk) { return set<Crossover2Way_Core>(blk, nullptr); }
+int Crossover2Way_param_invoke(BlockAlgo* blk) { return print<Crossover2Way_Core>(__func__, blk); }
+
+int Crossover2Way_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    return process<Crossover2Way_Core>(blk, data_in, data_out);
+}
+
+int Crossover2Way_destroy(BlockAlgo* blk) { return destroy<Crossover2Way_Core>(blk); }
+
+BlockAlgo* Crossover3Way_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (Input_pin <= 0 || Output_pin / Input_pin != 3) {  // the remainder of the division is left out, on purpose
+        LBX_LOG("wrong input pin number in Crossover 3Way\n");
+        return nullptr;
+    }
+    return create<Crossover3Way_Core>(Input_pin, Output_pin, block_pro, type, Crossover3Way_destroy);
+}
+
+int Crossover3Way_param_set(BlockAlgo* blk, float* param) { return set<Crossover3Way_Core>(blk, param); }
+int Crossover3Way_param_update(BlockAlgo* blk) { return set<Crossover3Way_Core>(blk, nullptr); }
+int Crossover3Way_param_invoke(BlockAlgo* blk) { return print<Crossover3Way_Core>(__func__, blk); }
+
+int Crossover3Way_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    return process<Crossover3Way_Core>(blk, data_in, data_out);
+}
+
+int Crossover3Way_destroy(BlockAlgo* blk) { return destroy<Crossover3Way_Core>(blk); }

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the graphical and the text equaliser have in common: a cascade of bands on every channel, as many as the first
+// entry of the vector says, each band switched by a flag of its own.
+//
+// A Kind names the block's documented record and layout:
+//   Core, kFlags                  the record, and the member that holds the flags
+//   kStride, kFlag                floats per band, and the flag's place among them
+//   runs(flag)                    whether a band with that flag filters
+//   design(coeff, rate, band)     one band from its floats
+//   kDefaults                     the vector of a new block
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "../common/section.h"
+#include "../math/level.h"
+#include "../math/section_design.h"
+
+namespace lbx {
+
+template <class Kind>
+struct Equaliser : Kind::Core {
+    Cascade cascade;  // the bands that run
+};
+
+template <class Kind>
+std::ptrdiff_t eq_vector_floats(int bands)
+{
+    return std::ptrdiff_t{1} + std::ptrdiff_t{Kind::kStride} * bands;
+}
+
+// Silent arrays for the bands of `param`, and a copy of it. Without memory the old ones stay.
+template <class Kind>
+[[nodiscard]] bool eq_start_again(BlockAlgo* blk, const float* param)
+{
+    auto* core = core_of<Equaliser<Kind>>(blk);
+    const int bands = std::max(to_int(param[0]), 0);
+    const std::ptrdiff_t sections = bands;
+    float *coeff = nullptr, *state = nullptr, *flags = nullptr, *vector = nullptr;
+    if (!zeros(coeff, 5 * sections) || !zeros(state, 2 * sections * blk->nInputs) || !zeros(flags, sections) ||
+        !zeros(vector, eq_vector_floats<Kind>(bands)) || !reserve(core->cascade, bands)) {
+        for (float* array : {coeff, state, flags, vector})
+            std::free(array);
+        return false;
+    }
+    std::copy_n(param, eq_vector_floats<Kind>(bands), vector);  // before the old one goes, which `param` may be
+    for (float* array : {blk->pState, blk->pStateB, blk->pStateC, blk->pParam})
+        std::free(array);
+    core->numFilter = bands;
+    core->coeffArray = blk->pState = coeff;
+    core->stateBuffer = blk->pStateB = state;
+    core->*Kind::kFlags = blk->pStateC = flags;
+    blk->pParam = vector;
+    return true;
+}
+
+// Designs every band from the stored vector, and starts again from silence.
+template <class Kind>
+void eq_apply(const BlockAlgo* blk)
+{
+    auto* core = core_of<Equaliser<Kind>>(blk);
+    float* flags = core->*Kind::kFlags;
+    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
+    const float* band = blk->pParam + 1;
+    for (int k = 0; k < core->numFilter; ++k, band += Kind::kStride) {
+        flags[k] = band[Kind::kFlag];
+        Kind::design(core->coeffArray + std::ptrdiff_t{5} * k, rate_hz, band);
+    }
+    arrange(core->cascade, core->coeffArray, core->numFilter, [&](int k) { return Kind::runs(flags[k]); });
+    std::fill_n(core->stateBuffer, std::ptrdiff_t{2} * core->numFilter * blk->nInputs, 0.0F);
+}
+
+template <class Kind>
+int eq_set(BlockAlgo* blk, const float* param)
+{
+    const auto* core = core_of<Equaliser<Kind>>(blk);
+    if (param && param[0] == static_cast<float>(core->numFilter))
+        std::copy_n(param, eq_vector_floats<Kind>(core->numFilter), blk->pParam);
+    else if (param && !eq_start_again<Kind>(blk, param))
+        return RT_ERR_MALLOC;
+    eq_apply<Kind>(blk);
+    return RT_OK;
+}
+
+template <class Kind>
+BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
+{
+    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    if (!new_core<Equaliser<Kind>>(blk) || eq_set<Kind>(blk.get(), Kind::kDefaults) != RT_OK)
+        return nullptr;
+    return blk.release();
+}
+
+template <class Kind>
+void eq_run(const typename Kind::Core* core, const float* const* in, float* const* out, int first, int channels, int n)
+{
+    const std::ptrdiff_t words = std::ptrdiff_t{2} * core->numFilter;
+    run_cascade(static_cast<const Equaliser<Kind>*>(core)->cascade, core->stateBuffer + words * first, words, in, out,
+                channels, n);
+}
+
+template <class Kind>
+int eq_destroy(BlockAlgo* blk)
+{
+    if (auto* core = blk ? core_of<Equaliser<Kind>>(blk) : nullptr)
+        release(core->cascade);
+    return free_block(blk);
+}
+
+// What a band starts from. The constant is 2 pi in single precision: all of the design is.
+struct EqBand {
+    Corner corner;
+    float q, boost_db;
+};
+inline EqBand eq_band(float rate_hz, float fc_hz, float q, float boost_db)
+{
+    return {corner(fc_hz * 6.2831855F / rate_hz), clamp_to(q, kQRange), clamp_to(boost_db, kLevelRange)};
+}
+
+enum EqCommonType {
+    kEqPeaking,
+    kEqLowShelf,
+    kEqHighShelf,
+    kEqLowPass,
+    kEqHighPass
+};
+
+// The types that both blocks number alike. False for others; a pass band is lifted by the boost.
+inline bool eq_common(int type, const EqBand& band, Sos& h, float& gain)
+{
+    const float A = std::pow(10.0F, band.boost_db / 40.0F);
+    float slope = band.q;  // within the range of a Q already
+    clamp_to(slope, kSlopeRange);
+    switch (type) {
+    case kEqPeaking:
+        h = peaking_eq(band.corner, A, alpha_q(band.corner, band.q));
+        return true;
+    case kEqLowShelf:
+        h = low_shelf(band.corner, A, alpha_slope(band.corner, A, slope));
+        return true;
+    case kEqHighShelf:
+        h = high_shelf(band.corner, A, alpha_slope(band.corner, A, slope));
+        return true;
+    case kEqLowPass:
+        h = low_pass(band.corner, alpha_q(band.corner, band.q));
+        break;
+    case kEqHighPass:
+        h = high_pass(band.corner, alpha_q(band.corner, band.q));
+        break;
+    default:
+        return false;
+    }
+    gain = linear_gain(band.boost_db);
+    return true;
+}
+
+}  // namespace lbx

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "graphical_eq.h"
+
+#include "equaliser.h"
+
+namespace {
+
+using namespace lbx;
+
+struct Graphical {
+    using Core = GraphicalEQ_Core;
+    static constexpr auto kFlags = &GraphicalEQ_Core::bypassFlags;
+    static constexpr int kStride = kFilterParamSize, kFlag = kFilterBypass;
+    static constexpr float kDefaults[] = {1, 1000, 5, 1.41F, GraphicalEQ_Param, 0};
+
+    static bool runs(float bypass) { return bypass == 0.0F; }
+    static void design(float* coeff, float rate_hz, const float* band)
+    {
+        calculateEQCoeffs(coeff, rate_hz, to_int(band[kFilterType]), band[kFilterFc], band[kFilterQ],
+                          band[kFilterBoostDB]);
+    }
+};
+
+}  // namespace
+
+void calculateEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost)
+{
+    const EqBand band = eq_band(fs, fc, Q, boost);
+    const float half = band.corner.w * 0.5F;
+    Sos h = {};
+    float gain = 1.0F;
+    switch (filterType) {
+    case GraphicalEQ_BUTTER_LP:
+        h = bilinear_low_pass(half, kButterworth);
+        break;
+    case GraphicalEQ_BUTTER_HP:
+        h = bilinear_high_pass(half, kButterworth);
+        break;
+    case GraphicalEQ_BESSEL_LP:
+        h = bilinear_low_pass(half, kBessel);
+        break;
+    case GraphicalEQ_BESSEL_HP:
+        h = bilinear_high_pass(half, kBessel);
+        break;
+    default:
+        if (eq_common(filterType, band, h, gain))
+            break;
+        LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
+        std::exit(-1);
+    }
+    write_section(h, gain, coeffArray);
+}
+
+BlockAlgo* GraphicalEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (Input_pin < 1 || Input_pin != Output_pin) {
+        LBX_LOG("wrong input pin number in GraphicalEQ\n");
+        return nullptr;
+    }
+    return eq_create<Graphical>(Input_pin, Output_pin, block_pro, type, GraphicalEQ_destroy);
+}
+
+int GraphicalEQ_param_set(BlockAlgo* blk, float* param) { return eq_set<Graphical>(blk, param); }
+int GraphicalEQ_param_update(BlockAlgo* blk) { return eq_set<Graphical>(blk, nullptr); }
+
+int GraphicalEQ_param_invoke(BlockAlgo*)
+{
+    LBX_LOG("graphical eq param: \n\n");
+    return RT_OK;
+}
+
+void GraphicalEQ_Render(GraphicalEQ_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
+{
+    eq_run<Graphical>(core, &buffer_in, &buffer_out, i_channel, 1, tickSize);
+}
+
+int GraphicalEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    eq_run<Graphical>(core_of<GraphicalEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
+    return RT_OK;
+}
+
+int GraphicalEQ_destroy(BlockAlgo* blk) { return eq_destroy<Graphical>(blk); }

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "text_eq.h"
+
+#include <numbers>
+
+#include "equaliser.h"
+
+namespace {
+
+using namespace lbx;
+
+struct Text {
+    using Core = TextEQ_Core;
+    static constexpr auto kFlags = &TextEQ_Core::enableFlags;
+    static constexpr int kStride = kTextFilterParamSize, kFlag = kTextFilterEnable;
+    static constexpr float kDefaults[] = {1, 1, 0, Text_Param, 0, 1000, 0.71F, 0};
+
+    static bool runs(float enable) { return enable != 0.0F; }
+    static void design(float* coeff, float rate_hz, const float* band)
+    {
+        calculateTextEQCoeffs(coeff, rate_hz, to_int(band[kTextFilterFilterType]), band[kTextFilterFreq],
+                              band[kTextFilterQ_Slp], band[kTextFilterBoostDB], band[kTextFilterGainDB]);
+    }
+};
+
+float octaves(const EqBand& band)
+{
+    float width = band.q;  // within the range of a Q already
+    return alpha_octaves(band.corner, clamp_to(width, kOctaveRange));
+}
+
+}  // namespace
+
+void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost, float gainDB)
+{
+    const EqBand band = eq_band(fs, fc, Q, boost);
+    const Corner& c = band.corner;
+    Sos h = {};
+    float gain = 1.0F;
+    switch (filterType) {
+    case Text_BP:
+        h = band_pass(c, octaves(band));
+        break;
+    case Text_BS:
+        h = notch(c, octaves(band));
+        break;
+    case Text_APF:
+        h = all_pass_bandwidth(c, static_cast<double>(fc / band.q) * std::numbers::pi / fs);
+        break;
+    case Text_Peaking:
+        h = resonant_band_pass(c, band.q);
+        break;
+    case Text_Notch:
+        h = notch(c, alpha_q(c, band.q));
+        break;
+    case Text_LS1st:
+        h = first_order_low_shelf(c.w, linear_gain(band.boost_db));
+        break;
+    case Text_HS1st:
+        h = first_order_high_shelf(c.w, linear_gain(band.boost_db));
+        break;
+    default:
+        if (eq_common(filterType, band, h, gain))
+            break;
+        LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
+        std::exit(-1);
+    }
+    write_section(h, gain * linear_gain(gainDB), coeffArray);
+}
+
+BlockAlgo* TextEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
+{
+    if (Input_pin != Output_pin) {
+        LBX_LOG("wrong input pin number in TextEQ\n");
+        return nullptr;
+    }
+    return eq_create<Text>(Input_pin, Output_pin, block_pro, type, TextEQ_destroy);
+}
+
+int TextEQ_param_set(BlockAlgo* blk, float* param) { return eq_set<Text>(blk, param); }
+int TextEQ_param_update(BlockAlgo* blk) { return eq_set<Text>(blk, nullptr); }
+
+int TextEQ_param_invoke(BlockAlgo*)
+{
+    LBX_LOG("text eq param: \n\n");
+    return RT_OK;
+}
+
+void TextEQ_Render(TextEQ_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
+{
+    eq_run<Text>(core, &buffer_in, &buffer_out, i_channel, 1, tickSize);
+}
+
+int TextEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    eq_run<Text>(core_of<TextEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
+    return RT_OK;
+}
+
+int TextEQ_destroy(BlockAlgo* blk) { return eq_destroy<Text>(blk); }
