@@ -6,6 +6,7 @@
 #include "Dynamics_Processors/qvaudio_compressor.h"
 #include "Dynamics_Processors/qvaudio_env.h"
 #include "Dynamics_Processors/qvaudio_lim.h"
+#include "Loudness/Loudness.h"
 #include "basic/lbx_ulity.h"
 #include "basic_dsp/arithmetic_operations.h"
 #include "basic_dsp/basic_dsp.h"
