@@ -3,6 +3,7 @@
 // the additions of the plain loop. All paths of a sample are read before it is written: outputs may be inputs.
 #pragma once
 
+#include <cstdint>
 #include <type_traits>
 
 #include "lanes.h"
@@ -56,7 +57,7 @@ LBX_INLINE void sum_some(int paths, int t, float* const (&y)[Outs], Add add)
 // samples from t on as its first argument has lanes. Eight sums are under way at a time: as many as hide each other's
 // latency.
 template <int Outs, class Add>
-void sum_paths(int paths, int n, float* const (&y)[Outs], Add add)
+LBX_INLINE void sum_paths(int paths, int n, float* const (&y)[Outs], Add add)
 {
     constexpr int kVectors = 8 / Outs;
     int t = 0;
@@ -68,12 +69,19 @@ void sum_paths(int paths, int n, float* const (&y)[Outs], Add add)
         sum_some<float, 1>(paths, t, y, add);
 }
 
-// Calls tile(t, length) for every tile of a block.
-template <class Tile>
-void each_tile(int n, Tile tile)
+// At most a tile; quicker than a call of memcpy.
+LBX_INLINE void copy_tile(const float* x, float* y, int n)
 {
-    for (int t = 0; t < n; t += kTile)
-        tile(t, n - t < kTile ? n - t : kTile);
+    sum_paths(1, n, {y}, [=](auto sum, int, int, int t) { return load<decltype(sum)>(x + t); });
+}
+
+// The first cache line within an array of kLine floats too many. Vectors that straddle lines cost twice, and the
+// allocator aligns to 16 bytes only.
+inline constexpr int kLine = 64 / sizeof(float);
+inline float* line_aligned(float* p)
+{
+    constexpr std::uintptr_t kMask = kLine * sizeof(float) - 1;
+    return reinterpret_cast<float*>((reinterpret_cast<std::uintptr_t>(p) + kMask) & ~kMask);
 }
 
 }  // namespace lbx

@@ -6,9 +6,9 @@
 
 #include "../common/common.h"
 #include "../common/log.h"
-#include "../common/mix.h"
 #include "../common/new_block.h"
 #include "../math/fast_inline.h"
+#include "arrangements.h"
 
 namespace {
 
@@ -96,7 +96,7 @@ float slew_factor(const BlockAlgo* blk, float rate)
 // The cross types copy their inputs first, a tile at a time.
 bool scratch(BlockAlgo* blk)
 {
-    return !is_cross(blk->method_type) || lbx::zeros(blk->pState, std::ptrdiff_t{blk->nInputs} * kTile);
+    return !is_cross(blk->method_type) || lbx::zeros(blk->pState, std::ptrdiff_t{blk->nInputs} * kTile + lbx::kLine);
 }
 
 // All gains of a slewed block are one array: old, set, and for more than one gain new, dlt and tmp; then the rows, as
@@ -105,8 +105,9 @@ bool slew_arrays(MixSlewSt* st, std::ptrdiff_t gains, int inputs)
 {
     const bool lone = gains == 1;
     const std::ptrdiff_t held = (lone ? 2 : 5) * gains;
-    const std::ptrdiff_t rows = lbx::rows_for(std::max(std::min<std::ptrdiff_t>(gains, inputs), std::ptrdiff_t{8}));
-    if (!lbx::zeros(st->old_gain, held + rows * kTile))
+    const std::ptrdiff_t rows =
+        lbx::rows_for(std::max<std::ptrdiff_t>(std::min<std::ptrdiff_t>(gains, inputs), lbx::kSplitGroup));
+    if (!lbx::zeros(st->old_gain, held + rows * kTile + lbx::kLine))
         return false;
     st->set_gain = st->old_gain + gains;
     st->new_gain = lone ? nullptr : st->old_gain + 2 * gains;
@@ -137,99 +138,22 @@ Running running(MixSlewSt* st)
     return {&st->lone[0], &st->lone[1], &st->lone[2]};
 }
 
-// Where an arrangement takes its gains from: at(first, stride, count, n) serves `count` gains for the next n samples.
-struct Constant {
-    const float* gain;
-
-    lbx::ConstantGain at(std::ptrdiff_t first, std::ptrdiff_t stride, int /*count*/, int /*n*/) const
-    {
-        return {gain + first, stride};
-    }
-};
-
-struct Moving {
-    Running gains;
-    float* rows;
-
-    lbx::RunningGain at(std::ptrdiff_t first, std::ptrdiff_t stride, int count, int n) const
-    {
-        lbx::lines(gains.now + first, gains.step + first, stride, count, rows, n);
-        return {rows};
-    }
-};
-
 void sum_inputs(int channels, int n, float** xn, float* y)
 {
     lbx::sum_paths(channels, n, {y},
                    [=](auto sum, int k, int, int t) { return sum + lbx::load<decltype(sum)>(xn[k] + t); });
 }
 
-template <class Source>
-void multi(const BlockAlgo* blk, const Source& source, float** xn, float** yn)
+lbx::Pins pins(const BlockAlgo* blk, float** xn, float** yn)
 {
-    lbx::each_tile(block_size(blk), [&](int start, int n) {
-        const auto gain = source.at(0, 1, blk->nInputs, n);
-        lbx::sum_paths(blk->nInputs, n, {yn[0] + start}, [=](auto sum, int k, int, int t) {
-            using V = decltype(sum);
-            return lbx::mul_add(gain.template at<V>(k, t), lbx::load<V>(xn[k] + start + t), sum);
-        });
-    });
-}
-
-template <class Source>
-void stereo(const BlockAlgo* blk, const Source& source, float** xn, float** yn)
-{
-    lbx::each_tile(block_size(blk), [&](int start, int n) {
-        const auto gain = source.at(0, 1, blk->nInputs / 2, n);
-        lbx::sum_paths(blk->nInputs / 2, n, {yn[0] + start, yn[1] + start}, [=](auto sum, int k, int out, int t) {
-            using V = decltype(sum);
-            return lbx::mul_add(gain.template at<V>(k, t), lbx::load<V>(xn[2 * k + out] + start + t), sum);
-        });
-    });
-}
-
-template <class Source>
-void cross(const BlockAlgo* blk, const Source& source, float** xn, float** yn)
-{
-    const float* copies = blk->pState;
-    lbx::each_tile(block_size(blk), [&](int start, int n) {
-        for (int i = 0; i < blk->nInputs; ++i)
-            lbx::copy(xn[i] + start, blk->pState + std::ptrdiff_t{i} * kTile, n);
-        for (int j = 0; j < blk->nOutputs; ++j) {
-            const auto gain = source.at(j, blk->nOutputs, blk->nInputs, n);
-            lbx::sum_paths(blk->nInputs, n, {yn[j] + start}, [=](auto sum, int i, int, int t) {
-                using V = decltype(sum);
-                return lbx::mul_add(gain.template at<V>(i, t), lbx::load<V>(copies + std::ptrdiff_t{i} * kTile + t),
-                                    sum);
-            });
-        }
-    });
-}
-
-template <class Source>
-void split(const BlockAlgo* blk, const Source& source, float** xn, float** yn)
-{
-    constexpr int kGroup = 8;
-    float x[kTile];
-    lbx::each_tile(block_size(blk), [&](int start, int n) {
-        lbx::copy(xn[0] + start, x, n);
-        for (int first = 0; first < blk->nOutputs; first += kGroup) {
-            const int outputs = std::min(kGroup, blk->nOutputs - first);
-            const auto gain = source.at(first, 1, outputs, n);
-            for (int j = 0; j < outputs; ++j)
-                lbx::sum_paths(1, n, {yn[first + j] + start}, [&](auto sum, int, int, int t) {
-                    using V = decltype(sum);
-                    return gain.template at<V>(j, t) * lbx::load<V>(x + t);
-                });
-        }
-    });
+    return {blk->nInputs, blk->nOutputs, xn, yn, block_size(blk)};
 }
 
 // One block of an arrangement with constant gains, and with gliding ones.
 template <class Arrangement>
 int plain(BlockAlgo* blk, Arrangement arrangement)
 {
-    arrangement(Constant{static_cast<const float*>(blk->AlgoCore)});
+    arrangement(lbx::Constant{static_cast<const float*>(blk->AlgoCore)});
     return RT_OK;
 }
 
@@ -241,9 +165,9 @@ int slewed(BlockAlgo* blk, Arrangement arrangement)
     Mixers_SlewGainEnter(st, gains);
     const Running gain = running(st);
     if (st->conv_flag)
-        arrangement(Moving{gain, st->rows});
+        arrangement(lbx::Moving{gain.now, gain.step, lbx::line_aligned(st->rows)});
     else
-        arrangement(Constant{gain.now});
+        arrangement(lbx::Constant{gain.now});
     Mixers_SlewGainOut(st, gains);
     return RT_OK;
 }
@@ -399,24 +323,24 @@ int Mixers_SingleProcess(BlockAlgo* blk, float** xn, float** yn) { return sum_on
 
 int Mixers_MultiProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { multi(blk, gains, xn, yn); });
+    return plain(blk, [=](const auto& gains) { lbx::multi(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_StereoProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { stereo(blk, gains, xn, yn); });
+    return plain(blk, [=](const auto& gains) { lbx::stereo(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_NxMProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { cross(blk, gains, xn, yn); });
+    return plain(blk, [=](const auto& gains) { lbx::cross(pins(blk, xn, yn), gains, lbx::line_aligned(blk->pState)); });
 }
 
 int Splitters_SingleProcess(BlockAlgo* blk, float** xn, float** yn) { return split_one_gain(blk, xn, yn); }
 
 int Splitters_MultiProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { split(blk, gains, xn, yn); });
+    return plain(blk, [=](const auto& gains) { lbx::split(pins(blk, xn, yn), gains); });
 }
 
 int Splitters_TConnect_Process(BlockAlgo* blk, float** xn, float** yn)
@@ -430,24 +354,25 @@ int Mixers_SingleSlewProcess(BlockAlgo* blk, float** xn, float** yn) { return su
 
 int Mixers_MultiSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { multi(blk, gains, xn, yn); });
+    return slewed(blk, [=](const auto& gains) { lbx::multi(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_StereoSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { stereo(blk, gains, xn, yn); });
+    return slewed(blk, [=](const auto& gains) { lbx::stereo(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_NxMSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { cross(blk, gains, xn, yn); });
+    return slewed(blk,
+                  [=](const auto& gains) { lbx::cross(pins(blk, xn, yn), gains, lbx::line_aligned(blk->pState)); });
 }
 
 int Splitters_SingleSlewProcess(BlockAlgo* blk, float** xn, float** yn) { return split_one_gain(blk, xn, yn); }
 
 int Splitters_MultiSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { split(blk, gains, xn, yn); });
+    return slewed(blk, [=](const auto& gains) { lbx::split(pins(blk, xn, yn), gains); });
 }
 
 int BlockAlgo_Mixers_MulToOne(int in_chan, int size, float** xn, float** yn, float gain)
