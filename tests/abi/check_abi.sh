@@ -29,7 +29,7 @@ esac
 "${cross}readelf" -d "$library" | grep -q 'SONAME.*libvantoro\.so\.1\]' || fail "wrong soname"
 
 for header in $public; do
-    printf '#include "%s"\n#include "%s"\n' "$header" "$header" >"$work/one.c"
+    printf '#include "%s"\n#include "%s"\ntypedef int not_empty;\n' "$header" "$header" >"$work/one.c"
     cp "$work/one.c" "$work/one.cpp"
     "${cross}gcc" -std=c11 -Wall -Wextra -Wpedantic -Werror -I"$headers" -fsyntax-only "$work/one.c"
     "${cross}g++" -std=c++17 -Wall -Wextra -Wpedantic -Werror -I"$headers" -fsyntax-only "$work/one.cpp"
