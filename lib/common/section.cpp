@@ -413,18 +413,31 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
 
 namespace {
 
+// The two words of eight bands, between memory, band by band, and lanes, word by word.
+void load_words(const float* state, f8 (&word)[2])
+{
+    const f4 a = load<f4>(state), b = load<f4>(state + 4), c = load<f4>(state + 8), d = load<f4>(state + 12);
+    word[0] = join(__builtin_shufflevector(a, b, 0, 2, 4, 6), __builtin_shufflevector(c, d, 0, 2, 4, 6));
+    word[1] = join(__builtin_shufflevector(a, b, 1, 3, 5, 7), __builtin_shufflevector(c, d, 1, 3, 5, 7));
+}
+
+void store_words(float* state, const f8 (&word)[2])
+{
+    const f4 a = lower(word[0]), b = lower(word[1]), c = upper(word[0]), d = upper(word[1]);
+    store(state, join(__builtin_shufflevector(a, b, 0, 4, 1, 5), __builtin_shufflevector(a, b, 2, 6, 3, 7)));
+    store(state + 8, join(__builtin_shufflevector(c, d, 0, 4, 1, 5), __builtin_shufflevector(c, d, 2, 6, 3, 7)));
+}
+
 template <int kPackets>
 void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* sums)
 {
-    const auto band = [&](int p, int l) { return std::min(8 * p + l, bank.bands - 1); };
     SecondOrder<f8> section[kPackets];
     f8 sum[kPackets];
     for (int p = 0; p < kPackets; ++p) {
         sum[p] = every<f8>(0.0F);
         for (int j = 0; j < 5; ++j)
             section[p].coeff[j] = load<f8>(bank.coeff[p][j]);
-        for (int j = 0; j < 2; ++j)
-            section[p].state[j] = lanes_of<f8>([&](int l) { return state[2 * band(p, l) + j]; });
+        load_words(state + 16 * p, section[p].state);
     }
     for (int i = 0; i < n; ++i)
         for (int p = 0; p < kPackets; ++p) {
@@ -432,9 +445,8 @@ void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* s
             sum[p] = mul_add(y, y, sum[p]);
         }
     for (int p = 0; p < kPackets; ++p) {
-        for (int j = 0; j < 2; ++j)
-            each_lane(section[p].state[j], [&](int l, float s) { state[2 * band(p, l) + j] = s; });
-        each_lane(sum[p], [&](int l, float s) { sums[band(p, l)] = s; });
+        store_words(state + 16 * p, section[p].state);
+        store(sums + 8 * p, sum[p]);
     }
 }
 

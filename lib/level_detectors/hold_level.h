@@ -14,7 +14,7 @@ inline float block_div(const BlockPro* pro) { return 1.0F / static_cast<float>(p
 struct HoldLaw {
     float weight;   // of a new block, rising and falling alike
     float pre_div;  // block_div()
-    int hold_time;  // samples
+    int hold_time;  // samples, not negative
 };
 
 // The sum of squares of `n` samples moves the smoothed mean square. Every rise lengthens the hold by a block, up to the
@@ -23,8 +23,8 @@ inline void hold_level(const HoldLaw& law, float sum, int n, float& smooth, int&
 {
     const float mean = sum * law.pre_div;
     const bool rises = mean > smooth;
-    const int longer = std::min(hold_add(hold_count, n), law.hold_time);
-    const int shorter = hold_sub(hold_count, n);
+    const int longer = hold_count > law.hold_time - n ? law.hold_time : hold_count + n;
+    const int shorter = hold_count - n;
     const float moved = follow(smooth, mean, law.weight);
     smooth = rises || shorter < 1 ? moved : smooth;
     hold_count = rises ? longer : std::max(shorter, 0);

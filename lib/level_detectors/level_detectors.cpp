@@ -44,7 +44,7 @@ void take_times(Core* core, const float* param, const BlockPro* pro)
 template <class Core>
 HoldLaw law_of(const Core& core)
 {
-    return {core.rmstc_coeff, core.pre_div, to_int(static_cast<double>(core.hold_time))};
+    return {core.rmstc_coeff, core.pre_div, std::max(to_int(static_cast<double>(core.hold_time)), 0)};
 }
 
 Sos design_band(const float* band, int sampleRate)
@@ -85,7 +85,7 @@ template <class Core>
 void measure_bands(const Banked<Core>& st, const float* in, int n)
 {
     const Core& core = st.core;
-    float sums[kMaxBands];
+    float sums[Bank::kLanes];
     run_bank(st.bank, core.stateBuffer, in, n, sums);
     const HoldLaw law = law_of(core);
     for (int k = 0; k < st.bank.bands; ++k) {
@@ -183,7 +183,7 @@ BlockAlgo* SevenLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, SevenLevelDetector_destroy);
     auto* st = new_core<Banked<SevenLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 3 * kSevenBands) ||
-        !zeros(blk->pStateB, 5 * kSevenBands) || !zeros(blk->pStateC, 2 * kSevenBands))
+        !zeros(blk->pStateB, 5 * kSevenBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
         return nullptr;
     SevenLevelDetector_Core* core = &st->core;
     copy_params(blk->pParam, kDefaults, kLevelDetectorsModuleSize);
@@ -233,7 +233,7 @@ BlockAlgo* MultiLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, MultiLevelDetector_destroy);
     auto* st = new_core<Banked<MultiLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kHeader + kBandSize * kMaxBands) || !zeros(blk->pState, 3 * kMaxBands) ||
-        !zeros(blk->pStateB, 5 * kMaxBands) || !zeros(blk->pStateC, 2 * kMaxBands))
+        !zeros(blk->pStateB, 5 * kMaxBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
         return nullptr;
     MultiLevelDetector_Core* core = &st->core;
     core->rms_log = blk->pState;

@@ -35,12 +35,7 @@ inline float rise_weight(float ms, const BlockPro* pro)
 
 inline int hold_samples(float ms, const BlockPro* pro) { return to_int(rate_of(pro) * ms / 1000.0F); }
 
-// Sum and difference of a hold counter, saturating.
-constexpr int hold_add(int count, int samples)
-{
-    int sum = 0;
-    return __builtin_add_overflow(count, samples, &sum) ? std::numeric_limits<int>::max() : sum;
-}
+// A hold counter counted down, saturating.
 constexpr int hold_sub(int count, int samples)
 {
     int rest = 0;
