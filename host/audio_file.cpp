@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "audio_file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
+#include <cctype>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 
 namespace vantoro {
@@ -161,50 +157,27 @@ int AudioReader::read(float* const* channels, int frames)
 void AudioWriter::check(const std::string& path, Encoding encoding, int channels, int rate)
 {
     format_of(path, encoding, channels, rate);
-    std::error_code none;
-    if (const auto status = fs::status(path, none); fs::exists(status) && !fs::is_regular_file(status))
-        throw AudioError(path + ": is not a regular file");
+    if (const std::string why = PartFile::refusal(path); !why.empty())
+        throw AudioError(why);
 }
 
 AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channels, int rate,
                          std::optional<std::int64_t> frames)
-    : path_(path), channels_(channels)
+    : part_(path), channels_(channels)
 {
     constexpr double kMaxWavBytes = 4e9;
-    check(path, encoding, channels, rate);
-    std::error_code none;
-    if (fs::is_symlink(path, none))
-        path_ = fs::weakly_canonical(path, none).string();
     SF_INFO info = format_of(path, encoding, channels, rate);
     bits_ = bits_of(info.format);
     if (const double bytes = static_cast<double>(frames.value_or(0)) * channels * (bits_ ? bits_ / 8 : 4);
         bytes > kMaxWavBytes && (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV)
         info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
-
-    part_ = path_ + '.' + std::to_string(getpid()) + ".part";
-    const int fd = open(part_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        const std::string why = std::strerror(errno);
-        part_.clear();
-        fail(why);
-    }
-    file_.reset(sf_open_fd(fd, SFM_WRITE, &info, SF_TRUE));
-    if (!file_) {
-        const std::string why = sf_strerror(nullptr);
-        unlink(part_.c_str());
-        fail(why);
-    }
+    file_.reset(sf_open(part_.part().c_str(), SFM_WRITE, &info));
+    if (!file_)
+        fail(sf_strerror(nullptr));
     sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
     sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     chunk_.resize(chunk_frames(channels) * static_cast<std::size_t>(channels));
     codes_.resize(bits_ ? chunk_.size() : 0);
-}
-
-AudioWriter::~AudioWriter()
-{
-    file_.reset();
-    if (!part_.empty())
-        unlink(part_.c_str());
 }
 
 void AudioWriter::write(const float* const* channels, int frames)
@@ -246,16 +219,11 @@ void AudioWriter::flush()
 void AudioWriter::commit()
 {
     flush();
-    sf_write_sync(file_.get());
-    if (sf_error(file_.get()) != SF_ERR_NO_ERROR)
-        fail(sf_strerror(file_.get()));
     if (const int error = sf_close(file_.release()))
         fail(sf_error_number(error));
-    if (rename(part_.c_str(), path_.c_str()) != 0)
-        fail(std::strerror(errno));
-    part_.clear();
+    part_.commit();
 }
 
-void AudioWriter::fail(const std::string& why) const { throw AudioError(path_ + ": cannot be written: " + why); }
+void AudioWriter::fail(const std::string& why) const { throw AudioError("the output cannot be written: " + why); }
 
 }  // namespace vantoro

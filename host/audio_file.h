@@ -12,6 +12,8 @@
 
 #include <sndfile.h>
 
+#include "part_file.h"
+
 namespace vantoro {
 
 class AudioError : public std::runtime_error {
@@ -55,8 +57,7 @@ enum class Encoding {
     real  // 32-bit float, exact
 };
 
-// Writes a file whose format follows from its extension. Until commit() it has another name, and the file that stood
-// there before stays as it was.
+// Writes a file whose format follows from its extension. It takes its place with commit(), not before.
 class AudioWriter {
 public:
     // Whether the path's extension and the encoding name a format that can be written. Throws if not.
@@ -64,18 +65,15 @@ public:
 
     // `frames`: the length to come, where it is known; very long WAV files become RF64.
     AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
-    ~AudioWriter();
-    AudioWriter(const AudioWriter&) = delete;
-    AudioWriter& operator=(const AudioWriter&) = delete;
 
     void write(const float* const* channels, int frames);
-    void commit();  // flushes, closes and renames
+    void commit();  // flushes, closes and puts the file in its place
 
 private:
     void flush();
     [[noreturn]] void fail(const std::string& why) const;
 
-    std::string path_, part_;  // part_: the name until commit
+    PartFile part_;
     int channels_;
     int bits_;  // of PCM; 0: float
     Sound file_;

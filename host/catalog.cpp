@@ -49,17 +49,14 @@ std::size_t edit_distance(std::string_view a, std::string_view b)
 std::size_t distance(std::string_view wanted, std::string_view name)
 {
     std::size_t best = edit_distance(wanted, name);
-    const auto at_word = [&](std::size_t i) {
-        return i == 0 || i == name.size() || name[i - 1] == '_' || name[i] == '_';
-    };
     for (std::size_t from = 0; from < name.size(); ++from)
-        for (std::size_t to = from + 1; to <= name.size() && at_word(from); ++to)
-            if (at_word(to))
+        for (std::size_t to = from + 1; to <= name.size() && (from == 0 || name[from - 1] == '_'); ++to)
+            if (to == name.size() || name[to] == '_')
                 best = std::min(best, edit_distance(wanted, name.substr(from, to - from)) + 1);
     return name.starts_with(wanted) || wanted.starts_with(name) ? std::min<std::size_t>(best, 1) : best;
 }
 
-// The candidates that come near `word`, nearest first. Near is: no more than a third mistyped.
+// The candidates that come near `word`, nearest first: no more than a third mistyped, and about as near as the nearest.
 std::vector<std::string_view> matches(std::string_view word, std::span<const std::string_view> candidates)
 {
     const std::string wanted = key(word);
@@ -70,7 +67,8 @@ std::vector<std::string_view> matches(std::string_view word, std::span<const std
     std::ranges::stable_sort(near, {}, &decltype(near)::value_type::first);
     std::vector<std::string_view> out;
     for (const auto& [d, candidate] : near)
-        out.push_back(candidate);
+        if (d <= near.front().first + 1)
+            out.push_back(candidate);
     return out;
 }
 

@@ -53,12 +53,11 @@ public:
             note(wires[w].from, kOut, w);
             note(wires[w].to, kIn, w);
         }
-        for (int n = 0; n < static_cast<int>(nodes.size()); ++n) {
-            if (count(n, kIn))
-                work_.emplace_back(n, kIn);
-            if (count(n, kOut))
-                work_.emplace_back(n, kOut);
-        }
+        // What a block's own counts say comes before what its wires say, so that a wire is blamed for not fitting.
+        for (int n = 0; n < static_cast<int>(nodes.size()); ++n)
+            for (const Side side : {kIn, kOut})
+                if (count(n, side))
+                    known(n, side);
         for (const Wire& wire : wires) {
             if (wire.from.count)
                 carry(wire.to, kIn, *wire.from.count);
@@ -77,7 +76,7 @@ public:
         if (own || nodes_[index(node)].broken)
             return;
         own = value;
-        work_.emplace_back(node, side);
+        known(node, side);
     }
 
     void run()
@@ -91,9 +90,6 @@ public:
                 const End& other = side == kIn ? wires_[w].from : wires_[w].to;
                 carry(other, side == kIn ? kOut : kIn, value - own.first);
             }
-            const Side far = side == kIn ? kOut : kIn;
-            if (const auto only = only_count(nodes_[index(node)].type, side, value))
-                set(node, far, *only);
         }
     }
 
@@ -117,6 +113,13 @@ private:
             at(end.node, side).least = std::max(at(end.node, side).least, end.first + *end.count);
         else
             at(end.node, side).joins.push_back(wire);
+    }
+
+    void known(int node, Side side)
+    {
+        work_.emplace_back(node, side);
+        if (const auto only = only_count(nodes_[index(node)].type, side, *count(node, side)))
+            set(node, side == kIn ? kOut : kIn, *only);
     }
 
     void carry(const End& end, Side side, int pins)

@@ -21,9 +21,9 @@ constexpr Slot kSmoother[] = {
     value(choice("isDbPs", kTimeUnit, 0, "what time is")),
 };
 
-constexpr Choice kCompare[] = {
-    {"COMPARE_GT", 0}, {"COMPARE_LT", 1}, {"COMPARE_GE", 2}, {"COMPARE_LE", 3}, {"COMPARE_EQ", 4}};
-constexpr Choice kLogic[] = {{"LOGIC_AND", 0}, {"LOGIC_NAND", 1}, {"LOGIC_OR", 2}, {"LOGIC_NOR", 3}, {"LOGIC_XOR", 4}};
+constexpr Choice kCompare[] = {NAMED(COMPARE_GT), NAMED(COMPARE_LT), NAMED(COMPARE_GE), NAMED(COMPARE_LE),
+                               NAMED(COMPARE_EQ)};
+constexpr Choice kLogic[] = {NAMED(LOGIC_AND), NAMED(LOGIC_NAND), NAMED(LOGIC_OR), NAMED(LOGIC_NOR), NAMED(LOGIC_XOR)};
 constexpr Slot kCondition[] = {value(choice("type", kCompare, 0, "comparison of a with b"))};
 constexpr Slot kGate[] = {value(whole("bit", 0, {0, 31}, "the output is 2 to this power"))};
 constexpr Slot kZero[] = {value(real("value", "", 0, "the output where the input is 0"))};
@@ -48,6 +48,9 @@ constexpr Param kCoefficient[] = {real("c", "", 0, "of x to the power of the ind
 constexpr float kConstantOne[] = {1, 0, 0};
 constexpr Table kCoefficients = list("coefficients", kCoefficient, 2, 10000, kConstantOne, "lowest power first");
 constexpr Slot kPoly[] = {count(kCoefficients), entries(kCoefficients)};
+static_assert(std::size(kSmoother) == kBasicRMSModuleSize);
+static_assert(std::size(kDelay) == kBasicDelayModuleSize);
+static_assert(std::size(kGainSlew) == kBasicGainModuleSize);
 
 constexpr BlockType kTypes[] = {
     {EN_BASIC_ARITH_ABS, "BASIC_ARITH_ABS", "absolute value", kSame},

@@ -15,7 +15,7 @@ constexpr Slot kHoldTime = value(real("holdTime", "ms", 0, "before a level may f
 constexpr Slot kDecayTime = value(real("decayTime", "ms", 200, "kept, not used"));
 constexpr Slot kLevel[] = {kMeasure, kRmstc, kHoldTime, kDecayTime};
 
-constexpr Choice kBandType[] = {{"Detector_BP", 0}, {"Detector_LP", 1}, {"Detector_HP", 2}};
+constexpr Choice kBandType[] = {NAMED(Detector_BP), NAMED(Detector_LP), NAMED(Detector_HP)};
 constexpr Param kBand[] = {
     choice("type", kBandType, 0, "band-pass, low-pass, high-pass"),
     real("fc", "Hz", 1000, "corner or centre"),
@@ -48,6 +48,8 @@ constexpr Slot kLookup2d[] = {
     value(whole("rows", 3, {1, 256}, "entries for y")),
     entries(kGrid),
 };
+static_assert(std::size(kLevel) == kLevelDetectorsModuleSize);
+static_assert(std::size(kBand) == kMultiLevelDetectorsFilterParamSize);
 
 constexpr BlockType kTypes[] = {
     {EN_DETECTORS_SINGLE_BAND, "DETECTORS_SINGLE_BAND", "level meter", kOneOne, kLevel},

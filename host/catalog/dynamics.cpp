@@ -37,6 +37,8 @@ constexpr Slot kCompressor[] = {
     count(kCurve),
     entries(kCurve),
 };
+static_assert(std::size(kEnvRms) == kEnvModuleSize);
+static_assert(std::size(kLimiter) == kLimiterModuleSize);
 
 constexpr BlockType kTypes[] = {
     {EN_DP_ENV, "DP_ENV", "peak envelope", kOneOne, kEnv},

@@ -32,16 +32,15 @@ constexpr Slot kBoostDb = value(real("boostDb", "dB", 3, kDb, "of peaks and shel
 
 // ---- first and second order ----
 
-constexpr Choice kFirstOrder[] = {{"LP1st", 0}, {"HP1st", 1}, {"AP1st", 2}, {"LS1st", 3}, {"HS1st", 4}};
-constexpr Choice kGeneral[] = {
-    {"Gen_Param", 0},      {"Gen_LS", 1},         {"Gen_HS", 2},         {"Gen_LP", 3},
-    {"Gen_HP", 4},         {"Gen_BP", 5},         {"Gen_BS", 6},         {"Gen_APF", 7},
-    {"Gen_Peaking", 8},    {"Gen_Notvh", 9},      {"Gen_Cheby_LP", 10},  {"Gen_Cheby_HP", 11},
-    {"Gen_Bessel_LP", 12}, {"Gen_Bessel_HP", 13}, {"Gen_Butter_LP", 14}, {"Gen_Butter_HP", 15}};
-constexpr Choice kParamShelf[] = {{"Parametric", 0}, {"LowShelf", 1}, {"HighShelf", 2}};
-constexpr Choice kCommon[] = {{"GeneralLP", 0}, {"GeneralHP", 1}, {"GeneralBP", 2},   {"GeneralBS", 3},  {"APF", 4},
-                              {"Peaking", 5},   {"Notch", 6},     {"ChebyshevLP", 7}, {"ChebyshevHP", 8}};
-constexpr Choice kBesselButter[] = {{"BesselLP", 0}, {"BesselHP", 1}, {"ButterLP", 2}, {"ButterHP", 3}};
+constexpr Choice kFirstOrder[] = {NAMED(LP1st), NAMED(HP1st), NAMED(AP1st), NAMED(LS1st), NAMED(HS1st)};
+constexpr Choice kGeneral[] = {NAMED(Gen_Param),     NAMED(Gen_LS),        NAMED(Gen_HS),        NAMED(Gen_LP),
+                               NAMED(Gen_HP),        NAMED(Gen_BP),        NAMED(Gen_BS),        NAMED(Gen_APF),
+                               NAMED(Gen_Peaking),   NAMED(Gen_Notvh),     NAMED(Gen_Cheby_LP),  NAMED(Gen_Cheby_HP),
+                               NAMED(Gen_Bessel_LP), NAMED(Gen_Bessel_HP), NAMED(Gen_Butter_LP), NAMED(Gen_Butter_HP)};
+constexpr Choice kParamShelf[] = {NAMED(Parametric), NAMED(LowShelf), NAMED(HighShelf)};
+constexpr Choice kCommon[] = {NAMED(GeneralLP), NAMED(GeneralHP), NAMED(GeneralBP),   NAMED(GeneralBS),  NAMED(APF),
+                              NAMED(Peaking),   NAMED(Notch),     NAMED(ChebyshevLP), NAMED(ChebyshevHP)};
+constexpr Choice kBesselButter[] = {NAMED(BesselLP), NAMED(BesselHP), NAMED(ButterLP), NAMED(ButterHP)};
 constexpr Choice kSection[] = {{"None", 0}, {"LowPass", 1}, {"HighPass", 2}, {"AllPass", 3}};
 
 constexpr Slot response(std::span<const Choice> choices) { return value(choice("type", choices, 0, "response")); }
@@ -89,12 +88,21 @@ constexpr Slot kNonBare[] = {
     value(real("k", "", 3.5F, "kept, not used")),
     value(real("gainDb", "dB", 0, "kept, not used")),
 };
+static_assert(std::size(kFirst) == kFilter1stModuleSize);
+static_assert(std::size(kSecondGeneral) == kGeneralModuleSize);
+static_assert(std::size(kSecondShelf) == kParamShelfModuleSize);
+static_assert(std::size(kSecondCommon) == kCommonModuleSize);
+static_assert(std::size(kSecondBessel) == kBesselButterModuleSize);
+static_assert(std::size(kTone) == kToneModuleSize);
+static_assert(std::size(kIir) == kIIRModuleSize);
+static_assert(std::size(kFirstOrders) == kFirstOrdersModuleSize);
+static_assert(std::size(kNonBare) == kNonBareModuleSize);
 
 // ---- equalisers and FIR ----
 
-constexpr Choice kTextType[] = {{"Text_Param", 0},   {"Text_LS2nd", 1}, {"Text_HS2nd", 2},  {"Text_LP", 3},
-                                {"Text_HP", 4},      {"Text_BP", 5},    {"Text_BS", 6},     {"Text_APF", 7},
-                                {"Text_Peaking", 8}, {"Text_Notch", 9}, {"Text_LS1st", 10}, {"Text_HS1st", 11}};
+constexpr Choice kTextType[] = {NAMED(Text_Param),   NAMED(Text_LS2nd), NAMED(Text_HS2nd), NAMED(Text_LP),
+                                NAMED(Text_HP),      NAMED(Text_BP),    NAMED(Text_BS),    NAMED(Text_APF),
+                                NAMED(Text_Peaking), NAMED(Text_Notch), NAMED(Text_LS1st), NAMED(Text_HS1st)};
 constexpr Param kTextBand[] = {
     flag("enable", 1, "0 skips the band"),
     flag("polarity", 0, "kept, not used"),
@@ -109,9 +117,9 @@ constexpr Table kTextBands = list("bands", kTextBand, 0, kMany, kOneTextBand, "i
 constexpr Slot kTextEq[] = {count(kTextBands), entries(kTextBands)};
 
 constexpr Choice kGraphicalType[] = {
-    {"GraphicalEQ_Param", 0},     {"GraphicalEQ_LS", 1},        {"GraphicalEQ_HS", 2},
-    {"GraphicalEQ_LP", 3},        {"GraphicalEQ_HP", 4},        {"GraphicalEQ_BUTTER_LP", 5},
-    {"GraphicalEQ_BUTTER_HP", 6}, {"GraphicalEQ_BESSEL_LP", 7}, {"GraphicalEQ_BESSEL_HP", 8}};
+    NAMED(GraphicalEQ_Param),     NAMED(GraphicalEQ_LS),        NAMED(GraphicalEQ_HS),
+    NAMED(GraphicalEQ_LP),        NAMED(GraphicalEQ_HP),        NAMED(GraphicalEQ_BUTTER_LP),
+    NAMED(GraphicalEQ_BUTTER_HP), NAMED(GraphicalEQ_BESSEL_LP), NAMED(GraphicalEQ_BESSEL_HP)};
 constexpr Param kGraphicalBand[] = {
     real("fc", "Hz", 1000, "corner or centre"),
     real("boostDb", "dB", 5, kDb, "of the peak and the shelves; gain of GraphicalEQ_LP and _HP"),
@@ -123,6 +131,9 @@ constexpr float kOneGraphicalBand[] = {1000, 5, 1.41F, 0, 0};
 constexpr Table kGraphicalBands = list("bands", kGraphicalBand, 0, kMany, kOneGraphicalBand, "in order of processing");
 constexpr Slot kGraphicalEq[] = {count(kGraphicalBands), entries(kGraphicalBands)};
 
+static_assert(std::size(kTextBand) == kTextFilterParamSize);
+static_assert(std::size(kGraphicalBand) == kFilterParamSize);
+
 constexpr Param kTap[] = {real("tap", "", 0, "")};
 constexpr float kIdentityTaps[] = {1, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr Table kTaps = list("taps", kTap, 1, kMany, kIdentityTaps, "the impulse response");
@@ -130,8 +141,8 @@ constexpr Slot kFir[] = {count(kTaps), entries(kTaps)};
 
 // ---- crossovers ----
 
-constexpr Choice kCrossoverType[] = {{"LR12", 0}, {"Butter12", 1}, {"Bessel12", 2}, {"Butter18", 3}, {"Bessel18", 4},
-                                     {"LR24", 5}, {"Butter24", 6}, {"Bessel24", 7}, {"LR36", 8},     {"LR48", 9}};
+constexpr Choice kCrossoverType[] = {NAMED(LR12), NAMED(Butter12), NAMED(Bessel12), NAMED(Butter18), NAMED(Bessel18),
+                                     NAMED(LR24), NAMED(Butter24), NAMED(Bessel24), NAMED(LR36),     NAMED(LR48)};
 constexpr Slot slope(std::string_view name, std::string_view help)
 {
     return value(choice(name, kCrossoverType, 5, help));
@@ -164,14 +175,16 @@ constexpr Slot kThreeWayParams[] = {
     value(flag("polarity1", 0, "1 inverts the low band")),
     value(flag("polarity2", 0, "1 inverts the mid band")),
 };
+static_assert(std::size(kTwoWayParams) == kCrossover2WayModuleSize);
+static_assert(std::size(kThreeWayParams) == kCrossover3WayModuleSize);
 
 // ---- lookup and state variable ----
 
-constexpr Choice kTonePeak[] = {{"LookUp_LS", 0}, {"LookUp_HS", 1}, {"LookUp_Peak", 2}};
-constexpr Choice kLookCommon[] = {
-    {"LookUp_General_LP", 0}, {"LookUp_General_HP", 1}, {"LookUp_Chebyshev_LP", 2}, {"LookUp_Chebyshev_HP", 3}};
-constexpr Choice kLookButter[] = {
-    {"LookUp_Butter_LP", 0}, {"LookUp_Butter_HP", 1}, {"LookUp_Bessel_LP", 2}, {"LookUP_Bessel_HP", 3}};
+constexpr Choice kTonePeak[] = {NAMED(LookUp_LS), NAMED(LookUp_HS), NAMED(LookUp_Peak)};
+constexpr Choice kLookCommon[] = {NAMED(LookUp_General_LP), NAMED(LookUp_General_HP), NAMED(LookUp_Chebyshev_LP),
+                                  NAMED(LookUp_Chebyshev_HP)};
+constexpr Choice kLookButter[] = {NAMED(LookUp_Butter_LP), NAMED(LookUp_Butter_HP), NAMED(LookUp_Bessel_LP),
+                                  NAMED(LookUP_Bessel_HP)};
 constexpr Slot kCurves = value(whole("curves", 4, {1, kMany}, "number of curves"));
 constexpr Slot kLookGain = value(real("gainDb", "dB", -5, "gain of every curve"));
 constexpr Slot kFcMax = value(real("fcMax", "Hz", 300, "the last curve stops one step short of it"));
@@ -198,6 +211,10 @@ constexpr Slot kLookBessel[] = {response(kLookButter), kCurves, kLookGain, kFcMa
 constexpr Slot kStateFc = value(real("fc", "Hz", 73, "corner and centre"));
 constexpr Slot kState[] = {kStateFc, value(real("q", "", 0.707F, ""))};
 constexpr Slot kStateQ[] = {kStateFc};
+static_assert(std::size(kLookTone) == kTonePeakModuleSize);
+static_assert(std::size(kLookGeneral) == kGeneralChebyshevModuleSize);
+static_assert(std::size(kLookBessel) == kButterBesselModuleSize);
+static_assert(std::size(kState) == kStateVariableModuleSize);
 
 constexpr BlockType kTypes[] = {
     {EN_FILTER_1ST, "FILTER_1ST", "first-order filter", kSame, kFirst},

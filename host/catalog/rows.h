@@ -82,6 +82,10 @@ constexpr Table per(Per what, std::string_view name, std::span<const Param> colu
 }
 inline constexpr int kMany = 65536;  // rows of a table that the library does not limit
 
+// A choice by its public enumerator.
+#define NAMED(enumerator) \
+    vantoro::Choice { #enumerator, enumerator }
+
 constexpr Slot value(Param param) { return {Slot::Kind::value, param}; }
 constexpr Slot count(const Table& table) { return {Slot::Kind::count, {}, &table}; }
 constexpr Slot entries(const Table& table) { return {Slot::Kind::table, {}, &table}; }

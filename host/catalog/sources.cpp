@@ -39,6 +39,9 @@ constexpr Slot kClime[] = {
     first_of(kPoints, 2), kSwitch,
     entries(kPoints),
 };
+static_assert(std::size(kOscillator) == kOSCModuleSize);
+static_assert(std::size(kSweep) == kSweepModuleSize);
+static_assert(std::size(kNoise) == kWhiteNoiseModuleSize);
 
 constexpr BlockType kTypes[] = {
     {EN_SOURCE_CLIME, "SOURCE_CLIME", "sine through points of frequency and level", kSource, kClime},

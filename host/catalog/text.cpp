@@ -68,6 +68,8 @@ std::string trimmed(std::string text)
 std::string limits_text(const Param& param)
 {
     const bool low = std::isfinite(param.min), high = std::isfinite(param.max);
+    if (param.below != Per::none)
+        return "0 to k - 1";
     if (low && high)
         return decimal(param.min) + " to " + decimal(param.max);
     return low ? "from " + decimal(param.min) : high ? "up to " + decimal(param.max) : "any";
@@ -116,6 +118,19 @@ std::string lines_of(const PinNote& note)
            "\n";
 }
 
+// What stands for a table that the schematic leaves out: "[[0, -6], [10, 0]]".
+std::string usual_text(const Table& table)
+{
+    const std::size_t columns = table.columns.size();
+    std::string out;
+    for (std::size_t i = 0; i < table.usual.size(); ++i) {
+        out += i == 0 ? "" : ", ";
+        out += (columns > 1 && i % columns == 0 ? "[" : "") + decimal(table.usual[i]);
+        out += columns > 1 && i % columns == columns - 1 ? "]" : "";
+    }
+    return "[" + out + "]";
+}
+
 std::string lines_of(const Table& table)
 {
     std::string out = "  " + std::string(table.name) + "[]: " + length_text(table);
@@ -124,6 +139,8 @@ std::string lines_of(const Table& table)
     out += "\n";
     for (const Param& column : table.columns)
         out += line_of(column, "    ");
+    if (!table.usual.empty())
+        out += "    left out: " + usual_text(table) + "\n";
     return out;
 }
 

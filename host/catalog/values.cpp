@@ -10,6 +10,7 @@
 
 #include "catalog.h"
 #include "catalog/decimal.h"
+#include "json_text.h"
 
 namespace vantoro {
 namespace {
@@ -93,7 +94,7 @@ public:
 private:
     void fault(std::string where, const json& value, std::string wanted)
     {
-        problems_.push_back({std::move(where), value.dump(), std::move(wanted)});
+        problems_.push_back({std::move(where), as_text(value), std::move(wanted)});
     }
 
     std::vector<std::string_view> slot_names() const
@@ -116,7 +117,7 @@ private:
                 wanted += "; did you mean " + near + "?";
             else
                 wanted += names.empty() ? "; it has none" : "; there is " + joined(names);
-            fault(where + "/" + name, value, wanted);
+            fault(where + pointer_step(name), value, wanted);
         }
     }
 
@@ -366,7 +367,7 @@ json* find_value(json& root, std::string_view path, std::string_view text, Probl
     const json* node = &root;
     std::string where;
     for (const std::string& step : steps_of(path)) {
-        where += "/" + step;
+        where += pointer_step(step);
         const json* next = step_to(*node, step);
         if (!next) {
             problems.push_back({where, std::string(text), wanted_at(*node, step)});

@@ -60,16 +60,40 @@ std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector
     return items;
 }
 
+std::string value_text(const nlohmann::json& value)
+{
+    if (value.is_string())
+        return value.get<std::string>();
+    if (!value.is_number())
+        return value.dump();
+    char text[32];
+    std::snprintf(text, sizeof text, "%.7g", value.get<double>());  // what a float holds
+    return text;
+}
+
+// "fc = 1000 Hz", in the order of the vector.
+std::vector<std::string> settings_of(const Block& block)
+{
+    std::vector<std::string> items;
+    const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
+    for (const Slot& slot : block.type->layout) {
+        if (slot.kind != Slot::Kind::value && slot.kind != Slot::Kind::table)
+            continue;
+        const std::string name(slot.kind == Slot::Kind::value ? slot.param.name : slot.table->name);
+        if (!named.contains(name))
+            continue;
+        const std::string unit(slot.param.unit.find(" or ") == slot.param.unit.npos ? slot.param.unit : "");
+        items.push_back(name + " = " + value_text(named[name]) + (unit.empty() ? "" : ' ' + unit));
+    }
+    return items;
+}
+
 void print_block(const Schematic& schematic, const Block& block, std::size_t position)
 {
     std::printf("%4zu  %s: %s (%d), %d -> %d\n", position, block.id.c_str(), std::string(block.type->name).c_str(),
                 block.type->code, block.pins.inputs, block.pins.outputs);
     print_items("in", inputs_of(schematic, block.sources, &block));
-    std::vector<std::string> values;
-    const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
-    for (const auto& [name, value] : named.items())
-        values.push_back(name + " = " + (value.is_string() ? value.get<std::string>() : value.dump()));
-    print_items("set", values);
+    print_items("set", settings_of(block));
 }
 
 void print_graph(const Schematic& schematic)

@@ -15,6 +15,7 @@
 #include <sstream>
 
 #include "commands/commands.h"
+#include "part_file.h"
 
 extern char** environ;
 
@@ -121,17 +122,13 @@ int graph(const Options& options)
     const std::string extension = fs::path(options.output).extension().string();
     if (std::ranges::find(kPictures, extension) == kPictures.end())
         throw UsageError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
+    if (const std::string why = PartFile::refusal(options.output); !why.empty())
+        throw UsageError(why);
     try {
         const Schematic schematic = read_schematic(options.schematic, options.channels);
-        const std::string part = options.output + '.' + std::to_string(getpid()) + ".part";
-        std::error_code failed;
-        try {
-            run_dot(dot_text(schematic), extension.substr(1), part);
-            fs::rename(part, options.output);
-        } catch (...) {
-            fs::remove(part, failed);
-            throw;
-        }
+        PartFile part(options.output);
+        run_dot(dot_text(schematic), extension.substr(1), part.part());
+        part.commit();
     } catch (const SchematicError& error) {
         throw UsageError(problem_lines(options.schematic, error));
     }

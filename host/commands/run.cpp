@@ -14,6 +14,7 @@
 #include "commands/commands.h"
 #include "engine.h"
 #include "levels.h"
+#include "meters.h"
 
 namespace vantoro {
 namespace {
@@ -22,6 +23,8 @@ struct Options {
     std::string schematic, input, output;
     std::vector<std::string> settings;
     std::optional<double> seconds;
+    std::string meters;
+    double meter_interval = 0;
     Encoding encoding = Encoding::natural;
     bool quiet = false;
 };
@@ -134,8 +137,10 @@ void settle_length(const Options& options, Job& job, Complaints& complaints)
             complaints.add("--seconds: the input file gives the length");
         return;
     }
-    if (job.schematic.hears_input)
+    if (job.schematic.hears_input) {
         complaints.add(options.schematic + ": something is wired to \"input\": give a sound file with -i");
+        return;
+    }
     if (!fixed)
         complaints.add(options.schematic + ": without an input file the schematic gives the rate: \"rate\": 48000");
     if (!options.seconds || !(*options.seconds > 0 && *options.seconds <= kMaxSeconds))
@@ -170,12 +175,14 @@ Job prepare(const Options& options)
         complaints.add("-o: the schematic has an output; name a file for it");
     if (outputs > 0 && !options.output.empty())
         complaints.guard([&] { AudioWriter::check(options.output, options.encoding, outputs, job.rate); });
+    if (const std::string why = PartFile::refusal(options.meters); !why.empty())
+        complaints.add(why);
     complaints.check();
     return job;
 }
 
 // Streams until the input or the asked length ends; returns the samples per channel.
-std::int64_t stream(Job& job, Engine& engine, AudioWriter* writer, Levels& levels)
+std::int64_t stream(Job& job, Engine& engine, AudioWriter* writer, Levels& levels, Meters& meters)
 {
     Progress progress(job.frames);
     std::int64_t done = 0;
@@ -193,6 +200,7 @@ std::int64_t stream(Job& job, Engine& engine, AudioWriter* writer, Levels& level
         if (writer)
             writer->write(engine.output(), frames);
         done += frames;
+        meters.block_done(static_cast<double>(done) / job.rate);
         progress.show(done, job.rate);
     }
     throw std::runtime_error("interrupted" + std::string(writer ? "; the output file stays as it was" : ""));
@@ -209,16 +217,18 @@ int run(const Options& options)
             std::make_unique<AudioWriter>(options.output, options.encoding, engine.outputs(), job.rate, job.frames);
     watch_interrupts();
     Levels levels(engine.outputs());
+    Meters meters(engine, options.meters, options.meter_interval);
     const Clock::time_point start = Clock::now();
-    const std::int64_t frames = stream(job, engine, writer.get(), levels);
+    const std::int64_t frames = stream(job, engine, writer.get(), levels, meters);
     if (writer)
         writer->commit();
-    const double wall = std::max(since(start), 1e-9);
+    meters.commit();
+    const double wall = std::max(since(start), 1e-6);
     const double seconds = static_cast<double>(frames) / job.rate;
     if (engine.changes_left() > 0)
-        std::fprintf(stderr, "vantoro: %zu changes lie behind the end of the audio and were not made\n",
-                     engine.changes_left());
+        std::fprintf(stderr, "vantoro: changes behind the end of the audio, not made: %zu\n", engine.changes_left());
     std::printf("%.3f s of audio, %.1f x real time%s\n", seconds, seconds / wall, levels.text().c_str());
+    std::fputs(meters.text().c_str(), stdout);
     return 0;
 }
 
@@ -256,6 +266,10 @@ void add_run_command(CLI::App& app, int& status)
     command->add_option("--format", options->encoding, "pcm16, pcm24 (default), pcm32 or float")
         ->transform(CLI::CheckedTransformer(kEncodings).description(""))
         ->type_name("NAME");
+    command->add_option("--meters", options->meters, "Table of the detectors' levels over time (CSV)")
+        ->type_name("FILE");
+    command->add_option("--meter-interval", options->meter_interval, "Seconds from row to row; 0: a row per block")
+        ->check(CLI::Range(0.0, 1e6));
     command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
     command->callback([options, &status] { status = run(*options); });
 }

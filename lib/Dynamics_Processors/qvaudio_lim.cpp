@@ -2,8 +2,10 @@
 #include "qvaudio_lim.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
+#include "../common/lanes.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../math/follower.h"
@@ -27,32 +29,93 @@ void derive(BlockAlgo* blk)
     core->process_state = 0.0F;
 }
 
-// The gain that puts a mean square on the threshold. Both ways are computed, so that a loop of these has no branch.
-inline float target_gain(float mean_square, float threshold)
+// The gain that puts a mean square on the threshold.
+float target_gain(float mean_square, float threshold)
 {
-    const float gain = fast_sqrt(threshold / mean_square);
-    return mean_square > threshold ? gain : 1.0F;
+    return mean_square > threshold ? fast_sqrt(threshold / mean_square) : 1.0F;
 }
 
-// One channel, at most kTile samples. Only the two one-pole chains run sample by sample; squares, gains and products
-// are loops over independent samples.
-constexpr int kTile = 64;
-void limit_tile(const Limiter_Core& law, float& level, float& gain, const float* in, float* out, int n)
+// The same in lanes: fast_sqrt, and then the choice.
+template <class V>
+LBX_INLINE V target_gain(V mean_square, V threshold)
 {
-    float tile[kTile];
-    const float weight = law.rmstc_coeff;
-    const float threshold = law.threshold;
-    const float keep = law.decay_coeff;
-    for (int i = 0; i < n; ++i)
-        tile[i] = weight * (in[i] * in[i]);
-    for (int i = 0; i < n; ++i)
-        tile[i] = level = std::fma(1.0F - weight, level, tile[i]);
-    for (int i = 0; i < n; ++i)
-        tile[i] = (1.0F - keep) * target_gain(tile[i], threshold);
-    for (int i = 0; i < n; ++i)
-        tile[i] = gain = std::fma(keep, gain, tile[i]);
-    for (int i = 0; i < n; ++i)
-        out[i] = tile[i] * in[i];
+    if constexpr (requires { mean_square > threshold; }) {
+        using Bits [[gnu::vector_size(sizeof(V))]] = std::uint32_t;
+        const V x = threshold / mean_square;
+        const V half = 0.5F * x;
+        V g = std::bit_cast<V>(0x5f3759dfU - (std::bit_cast<Bits>(x) >> 1U));
+        g = g * (1.5F - half * g * g);
+        g = g * (1.5F - half * g * g);
+        return mean_square > threshold ? g * x : every<V>(1.0F);
+    } else {
+        return join(target_gain(lower(mean_square), lower(threshold)),
+                    target_gain(upper(mean_square), upper(threshold)));
+    }
+}
+
+// A block's coefficients; V is a float, or four lanes of it for as many channels.
+template <class V>
+struct Law {
+    V weight, keep_level, keep_gain, fresh_gain, threshold;
+};
+
+template <class V>
+LBX_INLINE V limit(const Law<V>& law, V& level, V& gain, V x)
+{
+    level = mul_add(law.keep_level, level, law.weight * (x * x));
+    gain = mul_add(law.keep_gain, gain, law.fresh_gain * target_gain(level, law.threshold));
+    return gain * x;
+}
+
+void limit_rest(const Law<float>& law, float& level, float& gain, const float* in, float* out, int from, int n)
+{
+    for (int i = from; i < n; ++i)
+        out[i] = limit(law, level, gain, in[i]);
+}
+
+// One channel, eight samples at a time. Only the two one-pole chains go from sample to sample.
+void limit_one(const Law<float>& law, float& level, float& gain, const float* in, float* out, int n)
+{
+    float chain[8];
+    const auto link = [&chain](int k) { return chain[k]; };
+    float l = level;
+    float g = gain;
+    int i = 0;
+    for (; i + 8 <= n; i += 8) {
+        const f8 x = load<f8>(in + i);
+        each_lane(every<f8>(law.weight) * (x * x),
+                  [&](int k, float square) { chain[k] = l = std::fma(law.keep_level, l, square); });
+        const f8 target = target_gain(lanes_of<f8>(link), every<f8>(law.threshold));
+        each_lane(every<f8>(law.fresh_gain) * target,
+                  [&](int k, float part) { chain[k] = g = std::fma(law.keep_gain, g, part); });
+        store(out + i, lanes_of<f8>(link) * x);
+    }
+    level = l;
+    gain = g;
+    limit_rest(law, level, gain, in, out, i, n);
+}
+
+// Four channels in lanes.
+void limit_four(const Law<float>& law, float* levels, float* gains, float* const* in, float* const* out, int n)
+{
+    const Law<f4> lanes = {every<f4>(law.weight), every<f4>(law.keep_level), every<f4>(law.keep_gain),
+                           every<f4>(law.fresh_gain), every<f4>(law.threshold)};
+    f4 level = load<f4>(levels);
+    f4 gain = load<f4>(gains);
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        f4 x[4] = {load<f4>(in[0] + i), load<f4>(in[1] + i), load<f4>(in[2] + i), load<f4>(in[3] + i)};
+        transpose(x);
+        for (f4& sample : x)
+            sample = limit(lanes, level, gain, sample);
+        transpose(x);
+        for (int c = 0; c < 4; ++c)
+            store(out[c] + i, x[c]);
+    }
+    store(levels, level);
+    store(gains, gain);
+    for (int c = 0; c < 4; ++c)
+        limit_rest(law, levels[c], gains[c], in[c], out[c], i, n);
 }
 
 }  // namespace
@@ -96,10 +159,13 @@ int Limiter_param_invoke(BlockAlgo* blk)
 void Limiter_Render(BlockAlgo* blk, Limiter_Core* core, float** data_in, float** data_out, int n)
 {
     const int channels = blk->nInputs;
-    for (int ch = 0; ch < channels; ++ch)
-        for (int i = 0; i < n; i += kTile)
-            limit_tile(*core, core->smooth_rms[ch], core->smooth_gain[ch], data_in[ch] + i, data_out[ch] + i,
-                       std::min(n - i, kTile));
+    const Law<float> law = {core->rmstc_coeff, 1.0F - core->rmstc_coeff, core->decay_coeff, 1.0F - core->decay_coeff,
+                            core->threshold};
+    int ch = 0;
+    for (; ch + 4 <= channels; ch += 4)
+        limit_four(law, core->smooth_rms + ch, core->smooth_gain + ch, data_in + ch, data_out + ch, n);
+    for (; ch < channels; ++ch)
+        limit_one(law, core->smooth_rms[ch], core->smooth_gain[ch], data_in[ch], data_out[ch], n);
     core->process_state = 0.0F;
     if (channels > 0 && n > 0) {
         const float target = target_gain(core->smooth_rms[channels - 1], core->threshold);

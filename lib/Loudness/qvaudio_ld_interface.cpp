@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
 #include "../common/dispatch.h"
+#include "Loudness.h"
 
 namespace {
-constexpr std::array<lbx::BlockOps, 0> kLD = {};
-}
+constexpr lbx::BlockOps kLD[] = {
+    {EN_LOUDNESS_LH, EN_LOUDNESS_LH_EXT, LBX_OPS(Loudness)},
+};
+static_assert(lbx::ascending(kLD));
+}  // namespace
 
 LBX_CATEGORY(LD, kLD, "wrong input type in LD\n", 1)

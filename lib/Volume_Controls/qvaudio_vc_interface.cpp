@@ -1,9 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
 #include "../common/dispatch.h"
+#include "adjustable_gain.h"
+#include "gain_envelope.h"
+#include "mute.h"
 
 namespace {
-constexpr std::array<lbx::BlockOps, 0> kVC = {};
-}
 
-LBX_CATEGORY(VC, kVC, "wrong input type in VC\n", 1)
+constexpr lbx::BlockOps kVc[] = {
+    {EN_VC_SIG_CONTROL, EN_VC_MULTI_CONTROL, Adjust_Gain_init, AdjustableGain_param_set,
+     lbx::reapply<AdjustableGain_param_set>, AdjustableGain_param_invoke, AdjustableGain_process,
+     AdjustableGain_destroy},
+    {EN_VC_SIG_CONTROL_SLEW, EN_VC_SIG_EXT_CONTROL_SLEW, Adjust_SlewGain_init, AdjustableSlewGain_param_set,
+     lbx::reapply<AdjustableSlewGain_param_set>, AdjustableGain_param_invoke, AdjustableGain_process,
+     AdjustableGain_destroy},
+    {EN_VC_GAINENVELOPE, EN_VC_GAINENVELOPE, LBX_OPS(GainEnvelope)},
+    {EN_VC_MUTE, EN_VC_MUTE, LBX_OPS(Mute)},
+};
+static_assert(lbx::ascending(kVc));
+
+}  // namespace
+
+LBX_CATEGORY(VC, kVc, "wrong input type in VC\n", 1)

@@ -115,6 +115,13 @@ void delay_pin(RingBufSt& ring, int delay, const float* x, float* y, int n)
     ring.idx = write;
 }
 
+int tap_delay(float control, int longest)
+{
+    const int delay = lbx::to_int(control);
+    const bool inside = delay >= 0 && delay <= longest;  // asked here, so that the usual case costs no call
+    return inside ? delay : ParamAdapt(0, longest, delay, "Delay");
+}
+
 float linear_factor(const float* param)
 {
     const float gain = param[kBasicGainGain];
@@ -245,7 +252,7 @@ int Basic_DSP_VolDelayProcess(BlockAlgo* blk, float** xn, float** yn)
     for (int i = 0; taps >= 0 && i < n; ++i) {
         const float x = xn[taps][i];
         for (int j = 0; j < taps; ++j)
-            yn[j][i] = lbx::ring_at(ring, ParamAdapt(0, ring.num, lbx::to_int(xn[j][i]), "Delay"));
+            yn[j][i] = lbx::ring_at(ring, tap_delay(xn[j][i], ring.num));
         lbx::ring_update(ring, x);
     }
     core->rbuf[0].idx = ring.idx;

@@ -12,7 +12,7 @@
 namespace lbx {
 
 // Samples worked on at a time: a row of running gains, or a copy of a pin.
-inline constexpr int kTile = 32;
+inline constexpr int kTile = 64;
 
 // Rows that lines() needs for `count` gains.
 constexpr std::ptrdiff_t rows_for(std::ptrdiff_t count) { return (count + 3) & ~std::ptrdiff_t{3}; }

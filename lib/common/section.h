@@ -119,9 +119,10 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
                  float* const* out, int channels, int n);
 
 // Sections side by side on one input, for meters: sums[k] becomes the sum of squares of band k's output over the block,
-// fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word.
+// fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word. Sums and state have room for kLanes
+// bands; what lies behind the bands in use is scratch.
 struct Bank {
-    static constexpr int kMaxBands = 10;
+    static constexpr int kMaxBands = 10, kLanes = 16;
     int bands;
     float coeff[2][5][8];  // lane by lane
 };
@@ -142,7 +143,7 @@ struct Split {
     SplitBand band[kMaxBands];
     int first[kMaxBands];             // each band's first section
     float coeff[kMaxSections][5][4];  // lane by lane: the bands, repeated
-    float signs[4];
+    int signs[4];
 };
 void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // 5 floats per section
 

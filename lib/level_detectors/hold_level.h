@@ -14,23 +14,20 @@ inline float block_div(const BlockPro* pro) { return 1.0F / static_cast<float>(p
 struct HoldLaw {
     float weight;   // of a new block, rising and falling alike
     float pre_div;  // block_div()
-    int hold_time;  // samples
+    int hold_time;  // samples, not negative
 };
 
 // The sum of squares of `n` samples moves the smoothed mean square. Every rise lengthens the hold by a block, up to the
-// hold time; a fall waits until the hold is used up.
+// hold time; a fall waits until the hold is used up. Rise and fall are not branches, for they alternate at random.
 inline void hold_level(const HoldLaw& law, float sum, int n, float& smooth, int& hold_count)
 {
     const float mean = sum * law.pre_div;
-    if (mean > smooth) {
-        smooth = follow(smooth, mean, law.weight);
-        hold_count = std::min(hold_add(hold_count, n), law.hold_time);
-        return;
-    }
-    hold_count = hold_sub(hold_count, n);
-    if (hold_count < 1)
-        smooth = follow(smooth, mean, law.weight);
-    hold_count = std::max(hold_count, 0);
+    const bool rises = mean > smooth;
+    const int longer = hold_count > law.hold_time - n ? law.hold_time : hold_count + n;
+    const int shorter = hold_count - n;
+    const float moved = follow(smooth, mean, law.weight);
+    smooth = rises || shorter < 1 ? moved : smooth;
+    hold_count = rises ? longer : std::max(shorter, 0);
 }
 
 // Meters and tables take one signal, whatever other pins a block has.

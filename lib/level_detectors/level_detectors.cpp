@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "level_detectors.h"
 
-#include <cstring>
-
 #include "../common/log.h"
 #include "../common/new_block.h"
+#include "../common/ramp.h"
 #include "../common/section.h"
 #include "../math/section_design.h"
 #include "hold_level.h"
@@ -45,7 +44,7 @@ void take_times(Core* core, const float* param, const BlockPro* pro)
 template <class Core>
 HoldLaw law_of(const Core& core)
 {
-    return {core.rmstc_coeff, core.pre_div, to_int(static_cast<double>(core.hold_time))};
+    return {core.rmstc_coeff, core.pre_div, std::max(to_int(static_cast<double>(core.hold_time)), 0)};
 }
 
 Sos design_band(const float* band, int sampleRate)
@@ -75,24 +74,22 @@ void design_seven(SevenLevelDetector_Core* core, int sampleRate)
         write_section(band[k], 1.0F, core->coeffArray + 5 * k);
 }
 
-// Pin 0 through to output pin 0. The input, or null for a block without one.
-const float* pass_through(const BlockAlgo* blk, float** in, float** out)
+// Pin 0 through to output pin 0. After the measurement: its chains leave the time for it.
+void pass_through(const BlockAlgo* blk, float** in, float** out)
 {
-    if (blk->nInputs < 1)
-        return nullptr;
-    if (blk->nOutputs > 0 && out[0] != in[0])
-        std::memcpy(out[0], in[0], static_cast<std::size_t>(blk->block_pro->nBlockSize) * sizeof(float));
-    return in[0];
+    if (blk->nInputs > 0 && blk->nOutputs > 0)
+        copy(in[0], out[0], blk->block_pro->nBlockSize);
 }
 
 template <class Core>
 void measure_bands(const Banked<Core>& st, const float* in, int n)
 {
     const Core& core = st.core;
-    float sums[kMaxBands];
+    float sums[Bank::kLanes];
     run_bank(st.bank, core.stateBuffer, in, n, sums);
+    const HoldLaw law = law_of(core);
     for (int k = 0; k < st.bank.bands; ++k) {
-        hold_level(law_of(core), sums[k], n, core.smooth_rms[k], core.hold_count[k]);
+        hold_level(law, sums[k], n, core.smooth_rms[k], core.hold_count[k]);
         core.rms_log[k] = level_db(core.smooth_rms[k], kAmplitudeDb);
     }
 }
@@ -101,9 +98,9 @@ template <class Core>
 int process_bands(BlockAlgo* blk, float** in, float** out)
 {
     const auto* st = core_of<Banked<Core>>(blk);
-    const float* signal = pass_through(blk, in, out);
-    if (signal && st->core.enable_flag != 0)
-        measure_bands(*st, signal, blk->block_pro->nBlockSize);
+    if (blk->nInputs > 0 && st->core.enable_flag != 0)
+        measure_bands(*st, in[0], blk->block_pro->nBlockSize);
+    pass_through(blk, in, out);
     return 0;
 }
 
@@ -167,11 +164,11 @@ int SingleLevelDetector_process(BlockAlgo* blk, float** data_in, float** data_ou
 {
     auto* core = core_of<SingleLevelDetector_Core>(blk);
     const int n = blk->block_pro->nBlockSize;
-    const float* signal = pass_through(blk, data_in, data_out);
-    if (signal && core->enable_flag != 0) {
-        hold_level(law_of(*core), sum_of_squares(signal, n), n, core->smooth_rms, core->hold_count);
+    if (blk->nInputs > 0 && core->enable_flag != 0) {
+        hold_level(law_of(*core), sum_of_squares(data_in[0], n), n, core->smooth_rms, core->hold_count);
         core->rms_log[0] = level_db(core->smooth_rms, kAmplitudeDb);
     }
+    pass_through(blk, data_in, data_out);
     return 0;
 }
 
@@ -186,7 +183,7 @@ BlockAlgo* SevenLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, SevenLevelDetector_destroy);
     auto* st = new_core<Banked<SevenLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 3 * kSevenBands) ||
-        !zeros(blk->pStateB, 5 * kSevenBands) || !zeros(blk->pStateC, 2 * kSevenBands))
+        !zeros(blk->pStateB, 5 * kSevenBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
         return nullptr;
     SevenLevelDetector_Core* core = &st->core;
     copy_params(blk->pParam, kDefaults, kLevelDetectorsModuleSize);
@@ -236,7 +233,7 @@ BlockAlgo* MultiLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, MultiLevelDetector_destroy);
     auto* st = new_core<Banked<MultiLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kHeader + kBandSize * kMaxBands) || !zeros(blk->pState, 3 * kMaxBands) ||
-        !zeros(blk->pStateB, 5 * kMaxBands) || !zeros(blk->pStateC, 2 * kMaxBands))
+        !zeros(blk->pStateB, 5 * kMaxBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
         return nullptr;
     MultiLevelDetector_Core* core = &st->core;
     core->rms_log = blk->pState;

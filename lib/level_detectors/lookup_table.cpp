@@ -203,8 +203,8 @@ int LookUpTable_RMS_param_invoke(BlockAlgo* blk)
 
 void LookUpTable_RMS_Render(LookUpTable_RMS_Core* core, const float* in, float* out, int n)
 {
-    hold_level({core->rmstc_coeff, core->pre_div, core->hold_time}, sum_of_squares(in, n), n, core->smooth_rms,
-               core->hold_count);
+    hold_level({core->rmstc_coeff, core->pre_div, std::max(core->hold_time, 0)}, sum_of_squares(in, n), n,
+               core->smooth_rms, core->hold_count);
     core->rms_log = level_db(core->smooth_rms, kPowerDb);
     std::fill_n(out, n, value_at(*core, core->rms_log));
 }

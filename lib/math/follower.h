@@ -35,9 +35,12 @@ inline float rise_weight(float ms, const BlockPro* pro)
 
 inline int hold_samples(float ms, const BlockPro* pro) { return to_int(rate_of(pro) * ms / 1000.0F); }
 
-// Sum and difference of a hold counter, saturating.
-constexpr int hold_add(int count, int samples) { return to_int(static_cast<double>(count) + samples); }
-constexpr int hold_sub(int count, int samples) { return to_int(static_cast<double>(count) - samples); }
+// A hold counter counted down, saturating.
+constexpr int hold_sub(int count, int samples)
+{
+    int rest = 0;
+    return __builtin_sub_overflow(count, samples, &rest) ? std::numeric_limits<int>::min() : rest;
+}
 
 // One step of a follower: `weight` is that of the new value.
 inline float follow(float old, float value, float weight) { return std::fma(1.0F - weight, old, weight * value); }

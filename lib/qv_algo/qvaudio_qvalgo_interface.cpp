@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
 #include "../common/dispatch.h"
+#include "reverb.h"
 
 namespace {
-constexpr std::array<lbx::BlockOps, 0> kQVALGO = {};
-}
+constexpr lbx::BlockOps kQvAlgo[] = {
+    {EN_QVALGO_REVERB, EN_QVALGO_REVERB, LBX_OPS(Reverb)},
+};
+static_assert(lbx::ascending(kQvAlgo));
+}  // namespace
 
-LBX_CATEGORY(QVALGO, kQVALGO, "wrong input type in QVALGO\n", 1)
+LBX_CATEGORY(QVALGO, kQvAlgo, "wrong input type in QVALGO\n", 1)

@@ -18,16 +18,30 @@ void apply(WhiteNoise_Core_S& core, float* param, const BlockPro&)
 
 constexpr lbx::Source<WhiteNoise_Core_S, kWhiteNoiseModuleSize> kSource = {{1.0F, 0.0F, 0.01F}, apply};
 
-// Twelve uniform numbers from one seed, summed, less their mean: variance 1. The multiplier is small and the seed is
-// drawn for every sample: the spectrum is what it is, on purpose. Whole numbers keep the sum exact.
-float unit_gauss(std::int64_t seed)
-{
-    constexpr std::int64_t kModulus = 1 << 20;
-    std::int64_t sum = 0;
-    for (int i = 0; i < 12; ++i) {
-        seed = (seed * 2045 + 1) % kModulus;
-        sum += seed;
+// s -> 2045 s + 1 modulo 2^20, applied 1 .. 12 times in one step each: factor * s + offset. The seed is not negative,
+// so its low bits decide everything and 32 of them are plenty.
+constexpr int kDraws = 12;
+constexpr std::uint32_t kModulus = 1U << 20U;
+struct Jumps {
+    std::uint32_t factor[kDraws], offset[kDraws];
+};
+constexpr Jumps kJumps = [] {
+    Jumps jumps = {};
+    std::uint32_t factor = 1, offset = 0;
+    for (int i = 0; i < kDraws; ++i) {
+        jumps.factor[i] = factor = factor * 2045 % kModulus;
+        jumps.offset[i] = offset = (offset * 2045 + 1) % kModulus;
     }
+    return jumps;
+}();
+
+// Twelve uniform numbers from one seed, summed, less their mean: variance 1. A fresh seed for every sample and so small
+// a modulus are no good generator; this is the noise that is wanted all the same. Whole numbers keep the sum exact.
+float unit_gauss(std::uint32_t seed)
+{
+    std::uint32_t sum = 0;
+    for (int i = 0; i < kDraws; ++i)
+        sum += (kJumps.factor[i] * seed + kJumps.offset[i]) % kModulus;
     return static_cast<float>(sum) / static_cast<float>(kModulus) - 6.0F;
 }
 
@@ -57,8 +71,9 @@ spx_int32_t WhiteNoiseSource_ProcessAudioSample(BlockAlgo* blk, float**, float**
     if (core->Switch == SOURCE_SWITCH_OFF)
         return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
     const float deviation = lbx::fast_sqrt(core->SigmaNeed);
-    return lbx::fill_pins(blk, core->Out_NumChannel, data_out,
-                          [mean = core->MeanNeed, deviation] { return mean + deviation * unit_gauss(std::rand()); });
+    return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [mean = core->MeanNeed, deviation] {
+        return mean + deviation * unit_gauss(static_cast<std::uint32_t>(std::rand()));
+    });
 }
 
 spx_int32_t WhiteNoiseSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }

@@ -160,7 +160,7 @@ std::vector<std::vector<float>> Rig::run(const std::vector<std::vector<float>>& 
     const auto block = static_cast<std::size_t>(pro_.nBlockSize);
     const std::size_t length = signal.empty() ? 0 : signal[0].size();
     for (std::size_t start = 0; start + block <= length; start += block) {
-        for (std::size_t pin = 0; pin < signal.size(); ++pin)
+        for (std::size_t pin = 0; pin < in_ptr_.size(); ++pin)
             std::copy_n(signal[pin].begin() + static_cast<std::ptrdiff_t>(start), block, in_ptr_[pin]);
         process();
         for (std::size_t pin = 0; pin < result.size(); ++pin)

@@ -87,7 +87,8 @@ public:
     // One block. Fails the test when process writes outside a buffer, changes an input that is no output too, or
     // allocates.
     int process();
-    // Runs `signal[pin]` (equal lengths, a multiple of the block) through the block and returns the outputs.
+    // Runs `signal[pin]` (equal lengths, a multiple of the block; one at least, for its length) through the block and
+    // returns the outputs.
     std::vector<std::vector<float>> run(const std::vector<std::vector<float>>& signal);
 
 private:

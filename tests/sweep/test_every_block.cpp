@@ -41,6 +41,8 @@ std::vector<std::uint32_t> run_after(const BlockCase& row, int block, int update
     }
     if (!row.vector.empty())
         blk.set(row.vector);
+    if (row.type == EN_MUXES_STATE_MACHINE)  // its ranges are written where they are
+        std::ranges::copy(row.vector, blk->pParam);
     for (int i = 0; i < updates; ++i)
         blk.update();
     return all_bits(blk.run(rig::stimulus(row.inputs, 8 * block)));

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Loudness.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "../common/log.h"
+#include "../common/new_block.h"
+#include "../common/section.h"
+#include "../common/slew.h"
+#include "../math/follower.h"
+
+using namespace lbx;
+
+namespace {
+
+constexpr float kDefaults[kLoudnessModuleSize] = {60, 0.9F, 7000, 0.9F, 0, -30};
+constexpr float kDefaultSlewRate = 12.0F;
+
+// How much bass and treble are raised, in dB at volume `v` dB, per unit of their gain.
+double bass_raise(double v) { return 8.0 - 0.1 * v; }
+double treble_raise(double v) { return 5.0 - 0.15 * v; }
+
+// e^(0.1151 db): 10^(dB / 20), coarse.
+float coarse_gain(double db) { return static_cast<float>(fast_exp(0.1151 * db)); }
+
+void design(FirstOrder_Core* filter, int type, double gain_db, float fc_hz, const BlockPro* pro)
+{
+    float vector[kFilter1stModuleSize] = {1, 0, static_cast<float>(type), static_cast<float>(gain_db), fc_hz, 0};
+    calculateFilter1stCoeffs(filter, vector, pro->nSamplingRate);
+}
+
+void design_both(BlockAlgo* blk, double bass_db, double treble_db)
+{
+    auto* core = core_of<Loudness_Core>(blk);
+    design(&core->LP_Core, LP1st, bass_db, blk->pParam[kLoudnessBassFreq], blk->block_pro);
+    design(&core->HP_Core, HP1st, treble_db, blk->pParam[kLoudnessTrebleFreq], blk->block_pro);
+}
+
+void take_slew(BlockAlgo* blk)
+{
+    core_of<Loudness_Core>(blk)->attack_gain = slew_alpha(blk->pParam[kLoudnessSlewRate], rate_of(blk->block_pro),
+                                                          static_cast<float>(blk->block_pro->nBlockSize));
+}
+
+// A fresh block has laws of its own: a fixed bass part, and a treble gain that is no percentage. Kept, for graphs are
+// tuned with it.
+void start(BlockAlgo* blk)
+{
+    float* param = blk->pParam;
+    const auto v = static_cast<double>(param[kLoudnessPostGain]);
+    core_of<Loudness_Core>(blk)->post_gain = linear_gain(param[kLoudnessPostGain]);
+    if (blk->method_type == EN_LOUDNESS_LH) {
+        const auto treble = static_cast<double>(param[kLoudnessTrebleGain]);
+        design_both(blk, -8.1, std::min(-1.0, 0.7 * v + treble_raise(v) * treble));
+    } else {
+        design_both(blk, 0.0, 0.0);
+        param[kLoudnessSlewRate] = kDefaultSlewRate;
+        take_slew(blk);
+    }
+}
+
+// Both filters shape by level differences to the volume, which the final factor brings in.
+void set_by_volume(BlockAlgo* blk)
+{
+    auto* core = core_of<Loudness_Core>(blk);
+    const float* param = blk->pParam;
+    const auto v = static_cast<double>(param[kLoudnessPostGain]);
+    const double bass = 0.6 * v + bass_raise(v) * static_cast<double>(param[kLoudnessBassGain]) / 100.0;
+    const double treble = 0.7 * v + treble_raise(v) * static_cast<double>(param[kLoudnessTrebleGain]) / 100.0;
+    design_both(blk, bass - v, treble - v);
+    core->LP_gain = coarse_gain(bass);
+    core->post_gain = linear_gain(param[kLoudnessPostGain]);
+}
+
+// A shelf's factor for an amount in dB, at most -1 dB.
+float shelf_gain(double db) { return coarse_gain(db < -1.0 ? db : -1.0); }
+
+// Channel `ch` through both filters; per sample the volume moves by `step` and scales low, high and dry part.
+void render(Loudness_Core* core, float low_gain, float high_gain, float step, const float* in, float* out, int n,
+            int ch)
+{
+    const float* low = core->LP_Core.coeffArray;
+    const float* high = core->HP_Core.coeffArray;
+    float low_state = core->LP_Core.stateBuffer[ch];
+    float high_state = core->HP_Core.stateBuffer[ch];
+    float volume = core->pre_gain;
+    for (int i = 0; i < n; ++i) {
+        const float x = in[i];
+        const float bass = first_order(low, &low_state, x) * low_gain;
+        const float treble = first_order(high, &high_state, x) * high_gain;
+        volume += step;
+        out[i] = (bass + treble + x) * volume * 0.5F;
+    }
+    core->LP_Core.stateBuffer[ch] = low_state;
+    core->HP_Core.stateBuffer[ch] = high_state;
+    core->pre_gain = volume;
+}
+
+float volume_step(const Loudness_Core& core)
+{
+    return glide(core.pre_gain, core.post_gain, core.attack_gain, core.pre_div).step;
+}
+
+}  // namespace
+
+BlockAlgo* Loudness_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
+{
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Loudness_destroy);
+    auto* core = new_core<Loudness_Core>(blk);
+    // One entry more than there are parameters, for it is printed.
+    if (!core || !zeros(blk->pParam, kLoudnessModuleSize + 1) || !zeros(blk->pState, 2 * 3) ||
+        !zeros(blk->pStateB, std::ptrdiff_t{2} * nOutputs))
+        return nullptr;
+    core->LP_Core = {1, 0, blk->pState, blk->pStateB};
+    core->HP_Core = {1, 0, blk->pState + 3, blk->pStateB + nOutputs};
+    core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize + 1);
+    copy_params(blk->pParam, kDefaults, kLoudnessModuleSize);
+    start(blk.get());
+    return blk.release();
+}
+
+int Loudness_param_set(BlockAlgo* blk, float* param)
+{
+    copy_params(blk->pParam, param, kLoudnessModuleSize);
+    if (blk->method_type == EN_LOUDNESS_LH) {
+        set_by_volume(blk);
+    } else {
+        design_both(blk, 0.0, 0.0);
+        take_slew(blk);
+    }
+    return 0;
+}
+
+int Loudness_param_update(BlockAlgo*) { return 0; }
+
+int Loudness_param_invoke(BlockAlgo* blk)
+{
+    // Entries 0 to 6 under the labels that hosts know, which from the fifth on are not the entries' names.
+    static constexpr ParamLabel kLabels[] = {{"BassFreq"}, {"BassGain"},   {"TrebleFreq"}, {"TrebleGain"},
+                                             {"PostGain"}, {"FilterType"}, {"SlewRate"}};
+    print_params(__func__, "Loudness", kLabels, blk->pParam);
+    return 0;
+}
+
+void Loudness_Render(Loudness_Core* core, const float* in, float* out, int n, int ch)
+{
+    float step = volume_step(*core);
+    if (core->pre_gain == core->post_gain || still(step)) {
+        core->pre_gain = core->post_gain;
+        step = 0.0F;
+    }
+    render(core, 1.0F, 1.0F, step, in, out, n, ch);
+}
+
+void Loudness_Ext_Render(BlockAlgo* blk, Loudness_Core* core, const float* in, const float* volume, float* out, int n,
+                         int ch)
+{
+    core->post_gain = volume[0] > 0.001F ? std::min(volume[0], 1.0F) : 0.001F;
+    const double db = static_cast<float>(kAmplitudeDb * static_cast<double>(fast_log2(core->post_gain)));
+    const auto bass = static_cast<double>(blk->pParam[kLoudnessBassGain]);
+    const auto treble = static_cast<double>(blk->pParam[kLoudnessTrebleGain]);
+    core->LP_gain = shelf_gain(-0.4 * db + bass_raise(db) * bass * 0.01);
+    core->HP_gain = shelf_gain(-0.3 * db + treble_raise(db) * treble * 0.01);
+    render(core, core->LP_gain, core->HP_gain, volume_step(*core), in, out, n, ch);
+}
+
+int Loudness_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    auto* core = core_of<Loudness_Core>(blk);
+    const int n = blk->block_pro->nBlockSize;
+    for (int ch = 0; ch < blk->nOutputs; ++ch)
+        if (blk->method_type == EN_LOUDNESS_LH)
+            Loudness_Render(core, data_in[ch], data_out[ch], n, ch);
+        else
+            Loudness_Ext_Render(blk, core, data_in[ch + 1], data_in[0], data_out[ch], n, ch);
+    return 1;
+}
+
+int Loudness_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "multiplexers.h"
+
+#include "mux_slew.h"
+
+namespace {
+
+constexpr float kSwitchDefaults[kMuxesSwitchModuleSize] = {0.0F, 1.0F, 12.0F};
+constexpr float kIndexDefaults[kMuxesIndexModuleSize] = {1.0F, 12.0F};
+constexpr lbx::ParamLabel kSwitchLabels[] = {{"Idx"}, {"SlewFlag"}, {"SlewRate"}};
+constexpr lbx::ParamLabel kIndexLabels[] = {{"SlewFlag"}, {"SlewRate"}};
+
+Multiplexers_Core* core_of(const BlockAlgo* blk) { return lbx::core_of<Multiplexers_Core>(blk); }
+
+BlockAlgo* with_groups(int groups, int nInputs, int nOutputs, BlockPro* pro, int type, std::span<const float> defaults)
+{
+    BlockAlgo* blk =
+        lbx::new_selector<Multiplexers_Core>(nInputs, nOutputs, pro, type, groups, defaults, Multiplexers_destroy);
+    if (blk)
+        core_of(blk)->num_Mx = groups;
+    return blk;
+}
+
+// `data` begins with group 0.
+void render_slew(Multiplexers_Core* core, float* const* data, float** out, int n, int pins)
+{
+    lbx::slew_groups(core, n, [=](int start, int some) {
+        const lbx::RunningGain gain = {core->rows};
+        for (int j = 0; j < pins; ++j)
+            lbx::sum_paths(core->num_Mx, some, {out[j] + start}, [=](auto sum, int k, int, int t) {
+                using V = decltype(sum);
+                return sum + gain.at<V>(k, t) * lbx::load<V>(data[std::ptrdiff_t{k} * pins + j] + start + t);
+            });
+    });
+}
+
+void render_noslew(const Multiplexers_Core* core, float* const* data, float** out, int n, int pins)
+{
+    for (int j = 0; j < pins; ++j)
+        lbx::copy(data[std::ptrdiff_t{core->idx_stable} * pins + j], out[j], n);
+}
+
+}  // namespace
+
+BlockAlgo* Multiplexers_Switch_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
+{
+    if (nInputs < 1 || nOutputs < 1 || nInputs == nOutputs || nInputs % nOutputs != 0) {
+        LBX_LOG("wrong input pin number in Muxes_Switch\n");
+        return nullptr;
+    }
+    return with_groups(nInputs / nOutputs, nInputs, nOutputs, block_pro, type, kSwitchDefaults);
+}
+
+BlockAlgo* Multiplexers_Index_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
+{
+    if (nInputs < 2 || nOutputs < 1 || nInputs == nOutputs || (nInputs - 1) % nOutputs != 0) {
+        LBX_LOG("wrong input pin number in Muxes_Index\n");
+        return nullptr;
+    }
+    return with_groups((nInputs - 1) / nOutputs, nInputs, nOutputs, block_pro, type, kIndexDefaults);
+}
+
+int Multiplexers_Switch_param_set(BlockAlgo* blk, float* param)
+{
+    return lbx::set_switch_form<Multiplexers_Core>(blk, param);
+}
+
+int Multiplexers_Index_param_set(BlockAlgo* blk, float* param)
+{
+    return lbx::set_index_form<Multiplexers_Core>(blk, param);
+}
+
+int Multiplexers_Switch_param_update(BlockAlgo* blk) { return Multiplexers_Switch_param_set(blk, nullptr); }
+
+int Multiplexers_Index_param_update(BlockAlgo* blk) { return Multiplexers_Index_param_set(blk, nullptr); }
+
+int Multiplexers_Switch_param_invoke(BlockAlgo* blk)
+{
+    if (blk)
+        lbx::print_params(__func__, "Muxes_Switch", kSwitchLabels, blk->pParam);
+    return RT_OK;
+}
+
+int Multiplexers_Index_param_invoke(BlockAlgo* blk)
+{
+    if (blk)
+        lbx::print_params(__func__, "Muxes_Index", kIndexLabels, blk->pParam);
+    return RT_OK;
+}
+
+void Multiplexers_Switch_Render_slew(Multiplexers_Core* core, float** data_in, float** data_out, int nBlockSize,
+                                     int nPins)
+{
+    render_slew(core, data_in, data_out, nBlockSize, nPins);
+}
+
+void Multiplexers_Switch_Render_noslew(Multiplexers_Core* core, float** data_in, float** data_out, int nBlockSize,
+                                       int nPins)
+{
+    render_noslew(core, data_in, data_out, nBlockSize, nPins);
+}
+
+void Multiplexers_Index_Render_slew(Multiplexers_Core* core, float** data_in, float** data_out, int nBlockSize,
+                                    int nPins)
+{
+    render_slew(core, data_in + 1, data_out, nBlockSize, nPins);
+}
+
+void Multiplexers_Index_Render_noslew(Multiplexers_Core* core, float** data_in, float** data_out, int nBlockSize,
+                                      int nPins)
+{
+    render_noslew(core, data_in + 1, data_out, nBlockSize, nPins);
+}
+
+int Multiplexers_Switch_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    Multiplexers_Core* core = core_of(blk);
+    const auto render = lbx::slewing(core) ? Multiplexers_Switch_Render_slew : Multiplexers_Switch_Render_noslew;
+    render(core, data_in, data_out, blk->block_pro->nBlockSize, blk->nOutputs);
+    return RT_OK;
+}
+
+int Multiplexers_Index_process(BlockAlgo* blk, float** data_in, float** data_out)
+{
+    Multiplexers_Core* core = core_of(blk);
+    lbx::select_group(core, std::clamp(lbx::to_int(data_in[0][0]), 0, core->num_Mx - 1));
+    const auto render = lbx::slewing(core) ? Multiplexers_Index_Render_slew : Multiplexers_Index_Render_noslew;
+    render(core, data_in, data_out, blk->block_pro->nBlockSize, blk->nOutputs);
+    return RT_OK;
+}
+
+int Multiplexers_destroy(BlockAlgo* blk) { return lbx::free_block(blk); }

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+// The law that multiplexers and demultiplexers share: every group of pins has a gain, one group is selected, and a slew
+// moves the selected gain toward 1 while the others give up what they hold, so that the gains keep their sum of 1.
+// Core is Multiplexers_Core or Demultiplexers_Core: their fields are the same but for the name of the first.
+#pragma once
+
+#include <algorithm>
+#include <span>
+
+#include "../common/mix.h"
+#include "../common/new_block.h"
+#include "../common/params.h"
+#include "../math/fast_inline.h"
+
+namespace lbx {
+
+template <class Core>
+void set_slew(Core* core, const BlockPro* pro, float flag, float rate)
+{
+    core->slew_flag = to_int(flag);
+    core->slew_rate = slew_alpha(rate, static_cast<float>(pro->nSamplingRate), static_cast<float>(pro->nBlockSize));
+}
+
+// A block with group 0 selected. A demultiplexer has one slot more than groups: silence. `defaults` end with slew flag
+// and slew rate.
+template <class Core>
+BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int slots, std::span<const float> defaults,
+                        int (*destroy)(BlockAlgo*))
+{
+    NewBlock blk = new_block(nInputs, nOutputs, pro, type, destroy);
+    auto* core = new_core<Core>(blk);
+    const std::ptrdiff_t n = slots;
+    if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, 3 * n + rows_for(n) * kTile + kLine))
+        return nullptr;
+    std::ranges::copy(defaults, blk->pParam);
+    core->slots = slots;
+    core->gains = blk->pState;
+    core->delta_coeff = core->gains + n;
+    core->steps = core->delta_coeff + n;
+    core->rows = line_aligned(core->steps + n);
+    core->gains[0] = 1.0F;
+    core->delta_coeff[0] = 1.0F;
+    core->pre_div = 1.0F / (static_cast<float>(pro->nBlockSize) + 1.0F);
+    set_slew(core, pro, *(defaults.end() - 2), *(defaults.end() - 1));
+    return blk.release();
+}
+
+// From group to group: each losing group gives up gain in proportion to what it holds.
+template <class Core>
+void select_group(Core* core, int k)
+{
+    if (k == core->idx_stable)
+        return;
+    core->idx_stable = k;
+    core->slew_state = 1;
+    const double others = (1.0 - static_cast<double>(core->gains[k])) + 1e-10;
+    for (int j = 0; j < core->slots; ++j)
+        core->delta_coeff[j] = static_cast<float>(-static_cast<double>(core->gains[j]) / others);
+    core->delta_coeff[k] = 1.0F;
+}
+
+// Vectors: slew flag and slew rate, in the switch forms after the index. A switch reaches every slot.
+template <class Core>
+int set_index_form(BlockAlgo* blk, const float* param)
+{
+    copy_params(blk->pParam, param, 2);
+    set_slew(core_of<Core>(blk), blk->block_pro, blk->pParam[0], blk->pParam[1]);
+    return RT_OK;
+}
+
+template <class Core>
+int set_switch_form(BlockAlgo* blk, const float* param)
+{
+    auto* core = core_of<Core>(blk);
+    copy_params(blk->pParam, param, 3);
+    select_group(core, std::clamp(to_int(blk->pParam[0]), 0, core->slots - 1));
+    blk->pParam[0] = static_cast<float>(core->idx_stable);
+    set_slew(core, blk->block_pro, blk->pParam[1], blk->pParam[2]);
+    return RT_OK;
+}
+
+template <class Core>
+bool slewing(const Core* core)
+{
+    return core->slew_flag != 0 && core->slew_state != 0;
+}
+
+// One block of the slew: render(start, length) finds the gains of each tile, a row of kTile per group, in core->rows.
+template <class Core, class Render>
+void slew_groups(Core* core, int n, Render render)
+{
+    float& selected = core->gains[core->idx_stable];
+    const float before = selected;
+    const float step = glide(before, 1.0F, core->slew_rate, core->pre_div).step;
+    for (int j = 0; j < core->slots; ++j)
+        core->steps[j] = core->delta_coeff[j] * step;
+    for (int start = 0; start < n; start += kTile) {
+        const int some = std::min(kTile, n - start);
+        clamped_lines(core->gains, core->steps, core->slots, core->rows, some);
+        render(start, some);
+    }
+    // In single precision the gain stops below 1 once a step is less than its resolution: then, too, the slew is over.
+    if (still(step) || selected == before) {
+        std::fill_n(core->gains, core->slots, 0.0F);
+        selected = 1.0F;
+        core->slew_state = 0;
+    }
+}
+
+}  // namespace lbx

@@ -1,0 +1,242 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""The program from outside: files in and out, reports, exit statuses. Usage: test_cli.py PROGRAM SOURCE_DIR [TESTS]"""
+
+import json
+import os
+import pty
+import random
+import resource
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM, SOURCE = sys.argv[1], sys.argv[2]
+EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
+GAIN = '{"blocks": {"g": {"type": "BASIC_GAIN", "params": {"gain": 1, "type": "Linear"}}}, "blockSize": %d, ' \
+       '"wires": [["input", "g"], ["g", "output"]]}'
+SOURCES = '{"rate": 8000, "blocks": {"dc": {"type": "SOURCE_DC", "params": {"value": 0.5}}}, "wires": [["dc", "output"]]}'
+
+
+def wav(path, frames, channels, rate=48000):
+    """A float file of the given interleaved samples."""
+    data = struct.pack("<%df" % len(frames), *frames)
+    write_wav(path, data, len(data), channels, rate, 3, 32)
+
+
+def write_wav(path, data, length, channels, rate, tag, bits):
+    size = channels * bits // 8
+    with open(path, "wb") as f:
+        f.write(struct.pack("<4sI4s4sIHHIIHH4sI", b"RIFF", length + 36, b"WAVE", b"fmt ", 16, tag, channels, rate,
+                            rate * size, size, bits, b"data", length))
+        f.write(data)
+        f.truncate(44 + length)
+
+
+def samples(path):
+    """The data chunk of a WAV file, as bytes."""
+    with open(path, "rb") as f:
+        text = f.read()
+    at = 12
+    while text[at:at + 4] != b"data":
+        at += 8 + struct.unpack_from("<I", text, at + 4)[0]
+    return text[at + 8:at + 8 + struct.unpack_from("<I", text, at + 4)[0]]
+
+
+class Cli(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+
+    def path(self, name, text=None):
+        path = os.path.join(self.dir.name, name)
+        if text is not None:
+            with open(path, "w") as f:
+                f.write(text)
+        return path
+
+    def call(self, *arguments, status=0, **more):
+        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, **more)
+        self.assertEqual(result.returncode, status, result.stderr)
+        return result
+
+    def test_gain_of_one_returns_every_bit(self):
+        draw = random.Random(1)
+        for channels, length, block in ((1, 1000, 64), (2, 1, 64), (3, 777, 7), (8, 64, 64), (2, 0, 64), (1, 300, 65536)):
+            frames = [draw.uniform(-2, 2) for _ in range(channels * length)]
+            frames[:4] = [1e-42, -0.0, 3.4e38, -1.0][:len(frames)]
+            wav(self.path("in.wav"), frames, channels)
+            out = self.call("run", self.path("g.json", GAIN % block), "-i", self.path("in.wav"), "-o", self.path("out.wav"),
+                            "--format", "float")
+            self.assertEqual(samples(self.path("in.wav")), samples(self.path("out.wav")), (channels, length, block))
+            self.assertIn("%.3f s of audio" % (length / 48000), out.stdout)
+            self.assertEqual(out.stdout.count("\n"), 1)
+            self.assertEqual(out.stderr, "")
+
+    def test_every_format_keeps_pcm_codes(self):
+        codes = [-(1 << 23), (1 << 23) - 1, 0, 1, -1] + [random.Random(2).randrange(-1 << 23, 1 << 23) for _ in range(995)]
+        wav(self.path("in.wav"), [c / (1 << 23) for c in codes], 1)
+        gain = self.path("g.json", GAIN % 64)
+        for name in ("out.wav", "out.flac", "out.aiff", "out.caf", "out.w64", "out.au", "out.rf64"):
+            self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path(name))
+            self.call("run", gain, "-i", self.path(name), "-o", self.path("back.wav"), "--format", "float")
+            self.assertEqual(samples(self.path("in.wav")), samples(self.path("back.wav")), name)
+        self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.ogg"))
+        # The nearest code, clipped at both ends; NaN is 0. The report counts what does not fit.
+        wav(self.path("in.wav"), [0.4 / 32768, 0.6 / 32768, -0.6 / 32768, 1.0, 1.5, -1.5, float("nan")], 1)
+        out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm16")
+        self.assertEqual(struct.unpack("<7h", samples(self.path("out.wav"))), (0, 1, -1, 32767, 32767, -32768, 0))
+        self.assertIn("peak 3.52 dBFS, 3 samples above full scale (1 not finite)", out.stdout)
+
+    def test_wrong_input_touches_nothing(self):
+        wav(self.path("in.wav"), [0.5] * 100, 2)
+        out, gain = self.path("out.wav", "old"), self.path("g.json", GAIN % 64)
+        sources, io = self.path("s.json", SOURCES), ["-i", self.path("in.wav"), "-o", out]
+        cases = (
+            ([gain, "-i", self.path("none.wav"), "-o", out], ["none.wav: "]),
+            ([self.path("none.json"), *io], ["none.json: cannot be read"]),
+            ([self.path("bad.json", '{"blocks": {"g": {"type": "nix"}}, "rate": 1,}'), *io], ["line 1, column "]),
+            ([self.path("worse.json", '{"blocks": {"g": {"type": "nix"}}, "rate": 1}'), *io, "--set", "g"],
+             ["/blocks/g/type", "/rate", "BLOCK.PARAM=VALUE"]),
+            ([gain, *io, "--set", "g.gian=1"], ["--set g.gian=1", "gain"]),
+            ([sources, *io], ["in.wav: 48000 Hz; the schematic is made for 8000 Hz"]),
+            ([gain, "-i", self.path("in.wav"), "-o", self.path("out.xyz")], ["out.xyz: the extension"]),
+            ([gain, *io, "--format", "pcm99"], ["--format"]),
+            ([gain, "-i", self.path("in.wav"), "-o", "/dev/null"], ["/dev/null"]),
+            ([gain, "-o", out], ['wired to "input"']),
+            ([sources, "-o", out], ["--seconds"]),
+            ([sources, "-o", out, "--seconds", "nan"], ["--seconds"]),
+            ([gain, "--nonsense"], ["--nonsense"]),
+        )
+        for arguments, told in cases:
+            error = self.call("run", *arguments, status=2).stderr
+            for text in told:
+                self.assertIn(text, error)
+            self.assertTrue(all(line.startswith("vantoro: ") for line in error.splitlines()), error)
+            with open(out) as f:
+                self.assertEqual(f.read(), "old")
+        self.assertFalse([n for n in os.listdir(self.dir.name) if n.endswith(".part")])
+
+    def test_failing_writes_keep_the_old_file(self):
+        wav(self.path("in.wav"), [0.5] * 200000, 2)
+        gain, out = self.path("g.json", GAIN % 64), self.path("out.wav", "old")
+
+        def limit():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+
+        error = self.call("run", gain, "-i", self.path("in.wav"), "-o", out, status=1, preexec_fn=limit).stderr
+        self.assertIn("cannot be written", error)
+        error = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("no/out.wav"), status=1).stderr
+        self.assertIn("No such file or directory", error)
+        # An interrupt too.
+        with subprocess.Popen([PROGRAM, "run", self.path("s.json", SOURCES), "-o", out, "--seconds", "1e7"],
+                              stderr=subprocess.PIPE, text=True) as child:
+            while not any(n.endswith(".part") for n in os.listdir(self.dir.name)):
+                time.sleep(0.01)
+            time.sleep(0.1)
+            child.send_signal(signal.SIGINT)
+            self.assertIn("interrupted", child.communicate()[1])
+            self.assertEqual(child.returncode, 1)
+        with open(out) as f:
+            self.assertEqual(f.read(), "old")
+        self.assertFalse([n for n in os.listdir(self.dir.name) if n.endswith(".part")])
+
+    def test_the_output_may_be_the_input(self):
+        wav(self.path("a.wav"), [0.25] * 1000, 1)
+        os.symlink("a.wav", self.path("link.wav"))
+        self.call("run", self.path("g.json", GAIN % 64), "-i", self.path("a.wav"), "-o", self.path("link.wav"), "--format", "float",
+                  "--set", "g.gain=2")
+        self.assertTrue(os.path.islink(self.path("link.wav")))
+        self.assertEqual(samples(self.path("a.wav")), struct.pack("<f", 0.5) * 1000)
+
+    def test_sources_settings_and_meters(self):
+        document = json.loads(SOURCES)
+        document["blocks"]["vu"] = {"type": "DETECTORS_SINGLE_BAND", "params": {"rmstc": 1}}
+        document["wires"].append(["dc", "vu"])
+        out = self.call("run", self.path("s.json", json.dumps(document)), "-o", self.path("o.wav"), "--format", "float", "--seconds", "1",
+                        "--set", "dc.value=0.25", "--set", "dc.value=1@0.5", "--set", "dc.value=9@7",
+                        "--meters", self.path("m.csv"), "--meter-interval", "0.25")
+        self.assertEqual(samples(self.path("o.wav")), struct.pack("<f", 0.25) * 4032 + struct.pack("<f", 1) * 3968)
+        self.assertIn("changes behind the end of the audio, not made: 1", out.stderr)
+        self.assertRegex(out.stdout.splitlines()[1], r"^meter vu: -?0\.\d\d dB$")
+        with open(self.path("m.csv")) as f:
+            rows = [line.split(",") for line in f.read().splitlines()]
+        self.assertEqual(rows[0], ["seconds", "vu"])
+        self.assertEqual([float(row[0]) for row in rows[1:]], [0.008, 0.256, 0.504, 0.752, 1.0])
+        self.assertAlmostEqual(float(rows[2][1]), -24.08, delta=0.3)  # 20 log10 of 0.25 squared, less the block's n / (n + 1)
+
+    def test_progress_shows_on_a_terminal_only(self):
+        wav(self.path("in.wav"), [0.5] * 400000, 2)
+        parent, child = pty.openpty()
+        call = [PROGRAM, "run", self.path("g.json", GAIN % 1), "-i", self.path("in.wav"), "-o", self.path("o.wav")]
+        subprocess.run(call, stderr=child, stdout=subprocess.DEVNULL, check=True)
+        os.close(child)
+        self.assertIn(b"%", os.read(parent, 10000))
+        os.close(parent)
+
+    def test_log_lines_name_their_block(self):
+        text = '{"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}}'
+        self.assertIn("late: LOG (", self.call("check", self.path("t.json", text)).stderr)
+        self.assertEqual(self.call("check", "--quiet", self.path("t.json")).stderr, "")
+
+    def test_examples_fit_schema_and_program(self):
+        try:
+            import jsonschema
+        except ImportError:
+            jsonschema = None
+        with open(os.path.join(SOURCE, "host", "schematic.schema.json")) as f:
+            schema = json.load(f)
+        names = sorted(os.listdir(EXAMPLES))
+        self.assertGreater(len(names), 1)
+        for name in names:
+            path = os.path.join(EXAMPLES, name)
+            with self.subTest(name):
+                listing = self.call("check", path)
+                self.assertEqual(listing.stderr, "")
+                self.call("graph", path, "-o", self.path(name + ".svg"))
+                with open(path) as f:
+                    document = json.load(f)
+                for block in document["blocks"]:
+                    self.assertIn(" %s: " % block, listing.stdout)
+                if jsonschema:
+                    jsonschema.validate(document, schema)
+        if jsonschema:
+            good = {"blocks": {"a": {"type": 289}}, "wires": [["a.0-1", "output"]], "changes": [{"at": 1, "set": {"a.gain": 1}}]}
+            jsonschema.validate(good, schema)
+            for key, value in (("blocks", {"1": {"type": 1}}), ("blocks", {"a": {}}), ("wires", [["a"]]), ("wires", [["a.x", "b"]]),
+                               ("rate", 1), ("blockSize", 0), ("changes", [{"at": -1, "set": {}}]), ("nonsense", 1)):
+                with self.assertRaises(jsonschema.ValidationError, msg=(key, value)):
+                    jsonschema.validate({**good, key: value}, schema)
+
+    def test_graph_needs_dot(self):
+        path = self.path("p.svg", "old")
+        error = self.call("graph", os.path.join(EXAMPLES, "passthrough.json"), "-o", path, status=1, env={"PATH": self.dir.name}).stderr
+        self.assertIn("'dot' is missing", error)
+        with open(path) as f:
+            self.assertEqual(f.read(), "old")
+        self.call("graph", os.path.join(EXAMPLES, "passthrough.json"), "-o", self.path("p.txt"), status=2)
+
+    def test_memory_does_not_grow_with_length(self):
+        if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""):
+            self.skipTest("a sanitizer's own memory would be measured")
+        peaks = []
+        for seconds in (2, 600):
+            length = seconds * 44100 * 4
+            write_wav(self.path("in.wav"), b"", length, 2, 44100, 1, 16)  # a hole: silence
+            child = subprocess.Popen([PROGRAM, "run", os.path.join(EXAMPLES, "first_steps.json"), "-i", self.path("in.wav"), "-o",
+                                      self.path("out.wav"), "--format", "pcm16"], stdout=subprocess.DEVNULL)
+            _, status, usage = os.wait4(child.pid, 0)
+            child.returncode = status
+            self.assertEqual(status, 0)
+            self.assertEqual(len(samples(self.path("out.wav"))) if seconds < 10 else length, length)
+            peaks.append(usage.ru_maxrss)
+        self.assertLess(peaks[1] - peaks[0], 1024, "KiB")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], *sys.argv[3:]])

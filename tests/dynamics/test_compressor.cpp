@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/rig.h"
+
+namespace {
+
+constexpr double kRamp = 64 * 3e-8;  // a gain is reached by 64 additions, half a digit of rounding each
+
+float db(double decibels) { return static_cast<float>(std::pow(10.0, decibels / 20.0)); }
+
+std::vector<float> curve(std::vector<float> in, const std::vector<float>& out, float hold_ms = 0)
+{
+    std::vector<float> vector = {200, hold_ms, 200, 0, 0, static_cast<float>(in.size())};
+    vector.insert(vector.end(), in.begin(), in.end());
+    vector.insert(vector.end(), out.begin(), out.end());
+    return vector;
+}
+
+// The gain on a steady signal: a square wave, whose peak and mean square are alike.
+double settled_gain(rig::Rig& blk, float amplitude, int in = 0)
+{
+    for (std::size_t i = 0; i < blk.in(in).size(); ++i)
+        blk.in(in)[i] = i % 2 == 0 ? amplitude : -amplitude;
+    for (int call = 0; call < 600; ++call)
+        blk.process();
+    return static_cast<double>(blk.out(0).back()) / static_cast<double>(blk.in(in).back());
+}
+
+Compressor_Core& state(rig::Rig& blk) { return *static_cast<Compressor_Core*>(blk->AlgoCore); }
+
+const std::vector<float> kIn = {-80, -60, -35, -20, -3}, kOut = {-70, -60, -30, -25, -14};
+
+double drawn(double level)
+{
+    std::size_t k = 0;
+    while (k + 2 < kIn.size() && level > static_cast<double>(kIn[k + 1]))
+        ++k;
+    const auto x = static_cast<double>(kIn[k]), y = static_cast<double>(kOut[k]);
+    return y + (level - x) * (static_cast<double>(kOut[k + 1]) - y) / (static_cast<double>(kIn[k + 1]) - x);
+}
+
+}  // namespace
+
+TEST(Compressor, FollowsTheDrawnCurve)
+{
+    // Half a table step of 0.77 dB on slopes at most 0.67 off 1, and the logarithm's 0.0014 octaves.
+    constexpr double kTolerance = 0.385 * 0.67 + 0.01;
+    for (const int type : {EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_PEAK}) {
+        rig::Rig blk(type, 1, 1);
+        blk.set(curve(kIn, kOut));
+        for (double level = -79.3; level < -3.5; level += 2.7) {
+            const double gain = 20 * std::log10(settled_gain(blk, db(level)));
+            EXPECT_NEAR(level + gain, drawn(level), kTolerance) << type << " at " << level << " dB";
+        }
+        EXPECT_NEAR(20 * std::log10(settled_gain(blk, db(-88))), 10, 0.01);  // below: the first point's gain
+        EXPECT_NEAR(settled_gain(blk, db(-2.5)), 1.0, kRamp);                // above: unity, not the last point's
+        EXPECT_NEAR(settled_gain(blk, 1.0F), 1.0, kRamp);
+    }
+}
+
+TEST(Compressor, PassesAnythingWithTheDefaultCurveAndClampsAtFullScale)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    const std::vector<float> signal = rig::noise(6400);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(rig::bits(blk.run({signal})[0]), rig::bits(signal));
+        blk.set(curve({-80, -60, -40, -20, 0}, {-80, -60, -40, -20, 0}));
+    }
+    blk.fill(0, {4.0F, -4.0F, 1.0F, 0.5F});
+    blk.process();
+    EXPECT_EQ(blk.out(0)[0], 1.0F);
+    EXPECT_EQ(blk.out(0)[1], -1.0F);
+    EXPECT_EQ(blk.out(0)[3], 0.5F);
+}
+
+TEST(Compressor, TakesTheEntryOfAnInnerPointExactlyMet)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    blk.set(curve({-40, static_cast<float>(-6.0206), -1}, {-40, -16, -11}));  // 0.5 measures just this
+    EXPECT_NEAR(settled_gain(blk, 0.5F), std::pow(10.0, (6.0206 - 16) / 20), 1e-5);
+}
+
+TEST(Compressor, ACurveEndsAtZeroDecibelsOrAtARepeatedLevel)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    blk.set(curve({-60, -30, 0, 10}, {-70, -40, -10, -10}));
+    EXPECT_EQ(state(blk).break_point, 2);
+    EXPECT_NEAR(settled_gain(blk, db(-15)), db(-10), 1e-4);
+    EXPECT_NEAR(settled_gain(blk, 0.99F), db(-10), 1e-4);
+    EXPECT_NEAR(settled_gain(blk, 1.0F), 1.0, kRamp);
+    blk.set(curve({-60, -30, -30, -10}, {-70, -40, -60, -60}));
+    EXPECT_EQ(state(blk).break_point, 1);
+    EXPECT_NEAR(settled_gain(blk, db(-31)), db(-10), 1e-4);
+    EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp);
+    // At once at an end: the table of the curve before stays, and only its first entry is reached.
+    blk.set(curve({0, -30, -10}, {-20, -50, -30}));
+    EXPECT_EQ(state(blk).break_point, 0);
+    EXPECT_NEAR(settled_gain(blk, 0.5F), db(-10), 1e-4);
+}
+
+TEST(Compressor, ASegmentShorterThanATableStepEndsTheTable)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    blk.set(curve({-80, -40, -39.9F, -10}, {-80, -46, -70, -70}));
+    EXPECT_NEAR(settled_gain(blk, db(-20)), db(-6), 1e-4);
+    EXPECT_NEAR(settled_gain(blk, db(-60)), db(-3), 0.03);
+}
+
+TEST(Compressor, HasNoCurveBelowTwoPointsAndRefusesMoreThanTen)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    rig::Log log;
+    blk.set(curve({-60, -10}, {-70, -20}));
+    const double before = settled_gain(blk, db(-20));
+    EXPECT_NEAR(before, db(-10), 1e-4);
+    std::vector<float> eleven = curve(std::vector<float>(11, -90), std::vector<float>(11, -99));
+    eleven[kCompressorPostGain] = 20;
+    EXPECT_EQ(blk.set(eleven), 0);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(log.lines()[0].rfind("LOG (Compressor_param_set(): ,", 0), 0U);
+    EXPECT_EQ(log.messages()[0], "ERROR:Exceed limit table length\n");
+    EXPECT_NEAR(settled_gain(blk, db(-20)), before, kRamp);
+    log.clear();
+    blk.invoke();
+    EXPECT_EQ(log.messages()[0], "Compressor param is 200.000000,0.000000,200.000000,0.000000,20.000000,11.000000\n");
+    for (const float points : {-3.0F, 0.0F, 1.0F}) {
+        blk.set({200, 0, 200, 0, 0, points, -60, -90});
+        EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp) << points;
+    }
+    std::vector<float> in, out;
+    for (int k = 0; k < 10; ++k) {
+        in.push_back(static_cast<float>(-80 + 8 * k));
+        out.push_back(in.back() - 5);
+    }
+    blk.set(curve(in, out));
+    EXPECT_NEAR(settled_gain(blk, db(-20)), db(-5), 1e-4);
+}
+
+TEST(Compressor, WeightsFollowOneLawAtInitAndAnotherWhenSet)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_RMS, 1, 1, {.block = 256});
+    EXPECT_NEAR(state(blk).rmstc_coeff, 0.056979, 5e-7);
+    EXPECT_NEAR(state(blk).decay_coeff, 0.056979, 5e-7);
+    std::vector<float> vector = curve({-60, -10}, {-60, -10});
+    vector[kCompressorPostGain] = 6;
+    blk.set(vector);
+    EXPECT_NEAR(state(blk).rmstc_coeff, 0.27840, 5e-6);
+    EXPECT_NEAR(state(blk).decay_coeff, 0.45883, 5e-6);
+    blk.fill(0, 0.1F);
+    blk.process();
+    EXPECT_NEAR(blk.out(0)[255], 0.398107, 1e-6);  // 6 dB of power
+}
+
+TEST(Compressor, RampsInALineUpFullyAndDownByItsPart)
+{
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    blk.set(curve({-60, -10}, {-80, -30}));
+    const double keep = state(blk).decay_coeff;
+    blk.fill(0, 0.2F);
+    blk.process();
+    const double down = 1 - (1 - keep) * 0.9;
+    EXPECT_NEAR(blk.out(0)[63], 0.2 * down, 1e-5);
+    EXPECT_NEAR(blk.out(0)[0], 0.2 * (1 + (down - 1) / 64), 1e-6);
+    EXPECT_NEAR(blk.out(0)[31], 0.2 * (1 + down) / 2, 1e-5);
+    blk.fill(0, 0.5F);  // above the curve
+    blk.process();
+    EXPECT_NEAR(blk.out(0)[63], 0.5, 1e-5);
+}
+
+TEST(Compressor, OneHoldCounterServesAllChannels)
+{
+    const auto blocks_held = [](int channels, bool neighbour_rises) {
+        rig::Rig blk(EN_DP_COMPRESSOR_PEAK, channels, channels);
+        blk.set(curve({-60, 0}, {-60, 0}, 64 * 8 / 48.0F));  // eight blocks
+        blk.fill(0, 0.5F);
+        blk.process();
+        blk.fill(0, 0.1F);
+        int held = 0;
+        for (; held < 50 && state(blk).smooth_rms[0] == 0.5F; ++held) {
+            if (neighbour_rises)
+                blk.fill(1, 0.01F * static_cast<float>(held + 1));
+            blk.process();
+        }
+        return held;
+    };
+    EXPECT_EQ(blocks_held(1, false), 8);
+    EXPECT_EQ(blocks_held(2, false), 4);  // counted down once per channel
+    EXPECT_EQ(blocks_held(2, true), 50);  // and up again by any
+}
+
+TEST(Compressor, SidechainAloneSteersAllChannels)
+{
+    for (const int type : {EN_DP_COMPRESSOR_EXT_RMS, EN_DP_COMPRESSOR_EXT_PEAK}) {
+        rig::Rig blk(type, 3, 2);
+        blk.set(curve({-60, -10}, {-70, -20}));
+        blk.fill(1, 0.9F);
+        blk.fill(2, -0.3F);
+        settled_gain(blk, db(-30));
+        EXPECT_NEAR(blk.out(0)[63], 0.9 * std::pow(10.0, -0.5), 1e-4) << type;
+        EXPECT_NEAR(blk.out(1)[63], -0.3 * std::pow(10.0, -0.5), 1e-4) << type;
+    }
+    rig::Log log;
+    EXPECT_FALSE(rig::Rig(EN_DP_COMPRESSOR_EXT_RMS, 2, 2));
+    EXPECT_FALSE(rig::Rig(EN_DP_COMPRESSOR_PEAK, 3, 2));
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"wrong input 2 pin and output 2 pin in compressor\n",
+                                                        "wrong input 3 pin and output 2 pin in compressor\n"}));
+}

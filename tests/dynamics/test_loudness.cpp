@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <numbers>
+
+#include "support/rig.h"
+
+namespace {
+
+constexpr double kFrequencies[] = {40, 1000, 12000};
+
+Loudness_Core& state(rig::Rig& blk) { return *static_cast<Loudness_Core*>(blk->AlgoCore); }
+
+double factor(double db) { return std::pow(10.0, db / 20); }
+
+// Bass, treble and dry part at `hz`, half their sum.
+double response(double hz, double bass_hz, double bass, double treble_hz, double treble)
+{
+    using Complex = std::complex<double>;
+    const auto angle = [](double f) { return 2 * std::numbers::pi * f / 48000; };
+    const Complex delay = std::polar(1.0, -angle(hz));
+    const double low = std::pow(2.72, -angle(bass_hz)), high = std::pow(2.72, -angle(treble_hz));
+    const Complex bass_part = bass * (1 - low) / 2 * (1.0 + delay) / (1.0 - low * delay);
+    const Complex treble_part = treble * (1 + high) / 2 * (1.0 - delay) / (1.0 - high * delay);
+    return std::abs(bass_part + treble_part + 1.0) / 2;
+}
+
+// The gain on a sine, once volume and filters have settled.
+double measured(rig::Rig& blk, double hz, float volume = 0)
+{
+    std::vector<std::vector<float>> signal = {rig::sine(96000, hz, 48000, 0.5)};
+    if (blk->nInputs > 1)
+        signal.insert(signal.begin(), std::vector<float>(96000, volume));
+    const std::vector<float> out = blk.run(signal)[0];
+    double square = 0;
+    for (std::size_t i = 48000; i < 96000; ++i)
+        square += static_cast<double>(out[i]) * static_cast<double>(out[i]);
+    return std::sqrt(square / 48000 / 0.125);
+}
+
+}  // namespace
+
+TEST(Loudness, FreshAndSetBlocksFollowTheirOwnLaws)
+{
+    for (const double hz : kFrequencies) {
+        rig::Rig blk(EN_LOUDNESS_LH, 1, 1);
+        // Fresh: a fixed -8.1 dB of bass and a treble gain of 0.9 that is no percentage.
+        const double fresh = response(hz, 60, factor(-8.1), 7000, factor(0.7 * -30 + 9.5 * 0.9));
+        EXPECT_NEAR(measured(blk, hz) / (fresh * factor(-30)), 1.0, 1e-3) << hz;
+        blk.set({120, 60, 5000, 40, 0, -20});
+        const double bass = 0.6 * -20 + 10 * 0.6, treble = 0.7 * -20 + 8 * 0.4;
+        const double set = response(hz, 120, factor(bass + 20), 5000, factor(treble + 20));
+        EXPECT_NEAR(measured(blk, hz) / (set * factor(-20)), 1.0, 1e-3) << hz;
+    }
+}
+
+TEST(Loudness, VolumePinSteersBothPartsPerBlock)
+{
+    rig::Rig blk(EN_LOUDNESS_LH_EXT, 2, 1);
+    EXPECT_EQ(blk->pParam[kLoudnessSlewRate], 12.0F);
+    // The coarse exponential is up to 2.98 % off. With gains from 0 up both parts stay at their cap of -1 dB.
+    for (const auto& [bass_gain, treble_gain] : {std::pair{60.0F, 40.0F}, std::pair{-300.0F, -200.0F}})
+        for (const auto& [volume, heard] : {std::pair{0.1F, 0.1}, std::pair{0.5F, 0.5}, std::pair{1e-4F, 0.001}})
+            for (const double hz : kFrequencies) {
+                blk.set({120, bass_gain, 5000, treble_gain, 0, 8});
+                const double db = 20 * std::log10(heard);
+                const double bass = -0.4 * db + (8 - 0.1 * db) * static_cast<double>(bass_gain) / 100;
+                const double treble = -0.3 * db + (5 - 0.15 * db) * static_cast<double>(treble_gain) / 100;
+                const double expected =
+                    heard * response(hz, 120, factor(std::min(bass, -1.0)), 5000, factor(std::min(treble, -1.0)));
+                EXPECT_NEAR(measured(blk, hz, volume) / expected, 1.0, 0.03) << bass << " dB, " << treble << " dB";
+            }
+}
+
+TEST(Loudness, BothPartsStopAtMinusOneDecibelAndAtFullVolume)
+{
+    rig::Rig blk(EN_LOUDNESS_LH_EXT, 2, 1);
+    for (const float volume : {1.0F, 50.0F}) {
+        blk.fill(0, volume);
+        blk.process();
+        EXPECT_EQ(state(blk).post_gain, 1.0F);
+        EXPECT_EQ(state(blk).LP_gain, state(blk).HP_gain);
+        EXPECT_NEAR(state(blk).LP_gain, factor(-1), 0.03 * factor(-1));
+    }
+    for (const float volume : {-1.0F, NAN}) {
+        blk.fill(0, volume);
+        blk.process();
+        EXPECT_EQ(state(blk).post_gain, 0.001F);
+    }
+}
+
+// One volume for all channels, moved on by each: the second channel goes on where the first stopped.
+TEST(Loudness, FadesInFromSilenceChannelAfterChannel)
+{
+    rig::Rig one(EN_LOUDNESS_LH, 1, 1), two(EN_LOUDNESS_LH, 2, 2);
+    EXPECT_EQ(one.process(), 1);
+    two.process();
+    const double volume = factor(-30);
+    EXPECT_NEAR(state(one).pre_gain, volume * 64 / 65, 1e-7);
+    EXPECT_NEAR(state(two).pre_gain, volume * (1 - 1.0 / 65 / 65), 1e-7);
+    for (int call = 0; call < 8; ++call)
+        one.process();
+    EXPECT_NEAR(state(one).pre_gain, volume, 64 * 2e-9);  // half a digit of rounding per step
+    one.set({60, 0.9F, 7000, 0.9F, 0, -12});
+    EXPECT_NEAR(state(one).post_gain, factor(-12), 1e-6);
+}
+
+TEST(Loudness, ASetKeepsTheFiltersState)
+{
+    const std::vector<float> vector = {80, 30, 6000, 20, 0, -10};
+    const std::vector<std::vector<float>> signal = {rig::noise(640)};
+    rig::Rig blk(EN_LOUDNESS_LH, 1, 1), twin(EN_LOUDNESS_LH, 1, 1);
+    for (rig::Rig* each : {&blk, &twin}) {
+        each->set(vector);
+        each->run(signal);
+    }
+    blk.set(vector);
+    EXPECT_EQ(blk.run(signal), twin.run(signal));
+}
+
+TEST(Loudness, PrintsSevenEntriesUnderTheLabelsHostsKnow)
+{
+    rig::Log log;
+    rig::Rig blk(EN_LOUDNESS_LH, 1, 1);
+    blk.set({60, 10, 7000, 20, 3, -30});
+    blk.invoke();
+    EXPECT_EQ(log.messages(),
+              (std::vector<std::string>{"Loudness param: \n\n", "BassFreq: 60.000000 \n\n", "BassGain: 10.000000 \n\n",
+                                        "TrebleFreq: 7000.000000 \n\n", "TrebleGain: 20.000000 \n\n",
+                                        "PostGain: 3.000000 \n\n", "FilterType: -30.000000 \n\n",
+                                        "SlewRate: 0.000000 \n\n", "\n\n"}));
+    EXPECT_EQ(log.lines()[1].rfind("LOG (Loudness_param_invoke(): ,", 0), 0U);
+}

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+// The engine: what arrives where, in which buffers, when changes take place, and what processing costs the thread.
+#include "engine.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "levels.h"
+#include "support/rig.h"
+
+namespace {
+
+long g_news = 0;
+
+}  // namespace
+
+// Not inlined: the compiler would see malloc here and delete there, and take them for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    ++g_news;
+    if (void* p = std::malloc(size > 0 ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+using namespace vantoro;
+
+// Runs `signal[channel]` through and returns the outputs; what is left over of a block is dropped.
+std::vector<std::vector<float>> run(Engine& engine, const std::vector<std::vector<float>>& signal)
+{
+    const auto size = static_cast<std::size_t>(engine.block_size());
+    std::vector<std::vector<float>> out(static_cast<std::size_t>(engine.outputs()));
+    for (std::size_t at = 0; at + size <= signal.at(0).size(); at += size) {
+        for (std::size_t ch = 0; ch < signal.size(); ++ch)
+            std::copy_n(signal[ch].begin() + static_cast<std::ptrdiff_t>(at), size, engine.input()[ch]);
+        engine.change();
+        EXPECT_TRUE(engine.process()) << engine.failure();
+        for (std::size_t ch = 0; ch < out.size(); ++ch)
+            out[ch].insert(out[ch].end(), engine.output()[ch], engine.output()[ch] + size);
+    }
+    return out;
+}
+
+std::vector<float> scaled(std::vector<float> x, float gain)
+{
+    for (float& v : x)
+        v *= gain;
+    return x;
+}
+
+}  // namespace
+
+TEST(Engine, WiresCarryTheRightPins)
+{
+    // A fork, a join, crossed channels, an output fed by the input itself and one by nothing.
+    Engine engine(parse_schematic(R"({"blockSize": 20, "outputs": 5, "blocks": {
+        "sub": {"type": "BASIC_ARITH_SUB"},
+        "twice": {"type": "BASIC_GAIN", "params": {"gain": 2, "type": "Linear"}},
+        "late": {"type": "BASIC_DSP_DELAY", "params": {"maxDelay": 3, "delay": 3}}},
+        "wires": [["input.0", "twice.1"], ["input.1", "twice.0"], ["twice.0", "sub.0"], ["input.0", "sub.1"],
+                  ["twice.1", "late"], ["sub", "output.0"], ["late", "output.1"], ["twice.1", "output.2"], ["input.1", "output.3"]]})"),
+                  48000);
+    const auto left = rig::noise(200, 1);
+    const auto right = rig::noise(200, 2);
+    const auto out = run(engine, {left, right});
+    for (std::size_t i = 0; i < 200; ++i) {
+        EXPECT_EQ(out[0][i], 2 * right[i] - left[i]);
+        EXPECT_EQ(out[1][i], i < 3 ? 0.0F : 2 * left[i - 3]);
+        EXPECT_EQ(out[2][i], 2 * left[i]);
+        EXPECT_EQ(out[3][i], right[i]);
+        EXPECT_EQ(out[4][i], 0.0F);
+    }
+}
+
+TEST(Engine, BuffersAreAlignedAndSpreadOverTheCache)
+{
+    for (const int size : {1, 48, 64, 257, 1024, 4096}) {
+        Engine engine(parse_schematic(R"({"blockSize": )" + std::to_string(size) +
+                                      R"(, "blocks": {"a": {"type": 289, "inputs": 30},
+            "b": {"type": 289}}, "wires": [["input", "a"], ["a", "b"], ["a", "output.0-29"], ["b", "output.30-59"]]})"),
+                      48000);
+        std::vector<std::uintptr_t> starts;
+        for (int ch = 0; ch < 60; ++ch)
+            starts.push_back(reinterpret_cast<std::uintptr_t>(engine.output()[ch]));
+        std::set<std::uintptr_t> places;
+        for (const std::uintptr_t start : starts) {
+            EXPECT_EQ(start % 64, 0U);
+            places.insert(start % 4096);
+        }
+        EXPECT_EQ(places.size(), starts.size()) << size;  // no two of them a multiple of 4 KiB apart
+        EXPECT_EQ(starts[1] - starts[0], starts[59] - starts[58]);
+        EXPECT_GE(starts[1] - starts[0], static_cast<std::uintptr_t>(size) * sizeof(float));
+    }
+}
+
+// Its data pins come from three places and block sizes do not fill lines: the run without gaps is the engine's to make.
+TEST(Engine, StateMachineSeesOneRun)
+{
+    for (const int size : {1, 20, 64}) {
+        Engine engine(parse_schematic(R"({"blockSize": )" + std::to_string(size) + R"(, "blocks": {
+            "state": {"type": "SOURCE_DC", "params": {"value": 2}},
+            "half": {"type": "BASIC_GAIN", "params": {"gain": 0.5, "type": "Linear"}},
+            "machine": {"type": "MUXES_STATE_MACHINE", "params": {"ranges": [[1, 2], [3, 4], [2, 2]]}},
+            "after": {"type": "BASIC_ARITH_INVERT"}},
+            "wires": [["state", "machine.0"], ["input.0", "machine.1"], ["half", "machine.2"], ["input.0", "half"],
+                      ["half", "machine.3"], ["machine", "after"], ["after", "output"]]})"),
+                      48000);
+        const auto in = rig::noise(size * 5, 3);
+        const auto out = run(engine, {in});
+        EXPECT_EQ(out[0], scaled(in, -1));
+        EXPECT_EQ(out[1], scaled(in, 0));
+        EXPECT_EQ(out[2], scaled(in, -0.5F));
+    }
+}
+
+// What a block does not write must not repeat the block before.
+TEST(Engine, UnselectedOutputsFallSilent)
+{
+    Engine engine(parse_schematic(R"({"inputs": 1, "blocks": {"to": {"type": "MUXES_DEMUXES_SWITCH", "outputs": 2}},
+        "wires": [["input", "to"], ["to", "output"]], "changes": [{"at": 0.004, "set": {"to.index": 1}}]})"),
+                  48000);
+    const auto out = run(engine, {std::vector<float>(48000, 1.0F)});
+    EXPECT_EQ(out[0].back(), 0.0F);
+    EXPECT_EQ(out[1].back(), 1.0F);
+    EXPECT_EQ(out[0].front(), 1.0F);
+}
+
+TEST(Engine, ChangesTakePlaceAtTheNextBlock)
+{
+    // Asked for inside the second block, exactly at the fourth, and behind the end.
+    Engine engine(
+        parse_schematic(
+            R"({"blockSize": 48, "inputs": 1, "blocks": {"g": {"type": 289, "params": {"type": "Linear", "gain": 1}}},
+        "wires": [["input", "g"], ["g", "output"]], "changes": [{"at": 0.0011, "set": {"g.gain": 2}}, {"at": 0.003, "set": {"g.gain": 3}},
+        {"at": 5, "set": {"g.gain": 4}}]})"),
+        48000);
+    const auto out = run(engine, {std::vector<float>(48 * 6, 1.0F)});
+    for (std::size_t i = 0; i < out[0].size(); ++i)
+        EXPECT_EQ(out[0][i], i < 96 ? 1.0F : i < 144 ? 2.0F : 3.0F) << i;
+    EXPECT_EQ(engine.changes_left(), 1U);
+}
+
+TEST(Engine, ProcessAllocatesNothing)
+{
+    Engine engine(parse_schematic(R"({"blocks": {"to": {"type": "MUXES_DEMUXES_SWITCH", "outputs": 4},
+        "m": {"type": "MUXES_STATE_MACHINE"}, "eq": {"type": 770}, "env": {"type": 513}},
+        "wires": [["input", "to"], ["to.0-3", "m.0-3"], ["m.0", "eq"], ["eq.0", "env"], ["env", "output"]]})"),
+                  48000);
+    const long news = g_news;
+    const long calls = rig::Allocator::calls();
+    for (int i = 0; i < 100; ++i) {
+        engine.change();
+        engine.process();
+    }
+    EXPECT_EQ(g_news, news);
+    EXPECT_EQ(rig::Allocator::calls(), calls);
+}
+
+// Copies keep every bit, the smallest numbers too; a graph with a filter computes without them, and the thread gets its
+// own mode back.
+TEST(Engine, FlushesToZeroOnlyWhereStateDecays)
+{
+    const float tiny = std::numeric_limits<float>::denorm_min();
+    const std::string tail = R"("wires": [["input", "g"], ["g", "output"]]})";
+    Engine plain(
+        parse_schematic(R"({"blocks": {"g": {"type": 289, "params": {"gain": 1, "type": "Linear"}}}, )" + tail, 1),
+        48000);
+    const std::vector<float> odd = {tiny, -tiny, -0.0F, 3e38F, std::numeric_limits<float>::infinity(), 1e-40F};
+    std::vector<float> in = rig::noise(640, 4);
+    std::ranges::copy(odd, in.begin() + 100);
+    EXPECT_EQ(rig::bits(run(plain, {in})[0]), rig::bits(in));
+
+    Engine filter(parse_schematic(
+                      R"({"blocks": {"g": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_LP"}}}, )" + tail, 1),
+                  48000);
+    std::vector<float> impulse(48000);
+    impulse[0] = 1e-30F;
+    const auto out = run(filter, {impulse})[0];
+    EXPECT_TRUE(std::ranges::any_of(out, [](float v) { return v != 0.0F; }));
+    EXPECT_TRUE(std::ranges::none_of(out, [](float v) { return std::fpclassify(v) == FP_SUBNORMAL; }));
+    volatile float smallest = std::numeric_limits<float>::min();
+    EXPECT_GT(smallest * 0.5F, 0.0F);
+}
+
+TEST(Engine, LogLinesCarryTheBlocksId)
+{
+    testing::internal::CaptureStderr();
+    {
+        const LibraryLog log(false);
+        const Engine engine(
+            parse_schematic(R"({"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}})"), 48000);
+    }
+    const std::string heard = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(heard.starts_with("late: LOG (")) << heard;
+    EXPECT_EQ(heard.find("\n\n"), std::string::npos) << heard;
+    testing::internal::CaptureStderr();
+    {
+        const LibraryLog log(true);
+        const Engine engine(
+            parse_schematic(R"({"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}})"), 48000);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Levels, CountWhatDoesNotFit)
+{
+    const std::vector<float> left = {0.5F, -1.0F, 0.25F};
+    const std::vector<float> right = {std::numeric_limits<float>::quiet_NaN(), -2.0F, 1.0000001F};
+    const float* const channels[] = {left.data(), right.data()};
+    Levels levels(2);
+    levels.add(channels, 3);
+    EXPECT_DOUBLE_EQ(levels.peak_db(0), 0);
+    EXPECT_NEAR(levels.peak_db(1), 6.0206, 1e-4);  // 20 log10 2
+    EXPECT_EQ(levels.above_full_scale(), 3);
+    EXPECT_EQ(levels.not_finite(), 1);
+    EXPECT_EQ(levels.text(), ", peak 0.00 6.02 dBFS, 3 samples above full scale (1 not finite)");
+}

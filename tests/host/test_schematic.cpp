@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+// Schematics: what is found wrong with them, the pins that follow from wires, the order, and changes in time.
+#include "schematic.h"
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vantoro;
+
+std::vector<Problem> problems_of(std::string_view text, std::optional<int> channels = {},
+                                 const std::vector<Setting>& settings = {})
+{
+    try {
+        parse_schematic(text, channels, settings);
+    } catch (const SchematicError& error) {
+        return error.problems();
+    }
+    return {};
+}
+
+std::string told(const std::vector<Problem>& problems)
+{
+    std::string text;
+    for (const Problem& p : problems)
+        text += p.where + " | " + p.value + " | " + p.wanted + '\n';
+    return text;
+}
+
+// A document around `blocks` and `wires`.
+std::string graph(std::string_view blocks, std::string_view wires = "")
+{
+    return "{\"blocks\": {" + std::string(blocks) + "}, \"wires\": [" + std::string(wires) + "]}";
+}
+
+constexpr std::string_view kTwoGains = R"("a": {"type": "BASIC_GAIN"}, "b": {"type": 289})";
+
+int pins_in(const Schematic& schematic, std::string_view id)
+{
+    return std::ranges::find(schematic.blocks, id, &Block::id)->pins.inputs;
+}
+
+}  // namespace
+
+TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
+{
+    const struct {
+        std::string text;
+        std::string_view told;  // the one report
+    } cases[] = {
+        {"{\"blocks\": {}", "line 1, column 13 | "},
+        {"{\n\"rate\": 1e999}", "line 2, column 13 |  | number overflow"},
+        {"[]", " | [] | a schematic is an object"},
+        {R"({"blocks": {}, "rates": 1})", R"(/rates | "rates" | unknown key; did you mean "rate"?)"},
+        {R"({"blocks": {}, "rate": 44100.5})", "/rate | 44100.5 | a whole number, 1000 to 768000"},
+        {R"({"blocks": {}, "blockSize": 0})", "/blockSize | 0 | a whole number, 1 to 65536"},
+        {R"({"blocks": {}, "wires": [], "wires": []})", R"(/wires | "wires" | a key may stand once)"},
+        {graph(R"("in put": {"type": 289})"), "/blocks/in put | \"in put\" | an id of letters"},
+        {graph(R"("input": {"type": 289})"), "/blocks/input | \"input\" | an id of letters"},
+        {graph(R"("a": {"type": "BASIC_GIAN"})"),
+         "/blocks/a/type | \"BASIC_GIAN\" | an unknown type; did you mean BASIC_GAIN"},
+        {graph(R"("a": {"type": 288.5})"), "/blocks/a/type | 288.5 | an unknown type"},
+        {graph(R"("a": {"type": "IN_AUDIO_INPUT"})"), "/blocks/a/type | \"IN_AUDIO_INPUT\" | a terminal is no block"},
+        {graph(R"("a": {"type": 289, "inputs": 2, "outputs": 3})"), "/blocks/a | 2 inputs, 3 outputs"},
+        {graph(R"("a": {"type": 289, "inputs": 1025})"), "/blocks/a/inputs | 1025 | a whole number, 0 to 1024"},
+        {graph(R"("a": {"type": 289, "params": {"gian": 1}})"), "/blocks/a/params/gian | "},
+        {graph(R"("a": {"type": 289, "params": {"gain": 1e39}})"), "/blocks/a/params/gain | "},
+        {graph(R"("a": {"type": 289, "params": {"type": "Linaer"}})"), "/blocks/a/params/type | \"Linaer\" | "},
+        {graph(R"("a": {"type": 289, "params": [1]})"), "/blocks/a/params | [1] | parameters by name"},
+        {graph(kTwoGains, R"(["a", "c"])"), "/wires/0/1 | \"c\" | there is no such block"},
+        {graph(kTwoGains, R"(["a.0", "b"], ["inptu", "a"])"),
+         R"(/wires/1/0 | "inptu" | there is no such block; did you mean "input"?)"},
+        {graph(kTwoGains, R"(["a.x", "b"])"), "/wires/0/0 | \"a.x\" | a block's pins"},
+        {graph(kTwoGains, R"(["a.3-1", "b"])"), "/wires/0/0 | \"a.3-1\" | a block's pins"},
+        {graph(kTwoGains, R"(["output", "b"])"), "/wires/0/0 | \"output\" | a wire does not start at"},
+        {graph(kTwoGains, R"("a b")"), "/wires/0 | \"a b\" | a wire is a pair"},
+        {graph(R"("a": {"type": 289, "inputs": 2}, "b": {"type": 289, "inputs": 2})", R"(["a.2", "b.0"])"),
+         "/wires/0/0 | \"a.2\" | a has 2 outputs, 0 and 1"},
+        {graph(R"("a": {"type": 289, "inputs": 2}, "b": {"type": 289, "inputs": 3})", R"(["a", "b"])"),
+         "/wires/0 | \"a\" -> \"b\" | 2 pins on 3 pins"},
+        {graph(kTwoGains, R"(["input.0", "b.0"], ["a.0", "b.0"])"),
+         "/wires/1/1 | \"b.0\" | pin 0 of b is already fed by /wires/0"},
+        {graph(R"("a": {"type": 274})", R"(["input.0", "a.2"])"),
+         "/blocks/a | 3 inputs, 0 outputs by count or wires | "},
+        {graph(kTwoGains, R"(["a", "b"], ["b", "a"])"), "a -> b -> a | a cycle"},
+        {graph(kTwoGains, R"(["a", "a"])"), "/wires/0 | a -> a | a cycle"},
+        {graph(R"("r": {"type": "QVALGO_REVERB"})").insert(1, R"("blockSize": 30, )"),
+         "/blocks/r/type | \"QVALGO_REVERB\" | the reverb works on fours"},
+        {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": -1, "set": {}}]})", "/changes/0/at | -1 | seconds"},
+        {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": 1, "set": {"a.gian": 1}}]})",
+         "/changes/0/set/a.gian | "},
+    };
+    for (const auto& c : cases) {
+        const auto problems = problems_of(c.text);
+        EXPECT_EQ(problems.size(), 1U) << c.text << '\n' << told(problems);
+        EXPECT_NE(told(problems).find(c.told), std::string::npos) << c.text << '\n' << told(problems);
+    }
+}
+
+TEST(Schematic, ReportsAllFaultsAtOnce)
+{
+    const auto problems =
+        problems_of(R"({"rate": "fast", "blocks": {"a": {"type": "nix"}, "b": {"type": 289, "params": {"x": 1}},
+        "c": {"type": 289}, "d": {"type": 289}}, "wires": [["a", "b"], ["zz", "b"], ["c", "d"], ["d", "c"]]})",
+                    {}, {parse_setting("e.gain=1")});
+    EXPECT_EQ(problems.size(), 6U) << told(problems);
+    for (const std::string_view where :
+         {"/rate", "/blocks/a/type", "/blocks/b/params/x", "/wires/1/0", "a cycle", "--set e.gain=1"})
+        EXPECT_NE(told(problems).find(where), std::string::npos) << where << '\n' << told(problems);
+}
+
+// Nesting, sizes and counts that would exhaust memory or the stack, and examples with bytes changed at random.
+TEST(Schematic, SurvivesHostileText)
+{
+    EXPECT_NE(told(problems_of(std::string(200'000, '['))).find("nested deeper"), std::string::npos);
+    std::string wide;
+    for (int i = 0; i < 1000; ++i)
+        wide += (i > 0 ? ", \"" : "\"") + std::string("b") + std::to_string(i) + R"(": {"type": 289, "inputs": 1024})";
+    EXPECT_NE(told(problems_of(graph(wide))).find("at most 1000000 pins"), std::string::npos);
+
+    std::ifstream file(std::string(EXAMPLES) + "/first_steps.json");
+    const std::string good = (std::stringstream() << file.rdbuf()).str();
+    ASSERT_NO_THROW(parse_schematic(good));
+    std::mt19937 random(1);
+    int faulty = 0;
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = good;
+        for (int i = 0; i < 1 + round % 3; ++i) {
+            const std::size_t at = random() % text.size();
+            if (random() % 2 == 0)
+                text[at] = "{}[]\":,0123456789-.eE\n\x80z"[random() % 24];
+            else
+                text.erase(at, 1 + random() % 8);
+        }
+        faulty += problems_of(text).empty() ? 0 : 1;
+    }
+    EXPECT_GT(faulty, 500);
+}
+
+TEST(Schematic, PinsFollowFromWires)
+{
+    // All pins through a chain, from the file's channels or from two by default; a mixer ends the spread.
+    const std::string chain = graph(R"("a": {"type": 289}, "b": {"type": 289}, "sum": {"type": "BASIC_ARITH_ADD"})",
+                                    R"(["input", "a"], ["a", "b"], ["b", "sum"], ["sum", "output"])");
+    for (const auto& [channels, expected] : {std::pair<std::optional<int>, int>{{}, 2}, {1, 1}, {7, 7}}) {
+        const Schematic s = parse_schematic(chain, channels);
+        EXPECT_EQ(s.inputs, expected);
+        EXPECT_EQ(pins_in(s, "b"), expected);
+        EXPECT_EQ(pins_in(s, "sum"), expected);
+        EXPECT_EQ(s.outputs.size(), 1U);
+    }
+    // Backwards from the one place that knows.
+    EXPECT_EQ(
+        pins_in(parse_schematic(graph(R"("a": {"type": 289}, "b": {"type": 289}, "c": {"type": 289, "outputs": 5})",
+                                      R"(["a", "b"], ["b", "c"])")),
+                "a"),
+        5);
+    // Numbered wires and runs ask for as many as they name; a sidechain leaves the rest to the signals.
+    const Schematic s = parse_schematic(
+        graph(R"("hold": {"type": "BASIC_DSP_HOLD_VALUE"}, "a": {"type": 289}, "mul": {"type": "BASIC_ARITH_MUL"})",
+              R"(["input.5", "hold.0"], ["a", "hold.1-"], ["input.1-3", "a"], ["hold.0-1", "mul.1-2"])"));
+    EXPECT_EQ(s.inputs, 6);
+    EXPECT_EQ(pins_in(s, "a"), 3);
+    EXPECT_EQ(pins_in(s, "hold"), 4);
+    EXPECT_EQ(pins_in(s, "mul"), 4);  // pairs
+    EXPECT_EQ(s.blocks[2].sources[0].block, Source::kSilence);
+    EXPECT_EQ(s.blocks[2].sources[2].pin, 1);
+}
+
+TEST(Schematic, OrderPutsSourcesFirstAndKeepsTheWrittenOrder)
+{
+    // Without wires: as written.
+    std::string blocks;
+    for (int i = 0; i < 50; ++i)
+        blocks +=
+            (i > 0 ? ", \"" : "\"") + std::string("z") + std::to_string(50 - i) + R"(": {"type": 266, "inputs": 3})";
+    const Schematic free = parse_schematic(graph(blocks));
+    EXPECT_TRUE(std::ranges::is_sorted(free.order));
+    EXPECT_EQ(free.blocks.front().id, "z50");
+    // Random wires from any block to a later one of a random ranking.
+    std::mt19937 random(7);
+    std::vector<int> rank(50);
+    std::ranges::generate(rank, [i = 0]() mutable { return ++i; });
+    std::ranges::shuffle(rank, random);
+    std::string wires;
+    for (std::size_t to = 1; to < rank.size(); ++to)
+        for (int pin = 0; pin < 3; ++pin)
+            wires += (wires.empty() ? "[\"z" : ", [\"z") + std::to_string(rank[random() % to]) + ".0\", \"z" +
+                     std::to_string(rank[to]) + '.' + std::to_string(pin) + "\"]";
+    const Schematic wired = parse_schematic(graph(blocks, wires));
+    ASSERT_EQ(wired.order.size(), 50U);
+    std::vector<bool> seen(50);
+    for (const int b : wired.order) {
+        for (const Source& source : wired.blocks[static_cast<std::size_t>(b)].sources)
+            EXPECT_TRUE(source.block == Source::kSilence || seen[static_cast<std::size_t>(source.block)]);
+        seen[static_cast<std::size_t>(b)] = true;
+    }
+}
+
+TEST(Schematic, ChangesAddUpInTheOrderOfTime)
+{
+    const std::string text = R"({"blocks": {"a": {"type": "BASIC_GAIN_SLEW", "params": {"gain": 1}}},
+        "changes": [{"at": 2, "set": {"a.type": "Linear"}}, {"at": 1, "set": {"a.gain": 0.5}}]})";
+    const Schematic s = parse_schematic(text, {}, {parse_setting("a.slewRate=3"), parse_setting("a.gain=7@3")});
+    const auto vector = [](float gain, float type) { return std::vector<float>{gain, type, 3}; };
+    EXPECT_EQ(s.blocks[0].vector, vector(1, 0));
+    ASSERT_EQ(s.changes.size(), 3U);
+    EXPECT_EQ(s.changes[0].vector, vector(0.5F, 0));
+    EXPECT_EQ(s.changes[1].vector, vector(0.5F, 1));
+    EXPECT_EQ(s.changes[2].vector, vector(7, 1));
+    EXPECT_DOUBLE_EQ(s.changes[2].seconds, 3);
+    for (const char* wrong :
+         {"a", "a.gain", "gain=1", ".gain=1", "a.=1", "a.gain=1@", "a.gain=1@x", "a.gain=1@-1", "a.gain=1@1s"})
+        EXPECT_THROW(parse_setting(wrong), std::invalid_argument) << wrong;
+}

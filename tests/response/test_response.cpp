@@ -1,0 +1,353 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <complex>
+#include <filesystem>
+#include <fstream>
+#include <numbers>
+#include <sstream>
+
+#include "support/rig.h"
+
+namespace {
+
+using Complex = std::complex<double>;
+
+// Every test writes into a directory of its own.
+class Response : public testing::Test {
+protected:
+    Response()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "response-XXXXXX").string();
+        dir_ = ::mkdtemp(name.data());
+        std::filesystem::current_path(dir_);
+    }
+    ~Response() override
+    {
+        std::filesystem::current_path(before_);
+        std::filesystem::remove_all(dir_);
+    }
+
+    std::filesystem::path before_ = std::filesystem::current_path(), dir_;
+    rig::Log log_;
+};
+
+struct Table {
+    std::string header;
+    std::vector<std::vector<double>> rows;
+};
+
+Table read(const char* name)
+{
+    Table table;
+    std::ifstream file(name);
+    std::getline(file, table.header);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        table.rows.emplace_back(std::istream_iterator<double>(fields), std::istream_iterator<double>());
+    }
+    return table;
+}
+
+// The exact response of (b0, b1, a1, b2, a2) sections in series.
+Complex sections(const float* c, int count, double hz, double rate)
+{
+    const Complex z = std::polar(1.0, -2 * std::numbers::pi * hz / rate);
+    Complex h = 1;
+    for (int i = 0; i < count; ++i, c += 5)
+        h *= (double{c[0]} + double{c[1]} * z + double{c[3]} * z * z) / (1.0 + double{c[2]} * z + double{c[4]} * z * z);
+    return h;
+}
+
+double db(Complex h) { return 20 * std::log10(std::abs(h)); }
+
+// The fast functions are within 0.0014 octave, 1.7e-4 (sine) and 1.2e-3 (cosine): 0.06 dB a section, unless numerators
+// cancel.
+constexpr double kBound = 0.06;
+bool deep(double level) { return level < -40; }
+
+void expect_levels(const Table& table, std::size_t column, const float* c, int count, double rate)
+{
+    double worst = 0;
+    for (const auto& row : table.rows) {
+        const double exact = db(sections(c, count, row[0], rate));
+        if (!deep(exact))
+            worst = std::max(worst, std::abs(row[column] - exact));
+    }
+    EXPECT_LT(worst, kBound * count) << "column " << column;
+}
+
+double angle_apart(double a, double b) { return std::abs(std::remainder(a - b, 360.0)); }
+
+TEST_F(Response, SeriesOfFilters)
+{
+    rig::Rig first(EN_FILTER_1ST, 1, 1), shelf(EN_FILTER_2ND_PARAM_SHELF, 1, 1), common(EN_FILTER_2ND_COMMON, 1, 1);
+    rig::Rig butter(EN_FILTER_2ND_BESSEL_BUTTER, 1, 1), tone(EN_FILTER_2ND_TONE, 1, 1), iir(EN_FILTER_2ND_IIR, 1, 1);
+    rig::Rig pair(EN_FILTER_2ND_FIRSTORDERS, 1, 1), fir(EN_FILTER_FIR, 1, 1);
+    std::vector<float> taps{65};
+    for (int i = 0; i < 65; ++i)  // a windowed-sine low-pass at 6 kHz
+        taps.push_back(static_cast<float>(
+            (i == 32 ? 0.25 : std::sin(0.25 * std::numbers::pi * (i - 32)) / (std::numbers::pi * (i - 32))) *
+            (0.5 + 0.5 * std::cos(std::numbers::pi * (i - 32) / 33))));
+    fir.set(taps);
+    shelf.set({1, 0, 0, 0, 100, 4, 9});
+    const std::vector<BlockAlgo> blocks{*first.block(), *shelf.block(), *common.block(), *butter.block(),
+                                        *tone.block(),  *iir.block(),   *pair.block(),   *fir.block()};
+    log_.clear();
+    EXPECT_EQ(filter_response_check(const_cast<BlockAlgo*>(blocks.data()), 8, 48000, 10, nullptr), 0);
+    EXPECT_TRUE(log_.lines().empty()) << log_.all();
+    const Table table = read("FilterCheck.xls");
+    EXPECT_EQ(table.header, "Freq(Hz)\tMag(dB)\tDeg(degrees)");
+    ASSERT_EQ(table.rows.size(), 2400U);
+    EXPECT_EQ(table.rows[0][0], 0.0);
+    EXPECT_EQ(table.rows[2399][0], 23990.0);
+    double level = 0, phase = 0;
+    for (const auto& row : table.rows) {
+        const double w = 2 * std::numbers::pi * row[0] / 48000;
+        const float* c = static_cast<FirstOrder_Core*>(first->AlgoCore)->coeffArray;
+        Complex h = (double{c[0]} + double{c[1]} * std::polar(1.0, -w)) / (1.0 + double{c[2]} * std::polar(1.0, -w));
+        for (std::size_t i = 1; i < 7; ++i)
+            h *= sections(static_cast<SecondOrder_Core*>(blocks[i].AlgoCore)->coeffArray, 1, row[0], 48000);
+        Complex sum = 0;
+        for (int i = 0; i < 65; ++i)
+            sum += double{taps[static_cast<std::size_t>(i) + 1]} * std::polar(1.0, -w * i);
+        h *= sum;
+        if (deep(db(h)))
+            continue;
+        level = std::max(level, std::abs(row[1] - db(h)));
+        phase = std::max(phase, angle_apart(row[2], std::arg(h) * 180 / std::numbers::pi));
+        EXPECT_LE(std::abs(row[2]), 180.0);
+    }
+    EXPECT_LT(level, kBound);  // broad responses: the errors of eight do not add up
+    EXPECT_LT(phase, 0.3);
+}
+
+TEST_F(Response, KnownPointsOfOneFilter)
+{
+    rig::Rig filter(EN_FILTER_2ND_BESSEL_BUTTER, 1, 1);
+    filter.set({1, 0, ButterLP, 0, 1000});
+    ASSERT_EQ(filter_response_check(filter.block(), 1, 48000, 100, nullptr), 0);
+    const Table table = read("FilterCheck.xls");
+    ASSERT_EQ(table.rows.size(), 240U);
+    EXPECT_NEAR(table.rows[0][1], 0.0, kBound);
+    EXPECT_NEAR(table.rows[10][1], 10 * std::log10(0.5), kBound);
+    EXPECT_NEAR(table.rows[10][2], -90, 0.1);
+    EXPECT_NEAR(table.rows[40][1], -24.3, 0.2);  // two octaves above: 24.1 dB, and the bilinear transform's bend
+}
+
+TEST_F(Response, IdentityIsFlatAndWrongTypesAreLeftOut)
+{
+    rig::Rig iir(EN_FILTER_2ND_IIR, 1, 1), general(EN_FILTER_2ND_GENERAL, 1, 1), gain(EN_BASIC_GAIN, 1, 1);
+    general.set({1, 0, 0, 6, 1000, 1, 12});
+    iir.set({1, 0, 1, 0, 0, 0, 0, 1});  // whatever the layout makes of it, its section is on record
+    float* c = static_cast<SecondOrder_Core*>(iir->AlgoCore)->coeffArray;
+    std::copy_n(std::vector<float>{1, 0, 0, 0, 0}.begin(), 5, c);
+    std::vector<BlockAlgo> blocks{*general.block(), *iir.block(), *gain.block()};
+    log_.clear();
+    EXPECT_EQ(filter_response_check(blocks.data(), 3, 48000, 50, nullptr), 0);
+    EXPECT_EQ(log_.lines().size(), 2U);
+    EXPECT_EQ(log_.messages()[0], "wrong filter type in Process\n\n");
+    for (const auto& row : read("FilterCheck.xls").rows) {
+        EXPECT_EQ(row[1], 0.0);
+        EXPECT_EQ(row[2], 0.0);
+    }
+}
+
+TEST_F(Response, LookupCurves)
+{
+    rig::Rig blk(EN_FILTER_LOOKUP_TONE_PEAK, 2, 1);
+    blk.set({2, 3, 12, -12, 0, 1, 1000, 12});
+    EXPECT_EQ(LookupFilter_Response_Check(blk.block(), 48000, 20), 0);
+    std::ifstream file("LookupFilterCheck.xls");
+    std::string line;
+    std::getline(file, line);
+    EXPECT_EQ(line, "Freq(Hz)\tmag[1](dB)\tmag[2](dB)\tmag[3](dB)\t");
+    std::getline(file, line);
+    EXPECT_EQ(line.back(), '\t');
+    const Table table = read("LookupFilterCheck.xls");
+    ASSERT_EQ(table.rows.size(), 1200U);
+    const auto* core = static_cast<LookUp_Core*>(blk->AlgoCore);
+    for (std::size_t i = 0; i < 3; ++i)
+        expect_levels(table, i + 1, core->coeffArray + 5 * i, 1, 48000);
+    EXPECT_NEAR(table.rows[50][1], -12, kBound);
+    EXPECT_NEAR(table.rows[50][3], 12, kBound);
+}
+
+TEST_F(Response, CrossoverBands)
+{
+    rig::Rig two(EN_FILTER_CROSSOVER_2WAY, 1, 2), three(EN_FILTER_CROSSOVER_3WAY, 1, 3);
+    two.set({LR48, 500, 0, Butter18, 500, 3, 1});
+    EXPECT_EQ(CrossoverFilter_Response_Check(two.block(), 48000, 25), 0);
+    Table table = read("CrossoverFilterCheck.xls");
+    EXPECT_EQ(table.header, "Freq(Hz)\tMaglow(dB)\tMaghigh(dB)");
+    const auto* low_high = static_cast<Crossover2Way_Core*>(two->AlgoCore);
+    expect_levels(table, 1, low_high->coeffArray, low_high->sos_low, 48000);
+    expect_levels(table, 2, low_high->coeffArray + 5 * low_high->sos_low, low_high->sos_high, 48000);
+    EXPECT_NEAR(table.rows[20][1], -6.02, 4 * kBound);  // Linkwitz-Riley: half the pressure at the corner
+
+    three.set({LR24, 200, 0, LR36, 4000, 0, Butter24, 4000, Butter12, 200, -3, 0, 0});
+    EXPECT_EQ(CrossoverFilter_Response_Check(three.block(), 48000, 25), 0);
+    table = read("CrossoverFilterCheck.xls");
+    EXPECT_EQ(table.header, "Freq(Hz)\tMaglow(dB)\tMaghigh(dB)\tMagmid(dB)");
+    const auto* core = static_cast<Crossover3Way_Core*>(three->AlgoCore);
+    const float* c = core->coeffArray;
+    expect_levels(table, 1, c, core->sos_low, 48000);
+    expect_levels(table, 2, c += 5 * core->sos_low, core->sos_high, 48000);
+    expect_levels(table, 3, c += 5 * core->sos_high, core->sos_med_lp + core->sos_med_hp, 48000);
+    EXPECT_NEAR(table.rows[40][3], -3, 0.2);  // the middle of the mid band
+}
+
+TEST_F(Response, MiscellaneousFilters)
+{
+    rig::Rig dc(EN_FILTER_MISCE_DCBLOCKING, 1, 1), state(EN_FILTER_MISCE_STATEVARIABLE, 1, 3);
+    EXPECT_EQ(MiscellFilter_Response_Check(dc.block(), 48000, 1), 0);
+    Table table = read("MiscellFilterCheck.xls");
+    EXPECT_EQ(table.header, "Freq(Hz)\tMag(dB)\tDeg(degrees)");
+    EXPECT_LT(table.rows[0][1], -300.0) << "nothing passes at 0 Hz";
+    EXPECT_EQ(table.rows[0][2], 0.0);
+    const double corner = 48000 / (2 * std::numbers::pi * 10000);  // from the time constant of 10000 samples
+    EXPECT_NEAR(table.rows[1][1], -10 * std::log10(1 + corner * corner), kBound);
+    EXPECT_NEAR(table.rows[1][2], std::atan(corner) * 180 / std::numbers::pi, 0.1);
+    EXPECT_NEAR(table.rows[10000][1], 0.0, kBound);
+
+    state.set({2000, 4});
+    EXPECT_EQ(MiscellFilter_Response_Check(state.block(), 96000, 50), 0);  // the given rate, not the block's
+    table = read("MiscellFilterCheck.xls");
+    EXPECT_EQ(table.header, "Freq(Hz)\tMaglow(dB)\tMaghigh(dB)\tMagmid(dB)");
+    ASSERT_EQ(table.rows.size(), 960U);
+    const float* a = static_cast<StateVariable_Core*>(state->AlgoCore)->coeffArray;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const float* b = a + 2 + 3 * i;
+        const float c[] = {b[0], b[1], a[0], b[2], a[1]};
+        expect_levels(table, i + 1, c, 1, 96000);
+    }
+    rig::Rig controlled(EN_FILTER_MISCE_STATEVARIABLEQ, 2, 3);
+    EXPECT_EQ(MiscellFilter_Response_Check(controlled.block(), 48000, 50), 0);
+    EXPECT_NEAR(read("MiscellFilterCheck.xls").rows[0][1], 0.0, kBound);
+}
+
+TEST_F(Response, RefusalsAndFailures)
+{
+    rig::Rig gain(EN_BASIC_GAIN, 1, 1), fir(EN_FILTER_FIR, 1, 1);
+    log_.clear();
+    EXPECT_EQ(LookupFilter_Response_Check(gain.block(), 48000, 10), 0);
+    EXPECT_EQ(CrossoverFilter_Response_Check(gain.block(), 48000, 10), 0);
+    EXPECT_EQ(MiscellFilter_Response_Check(fir.block(), 48000, 10), 0);
+    EXPECT_EQ(log_.messages(),
+              (std::vector<std::string>{"wrong input type in LookUpFilter\n", "wrong input type in CrossoverFilter\n",
+                                        "wrong input type in MiscellFilter\n"}));
+    EXPECT_TRUE(std::filesystem::exists("MiscellFilterCheck.xls"));
+
+    rig::Rig lookup(EN_FILTER_LOOKUP_COMMON, 2, 1), cross(EN_FILTER_CROSSOVER_3WAY, 1, 3);
+    rig::Rig state(EN_FILTER_MISCE_STATEVARIABLE, 1, 3);
+    EXPECT_EQ(filter_response_check(fir.block(), 1, 48000, 0, nullptr), RT_ERR_VALUE);
+    EXPECT_EQ(LookupFilter_Response_Check(lookup.block(), 48000, 0), RT_ERR_VALUE);
+    EXPECT_EQ(MiscellFilter_Response_Check(state.block(), 48000, -5), RT_ERR_VALUE);
+
+    const auto all = [&] {
+        return std::vector<int>{filter_response_check(fir.block(), 1, 48000, 1000, nullptr),
+                                LookupFilter_Response_Check(lookup.block(), 48000, 1000),
+                                CrossoverFilter_Response_Check(cross.block(), 48000, 1000),
+                                MiscellFilter_Response_Check(state.block(), 48000, 1000)};
+    };
+    EXPECT_EQ(all(), std::vector<int>(4, 0));
+    for (int k = 0; k < 12; ++k) {  // any allocation may fail: reported by the result, nothing leaks
+        rig::Allocator::fail_at(k);
+        CrossoverFilter_Response_Check(cross.block(), 48000, 1000);
+        rig::Allocator::fail_at(k);
+        filter_response_check(fir.block(), 1, 48000, 1000, nullptr);
+        rig::Allocator::fail_never();
+    }
+    rig::Allocator::fail_at(0);
+    EXPECT_EQ(filter_response_check(fir.block(), 1, 48000, 1000, nullptr), RT_ERR_MALLOC);
+
+    for (const char* name : {"FilterCheck.xls", "LookupFilterCheck.xls", "CrossoverFilterCheck.xls",
+                             "MiscellFilterCheck.xls"}) {  // directories in the way: also root cannot write there
+        std::filesystem::remove(name);
+        std::filesystem::create_directory(name);
+    }
+    log_.clear();
+    EXPECT_EQ(all(), std::vector<int>(4, 1));
+    EXPECT_EQ(log_.lines().size(), 4U);
+    EXPECT_EQ(log_.messages()[0], "cannot open FilterCheck.xls\n\n");
+}
+
+class Speaker : public Response {
+protected:
+    std::vector<std::vector<double>> check(const std::string& text)
+    {
+        std::ofstream("speaker.txt") << text;
+        EXPECT_EQ(filter_response_check(nullptr, 0, 2000, 100, "speaker.txt"), 0);
+        return read("FilterCheck.xls").rows;
+    }
+};
+
+TEST_F(Speaker, BracketsAndExtends)
+{
+    const auto rows = check("name\nHz dB deg\n200 -6 10\n400 0 -10\n500\t3  20\n");
+    const double levels[] = {-12, -9, -6, -3, 0, 3, 6, 9, 12, 15},
+                 phases[] = {30, 20, 10, 0, -10, 20, 50, 80, 110, 140};
+    ASSERT_EQ(rows.size(), 10U);
+    for (std::size_t i = 0; i < 10; ++i) {
+        EXPECT_NEAR(rows[i][1], levels[i], 1e-4) << i;
+        EXPECT_NEAR(rows[i][2], phases[i], 1e-4) << i;
+    }
+    rig::Rig fir(EN_FILTER_FIR, 1, 1);  // filters go on top
+    fir.set({1, 0.5F});
+    EXPECT_EQ(filter_response_check(fir.block(), 1, 2000, 100, "speaker.txt"), 0);
+    EXPECT_NEAR(read("FilterCheck.xls").rows[4][1], -6.02, 0.05);
+}
+
+TEST_F(Speaker, AnyFileIsSurvived)
+{
+    const std::string header = "a\nb\n";
+    EXPECT_EQ(check("")[5][1], 0.0);
+    EXPECT_EQ(check(header)[5][1], 0.0);
+    EXPECT_EQ(log_.messages(), std::vector<std::string>(2, "no rows in speaker.txt\n\n"));
+    for (const auto& row : check(header + "300 -4 25\n")) {  // one row is everywhere
+        EXPECT_EQ(row[1], -4.0);
+        EXPECT_EQ(row[2], 25.0);
+    }
+    EXPECT_EQ(check(header + "300 1 0\n300 2 0\n")[5][1], 2.0);
+
+    // A hundred rows of level hz / 100, and one more that would bend the curve.
+    std::string many = header;
+    for (int i = 0; i < 100; ++i)
+        many += std::to_string(i) + " " + std::to_string(i / 100.0) + " 0\n";
+    EXPECT_NEAR(check(many)[9][1], 9.0, 1e-3);
+    EXPECT_NEAR(check(many + "900 1000 0\n")[9][1], 9.0, 1e-3);
+
+    const std::string bad = "x y z\n1e999 0 0\n200 nan 0\n\n300 2\n", good = "0 0 0\n900 9 0\n";
+    EXPECT_NEAR(check(header + bad + good + bad)[9][1], 9.0, 1e-4);
+    const std::string longer(5000, '7');
+    EXPECT_NEAR(check(longer + "\nb\n" + "0 0 0" + std::string(3000, ' ') + "5 5 5\n900 9 0\n" + longer)[9][1], 9.0,
+                1e-4);
+
+    EXPECT_EQ(filter_response_check(nullptr, 0, 2000, 100, "missing.txt"), 0);
+    EXPECT_EQ(log_.messages().back(), "cannot open missing.txt\n\n");
+    EXPECT_EQ(read("FilterCheck.xls").rows[3][1], 0.0);
+}
+
+TEST(Grid, StepsByRepeatedAddition)
+{
+    FreqResponseState* grid = FreqResponse_param_Init(44101, 0.1F);
+    ASSERT_TRUE(grid);
+    EXPECT_EQ(grid->lens, static_cast<int>(22050 / 0.1F));
+    float f = 0;
+    for (int k = 0; k < 1000; ++k, f += 0.1F)
+        ASSERT_EQ(grid->freq[k], f);
+    FreqResponse_Destroy(grid);
+    Multi_FreqResponseState* multi = Multi_FreqResponse_param_Init(48000, 7, 2);
+    ASSERT_TRUE(multi);
+    EXPECT_EQ(multi->lens, 3428);
+    EXPECT_EQ(multi->num_curves, 2);
+    EXPECT_EQ(multi->mag[1][3427], 0.0F);
+    Multi_FreqResponse_Destroy(multi);
+    FreqResponse_Destroy(nullptr);
+    Multi_FreqResponse_Destroy(nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "support/rig.h"
+
+namespace {
+
+Reverb_Core* core_of(rig::Rig& blk) { return static_cast<Reverb_Core*>(blk->AlgoCore); }
+
+// The network as its rules read, one group of four samples at a time.
+class Plain {
+public:
+    Plain(int channels, int rate, const std::vector<float>& vector) : channels_(channels), p_(vector)
+    {
+        for (int c = 0; c < channels; ++c) {
+            for (const double ms : {25.31, 26.94, 28.96, 30.75, 32.24, 33.81, 35.31, 36.67})
+                lines_.push_back(line(ms, c, rate));
+            for (const double ms : {12.61, 10.0, 7.73, 5.1})
+                lines_.push_back(line(ms, c, rate));
+        }
+    }
+
+    void group(const float* const* in, float* const* out)
+    {
+        const float dry = p_[1] / 100, wet = p_[2] / 100, width = p_[5] / 100;
+        if (channels_ != 2) {
+            for (int c = 0; c < channels_; ++c) {
+                float x[4], y[4];
+                for (int k = 0; k < 4; ++k)
+                    x[k] = 0.125F * in[c][k];
+                network(c, x, y);
+                for (int k = 0; k < 4; ++k)
+                    out[c][k] = std::fma(in[c][k], dry, y[k] * wet);
+            }
+            return;
+        }
+        const float wet1 = wet * (0.5F * width + 0.5F), wet2 = wet * 0.5F * (1 - width);
+        float x[4], l[4], r[4];
+        for (int k = 0; k < 4; ++k)
+            x[k] = 0.0625F * (in[0][k] + in[1][k]);
+        network(0, x, l);
+        network(1, x, r);
+        for (int k = 0; k < 4; ++k) {
+            const float left = std::fma(in[0][k], dry, std::fma(r[k], wet2, l[k] * wet1));
+            out[1][k] = std::fma(in[1][k], dry, std::fma(left, wet2, r[k] * wet1));
+            out[0][k] = left;
+        }
+    }
+
+private:
+    struct Line {
+        std::vector<float> buffer;
+        std::size_t at = 0;
+        float low = 0;
+    };
+
+    static Line line(double ms, int channel, int rate)
+    {
+        const double spread[] = {0.0, 0.5668, -0.4668, -0.96356};
+        return {
+            std::vector<float>(static_cast<std::size_t>((ms + spread[std::min(channel, 3)]) * rate / 1000) / 4 * 4)};
+    }
+
+    void network(int channel, const float* x, float* y)
+    {
+        const float g = 0.7F + 0.28F * p_[3], d = p_[4];
+        std::fill_n(y, 4, 0.0F);
+        Line* lines = &lines_[static_cast<std::size_t>(12 * channel)];
+        for (Line* comb = lines; comb < lines + 8; ++comb) {
+            float* b = &comb->buffer[comb->at];
+            for (int k = 0; k < 4; ++k) {
+                y[k] += b[k];
+                comb->low = std::fma(d, comb->low, (1 - d) * b[k]);
+                b[k] = std::fma(comb->low, g, x[k]);
+            }
+            comb->at = (comb->at + 4) % comb->buffer.size();
+        }
+        for (Line* allpass = lines + 8; allpass < lines + 12; ++allpass) {
+            float* b = &allpass->buffer[allpass->at];
+            for (int k = 0; k < 4; ++k) {
+                const float delayed = b[k];
+                b[k] = std::fma(delayed, 0.5F, y[k]);
+                y[k] = std::fma(-b[k], 0.5F, delayed);
+            }
+            allpass->at = (allpass->at + 4) % allpass->buffer.size();
+        }
+    }
+
+    int channels_;
+    std::vector<float> p_;
+    std::vector<Line> lines_;
+};
+
+TEST(Reverb, EqualsThePlainNetworkBitForBit)
+{
+    const std::vector<float> vector{1, 70, 50, 0.6F, 0.3F, 60};
+    for (int channels : {1, 2, 3, 5})
+        for (int block : {4, 5, 12, 48, 64, 100, 257}) {
+            SCOPED_TRACE(testing::Message() << channels << " channels, block " << block);
+            rig::Rig blk(EN_QVALGO_REVERB, channels, channels, {.rate = 11025, .block = block});
+            blk.set(vector);
+            Plain plain(channels, 11025, vector);
+            const std::vector<float> signal = rig::noise(3000 * channels, 5);
+            for (int start = 0; start + block <= 3000; start += block) {
+                std::vector<float> expected(static_cast<std::size_t>(channels * block), -7.0F);
+                std::vector<const float*> in;
+                std::vector<float*> out;
+                for (int c = 0; c < channels; ++c) {
+                    std::copy_n(signal.begin() + 3000 * c + start, block, blk.in(c).begin());
+                    std::ranges::fill(blk.out(c), -7.0F);
+                    in.push_back(blk.in(c).data());
+                    out.push_back(expected.data() + c * block);
+                }
+                for (int i = 0; i + 3 < block; i += 4) {
+                    plain.group(in.data(), out.data());
+                    for (int c = 0; c < channels; ++c) {
+                        in[static_cast<std::size_t>(c)] += 4;
+                        out[static_cast<std::size_t>(c)] += 4;
+                    }
+                }
+                EXPECT_EQ(blk.process(), 0);
+                for (int c = 0; c < channels; ++c)  // the rest of a block that is no multiple of four stays as it was
+                    ASSERT_EQ(rig::bits(blk.out(c)),
+                              rig::bits(std::span(expected).subspan(static_cast<std::size_t>(c * block),
+                                                                    static_cast<std::size_t>(block))))
+                        << "at " << start;
+            }
+        }
+}
+
+TEST(Reverb, DelayLengthsByRateAndChannel)
+{
+    rig::Rig blk(EN_QVALGO_REVERB, 5, 5);
+    const qv_comb* const* combs = core_of(blk)->combs;
+    const qv_allpass* const* allpasses = core_of(blk)->allpasss;
+    EXPECT_EQ(combs[0][0].bufSize, 1212);
+    EXPECT_EQ(combs[0][7].bufSize, 1760);
+    EXPECT_EQ(allpasses[0][0].bufSize, 604);
+    EXPECT_EQ(combs[1][0].bufSize, 1240);     // 25.8768 ms
+    EXPECT_EQ(combs[2][0].bufSize, 1192);     // 24.8432 ms
+    EXPECT_EQ(allpasses[3][3].bufSize, 196);  // 4.13644 ms
+    EXPECT_EQ(allpasses[4][3].bufSize, 196);  // the last entry of the spread serves all further channels
+    rig::Rig slow(EN_QVALGO_REVERB, 2, 2, {.rate = 100});
+    EXPECT_EQ(core_of(slow)->allpasss[0][3].bufSize, 4);
+    rig::Rig fast(EN_QVALGO_REVERB, 1, 1, {.rate = 96000});
+    EXPECT_EQ(core_of(fast)->combs[0][0].bufSize, 2428);
+}
+
+// An impulse returns through the shortest comb, then ever denser; the allpasses pass it at once, turned over.
+TEST(Reverb, FirstEchoesOfAnImpulse)
+{
+    rig::Rig blk(EN_QVALGO_REVERB, 1, 1, {.block = 48});
+    blk.set({1, 0, 100, 0, 0, 100});
+    std::vector<float> impulse(48 * 100);
+    impulse[0] = 1;
+    const std::vector<float> y = blk.run({impulse})[0];
+    EXPECT_TRUE(std::all_of(y.begin(), y.begin() + 1212, [](float v) { return v == 0.0F; }));
+    EXPECT_FLOAT_EQ(y[1212], 0.125F * 0.0625F);                // (-g)^4
+    EXPECT_FLOAT_EQ(y[1292], 0.125F * 0.0625F);                // the second comb: 26.94 ms
+    EXPECT_FLOAT_EQ(y[1212 + 244], -0.125F * 0.125F * 0.75F);  // the last allpass: (-g)^3 (1 - g^2)
+    const auto echoes = [&y](std::ptrdiff_t from, std::ptrdiff_t to) {
+        return std::count_if(y.begin() + from, y.begin() + to, [](float v) { return v != 0.0F; });
+    };
+    EXPECT_GT(echoes(3000, 4000), 4 * echoes(1212, 2212));
+}
+
+// Each comb alone loses 20 log10(g) dB a turn, so the whole falls between its shortest and its longest one.
+TEST(Reverb, DecayFollowsTheRoomSize)
+{
+    for (const float room : {0.0F, 0.5F, 1.0F}) {
+        rig::Rig blk(EN_QVALGO_REVERB, 1, 1, {.block = 480});
+        blk.set({1, 0, 100, room, 0, 100});
+        std::vector<float> burst = rig::noise(4800);
+        burst.resize(48000 * 2);
+        const std::vector<float> y = blk.run({burst})[0];
+        const auto level = [&y](std::size_t from) {
+            double sum = 0;
+            for (std::size_t i = from; i < from + 4800; ++i)
+                sum += static_cast<double>(y[i]) * y[i];
+            return 10 * std::log10(sum);
+        };
+        const double per_turn = 20 * std::log10(0.7 + 0.28 * static_cast<double>(room));
+        const double fall = level(48000) - level(24000);
+        EXPECT_LT(fall, 24000 / 1760.0 * per_turn + 1) << room;  // 1 dB for the noise of the estimate
+        EXPECT_GT(fall, 24000 / 1212.0 * per_turn - 1) << room;
+    }
+}
+
+TEST(Reverb, TailsSurviveChangesAndDisabledOutputsStay)
+{
+    rig::Rig blk(EN_QVALGO_REVERB, 2, 2);
+    std::ranges::fill(blk.out(0), 0.5F);
+    blk.process();
+    EXPECT_EQ(blk.out(0)[10], 0.5F) << "off as created";
+    blk.set({1, 0, 100, 1, 0, 100});
+    blk.run({rig::noise(3200), rig::noise(3200, 2)});
+    blk.set({0, 0, 100, 1, 0, 100});
+    blk.fill(0, 0.0F);
+    blk.fill(1, 0.0F);
+    std::ranges::fill(blk.out(1), 0.25F);
+    blk.process();
+    EXPECT_EQ(blk.out(1)[63], 0.25F);
+    blk.set({1, 0, 100, 0.5F, 0.9F, 100});
+    blk.process();
+    EXPECT_GT(*std::ranges::max_element(blk.out(0)), 0.01F) << "the tail went on";
+}
+
+// At width 0 both wet gains are half the wet level, and the right output holds half of the whole left one, its dry part
+// included: one channel of pure dry signal shows it.
+TEST(Reverb, RightTakesTheFinishedLeft)
+{
+    rig::Rig blk(EN_QVALGO_REVERB, 2, 2);
+    blk.set({1, 80, 100, 0.5F, 0.2F, 0});
+    EXPECT_EQ(core_of(blk)->wet1, 0.5F);
+    EXPECT_EQ(core_of(blk)->wet2, 0.5F);
+    blk.fill(0, {0.5F, 0.0F});
+    blk.process();
+    EXPECT_FLOAT_EQ(blk.out(0)[0], 0.4F);
+    EXPECT_FLOAT_EQ(blk.out(1)[0], 0.2F);
+}
+
+TEST(Reverb, PinsAndPrint)
+{
+    rig::Log log;
+    EXPECT_FALSE(rig::Rig(EN_QVALGO_REVERB, 3, 2));
+    EXPECT_EQ(log.messages(), std::vector<std::string>{"wrong input pin number in Reverb\n"});
+    for (const auto& [inputs, outputs] : {std::pair{2, 1}, {1, 0}, {1, 3}, {2, 4}, {0, 2}}) {
+        rig::Rig blk(EN_QVALGO_REVERB, inputs, outputs);
+        blk.set({1, 80, 40, 0.5F, 0.2F, 50});
+        for (int c = 0; c < inputs; ++c)
+            blk.fill(c, 0.5F);
+        for (int c = 0; c < outputs; ++c)
+            std::ranges::fill(blk.out(c), -3.0F);
+        EXPECT_EQ(blk.process(), 0);
+        for (int c = inputs; c < outputs; ++c)
+            EXPECT_EQ(blk.out(c)[0], -3.0F);
+    }
+    log.clear();
+    rig::Rig blk(EN_QVALGO_REVERB, 1, 1);
+    blk.invoke();
+    EXPECT_EQ(log.messages(),
+              (std::vector<std::string>{"Reverb param: \n\n", "Enable: 0.000000 \n\n", "DryLevel: 80.000000 \n\n",
+                                        "WetLevel: 40.000000 \n\n", "RoomSize: 0.950000 \n\n", "Damp: 0.200000 \n\n",
+                                        "Width: 100.000000 \n\n", "\n\n"}));
+}
+
+TEST(Comb, SizesAndSingleSamples)
+{
+    qv_comb* comb = comb_init();
+    ASSERT_TRUE(comb);
+    EXPECT_EQ(comb_process_ff(comb, 0.3F, 0.5F), 0.3F);
+    EXPECT_EQ(comb_process_fb(comb, 0.3F, 0.5F), 0.3F);
+    comb_setsize(comb, 0);
+    EXPECT_EQ(comb_getsize(comb), 0);
+    comb_setsize(comb, 3);
+    const float x[] = {1, 0, 0, 2, 0, 0, 0};
+    const float forward[] = {1, 0, 0, 2.5F, 0, 0, 1}, back[] = {1, 0, 0, 2.5F, 0, 0, 1.25F};
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(comb_process_ff(comb, x[i], 0.5F), forward[i]) << i;
+    comb_setsize(comb, 3);  // the current size clears, too
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(comb_process_fb(comb, x[i], 0.5F), back[i]) << i;
+    EXPECT_EQ(comb_getfeedback(comb), 0.5F);
+    float y[4];
+    comb_process(comb, x, y);  // shorter than a group: passes
+    EXPECT_EQ(y[3], 2.0F);
+
+    comb_setsize(comb, 8);
+    comb_setdamp(comb, 0.25F);
+    for (int i = 0; i < 5; ++i)
+        comb_process_fb(comb, 1, 0);  // leaves the position where a group no longer fits
+    comb_process(comb, x, y);
+    EXPECT_EQ(y[0], 1.0F);
+    EXPECT_EQ(comb->filterstore[0], 0.75F);
+    EXPECT_EQ(comb->filterstore[3], 1 - 1 / 256.0F) << "carried on in the last entry";
+    EXPECT_EQ(comb_getdamp(comb), 0.25F) << "the setting stays the setting";
+    comb_mute(comb);
+    comb_process(comb, x, y);
+    EXPECT_EQ(y[0], 0.0F);
+    EXPECT_EQ(comb->filterstore[3], 0.0F);
+    rig::Allocator::fail_at(0);
+    EXPECT_EQ(comb_setsize(comb, 100), RT_ERR_MALLOC);
+    EXPECT_EQ(comb_getsize(comb), 8);
+    EXPECT_EQ(comb_destroy(comb), 1);
+    EXPECT_EQ(comb_destroy(nullptr), 0);
+}
+
+TEST(Allpass, VariantsAndSizes)
+{
+    rig::Log log;
+    qv_allpass* allpass = allpass_init();
+    ASSERT_TRUE(allpass);
+    EXPECT_EQ(allpass_getdecay(allpass), 1.0F);
+    EXPECT_EQ(allpass_process_ov(allpass, 0.3F), 0.3F);
+    EXPECT_EQ(allpass_setsize(allpass, 2), RT_OK);
+    allpass_setfeedback(allpass, 0.5F);
+    allpass_setdecay(allpass, 0.75F);
+    const float x[] = {1, 0, 0, 0, 0};
+    const float freeverb[] = {-1, 0, 1, 0, 0.5F};
+    const float dc[] = {-0.5F, 0, 0.5F, 0, 0.25F};    // b D - g (x + b g)
+    const float ov[] = {-0.5F, 0, 0.75F, 0, 0.375F};  // b D - g x
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(allpass_process_freeverb(allpass, x[i]), freeverb[i]);
+    allpass_mute(allpass);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(allpass_process_dc(allpass, x[i]), dc[i]);
+    allpass_mute(allpass);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(allpass_process_ov(allpass, x[i]), ov[i]);
+    EXPECT_EQ(allpass_get_z(allpass, 1), 0.25F);
+    EXPECT_EQ(allpass_getlast(allpass), 0.0F);
+    EXPECT_EQ(allpass_get_z(allpass, 3), 0.0F);
+
+    const float* line = allpass->buffer;
+    EXPECT_TRUE(log.lines().empty());
+    allpass_setsize(allpass, 2);  // the current size is refused like a wrong one
+    allpass_setsize(allpass, 0);
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"error in allpass set,size 2 must larger than 0\n",
+                                                        "error in allpass set,size 0 must larger than 0\n"}));
+    EXPECT_EQ(allpass->buffer, line);
+    EXPECT_EQ(allpass_get_z(allpass, 1), 0.25F);
+
+    allpass_setsize(allpass, 8);  // the group form is an allpass: energy in is energy out
+    double energy = 0;
+    for (int i = 0; i < 40; ++i) {
+        float y[4] = {i == 0 ? 1.0F : 0.0F, 0, 0, 0};
+        allpass_process(allpass, y, y);
+        energy += static_cast<double>(y[0]) * y[0];
+    }
+    EXPECT_NEAR(energy, 1.0, 1e-6);
+    EXPECT_EQ(allpass_getsize(allpass), 8);
+    EXPECT_EQ(allpass_getfeedback(allpass), 0.5F);
+    EXPECT_EQ(allpass_destroy(allpass), 1);
+    EXPECT_EQ(allpass_destroy(nullptr), 0);
+}
+
+}  // namespace
