@@ -224,6 +224,6 @@ void AudioWriter::commit()
     part_.commit();
 }
 
-void AudioWriter::fail(const std::string& why) const { throw AudioError("the output cannot be written: " + why); }
+void AudioWriter::fail(const std::string& why) const { throw AudioError(part_.path() + ": cannot be written: " + why); }
 
 }  // namespace vantoro

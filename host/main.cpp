@@ -30,6 +30,7 @@ int main(int argc, char** argv)
     try {
         CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
         app.require_subcommand(1);
+        app.set_version_flag("--version", "vantoro " VANTORO_VERSION);
         vantoro::add_run_command(app, status);
         vantoro::add_check_command(app, status);
         vantoro::add_blocks_command(app, status);

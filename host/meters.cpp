@@ -69,7 +69,7 @@ void Meters::commit()
         return;
     const bool failed = std::ferror(file_.get()) != 0;
     if (std::fclose(file_.release()) != 0 || failed)
-        throw std::runtime_error("the table of meters cannot be written: " + std::string(std::strerror(errno)));
+        throw std::runtime_error(part_->path() + ": cannot be written: " + std::strerror(errno));
     part_->commit();
 }
 

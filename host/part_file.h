@@ -14,6 +14,7 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
+    const std::string& path() const { return path_; }
     const std::string& part() const { return part_; }  // the name to write to
     void commit();                                     // after the last byte was written and the file closed
 

@@ -234,9 +234,10 @@ private:
 
     std::string missing_block(const std::string& id) const
     {
+        constexpr std::size_t kMostCompared = 1000;  // per name; many names may be wrong
         std::vector<std::string_view> names{kInputId, kOutputId};
-        for (const Block& block : out_.blocks)
-            names.push_back(block.id);
+        for (std::size_t b = 0; b < std::min(out_.blocks.size(), kMostCompared); ++b)
+            names.push_back(out_.blocks[b].id);
         const std::string near = nearest(id, names);
         return near.empty() ? "there is no such block" : "there is no such block; did you mean \"" + near + "\"?";
     }

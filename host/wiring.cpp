@@ -247,6 +247,8 @@ void connect_wire(const std::vector<Node>& nodes, const Wire& wire, std::vector<
     }
 }
 
+constexpr int kMostCycles = 20;  // enough to mend; all cycles of a dense tangle would fill the memory
+
 // Follows sources from node to node; a node met again while it is on the way closes a cycle.
 class CycleFinder {
 public:
@@ -300,6 +302,8 @@ private:
         if (closing.block == reported_.first && way_.back().node == reported_.second)
             return;  // the same two blocks, by another pin
         reported_ = {closing.block, way_.back().node};
+        if (++cycles_ > kMostCycles)
+            return;
         std::string text = nodes_[static_cast<std::size_t>(closing.block)].id;
         for (auto step = way_.rbegin(); step != way_.rend(); ++step) {
             text += " -> " + nodes_[static_cast<std::size_t>(step->node)].id;
@@ -316,6 +320,7 @@ private:
     std::vector<Mark> mark_;
     std::vector<Step> way_;
     std::pair<int, int> reported_{-1, -1};
+    int cycles_ = 0;
 };
 
 }  // namespace

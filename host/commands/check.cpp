@@ -28,11 +28,11 @@ void print_items(const char* label, const std::vector<std::string>& items)
     std::printf("      %-6s", label);
     std::size_t column = kIndent;
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const std::string text = items[i] + (i + 1 < items.size() ? ", " : "");
-        if (column > kIndent && column + text.size() > kWidth) {
+        if (i > 0 && column + items[i].size() > kWidth) {
             std::printf("\n%*s", static_cast<int>(kIndent), "");
             column = kIndent;
         }
+        const std::string text = (column > kIndent ? " " : "") + items[i] + (i + 1 < items.size() ? ";" : "");
         std::fputs(text.c_str(), stdout);
         column += text.size();
     }
@@ -64,26 +64,45 @@ std::string value_text(const nlohmann::json& value)
 {
     if (value.is_string())
         return value.get<std::string>();
-    if (!value.is_number())
+    if (value.is_number()) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.7g", value.get<double>());  // what a float holds
+        return text;
+    }
+    if (!value.is_array())
         return value.dump();
-    char text[32];
-    std::snprintf(text, sizeof text, "%.7g", value.get<double>());  // what a float holds
-    return text;
+    std::string text;
+    for (const nlohmann::json& one : value)
+        text += (text.empty() ? "" : ", ") + value_text(one);
+    return '[' + text + ']';
 }
 
-// "fc = 1000 Hz", in the order of the vector.
+// "fc = 1000 Hz"
+std::string assignment(const Param& param, const nlohmann::json& value)
+{
+    const bool unit = !param.unit.empty() && param.unit.find(" or ") == param.unit.npos;
+    return std::string(param.name) + " = " + value_text(value) + (unit ? ' ' + std::string(param.unit) : "");
+}
+
+// The parameters in the order of the vector, an item each; a table's row is one item.
 std::vector<std::string> settings_of(const Block& block)
 {
     std::vector<std::string> items;
     const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
     for (const Slot& slot : block.type->layout) {
-        if (slot.kind != Slot::Kind::value && slot.kind != Slot::Kind::table)
+        if (slot.kind == Slot::Kind::value && named.contains(slot.param.name))
+            items.push_back(assignment(slot.param, named[std::string(slot.param.name)]));
+        if (slot.kind != Slot::Kind::table || !named.contains(slot.table->name))
             continue;
-        const std::string name(slot.kind == Slot::Kind::value ? slot.param.name : slot.table->name);
-        if (!named.contains(name))
-            continue;
-        const std::string unit(slot.param.unit.find(" or ") == slot.param.unit.npos ? slot.param.unit : "");
-        items.push_back(name + " = " + value_text(named[name]) + (unit.empty() ? "" : ' ' + unit));
+        const nlohmann::json& rows = named[std::string(slot.table->name)];
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            std::string text;
+            for (const Param& column : slot.table->columns)
+                if (rows[row].is_object() && rows[row].contains(column.name))
+                    text += (text.empty() ? "" : ", ") + assignment(column, rows[row][std::string(column.name)]);
+            items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) +
+                            "]: " + (text.empty() ? value_text(rows[row]) : text));
+        }
     }
     return items;
 }
@@ -112,17 +131,10 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    try {
-        Schematic schematic = read_schematic(options.schematic, options.channels);
-        const LibraryLog log(options.quiet);
-        const int rate = schematic.rate.value_or(options.rate);
-        const Engine engine(std::move(schematic), rate);
-        print_graph(engine.schematic());
-    } catch (const SchematicError& error) {
-        throw UsageError(problem_lines(options.schematic, error));
-    } catch (const std::runtime_error& error) {  // a block that the library refuses
-        throw UsageError(options.schematic + ": " + error.what());
-    }
+    Schematic schematic = load_schematic(options.schematic, options.channels);
+    const LibraryLog log(options.quiet);
+    const int rate = schematic.rate.value_or(options.rate);
+    print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());
     return 0;
 }
 

@@ -2,6 +2,8 @@
 // The subcommands: each adds itself to the program and leaves its exit status behind when it has run.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -10,6 +12,8 @@
 #include "schematic.h"
 
 namespace vantoro {
+
+class Engine;
 
 inline constexpr int kFailure = 1;     // reading, writing or computing went wrong on the way
 inline constexpr int kUsageError = 2;  // something the user wrote is wrong; nothing was touched
@@ -21,6 +25,10 @@ class UsageError : public std::runtime_error {
 
 // Every problem of a schematic, a line each: file, place, value, what would be right.
 std::string problem_lines(const std::string& path, const SchematicError& error);
+
+// Both throw UsageError.
+Schematic load_schematic(const std::string& path, std::optional<int> channels);
+std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
 void add_blocks_command(CLI::App& app, int& status);
 void add_check_command(CLI::App& app, int& status);

@@ -124,14 +124,10 @@ int graph(const Options& options)
         throw UsageError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
     if (const std::string why = PartFile::refusal(options.output); !why.empty())
         throw UsageError(why);
-    try {
-        const Schematic schematic = read_schematic(options.schematic, options.channels);
-        PartFile part(options.output);
-        run_dot(dot_text(schematic), extension.substr(1), part.part());
-        part.commit();
-    } catch (const SchematicError& error) {
-        throw UsageError(problem_lines(options.schematic, error));
-    }
+    const Schematic schematic = load_schematic(options.schematic, options.channels);
+    PartFile part(options.output);
+    run_dot(dot_text(schematic), extension.substr(1), part.part());
+    part.commit();
     return 0;
 }
 

@@ -210,7 +210,8 @@ int run(const Options& options)
 {
     Job job = prepare(options);
     const LibraryLog log(options.quiet);
-    Engine engine(std::move(job.schematic), job.rate);
+    const std::unique_ptr<Engine> made = make_engine(options.schematic, std::move(job.schematic), job.rate);
+    Engine& engine = *made;
     std::unique_ptr<AudioWriter> writer;
     if (engine.outputs() > 0)
         writer =
@@ -233,22 +234,6 @@ int run(const Options& options)
 }
 
 }  // namespace
-
-std::string problem_lines(const std::string& path, const SchematicError& error)
-{
-    constexpr std::size_t kMost = 200;
-    std::string lines;
-    const auto& problems = error.problems();
-    for (std::size_t i = 0; i < std::min(kMost, problems.size()); ++i) {
-        const Problem& p = problems[i];
-        lines += (i > 0 ? "\n" : "") + path;
-        for (const std::string* part : {&p.where, &p.value, &p.wanted})
-            lines += part->empty() ? "" : ": " + *part;
-    }
-    if (problems.size() > kMost)
-        lines += "\n" + path + ": and " + std::to_string(problems.size() - kMost) + " more problems";
-    return lines;
-}
 
 void add_run_command(CLI::App& app, int& status)
 {
