@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Vectors of independent lanes over the compiler's vector extensions: f4 is one 128-bit register, f8 one of 256 bits
 // or two of 128. A lane computes what a float would, so a loop over lanes gives the bits of the scalar loop.
-// +, - and * work on both; masks are f4 wide and hold for each four of an f8.
+// +, - and * work on both. A mask is a vector of the same type, each lane all ones or all zeros.
 #pragma once
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #if defined(__FMA__)
 #include <immintrin.h>
@@ -15,8 +17,18 @@
 
 // Small functions on registers: a call would put the lanes into memory.
 #define LBX_INLINE [[gnu::always_inline]] inline
-
+#define LBX_INLINED __attribute__((always_inline))  // for a lambda, behind its parameters
+// A loop over lanes in one piece with what it calls.
+#define LBX_KERNEL [[gnu::noinline, gnu::flatten]]
 namespace lbx {
+
+// body(0) ... body(kCount - 1), the index a constant: arrays of vectors stay in registers only if no loop indexes them.
+template <int kCount, class Body>
+LBX_INLINE void repeat(Body body)
+{
+    [&]<int... kIndex>(std::integer_sequence<int, kIndex...>) { (body(std::integral_constant<int, kIndex>{}), ...); }
+    (std::make_integer_sequence<int, kCount>{});
+}
 
 using f4 = float __attribute__((vector_size(16)));
 using i4 = int __attribute__((vector_size(16)));
@@ -39,10 +51,22 @@ LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c)
 LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return mul_add(-a, b, c); }
 #endif
 
-// a where the mask is set (all bits), b elsewhere.
-LBX_INLINE f4 select(i4 mask, f4 a, f4 b) { return mask ? a : b; }
-// The sign inverted where `signs` has its top bit, and only that, set.
-LBX_INLINE f4 flip(f4 v, i4 signs) { return reinterpret_cast<f4>(reinterpret_cast<i4>(v) ^ signs); }
+LBX_INLINE f4 mask_of(i4 truth) { return reinterpret_cast<f4>(truth); }
+// a where the mask is set, b elsewhere.
+#if defined(__AVX2__)
+LBX_INLINE f4 select(f4 mask, f4 a, f4 b) { return _mm_blendv_ps(b, a, mask); }
+#else
+LBX_INLINE f4 select(f4 mask, f4 a, f4 b)
+{
+    const i4 m = reinterpret_cast<i4>(mask);
+    return reinterpret_cast<f4>((reinterpret_cast<i4>(a) & m) | (reinterpret_cast<i4>(b) & ~m));
+}
+#endif
+// The sign inverted in lanes that have it set in `signs`, whose other bits are 0.
+LBX_INLINE f4 flip(f4 v, f4 signs)
+{
+    return reinterpret_cast<f4>(reinterpret_cast<i4>(v) ^ reinterpret_cast<i4>(signs));
+}
 // The lanes moved up by one; the last of `before` comes in below.
 LBX_INLINE f4 shift_in(f4 before, f4 v) { return __builtin_shufflevector(before, v, 3, 4, 5, 6); }
 
@@ -60,16 +84,14 @@ LBX_INLINE void transpose(f4 (&v)[4])
 #if defined(__AVX2__) && defined(__FMA__)
 
 using f8 = float __attribute__((vector_size(32)));
-using i8 = int __attribute__((vector_size(32)));
 
-LBX_INLINE f8 join(f4 a, f4 b) { return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7); }
-LBX_INLINE i8 twice(i4 m) { return __builtin_shufflevector(m, m, 0, 1, 2, 3, 0, 1, 2, 3); }
-LBX_INLINE f4 lower(f8 v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
-LBX_INLINE f4 upper(f8 v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
+LBX_INLINE f8 join(f4 a, f4 b) { return _mm256_insertf128_ps(_mm256_castps128_ps256(a), b, 1); }
+LBX_INLINE f4 lower(f8 v) { return _mm256_castps256_ps128(v); }
+LBX_INLINE f4 upper(f8 v) { return _mm256_extractf128_ps(v, 1); }
 LBX_INLINE f8 mul_add(f8 a, f8 b, f8 c) { return _mm256_fmadd_ps(a, b, c); }
 LBX_INLINE f8 mul_sub(f8 a, f8 b, f8 c) { return _mm256_fnmadd_ps(a, b, c); }
-LBX_INLINE f8 select(i4 mask, f8 a, f8 b) { return twice(mask) ? a : b; }
-LBX_INLINE f8 flip(f8 v, i4 signs) { return reinterpret_cast<f8>(reinterpret_cast<i8>(v) ^ twice(signs)); }
+LBX_INLINE f8 select(f8 mask, f8 a, f8 b) { return _mm256_blendv_ps(b, a, mask); }
+LBX_INLINE f8 flip(f8 v, f8 signs) { return _mm256_xor_ps(v, signs); }
 LBX_INLINE f8 shift_in(f8 before, f8 v) { return __builtin_shufflevector(before, v, 3, 8, 9, 10, 7, 12, 13, 14); }
 LBX_INLINE void transpose(f8 (&v)[4])
 {
@@ -95,16 +117,15 @@ LBX_INLINE f8 operator-(f8 x, f8 y) { return {x.a - y.a, x.b - y.b}; }
 LBX_INLINE f8 operator*(f8 x, f8 y) { return {x.a * y.a, x.b * y.b}; }
 LBX_INLINE f8 mul_add(f8 x, f8 y, f8 z) { return {mul_add(x.a, y.a, z.a), mul_add(x.b, y.b, z.b)}; }
 LBX_INLINE f8 mul_sub(f8 x, f8 y, f8 z) { return {mul_sub(x.a, y.a, z.a), mul_sub(x.b, y.b, z.b)}; }
-LBX_INLINE f8 select(i4 mask, f8 x, f8 y) { return {select(mask, x.a, y.a), select(mask, x.b, y.b)}; }
-LBX_INLINE f8 flip(f8 v, i4 signs) { return {flip(v.a, signs), flip(v.b, signs)}; }
+LBX_INLINE f8 select(f8 mask, f8 x, f8 y) { return {select(mask.a, x.a, y.a), select(mask.b, x.b, y.b)}; }
+LBX_INLINE f8 flip(f8 v, f8 signs) { return {flip(v.a, signs.a), flip(v.b, signs.b)}; }
 LBX_INLINE f8 shift_in(f8 before, f8 v) { return {shift_in(before.a, v.a), shift_in(before.b, v.b)}; }
 LBX_INLINE void transpose(f8 (&v)[4])
 {
     f4 low[4] = {v[0].a, v[1].a, v[2].a, v[3].a}, high[4] = {v[0].b, v[1].b, v[2].b, v[3].b};
     transpose(low);
     transpose(high);
-    for (int k = 0; k < 4; ++k)
-        v[k] = {low[k], high[k]};
+    repeat<4>([&](auto k) { v[k] = {low[k], high[k]}; });
 }
 
 #endif
@@ -112,60 +133,84 @@ LBX_INLINE void transpose(f8 (&v)[4])
 template <class V>
 constexpr int kLanes = sizeof(V) / sizeof(float);
 
+// half(h) is the only f4 of a vector, or the lower (0) and the upper (1) of two.
+template <class V, class Half>
+LBX_INLINE V of_halves(Half half)
+{
+    if constexpr (kLanes<V> == 4)
+        return half(0);
+    else
+        return join(half(0), half(1));
+}
+
 // The same four lanes, or one value, throughout.
 template <class V>
 LBX_INLINE V every(f4 v)
 {
-    if constexpr (kLanes<V> == 4)
-        return v;
-    else
-        return join(v, v);
+    return of_halves<V>([&](int) { return v; });
 }
 template <class V>
 LBX_INLINE V every(float v)
 {
-    return every<V>(f4{v, v, v, v});  // written out: a loop over the lanes would go through memory
+    if constexpr (kLanes<V> == 1)
+        return v;
+    else
+        return every<V>(f4{v, v, v, v});  // written out: a loop over the lanes would go through memory
 }
 
 // Lane l is value(l).
 template <class V, class Value>
 LBX_INLINE V lanes_of(Value value)
 {
-    const f4 low = {value(0), value(1), value(2), value(3)};
-    if constexpr (kLanes<V> == 4)
-        return low;
-    else
-        return join(low, f4{value(4), value(5), value(6), value(7)});
+    return of_halves<V>([&](int h) { return f4{value(4 * h), value(4 * h + 1), value(4 * h + 2), value(4 * h + 3)}; });
+}
+
+// take(h, half h) for the one or two f4 of a vector.
+template <class Take>
+LBX_INLINE void each_half(f4 v, Take take)
+{
+    take(0, v);
+}
+template <class Take>
+LBX_INLINE void each_half(f8 v, Take take)
+{
+    take(0, lower(v));
+    take(1, upper(v));
 }
 
 // take(l, lane l) for every lane, in ascending order.
-template <class Take>
-LBX_INLINE void each_lane(f4 v, Take take)
+template <class V, class Take>
+LBX_INLINE void each_lane(V v, Take take)
 {
-    take(0, v[0]);
-    take(1, v[1]);
-    take(2, v[2]);
-    take(3, v[3]);
-}
-template <class Take>
-LBX_INLINE void each_lane(f8 v, Take take)
-{
-    each_lane(lower(v), take);
-    each_lane(upper(v), [&](int l, float value) { take(l + 4, value); });
+    each_half(v, [&](int h, f4 four) {
+        take(4 * h, four[0]);
+        take(4 * h + 1, four[1]);
+        take(4 * h + 2, four[2]);
+        take(4 * h + 3, four[3]);
+    });
 }
 
-// Unaligned memory, lane 0 first.
+// Unaligned memory, lane 0 first; V may be a float.
 template <class V>
 LBX_INLINE V load(const void* p)
 {
-    V v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
+    if constexpr (kLanes<V> <= 4) {
+        V v;
+        std::memcpy(&v, p, sizeof v);
+        return v;
+    } else {
+        return join(load<f4>(p), load<f4>(static_cast<const float*>(p) + 4));
+    }
 }
 template <class V>
 LBX_INLINE void store(float* p, V v)
 {
-    std::memcpy(p, &v, sizeof v);
+    if constexpr (kLanes<V> <= 4) {
+        std::memcpy(p, &v, sizeof v);
+    } else {
+        store(p, lower(v));
+        store(p + 4, upper(v));
+    }
 }
 
 }  // namespace lbx

@@ -7,7 +7,6 @@
 #include "section.h"
 
 #include <algorithm>
-#include <limits>
 #include <type_traits>
 
 #include "new_block.h"
@@ -22,10 +21,12 @@ struct CascadeLanes {
 
 namespace {
 
-constexpr int kShortBlock = 8;                    // below it, filling lanes costs more than they save
 constexpr int kSeriesDepth = 4, kSkewGroups = 3;  // what fits the registers
+// Below these, filling the lanes costs more than they save: samples of all channels together, and of one.
+constexpr int kFewSamples = 16, kShortCascade = 4 * kSkewGroups;
 
-int sign_bit(bool negate) { return negate ? std::numeric_limits<int>::min() : 0; }
+// What flip() takes to negate, or not.
+float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
 
 // ---- plain
 
@@ -59,77 +60,65 @@ struct Stage {
     std::ptrdiff_t word;
 };
 
-template <class V>
-LBX_INLINE void read_samples(const Lane* lane, int i, V (&x)[4])
+// Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
+template <class V, template <class> class Section, class Coeff, class Where>
+LBX_INLINE void read_section(Section<V>& section, Coeff coeff, Where where)
 {
-    for (int k = 0; k < 4; ++k) {
-        if constexpr (kLanes<V> == 4)
-            x[k] = load<f4>(lane[k].in + i);
-        else
-            x[k] = join(load<f4>(lane[k].in + i), load<f4>(lane[k + 4].in + i));
-    }
-    transpose(x);
+    repeat<Section<V>::kCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
+    repeat<Section<V>::kWords>(
+        [&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
+}
+template <class V, template <class> class Section, class Where>
+LBX_INLINE void write_state(const Section<V>& section, Where where)
+{
+    repeat<Section<V>::kWords>(
+        [&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
 }
 
-template <class V>
-LBX_INLINE void write_samples(const Lane* lane, int i, V (&y)[4])
+// Runs `filter` over the samples of all lanes, four at a time as long as there are four.
+template <class V, class Filter>
+LBX_INLINE void each_sample(const Lane* lane, int n, Filter filter)
 {
-    transpose(y);
-    for (int k = 0; k < 4; ++k) {
-        if constexpr (kLanes<V> == 4) {
-            store(lane[k].out + i, y[k]);
-        } else {
-            store(lane[k].out + i, lower(y[k]));
-            store(lane[k + 4].out + i, upper(y[k]));
-        }
-    }
-}
-
-template <class V, template <class> class Section, int kDepth>
-[[gnu::noinline]] void series(const Stage* stage, const Lane* lane, i4 signs, int n)
-{
-    using S = Section<V>;
-    S section[kDepth];
-    i4 live[kDepth];  // lanes whose chain is that long
-    for (int d = 0; d < kDepth; ++d) {
-        for (int j = 0; j < S::kCoeffs; ++j)
-            section[d].coeff[j] = every<V>(stage[d].coeff[j]);
-        for (int j = 0; j < S::kWords; ++j)
-            section[d].state[j] =
-                lanes_of<V>([&](int l) { return d < lane[l].sections ? lane[l].state[stage[d].word + j] : 0.0F; });
-        live[d] = d < i4{lane[0].sections, lane[1].sections, lane[2].sections, lane[3].sections};
-    }
-    const auto filter = [&](V x) __attribute__((always_inline))
-    {
-        for (int d = 0; d < kDepth; ++d) {
-            const V y = section[d].step(x);
-            x = select(live[d], y, x);
-        }
-        return flip(x, signs);
-    };
     int i = 0;
     for (; i + 4 <= n; i += 4) {
         V x[4];
-        read_samples(lane, i, x);
-        for (V& sample : x)
-            sample = filter(sample);
-        write_samples(lane, i, x);
+        repeat<4>([&](auto k) { x[k] = of_halves<V>([&](int h) { return load<f4>(lane[4 * h + k].in + i); }); });
+        transpose(x);
+        repeat<4>([&](auto k) { x[k] = filter(x[k]); });
+        transpose(x);
+        repeat<4>([&](auto k) { each_half(x[k], [&](int h, f4 y) { store(lane[4 * h + k].out + i, y); }); });
     }
     for (; i < n; ++i)
         each_lane(filter(lanes_of<V>([&](int l) { return lane[l].in[i]; })),
                   [&](int l, float y) { lane[l].out[i] = y; });
-    for (int d = 0; d < kDepth; ++d)
-        for (int j = 0; j < S::kWords; ++j)
-            each_lane(section[d].state[j], [&](int l, float s) {
-                if (d < lane[l].sections)
-                    lane[l].state[stage[d].word + j] = s;
-            });
+}
+
+template <class V, template <class> class Section, int kDepth>
+LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
+{
+    Section<V> section[kDepth];
+    V live[kDepth];  // lanes whose chain is that long
+    const i4 lengths = {lane[0].sections, lane[1].sections, lane[2].sections, lane[3].sections};
+    float nowhere[2] = {};
+    const auto state_of = [&](int d) {
+        return [&, d](int l) { return d < lane[l].sections ? lane[l].state + stage[d].word : nowhere; };
+    };
+    repeat<kDepth>([&](auto d) {
+        read_section(
+            section[d], [&](int j) { return every<V>(stage[d].coeff[j]); }, state_of(d));
+        live[d] = every<V>(mask_of(lengths > d()));
+    });
+    each_sample<V>(lane, n, [&](V x) {
+        repeat<kDepth>([&](auto d) { x = select(live[d], section[d].step(x), x); });
+        return flip(x, every<V>(signs));
+    });
+    repeat<kDepth>([&](auto d) { write_state(section[d], state_of(d)); });
 }
 
 // Up to eight lanes, each through up to four sections.
-void series(const Stage* stage, int depth, const Lane* lane, int lanes, i4 signs, int n)
+void series(const Stage* stage, int depth, const Lane* lane, int lanes, f4 signs, int n)
 {
-    using Kernel = void (*)(const Stage*, const Lane*, i4, int);
+    using Kernel = void (*)(const Stage*, const Lane*, f4, int);
     static constexpr Kernel kNarrow[] = {series<f4, SecondOrder, 1>, series<f4, SecondOrder, 2>,
                                          series<f4, SecondOrder, 3>, series<f4, SecondOrder, 4>};
     static constexpr Kernel kWide[] = {series<f8, SecondOrder, 1>, series<f8, SecondOrder, 2>,
@@ -139,66 +128,68 @@ void series(const Stage* stage, int depth, const Lane* lane, int lanes, i4 signs
 
 // ---- skew
 
-// Groups of four sections of one channel, or of two.
-template <class V, int kGroups>
-[[gnu::noinline]] void skew(const CascadeLanes* group, int idle, const Lane* channel, int n)
-{
-    const int delay = 4 * kGroups - idle - 1;  // of the last lane against the first
-    const i4 lane = {0, 1, 2, 3};
-    const i4 entry = lane == idle;
-    SecondOrder<V> section[kGroups];
-    V y[kGroups];
-    const auto state_of = [&](int g, int l) { return channel[l / 4].state + std::ptrdiff_t{2} * group[g].band[l % 4]; };
-    for (int g = 0; g < kGroups; ++g) {
-        y[g] = every<V>(0.0F);
-        for (int j = 0; j < 5; ++j)
-            section[g].coeff[j] = every<V>(load<f4>(group[g].coeff[j]));
-        for (int j = 0; j < 2; ++j)
-            section[g].state[j] = lanes_of<V>([&](int l) { return state_of(g, l)[j]; });
-    }
-    // At `t` the lane at position p filters sample t - p, and at the ends of the block only lanes whose sample is
-    // inside keep what they computed.
-    const auto step = [&](int t, auto at_end) __attribute__((always_inline))
+// Sixteen set words and sixteen clear ones; read from word 15 - k on, four lanes of which those up to k are set.
+struct Steps {
+    int word[32];
+    constexpr Steps() : word()
     {
-        V x[kGroups];
-        const int now = at_end ? std::min(t, n - 1) : t;
-        V fresh;
-        if constexpr (kLanes<V> == 4)
-            fresh = every<f4>(channel[0].in[now]);
-        else
-            fresh = join(every<f4>(channel[0].in[now]), every<f4>(channel[1].in[now]));
-        x[0] = select(entry, fresh, shift_in(y[0], y[0]));
-        for (int g = 1; g < kGroups; ++g)
-            x[g] = shift_in(y[g - 1], y[g]);
-        for (int g = 0; g < kGroups; ++g) {
-            const SecondOrder<V> before = section[g];
-            y[g] = section[g].step(x[g]);
-            if constexpr (at_end) {
-                const i4 sample = t - (lane + (4 * g - idle));
-                const i4 inside = (sample >= 0) & (sample < n);
-                for (int j = 0; j < 2; ++j)
-                    section[g].state[j] = select(inside, section[g].state[j], before.state[j]);
-            }
-        }
-        if (at_end && t < delay)
-            return;
-        if constexpr (kLanes<V> == 4) {
-            channel[0].out[t - delay] = y[kGroups - 1][3];
-        } else {
-            channel[0].out[t - delay] = lower(y[kGroups - 1])[3];
-            channel[1].out[t - delay] = upper(y[kGroups - 1])[3];
-        }
+        for (int k = 0; k < 16; ++k)
+            word[k] = -1;
+    }
+};
+constexpr Steps kSteps;
+f4 lanes_up_to(int k) { return load<f4>(kSteps.word + 15 - k); }
+
+// Groups of four sections of one channel, or of two; n > 4 kGroups.
+template <class V, int kGroups>
+LBX_KERNEL void skew(const CascadeLanes* group, int idle, const Lane* channel, int n)
+{
+    const int delay = 4 * kGroups - idle - 1;  // of the last lane behind the first
+    const V entry = every<V>(mask_of(i4{0, 1, 2, 3} == idle));
+    SecondOrder<V> section[kGroups];
+    V y[kGroups] = {};
+    const auto state_of = [&](int g) {
+        return [=](int l) { return channel[l / 4].state + std::ptrdiff_t{2} * group[g].band[l % 4]; };
     };
-    int t = 0;
-    for (; t < delay; ++t)
-        step(t, std::true_type{});
-    for (; t < n; ++t)
-        step(t, std::false_type{});
-    for (; t < n + delay; ++t)
-        step(t, std::true_type{});
-    for (int g = 0; g < kGroups; ++g)
-        for (int j = 0; j < 2; ++j)
-            each_lane(section[g].state[j], [&](int l, float s) { state_of(g, l)[j] = s; });
+    repeat<kGroups>([&](auto g) {
+        read_section(
+            section[g], [&](int j) { return every<V>(load<f4>(group[g].coeff[j])); }, state_of(g));
+    });
+    // Every lane takes over what the one before put out, and the first takes in sample i.
+    const auto advance = [&](int i) {
+        repeat<kGroups - 1>([&](auto k) {
+            constexpr int g = kGroups - 1 - k;
+            y[g] = shift_in(y[g - 1], y[g]);
+        });
+        const V fresh = of_halves<V>([&](int h) { return every<f4>(channel[h].in[i]); });
+        y[0] = select(entry, fresh, shift_in(y[0], y[0]));
+    };
+    const auto write = [&](int i) { each_half(y[kGroups - 1], [&](int h, f4 v) { channel[h].out[i] = v[3]; }); };
+    // While the lanes fill, and while they drain, some have no sample of this block: their state stays.
+    const auto partial_step = [&](int i, int reached, auto filling) {
+        advance(i);
+        repeat<kGroups>([&](auto g) {
+            SecondOrder<V> next = section[g];
+            y[g] = next.step(y[g]);
+            const V mask = every<V>(lanes_up_to(reached + idle - 4 * g));
+            repeat<2>([&](auto j) {
+                const V now = section[g].state[j];
+                section[g].state[j] = filling ? select(mask, next.state[j], now) : select(mask, now, next.state[j]);
+            });
+        });
+    };
+    for (int i = 0; i < delay; ++i)
+        partial_step(i, i, std::true_type{});
+    for (int i = delay; i < n; ++i) {
+        advance(i);
+        repeat<kGroups>([&](auto g) { y[g] = section[g].step(y[g]); });
+        write(i - delay);
+    }
+    for (int k = 0; k < delay; ++k) {
+        partial_step(n - 1, k, std::false_type{});
+        write(n - delay + k);
+    }
+    repeat<kGroups>([&](auto g) { write_state(section[g], state_of(g)); });
 }
 
 // ---- what a packet of lanes is
@@ -221,10 +212,10 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
     Stage stage = {};
     for (int j = 0; j < Section<float>::kCoeffs; ++j)
         stage.coeff[j] = every<f4>(coeff[j]);
-    const int sign = sign_bit(negate);
+    const f4 signs = every<f4>(sign_bit(negate));
     for (int c = 0; c < channels;) {
         const int some = std::min(channels - c, 8);
-        if (some == 1 || n < kShortBlock) {
+        if (some == 1 || some * n < kFewSamples) {
             plain<Section>(coeff, 1, state + kWords * c, in[c], out[c], n, negate);
             ++c;
             continue;
@@ -232,9 +223,9 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
         Lane lane[8];
         channel_lanes(lane, in + c, out + c, state + kWords * c, kWords, 1, some);
         if (some <= 4)
-            series<f4, Section, 1>(&stage, lane, i4{sign, sign, sign, sign}, n);
+            series<f4, Section, 1>(&stage, lane, signs, n);
         else
-            series<f8, Section, 1>(&stage, lane, i4{sign, sign, sign, sign}, n);
+            series<f8, Section, 1>(&stage, lane, signs, n);
         c += some;
     }
 }
@@ -257,31 +248,18 @@ void run_first_orders(const float* coeff, float* state, const float* const* in, 
 
 namespace {
 
-void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lane* lane, int n)
+LBX_KERNEL void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lane* lane, int n)
 {
     SecondOrder<f8> section;
-    for (int j = 0; j < 5; ++j)
-        section.coeff[j] = join(every<f4>(from.coeff[j]), every<f4>(to.coeff[j]));
-    for (int j = 0; j < 2; ++j)
-        section.state[j] = lanes_of<f8>([&](int l) { return lane[l].state[j]; });
-    const auto mix = [&](f4 x) __attribute__((always_inline))
-    {
+    const auto state_of = [&](int l) { return lane[l].state; };
+    read_section(
+        section, [&](int j) { return join(every<f4>(from.coeff[j]), every<f4>(to.coeff[j])); }, state_of);
+    each_sample<f4>(lane, n, [&](f4 x) {
         gain += step;
         const f8 y = section.step(join(x, x));
         return gain * lower(y) + (1.0F - gain) * upper(y);
-    };
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        f4 x[4];
-        read_samples(lane, i, x);
-        for (f4& sample : x)
-            sample = mix(sample);
-        write_samples(lane, i, x);
-    }
-    for (; i < n; ++i)
-        each_lane(mix(lanes_of<f4>([&](int l) { return lane[l].in[i]; })), [&](int l, float y) { lane[l].out[i] = y; });
-    for (int j = 0; j < 2; ++j)
-        each_lane(section.state[j], [&](int l, float s) { lane[l].state[j] = s; });
+    });
+    write_state(section, state_of);
 }
 
 }  // namespace
@@ -308,11 +286,19 @@ int idle_lanes(const Cascade& cascade) { return 4 * groups_of(cascade) - cascade
 
 void cascade_plain(const Cascade& cascade, float* state, const float* in, float* out, int n)
 {
-    for (int k = 0; k < cascade.sections; ++k) {
-        const int at = idle_lanes(cascade) + k;
-        const CascadeLanes& group = cascade.lanes[at / 4];
-        float* s = state + std::ptrdiff_t{2} * group.band[at % 4];
-        plain<SecondOrder>(&group.coeff[0][at % 4], 4, s, k == 0 ? in : out, out, n, false);
+    const int idle = idle_lanes(cascade);
+    for (int i = 0; i < n; ++i) {
+        float x = in[i];
+        for (int at = idle; at < idle + cascade.sections; ++at) {
+            const CascadeLanes& group = cascade.lanes[at / 4];
+            const auto& c = group.coeff;
+            float* s = state + std::ptrdiff_t{2} * group.band[at % 4];
+            const int l = at % 4;
+            SecondOrder<float> section = {{c[0][l], c[1][l], c[2][l], c[3][l], c[4][l]}, {s[0], s[1]}};
+            x = section.step(x);
+            std::copy_n(section.state, 2, s);
+        }
+        out[i] = x;
     }
 }
 
@@ -328,7 +314,7 @@ void cascade_series(const Cascade& cascade, Lane* lane, int lanes, int n)
                 stage[d].coeff[j] = every<f4>(group.coeff[j][at % 4]);
             stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
         }
-        series(stage, depth, lane, lanes, i4{}, n);
+        series(stage, depth, lane, lanes, f4{}, n);
         for (int l = 0; l < 8; ++l)
             lane[l].in = lane[l].out;
     }
@@ -394,11 +380,11 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
             if (in[c] != out[c])
                 std::copy_n(in[c], n, out[c]);
             some = 1;
-        } else if (n < kShortBlock || (some == 1 && sections == 1)) {
+        } else if (some >= 5 || (some >= 3 && (sections <= kSeriesDepth || n < kShortCascade))) {
+            cascade_series(cascade, lane, some, n);
+        } else if (n < kShortCascade) {
             cascade_plain(cascade, lane[0].state, in[c], out[c], n);
             some = 1;
-        } else if (some >= 5 || sections == 1 || (some >= 3 && sections <= kSeriesDepth)) {
-            cascade_series(cascade, lane, some, n);
         } else if (some >= 2) {
             cascade_skew<f8>(cascade, lane, n);
             some = 2;
@@ -429,25 +415,23 @@ void store_words(float* state, const f8 (&word)[2])
 }
 
 template <int kPackets>
-void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* sums)
+LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* sums)
 {
     SecondOrder<f8> section[kPackets];
-    f8 sum[kPackets];
-    for (int p = 0; p < kPackets; ++p) {
-        sum[p] = every<f8>(0.0F);
-        for (int j = 0; j < 5; ++j)
-            section[p].coeff[j] = load<f8>(bank.coeff[p][j]);
+    f8 sum[kPackets] = {};
+    repeat<kPackets>([&](auto p) {
+        repeat<5>([&](auto j) { section[p].coeff[j] = load<f8>(bank.coeff[p][j]); });
         load_words(state + 16 * p, section[p].state);
-    }
+    });
     for (int i = 0; i < n; ++i)
-        for (int p = 0; p < kPackets; ++p) {
+        repeat<kPackets>([&](auto p) {
             const f8 y = section[p].step(every<f8>(in[i]));
             sum[p] = mul_add(y, y, sum[p]);
-        }
-    for (int p = 0; p < kPackets; ++p) {
+        });
+    repeat<kPackets>([&](auto p) {
         store_words(state + 16 * p, section[p].state);
         store(sums + 8 * p, sum[p]);
-    }
+    });
 }
 
 }  // namespace
@@ -488,7 +472,7 @@ void split_packet(const Split& split, float* state, const float* lines, float* c
         lane[l] = {lines + kSplitTile * c, out[split.bands * c + b] + start,
                    state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
     }
-    i4 signs = {};
+    f4 signs = {};
     for (int k = 0; k < split.depth; k += kSeriesDepth) {
         const int depth = std::min(split.depth - k, kSeriesDepth);
         Stage stage[kSeriesDepth];
@@ -498,7 +482,7 @@ void split_packet(const Split& split, float* state, const float* lines, float* c
             stage[d].word = 2 * (k + d);
         }
         if (k + depth == split.depth)
-            signs = load<i4>(split.signs);
+            signs = load<f4>(split.signs);
         series(stage, depth, lane, width * channels, signs, n);
         for (Lane& each : lane) {
             each.in = each.out;

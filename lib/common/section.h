@@ -143,7 +143,7 @@ struct Split {
     SplitBand band[kMaxBands];
     int first[kMaxBands];             // each band's first section
     float coeff[kMaxSections][5][4];  // lane by lane: the bands, repeated
-    int signs[4];
+    float signs[4];
 };
 void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // 5 floats per section
 

@@ -26,18 +26,15 @@ struct Fir : FIR_Core {
 
 // kRows packets of outputs y from the samples at x and the N - 1 before them, all sums in tap order.
 template <int kRows>
-[[gnu::noinline]] void convolve(const float* taps, int n_taps, const float* x, float* y)
+LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y)
 {
     f8 sum[kRows];
-    for (int r = 0; r < kRows; ++r)
-        sum[r] = every<f8>(taps[0]) * load<f8>(x + kWide * r);
+    repeat<kRows>([&](auto r) { sum[r] = every<f8>(taps[0]) * load<f8>(x + kWide * r); });
     for (int k = 1; k < n_taps; ++k) {
         const f8 tap = every<f8>(taps[k]);
-        for (int r = 0; r < kRows; ++r)
-            sum[r] = mul_add(tap, load<f8>(x - k + kWide * r), sum[r]);
+        repeat<kRows>([&](auto r) { sum[r] = mul_add(tap, load<f8>(x - k + kWide * r), sum[r]); });
     }
-    for (int r = 0; r < kRows; ++r)
-        store(y + kWide * r, sum[r]);
+    repeat<kRows>([&](auto r) { store(y + kWide * r, sum[r]); });
 }
 
 // n <= kPass outputs; reads up to a packet more.

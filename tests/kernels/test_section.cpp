@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kBlocks[] = {1, 3, 4, 5, 8, 11, 48, 64, 257};
+constexpr int kBlocks[] = {1, 3, 4, 5, 8, 11, 12, 48, 64, 257};
 constexpr int kMostChannels = 9;
 
 // The rule, as written.
