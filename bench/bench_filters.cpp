@@ -5,6 +5,7 @@
 //   bench_filters --benchmark_filter=eq
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -106,9 +107,12 @@ void second_order(int channels, int n)
         const auto c = sections(1);
         std::vector<float> s(static_cast<std::size_t>(2 * channels));
         plain(state, channels, channels, channels, n, [&](float** in, float** out) {
-            for (int ch = 0; ch < channels; ++ch)
+            for (int ch = 0; ch < channels; ++ch) {
+                float now[2] = {s[static_cast<std::size_t>(2 * ch)], s[static_cast<std::size_t>(2 * ch + 1)]};
                 for (int i = 0; i < n; ++i)
-                    out[ch][i] = section(c.data(), s.data() + 2 * ch, in[ch][i]);
+                    out[ch][i] = section(c.data(), now, in[ch][i]);
+                std::copy_n(now, 2, s.data() + 2 * ch);
+            }
         });
     });
 }
@@ -191,26 +195,35 @@ void fir(int taps, int n)
     });
 }
 
+// The bands and, once per block, their levels.
+[[gnu::noinline]] void meter_loop(int bands, const float* c, float* s, float* smooth, float* level, const float* in,
+                                  float* out, int n)
+{
+    float sum[10] = {};
+    for (int i = 0; i < n; ++i) {
+        const float x = out[i] = in[i];
+        for (int k = 0; k < bands; ++k) {
+            const float y = section(c + 5 * k, s + 2 * k, x);
+            sum[k] = std::fma(y, y, sum[k]);
+        }
+    }
+    for (int k = 0; k < bands; ++k) {
+        smooth[k] = std::fma(0.9F, smooth[k], 0.1F * (sum[k] / static_cast<float>(n + 1)));
+        level[k] = static_cast<float>(6.0206 * static_cast<double>(lbx_fast_log2(smooth[k] + 1e-9F)));
+    }
+}
+
 void meter(int n)
 {
-    benchmark::RegisterBenchmark("meter7/1ch/64/library", [=](benchmark::State& state) {
+    const std::string name = "meter7/1ch/" + std::to_string(n);
+    benchmark::RegisterBenchmark((name + "/library").c_str(), [=](benchmark::State& state) {
         library(state, EN_DETECTORS_SEVEN_BAND, {}, 1, 1, 1, n);
     });
-    benchmark::RegisterBenchmark("meter7/1ch/64/plain", [=](benchmark::State& state) {
+    benchmark::RegisterBenchmark((name + "/plain").c_str(), [=](benchmark::State& state) {
         const auto c = sections(7);
-        float s[14] = {}, sum[7];
-        plain(state, 1, 1, 1, n, [&](float** in, float** out) {
-            for (float& v : sum)
-                v = 0.0F;
-            for (int i = 0; i < n; ++i) {
-                const float x = out[0][i] = in[0][i];
-                for (int k = 0; k < 7; ++k) {
-                    const float y = section(c.data() + 5 * k, s + 2 * k, x);
-                    sum[k] = std::fma(y, y, sum[k]);
-                }
-            }
-            benchmark::DoNotOptimize(sum);
-        });
+        float s[14] = {}, smooth[7] = {}, level[7] = {};
+        plain(state, 1, 1, 1, n,
+              [&](float** in, float** out) { meter_loop(7, c.data(), s, smooth, level, in[0], out[0], n); });
     });
 }
 

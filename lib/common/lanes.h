@@ -194,7 +194,7 @@ LBX_INLINE void each_lane(V v, Take take)
 template <class V>
 LBX_INLINE V load(const void* p)
 {
-    if constexpr (kLanes<V> <= 4) {
+    if constexpr (!std::is_class_v<V>) {
         V v;
         std::memcpy(&v, p, sizeof v);
         return v;
@@ -205,7 +205,7 @@ LBX_INLINE V load(const void* p)
 template <class V>
 LBX_INLINE void store(float* p, V v)
 {
-    if constexpr (kLanes<V> <= 4) {
+    if constexpr (!std::is_class_v<V>) {
         std::memcpy(p, &v, sizeof v);
     } else {
         store(p, lower(v));

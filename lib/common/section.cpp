@@ -286,18 +286,18 @@ int idle_lanes(const Cascade& cascade) { return 4 * groups_of(cascade) - cascade
 
 void cascade_plain(const Cascade& cascade, float* state, const float* in, float* out, int n)
 {
-    const int idle = idle_lanes(cascade);
     for (int i = 0; i < n; ++i) {
         float x = in[i];
-        for (int at = idle; at < idle + cascade.sections; ++at) {
-            const CascadeLanes& group = cascade.lanes[at / 4];
-            const auto& c = group.coeff;
-            float* s = state + std::ptrdiff_t{2} * group.band[at % 4];
-            const int l = at % 4;
-            SecondOrder<float> section = {{c[0][l], c[1][l], c[2][l], c[3][l], c[4][l]}, {s[0], s[1]}};
-            x = section.step(x);
-            std::copy_n(section.state, 2, s);
-        }
+        int l = idle_lanes(cascade);
+        for (const CascadeLanes* group = cascade.lanes; group < cascade.lanes + groups_of(cascade); ++group, l = 0)
+            for (; l < 4; ++l) {
+                const float* c = &group->coeff[0][l];
+                float* s = state + std::ptrdiff_t{2} * group->band[l];
+                SecondOrder<float> section = {{c[0], c[4], c[8], c[12], c[16]}, {s[0], s[1]}};
+                x = section.step(x);
+                s[0] = section.state[0];
+                s[1] = section.state[1];
+            }
         out[i] = x;
     }
 }
