@@ -38,7 +38,7 @@ int main()
     if (!tone || !volume)
         return 1;
     set(tone, {1, 440});    // on, Hz
-    set(volume, {40, -6});  // slew rate (out of range: the block uses 23), dB
+    set(volume, {12, -6});  // slew rate, dB
     BlockAlgo_param_invoke(volume.get());
 
     std::array<float, kBlock> source{}, output{};
