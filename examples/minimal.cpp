@@ -49,11 +49,12 @@ int main()
         for (int block = 0; block < context.nSamplingRate / kBlock; ++block) {
             BlockAlgo_process(tone.get(), nullptr, &source_pin);
             BlockAlgo_process(volume.get(), &source_pin, &output_pin);
-            peak = 0;
+            if (block % 10 == 0)
+                peak = 0;
             for (const float sample : output)
                 peak = sample > peak ? sample : peak;
         }
-        std::printf("peak of the last block: %.3f\n", static_cast<double>(peak));
+        std::printf("peak at the end: %.3f\n", static_cast<double>(peak));
         set(volume, {12, -20});  // between two blocks: the gain glides, nothing clicks
     }
 }

@@ -11,7 +11,7 @@ cmake -S "$source/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$work/prefi
 cmake --build "$work/examples" >/dev/null
 "$work/examples/minimal_c" | grep -qE '^level behind the limiter: -1[0-9]\.[0-9] dB$'
 "$work/examples/minimal_cpp" >"$work/output"
-grep -q 'peak of the last block: 0.501' "$work/output"
+grep -q 'peak at the end: 0.501' "$work/output"
 
 # The pkg-config file holds the prefix that the build was configured with.
 pc=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
