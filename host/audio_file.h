@@ -25,17 +25,35 @@ struct CloseSound {
 };
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
+// Where audio comes from.
+class AudioSource {
+public:
+    virtual ~AudioSource() = default;
+    virtual int rate() const = 0;  // Hz
+    virtual int channels() const = 0;
+    virtual std::optional<std::int64_t> frames() const = 0;  // unknown for some streams
+
+    // Up to `frames` samples a channel; the rest of each buffer is zeroed. Returns how many came, 0 at the end.
+    virtual int read(float* const* channels, int frames) = 0;
+};
+
+// Where it goes.
+class AudioSink {
+public:
+    virtual ~AudioSink() = default;
+    virtual void write(const float* const* channels, int frames) = 0;
+    virtual void commit() = 0;  // flushes, closes and puts a file in its place
+};
+
 // Reads whatever libsndfile reads.
-class AudioReader {
+class AudioReader : public AudioSource {
 public:
     explicit AudioReader(const std::string& path);
 
-    int rate() const { return info_.samplerate; }
-    int channels() const { return info_.channels; }
-    std::optional<std::int64_t> frames() const;  // unknown for some streams
-
-    // Up to `frames` samples a channel; the rest of each buffer is zeroed. Returns how many came, 0 at the end.
-    int read(float* const* channels, int frames);
+    int rate() const override { return info_.samplerate; }
+    int channels() const override { return info_.channels; }
+    std::optional<std::int64_t> frames() const override;
+    int read(float* const* channels, int frames) override;
 
 private:
     void fill();
@@ -58,7 +76,7 @@ enum class Encoding {
 };
 
 // Writes a file whose format follows from its extension. It takes its place with commit(), not before.
-class AudioWriter {
+class AudioWriter : public AudioSink {
 public:
     // Whether the path's extension and the encoding name a format that can be written. Throws if not.
     static void check(const std::string& path, Encoding encoding, int channels, int rate);
@@ -66,8 +84,8 @@ public:
     // `frames`: the length to come, where it is known; very long WAV files become RF64.
     AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
 
-    void write(const float* const* channels, int frames);
-    void commit();  // flushes, closes and puts the file in its place
+    void write(const float* const* channels, int frames) override;
+    void commit() override;
 
 private:
     void flush();

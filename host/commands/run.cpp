@@ -15,6 +15,7 @@
 #include "engine.h"
 #include "levels.h"
 #include "meters.h"
+#include "raw_pcm.h"
 
 namespace vantoro {
 namespace {
@@ -26,6 +27,8 @@ struct Options {
     std::string meters;
     double meter_interval = 0;
     Encoding encoding = Encoding::natural;
+    std::string raw_in, raw_out;  // formats; empty: a sound file
+    std::optional<int> raw_rate, raw_channels;
     bool quiet = false;
 };
 
@@ -89,7 +92,7 @@ void watch_interrupts()
 
 // Everything the run needs, made only when nothing that the user wrote is wrong.
 struct Job {
-    std::unique_ptr<AudioReader> reader;  // null: sources only
+    std::unique_ptr<AudioSource> reader;  // null: sources only
     Schematic schematic;
     int rate = 0;
     std::optional<std::int64_t> frames;
@@ -149,13 +152,36 @@ void settle_length(const Options& options, Job& job, Complaints& complaints)
     job.frames = std::llround(std::clamp(options.seconds.value_or(0), 0.0, kMaxSeconds) * job.rate);
 }
 
+std::unique_ptr<AudioSource> open_input(const Options& options)
+{
+    if (options.raw_in.empty()) {
+        if (options.input == "-")
+            throw AudioError("-i -: a stream has no header; name its format with --raw-in");
+        return std::make_unique<AudioReader>(options.input);
+    }
+    if (!options.raw_rate || !options.raw_channels)
+        throw AudioError("--raw-in: a stream has no header; give --raw-rate and --raw-channels");
+    return std::make_unique<RawReader>(options.input, raw_formats().at(options.raw_in), *options.raw_channels,
+                                       *options.raw_rate);
+}
+
+void check_output(const Options& options, int outputs, int rate)
+{
+    if (!options.raw_out.empty())
+        RawWriter::check(options.output);
+    else if (options.output == "-")
+        throw AudioError("-o -: a stream has no header; name its format with --raw-out");
+    else
+        AudioWriter::check(options.output, options.encoding, outputs, rate);
+}
+
 Job prepare(const Options& options)
 {
     Job job;
     Complaints complaints;
     std::vector<Setting> settings;
     if (!options.input.empty())
-        complaints.guard([&] { job.reader = std::make_unique<AudioReader>(options.input); });
+        complaints.guard([&] { job.reader = open_input(options); });
     for (const std::string& text : options.settings)
         complaints.guard([&] { settings.push_back(parse_setting(text)); });
     try {
@@ -174,15 +200,24 @@ Job prepare(const Options& options)
     if (outputs > 0 && options.output.empty())
         complaints.add("-o: the schematic has an output; name a file for it");
     if (outputs > 0 && !options.output.empty())
-        complaints.guard([&] { AudioWriter::check(options.output, options.encoding, outputs, job.rate); });
+        complaints.guard([&] { check_output(options, outputs, job.rate); });
     if (const std::string why = PartFile::refusal(options.meters); !why.empty())
         complaints.add(why);
     complaints.check();
     return job;
 }
 
+std::unique_ptr<AudioSink> open_output(const Options& options, const Engine& engine, const Job& job)
+{
+    if (engine.outputs() == 0)
+        return nullptr;
+    if (!options.raw_out.empty())
+        return std::make_unique<RawWriter>(options.output, raw_formats().at(options.raw_out), engine.outputs());
+    return std::make_unique<AudioWriter>(options.output, options.encoding, engine.outputs(), job.rate, job.frames);
+}
+
 // Streams until the input or the asked length ends; returns the samples per channel.
-std::int64_t stream(Job& job, Engine& engine, AudioWriter* writer, Levels& levels, Meters& meters)
+std::int64_t stream(Job& job, Engine& engine, AudioSink* writer, Levels& levels, Meters& meters)
 {
     Progress progress(job.frames);
     std::int64_t done = 0;
@@ -212,10 +247,7 @@ int run(const Options& options)
     const LibraryLog log(options.quiet);
     const std::unique_ptr<Engine> made = make_engine(options.schematic, std::move(job.schematic), job.rate);
     Engine& engine = *made;
-    std::unique_ptr<AudioWriter> writer;
-    if (engine.outputs() > 0)
-        writer =
-            std::make_unique<AudioWriter>(options.output, options.encoding, engine.outputs(), job.rate, job.frames);
+    const std::unique_ptr<AudioSink> writer = open_output(options, engine, job);
     watch_interrupts();
     Levels levels(engine.outputs());
     Meters meters(engine, options.meters, options.meter_interval);
@@ -228,8 +260,9 @@ int run(const Options& options)
     const double seconds = static_cast<double>(frames) / job.rate;
     if (engine.changes_left() > 0)
         std::fprintf(stderr, "vantoro: changes behind the end of the audio, not made: %zu\n", engine.changes_left());
-    std::printf("%.3f s of audio, %.1f x real time%s\n", seconds, seconds / wall, levels.text().c_str());
-    std::fputs(meters.text().c_str(), stdout);
+    std::FILE* report = options.output == "-" ? stderr : stdout;  // behind audio nothing but audio
+    std::fprintf(report, "%.3f s of audio, %.1f x real time%s\n", seconds, seconds / wall, levels.text().c_str());
+    std::fputs(meters.text().c_str(), report);
     return 0;
 }
 
@@ -251,6 +284,19 @@ void add_run_command(CLI::App& app, int& status)
     command->add_option("--format", options->encoding, "pcm16, pcm24 (default), pcm32 or float")
         ->transform(CLI::CheckedTransformer(kEncodings).description(""))
         ->type_name("NAME");
+    std::vector<std::string> raw_names;
+    for (const auto& [name, format] : raw_formats())
+        raw_names.push_back(name);
+    command->add_option("--raw-in", options->raw_in, "-i is headerless PCM (\"-\": standard input) of this format")
+        ->check(CLI::IsMember(raw_names));
+    command->add_option("--raw-rate", options->raw_rate, "Its rate in Hz")
+        ->needs("--raw-in")
+        ->check(CLI::Range(kMinRate, kMaxRate));
+    command->add_option("--raw-channels", options->raw_channels, "Its channels")
+        ->needs("--raw-in")
+        ->check(CLI::Range(1, 1024));
+    command->add_option("--raw-out", options->raw_out, "-o is headerless PCM (\"-\": standard output) of this format")
+        ->check(CLI::IsMember(raw_names));
     command->add_option("--meters", options->meters, "Table of the detectors' levels over time (CSV)")
         ->type_name("FILE");
     command->add_option("--meter-interval", options->meter_interval, "Seconds from row to row; 0: a row per block")

@@ -170,6 +170,32 @@ class Cli(unittest.TestCase):
         self.assertEqual([float(row[0]) for row in rows[1:]], [0.008, 0.256, 0.504, 0.752, 1.0])
         self.assertAlmostEqual(float(rows[2][1]), -24.08, delta=0.3)  # 20 log10 of 0.25 squared, less the block's n / (n + 1)
 
+    def test_headerless_streams_pass_through_a_pipe(self):
+        draw = random.Random(2)
+        graph = self.path("g.json", GAIN % 64)
+        for name, width, order in (("s16le", 2, "little"), ("s16be", 2, "big"), ("s24le", 3, "little"), ("s24be", 3, "big")):
+            top = 2 ** (8 * width - 1) - 1
+            codes = [0, 1, -1, top, -top] + [draw.randint(-top, top) for _ in range(995)]
+            stream = b"".join(code.to_bytes(width, order, signed=True) for code in codes)
+            raw_in = ["--raw-in", name, "--raw-rate", "44100", "--raw-channels", "2"]
+            run = subprocess.run([PROGRAM, "run", graph, "-i", "-", *raw_in, "-o", "-", "--raw-out", name], input=stream,
+                                 capture_output=True)
+            self.assertEqual((run.returncode, run.stdout), (0, stream), name)
+            self.assertIn(b"s of audio", run.stderr)
+            # What is beyond full scale is clipped, in files too, and the other order is the same words turned round.
+            loud = subprocess.run([PROGRAM, "run", graph, "-i", "-", *raw_in, "-o", self.path("loud"), "--raw-out", name,
+                                   "--set", "g.gain=4"], input=stream, capture_output=True)
+            with open(self.path("loud"), "rb") as f:
+                words = f.read()
+            got = [int.from_bytes(words[at:at + width], order, signed=True) for at in range(0, len(words), width)]
+            self.assertEqual(got[:5], [0, 4, -4, top, -top], loud.stderr)
+            self.assertTrue(all(abs(g - max(-top, min(top, 4 * c))) <= 1 for g, c in zip(got, codes)))
+        self.call("run", graph, "-i", "-", "-o", self.path("x.wav"), status=2)
+        self.call("run", graph, "-i", self.path("loud"), "--raw-in", "s16le", "-o", self.path("x.wav"), status=2)
+        broken = self.call("run", graph, "-i", "-", *raw_in, "-o", self.path("x.wav"), input="12345678", status=1)
+        self.assertIn("inside a frame", broken.stderr)
+        self.assertFalse(os.path.exists(self.path("x.wav")))
+
     def test_progress_shows_on_a_terminal_only(self):
         wav(self.path("in.wav"), [0.5] * 400000, 2)
         parent, child = pty.openpty()
