@@ -195,9 +195,9 @@ void fir(int taps, int n)
     });
 }
 
-// The bands and, once per block, their levels.
-[[gnu::noinline]] void meter_loop(int bands, const float* c, float* s, float* smooth, float* level, const float* in,
-                                  float* out, int n)
+// The bands and, once per block, their levels; compiled without knowledge of its arguments, as a block is.
+[[gnu::noipa]] void meter_loop(int bands, const float* c, float* s, float* smooth, float* level, const float* in,
+                               float* out, int n)
 {
     float sum[10] = {};
     for (int i = 0; i < n; ++i) {

@@ -22,8 +22,8 @@ struct CascadeLanes {
 namespace {
 
 constexpr int kSeriesDepth = 4, kSkewGroups = 3;  // what fits the registers
-// Below these, filling the lanes costs more than they save: samples of all channels together, and of one.
-constexpr int kFewSamples = 16, kShortCascade = 4 * kSkewGroups;
+// Below these, filling the lanes costs more than they save: samples of all channels but one, and of one.
+constexpr int kFewSamples = 20, kShortCascade = 4 * kSkewGroups;
 
 // What flip() takes to negate, or not.
 float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
@@ -194,11 +194,13 @@ LBX_KERNEL void skew(const CascadeLanes* group, int idle, const Lane* channel, i
 
 // ---- what a packet of lanes is
 
+int width(int lanes) { return lanes <= 4 ? 4 : 8; }
+
 // `channels` at most eight; lane l is channel l.
 void channel_lanes(Lane* lane, const float* const* in, float* const* out, float* state, std::ptrdiff_t words,
                    int sections, int channels)
 {
-    for (int l = 0; l < 8; ++l) {
+    for (int l = 0; l < width(channels); ++l) {
         const int c = std::min(l, channels - 1);
         lane[l] = {in[c], out[c], state + words * c, sections};
     }
@@ -215,7 +217,7 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
     const f4 signs = every<f4>(sign_bit(negate));
     for (int c = 0; c < channels;) {
         const int some = std::min(channels - c, 8);
-        if (some == 1 || some * n < kFewSamples) {
+        if ((some - 1) * n < kFewSamples) {
             plain<Section>(coeff, 1, state + kWords * c, in[c], out[c], n, negate);
             ++c;
             continue;
@@ -315,7 +317,7 @@ void cascade_series(const Cascade& cascade, Lane* lane, int lanes, int n)
             stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
         }
         series(stage, depth, lane, lanes, f4{}, n);
-        for (int l = 0; l < 8; ++l)
+        for (int l = 0; l < width(lanes); ++l)
             lane[l].in = lane[l].out;
     }
 }
