@@ -31,11 +31,10 @@ float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
 // ---- plain
 
 template <template <class> class Section>
-void plain(const float* coeff, int stride, float* state, const float* in, float* out, int n, bool negate)
+void plain(const float* coeff, float* state, const float* in, float* out, int n, bool negate)
 {
     Section<float> section;
-    for (float& c : section.coeff)
-        c = coeff[stride * (&c - section.coeff)];
+    std::copy_n(coeff, Section<float>::kCoeffs, section.coeff);
     std::copy_n(state, Section<float>::kWords, section.state);
     for (int i = 0; i < n; ++i) {
         const float y = section.step(in[i]);
@@ -218,7 +217,7 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
     for (int c = 0; c < channels;) {
         const int some = std::min(channels - c, 8);
         if ((some - 1) * n < kFewSamples) {
-            plain<Section>(coeff, 1, state + kWords * c, in[c], out[c], n, negate);
+            plain<Section>(coeff, state + kWords * c, in[c], out[c], n, negate);
             ++c;
             continue;
         }
