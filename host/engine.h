@@ -44,7 +44,7 @@ public:
     static void before_line(void (*hook)()) { hook_ = hook; }
 
 private:
-    static void take(const char* line, void* self);
+    static void take(const char* line, void* quiet);
     static inline const std::string* id_ = nullptr;
     static inline void (*hook_)() = nullptr;
 };

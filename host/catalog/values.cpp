@@ -234,9 +234,11 @@ private:
             case Slot::Kind::value:
                 vector.push_back(numbers_.at(slot.param.name));
                 break;
-            case Slot::Kind::count:
-                vector.push_back(static_cast<float>(tables_.at(slot.table).size() / columns));
+            case Slot::Kind::count: {
+                const std::size_t rows = tables_.at(slot.table).size() / columns;
+                vector.push_back(static_cast<float>(rows));
                 break;
+            }
             case Slot::Kind::first_of:
                 references.emplace_back(vector.size(), &slot);
                 vector.push_back(0);
