@@ -115,7 +115,7 @@ private:
             fault("/blocks", nullptr, "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
     }
 
-    void read_blocks(const json& blocks, std::vector<std::string> order)
+    void read_blocks(const json& blocks, const std::vector<std::string>& order)
     {
         if (!blocks.is_object() || blocks.size() > kMaxBlocks) {
             fault("/blocks", blocks.is_object() ? json(blocks.size()) : blocks,
