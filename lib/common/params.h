@@ -14,15 +14,14 @@ namespace lbx {
 template <class Int, class Float>
 constexpr Int convert(Float v)
 {
-    // Both bounds are powers of two, so they are exact in every float type; the upper one is the first value too large.
-    constexpr auto kAbove = static_cast<Float>(std::numeric_limits<Int>::max() / 2 + 1) * 2;
-    if (!(v == v))
-        return 0;
+    // The first value too large: the greatest integer rounds up to it in float, and adding 1 is exact in double.
+    constexpr auto kAbove = static_cast<Float>(std::numeric_limits<Int>::max()) + 1;
+    constexpr auto kLeast = static_cast<Float>(std::numeric_limits<Int>::min());
     if (v >= kAbove)
         return std::numeric_limits<Int>::max();
-    if (v <= static_cast<Float>(std::numeric_limits<Int>::min()))
+    if (v <= kLeast)
         return std::numeric_limits<Int>::min();
-    return static_cast<Int>(v);
+    return v > kLeast ? static_cast<Int>(v) : 0;  // NaN fails every comparison
 }
 constexpr int to_int(float v) { return convert<std::int32_t>(v); }
 constexpr int to_int(double v) { return convert<std::int32_t>(v); }
