@@ -69,6 +69,8 @@ public:
 
     // Makes the changes that are due before the next block. May allocate and log.
     void change();
+    // A new vector for the schematic's n-th block, from the next audio block on. May allocate and log.
+    void set(int n, std::span<const float> vector) const { apply(nodes_[index(place_[index(n)])], vector); }
     // Changes that lie behind the blocks run so far.
     std::size_t changes_left() const { return schematic_.changes.size() - next_change_; }
 

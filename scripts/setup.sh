@@ -8,7 +8,7 @@ packages() {
         demo) packages build; echo graphviz gnuplot-nox sonic-pi-samples ;;
         test)
             packages demo
-            echo googletest abigail-tools binutils python3 python3-jsonschema clang clang-format clang-tidy \
+            echo googletest abigail-tools binutils python3 python3-jsonschema clang clang-format clang-tidy gcovr \
                 g++-aarch64-linux-gnu qemu-user ;;
         bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev sox ffmpeg llvm \
             g++-aarch64-linux-gnu ;;
