@@ -3,8 +3,8 @@
 //
 //   BlockAlgo_init                                   allocates everything the block will ever need
 //   BlockAlgo_param_reset, BlockAlgo_param_update    at the start, and between two process calls whenever it likes
-//   BlockAlgo_process                                once per audio block; allocates nothing, logs nothing, locks
-//   nothing BlockAlgo_destroy                                before the context goes
+//   BlockAlgo_process                                once per audio block: no allocation, no log, no lock
+//   BlockAlgo_destroy                                before the context goes
 //
 // All calls on one block come from one thread at a time; different blocks may run on different threads. A null block is
 // not checked for, except where a module says so.
@@ -22,7 +22,7 @@ void Vantoro_version_invoke(void);
 extern BlockPro g_block_pro;
 
 // A context (BlockPro*) for the given rate in Hz, word width in bits and samples per block; null when memory is short.
-// Rate and block size should be positive; nothing checks.
+// Rate and block size should be positive; nothing checks. With a block size below 1 BlockAlgo_process does nothing.
 void* BlockAlgo_BlockPro_init(int nSamplingRate, int bitRate, int nBlockSize);
 void BlockAlgo_BlockPro_destroy(void* st);  // null is ignored
 

@@ -109,6 +109,18 @@ TEST(EveryBlock, RunsAtEveryBlockSizeInsideItsBuffers)
     }
 }
 
+TEST(EveryBlock, TouchesNoPinWhenTheBlockSizeIsZero)
+{
+    BlockPro pro = {48000, 16, 0, 0, 0};
+    std::vector<float*> nowhere(64, nullptr);
+    for (const BlockCase& row : rig::every_block()) {
+        BlockAlgo* blk = BlockAlgo_init(&pro, row.inputs, row.outputs, row.type);
+        ASSERT_TRUE(blk) << row.type;
+        EXPECT_EQ(BlockAlgo_process(blk, nowhere.data(), nowhere.data()), RT_OK) << row.type;
+        BlockAlgo_destroy(blk);
+    }
+}
+
 TEST(EveryBlock, UpdatingTwiceIsUpdatingOnce)
 {
     for (const BlockCase& row : rig::every_block())
