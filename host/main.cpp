@@ -35,6 +35,7 @@ int main(int argc, char** argv)
         vantoro::add_check_command(app, status);
         vantoro::add_blocks_command(app, status);
         vantoro::add_graph_command(app, status);
+        vantoro::add_response_command(app, status);
         try {
             app.parse(argc, argv);
         } catch (const CLI::Success& asked) {  // --help

@@ -33,6 +33,7 @@ std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic
 void add_blocks_command(CLI::App& app, int& status);
 void add_check_command(CLI::App& app, int& status);
 void add_graph_command(CLI::App& app, int& status);
+void add_response_command(CLI::App& app, int& status);
 void add_run_command(CLI::App& app, int& status);
 
 }  // namespace vantoro

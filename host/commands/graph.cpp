@@ -1,14 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // vantoro graph SCHEMATIC -o FILE: the schematic as a picture, drawn by graphviz.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -16,8 +9,7 @@
 
 #include "commands/commands.h"
 #include "part_file.h"
-
-extern char** environ;
+#include "program.h"
 
 namespace vantoro {
 namespace {
@@ -87,35 +79,6 @@ std::string dot_text(const Schematic& schematic)
     return dot.str();
 }
 
-// Runs dot with `text` on its standard input; it writes `file`.
-void run_dot(const std::string& text, const std::string& type, const std::string& file)
-{
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::tmpfile(), std::fclose);
-    if (!input || std::fwrite(text.data(), 1, text.size(), input.get()) != text.size() ||
-        std::fflush(input.get()) != 0 || std::fseek(input.get(), 0, SEEK_SET) != 0)
-        throw std::runtime_error("a temporary file cannot be written: " + std::string(std::strerror(errno)));
-
-    std::string type_option = "-T" + type;
-    std::string file_option = "-o" + file;
-    std::string name = "dot";
-    std::array<char*, 4> arguments = {name.data(), type_option.data(), file_option.data(), nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fileno(input.get()), STDIN_FILENO);
-    pid_t child = 0;
-    const int error = posix_spawnp(&child, "dot", &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error == ENOENT)
-        throw std::runtime_error("the program 'dot' is missing; it comes with graphviz (apt install graphviz)");
-    if (error != 0)
-        throw std::runtime_error("'dot' cannot be started: " + std::string(std::strerror(error)));
-    int state = 0;
-    while (waitpid(child, &state, 0) < 0 && errno == EINTR) {
-    }
-    if (!WIFEXITED(state) || WEXITSTATUS(state) != 0)
-        throw std::runtime_error("'dot' failed; the picture was not drawn");
-}
-
 int graph(const Options& options)
 {
     namespace fs = std::filesystem;
@@ -126,7 +89,7 @@ int graph(const Options& options)
         throw UsageError(why);
     const Schematic schematic = load_schematic(options.schematic, options.channels);
     PartFile part(options.output);
-    run_dot(dot_text(schematic), extension.substr(1), part.part());
+    run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), part.part(), "graphviz");
     part.commit();
     return 0;
 }

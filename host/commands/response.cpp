@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro response SCHEMATIC -o FILE: magnitude and phase of blocks or of the whole graph, as a picture or a table.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "commands/commands.h"
+#include "measure.h"
+#include "part_file.h"
+#include "plot.h"
+#include "probe.h"
+#include "program.h"
+#include "speaker.h"
+
+namespace vantoro {
+namespace {
+
+enum class Method {
+    best,  // from the coefficients, or measured where they do not tell
+    coefficients,
+    measured,
+    both
+};
+const std::map<std::string, Method> kMethods = {
+    {"coefficients", Method::coefficients}, {"measured", Method::measured}, {"both", Method::both}};
+
+struct Options {
+    std::string schematic, output, speaker;
+    std::vector<std::string> blocks, settings;
+    std::optional<int> channels;
+    Method method = Method::best;
+    int from = 0;
+    int rate = 48000;
+    int points = 48;
+    double level_db = -60;
+    bool quiet = false;
+};
+
+Probe make_probe(const Options& options)
+{
+    std::vector<Setting> settings;
+    for (const std::string& text : options.settings)
+        settings.push_back(parse_setting(text));
+    Schematic schematic = read_schematic(options.schematic, options.channels, settings);
+    if (options.blocks.empty() && schematic.outputs.empty())
+        throw UsageError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
+    Probe probe =
+        options.blocks.empty() ? probe_graph(std::move(schematic)) : probe_blocks(std::move(schematic), options.blocks);
+    if (probe.schematic.inputs == 0)
+        throw UsageError((options.blocks.empty() ? options.schematic : options.blocks.front()) +
+                         " has no input to ask a response of");
+    if (options.from >= probe.schematic.inputs)
+        throw UsageError("--from: there are " + std::to_string(probe.schematic.inputs) + " inputs, from 0 on");
+    if (probe.names.empty())
+        throw UsageError(options.blocks.back() + " has no output");
+    return probe;
+}
+
+// What the pins select is known once the graph has run.
+Computed computed(const Probe& probe, int from, const Axis& axis)
+{
+    constexpr int kSeconds = 2;
+    Engine engine(probe.schematic, axis.rate);
+    for (int n = 0; n < kSeconds * axis.rate; n += engine.block_size())
+        if (!engine.process())
+            throw std::runtime_error(engine.failure());
+    return compute(engine, from, axis);
+}
+
+std::string list_of(const std::vector<std::string>& ids)
+{
+    std::string text;
+    for (const std::string& id : ids)
+        text += (text.empty() ? "" : ", ") + id;
+    return text;
+}
+
+// The largest difference where neither curve lies more than 60 dB under the top of its own.
+void print_agreement(const Axis& axis, const std::vector<Curve>& exact, const std::vector<Curve>& measured)
+{
+    constexpr double kDepth = 60;
+    constexpr double kHighest = 20000;
+    double worst = 0;
+    double worst_hz = 0;
+    for (std::size_t c = 0; c < std::min(exact.size(), measured.size()); ++c) {
+        double top = -std::numeric_limits<double>::infinity();
+        for (const auto h : exact[c].values)
+            top = std::max(top, magnitude_db(h));
+        for (std::size_t i = 0; i < axis.bins.size() && axis.hz(i) <= kHighest; ++i) {
+            const double level = magnitude_db(exact[c].values[i]);
+            const double difference = std::abs(level - magnitude_db(measured[c].values[i]));
+            if (level > top - kDepth && difference > worst) {
+                worst = difference;
+                worst_hz = axis.hz(i);
+            }
+        }
+    }
+    std::printf("coefficients and measurement differ by at most %.4f dB, at %.4g Hz\n", worst, worst_hz);
+}
+
+// Outputs that nothing reaches are left out, with a line that says so.
+std::vector<Curve> curves_of(const Probe& probe, const std::vector<Spectrum>& outputs, const char* suffix, bool dashed)
+{
+    std::vector<Curve> curves;
+    std::vector<std::string> unreached;
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+        if (outputs[i].empty())
+            unreached.push_back(probe.names[i]);
+        else
+            curves.push_back({probe.names[i] + suffix, outputs[i], dashed});
+    if (!unreached.empty() && !dashed)
+        std::fprintf(stderr, "vantoro: nothing arrives at %s\n", list_of(unreached).c_str());
+    if (curves.empty())
+        throw std::runtime_error("nothing arrives at any output; --from chooses another input");
+    return curves;
+}
+
+std::vector<Curve> find_curves(const Options& options, const Probe& probe, const Axis& axis)
+{
+    const Computed exact = computed(probe, options.from, axis);
+    const bool linear = exact.ids.empty();
+    if (!linear && options.method != Method::best && options.method != Method::measured)
+        throw UsageError("coefficients do not tell what these blocks do: " + list_of(exact.ids) +
+                         "; --method measured does");
+    if (!linear && options.method == Method::best)
+        std::fprintf(stderr, "vantoro: measured at %g dBFS, for coefficients do not tell what these blocks do: %s\n",
+                     options.level_db, list_of(exact.ids).c_str());
+    if (linear && (options.method == Method::best || options.method == Method::coefficients))
+        return curves_of(probe, exact.outputs, "", false);
+    const auto heard =
+        measure(probe.schematic, options.from, axis, linear ? Stimulus::impulse : Stimulus::sweep, options.level_db);
+    if (options.method != Method::both)
+        return curves_of(probe, heard, "", false);
+    std::vector<Curve> curves = curves_of(probe, exact.outputs, "", false);
+    const std::vector<Curve> measured = curves_of(probe, heard, ", measured", true);
+    print_agreement(axis, curves, measured);
+    curves.insert(curves.end(), measured.begin(), measured.end());
+    return curves;
+}
+
+// The loudspeaker, and every curve through it.
+void add_speaker(std::vector<Curve>& curves, const Spectrum& speaker)
+{
+    const std::size_t count = curves.size();
+    for (std::size_t c = 0; c < count; ++c) {
+        Curve sum{curves[c].name + " + loudspeaker", speaker, curves[c].dashed};
+        for (std::size_t i = 0; i < speaker.size(); ++i)
+            sum.values[i] *= curves[c].values[i];
+        curves.push_back(std::move(sum));
+    }
+    curves.push_back({"loudspeaker", speaker});
+}
+
+void write(const Options& options, const Axis& axis, const std::vector<Curve>& curves)
+{
+    namespace fs = std::filesystem;
+    const std::string type = fs::path(options.output).extension().string().substr(1);
+    PartFile part(options.output);
+    if (type == "csv") {
+        std::ofstream file(part.part(), std::ios::binary);
+        file << csv_text(axis, curves) << std::flush;
+        if (!file)
+            throw std::runtime_error(options.output + ": cannot be written");
+    } else {
+        std::string title = fs::path(options.schematic).stem().string();
+        if (!options.blocks.empty())
+            title += ": " + list_of(options.blocks);
+        else
+            title += ", from input " + std::to_string(options.from);
+        run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, title, type), part.part(),
+                    "gnuplot-nox");
+    }
+    part.commit();
+}
+
+int respond(const Options& options)
+{
+    const std::string extension = std::filesystem::path(options.output).extension().string();
+    if (extension != ".svg" && extension != ".png" && extension != ".csv")
+        throw UsageError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
+    if (const std::string why = PartFile::refusal(options.output); !why.empty())
+        throw UsageError(why);
+    try {
+        const Probe probe = make_probe(options);
+        const Axis axis = make_axis(probe.schematic.rate.value_or(options.rate), options.points);
+        const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, axis);
+        const LibraryLog log(options.quiet);
+        std::vector<Curve> curves = find_curves(options, probe, axis);
+        if (!speaker.empty())
+            add_speaker(curves, speaker);
+        write(options, axis, curves);
+    } catch (const SchematicError& error) {
+        throw UsageError(problem_lines(options.schematic, error));
+    } catch (const std::invalid_argument& error) {
+        throw UsageError(error.what());
+    }
+    return 0;
+}
+
+}  // namespace
+
+void add_response_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("response", "Draw magnitude and phase of blocks or of the whole graph");
+    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
+    command->add_option("-o,--output", options->output, "The result: .svg, .png or .csv")
+        ->required()
+        ->type_name("FILE");
+    command->add_option("--block", options->blocks, "This block alone; given again: a chain of blocks [whole graph]")
+        ->allow_extra_args(false)
+        ->type_name("ID");
+    command->add_option("--from", options->from, "The input that is fed, of the graph or of the first block [0]")
+        ->check(CLI::Range(0, kMaxPins));
+    command->add_option("--speaker", options->speaker, "A measured loudspeaker to draw and to add: Hz, dB, degrees")
+        ->type_name("FILE");
+    command
+        ->add_option("--method", options->method,
+                     "coefficients, measured or both [coefficients, or measured where those do not tell]")
+        ->transform(CLI::CheckedTransformer(kMethods).description(""))
+        ->type_name("NAME");
+    command->add_option("--level", options->level_db, "dBFS of the sweep through what is not linear [-60]")
+        ->check(CLI::Range(-140.0, 40.0));
+    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE; values that change later are left out")
+        ->allow_extra_args(false)
+        ->type_name("SETTING");
+    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
+    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
+        ->check(CLI::Range(kMinRate, kMaxRate));
+    command->add_option("--points", options->points, "Per octave [48]")->check(CLI::Range(1, 1000));
+    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
+    command->callback([options, &status] { status = respond(*options); });
+}
+
+}  // namespace vantoro

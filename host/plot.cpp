@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "plot.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <limits>
+#include <numbers>
+
+namespace vantoro {
+
+namespace {
+
+constexpr double kShownDb = 80;     // below the highest point: what lies deeper is out of the picture
+constexpr double kLowestTop = -40;  // dB: a picture of next to nothing is no picture of rounding
+
+// Told apart in colour and, by their order, in grey.
+constexpr std::array kColours = {"#0b5394", "#c2410c", "#15803d", "#7e22ce",
+                                 "#0f766e", "#a16207", "#be185d", "#404040"};
+
+[[gnu::format(printf, 2, 3)]] void append(std::string& text, const char* format, ...)
+{
+    char line[256];
+    std::va_list values;
+    va_start(values, format);
+    const int length = std::vsnprintf(line, sizeof line, format, values);
+    va_end(values);
+    text.append(line, static_cast<std::size_t>(std::clamp<int>(length, 0, sizeof line - 1)));
+}
+
+bool known(std::complex<double> h) { return !std::isnan(h.real()); }
+
+// Text between single quotes: what could end them, or a line, is replaced.
+std::string literal(std::string_view text)
+{
+    std::string safe = "'";
+    for (const char c : text)
+        safe += c == '\'' || c == '\\' || std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '_' : c;
+    return safe + '\'';
+}
+
+// Frequency and dB; frequency and degrees. At a blank line the pen lifts: where nothing is known, and in the phase
+// where it wraps round, and where the level is out of the picture, below `low_db`.
+void append_data(std::string& text, const Axis& axis, const Spectrum& values, std::size_t number, double low_db)
+{
+    append(text, "$m%zu << EOD\n", number);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (known(values[i]))
+            append(text, "%.2f %.3f\n", axis.hz(i), magnitude_db(values[i]));
+        else
+            text += '\n';
+    }
+    append(text, "EOD\n$p%zu << EOD\n", number);
+    double last = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double phase = phase_deg(values[i]);
+        const bool shown = known(values[i]) && magnitude_db(values[i]) > low_db;
+        if (!shown || std::abs(phase - last) > 180)
+            text += '\n';
+        if (shown)
+            append(text, "%.2f %.2f\n", axis.hz(i), phase);
+        last = phase;
+    }
+    text += "EOD\n";
+}
+
+struct Range {
+    double low, high;  // dB
+};
+
+// Round numbers round the curves.
+Range range_of(const std::vector<Curve>& curves)
+{
+    constexpr double kStep = 5;
+    double low = std::numeric_limits<double>::infinity();
+    double high = -low;
+    for (const Curve& curve : curves)
+        for (const auto h : curve.values)
+            if (known(h)) {
+                low = std::min(low, magnitude_db(h));
+                high = std::max(high, magnitude_db(h));
+            }
+    high = std::max(high, kLowestTop);
+    low = std::clamp(low, high - kShownDb, high);
+    // Flat curves get room, and stay off the frame.
+    return {std::min(std::floor((low - 1) / kStep), std::floor((high - 10) / kStep)) * kStep,
+            std::ceil((high + 1) / kStep) * kStep};
+}
+
+void append_curves(std::string& text, const std::vector<Curve>& curves, char block)
+{
+    text += "plot ";
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        append(text, "%s$%c%zu using 1:2 with lines linecolor rgb '%s' linewidth %s%s ", i > 0 ? ", \\\n  " : "", block,
+               i, kColours[i % kColours.size()], curves[i].dashed ? "1.2" : "2.2",
+               curves[i].dashed       ? " dashtype '--'"
+               : i >= kColours.size() ? " dashtype '_.'"
+                                      : "");
+        text += block == 'm' ? "title " + literal(curves[i].name) : "notitle";
+    }
+    text += '\n';
+}
+
+constexpr const char* kSetup = "set encoding utf8\n"
+                               "set style line 100 linecolor rgb '#9a9a9a' linewidth 0.9\n"
+                               "set style line 101 linecolor rgb '#dcdcdc' linewidth 0.6\n"
+                               "set grid xtics ytics mxtics mytics linestyle 100, linestyle 101\n"
+                               "set border linewidth 1.2\n"
+                               "set tics nomirror scale 0.6\n"
+                               "set logscale x 10\n"
+                               "set mxtics 10\n"
+                               "set lmargin at screen 0.085\n"
+                               "set rmargin at screen 0.975\n";
+
+// Labelled where engineers read: 1, 2 and 5 of each decade.
+std::string frequency_tics(double last, bool labels)
+{
+    std::string tics;
+    for (double decade = 10; decade <= last; decade *= 10)
+        for (const int digit : {1, 2, 5}) {
+            const double hz = decade * digit;
+            if (hz < 20 || hz > last)
+                continue;
+            tics += tics.empty() ? "set xtics ('" : ", '";
+            if (labels)
+                append(tics, "%g%s", hz < 1000 ? hz : hz / 1000, hz < 1000 ? "" : "k");
+            append(tics, "' %g", hz);
+        }
+    for (double decade = 10; decade <= last; decade *= 10)
+        for (const int digit : {3, 4, 6, 7, 8, 9})
+            if (decade * digit > 20 && decade * digit < last)
+                append(tics, ", '' %g 1", decade * digit);
+    return tics + ")\n";
+}
+
+}  // namespace
+
+double magnitude_db(std::complex<double> h) { return 20 * std::log10(std::max(std::abs(h), 1e-15)); }
+
+double phase_deg(std::complex<double> h) { return std::arg(h) * 180 / std::numbers::pi; }
+
+std::string csv_text(const Axis& axis, const std::vector<Curve>& curves)
+{
+    std::string text = "frequency (Hz)";
+    for (const Curve& curve : curves)
+        text += ',' + curve.name + " (dB)," + curve.name + " (deg)";
+    for (std::size_t i = 0; i < axis.bins.size(); ++i) {
+        append(text, "\n%.6g", axis.hz(i));
+        for (const Curve& curve : curves)
+            if (known(curve.values[i]))
+                append(text, ",%.4f,%.3f", magnitude_db(curve.values[i]), phase_deg(curve.values[i]));
+            else
+                text += ",,";
+    }
+    return text + '\n';
+}
+
+std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std::string_view title,
+                        std::string_view picture)
+{
+    const Range range = range_of(curves);
+    std::string text;
+    for (std::size_t i = 0; i < curves.size(); ++i)
+        append_data(text, axis, curves[i].values, i, range.low);
+    // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.
+    text += picture == "svg" ? "set terminal svg size 860,620 font 'Helvetica,Arial,sans-serif,13' noenhanced "
+                               "background rgb 'white'\n"
+                             : "set terminal pngcairo size 1720,1240 font 'Sans,13' fontscale 1.55 linewidth 2 "
+                               "noenhanced background rgb 'white'\n";
+    text += kSetup;
+    const double last = axis.hz(axis.bins.size() - 1);
+    append(text, "set xrange [20:%.2f]\n", last);
+    text += frequency_tics(last, false) + "set multiplot\n";
+    const double height = range.high - range.low;
+    append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics 2\n", range.low, range.high,
+           height <= 20   ? 2.5
+           : height <= 50 ? 5.0
+                          : 10.0);
+    text += "set tmargin at screen 0.93\nset bmargin at screen 0.425\n"
+            "set ylabel 'Magnitude (dB)' offset 1,0\nset title " +
+            literal(title) + " offset 0,-0.4\n";
+    text += "set key horizontal samplen 2.5 spacing 1.1 maxrows 3 at screen 0.53, screen 0.105 center top\n";
+    append_curves(text, curves, 'm');
+
+    text += "unset title\nset tmargin at screen 0.40\nset bmargin at screen 0.17\nunset key\n"
+            "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel 'Phase (degrees)' offset 1,0\n"
+            "set yrange [-180:180]\nset ytics 90\nset mytics 3\n";
+    text += frequency_tics(last, true);
+    append_curves(text, curves, 'p');
+    return text + "unset multiplot\n";
+}
+
+}  // namespace vantoro
