@@ -7,6 +7,7 @@
 #include "../common/common.h"
 #include "../common/new_block.h"
 #include "../common/params.h"
+#include "../common/ramp.h"
 #include "../math/fast_inline.h"
 #include "pins.h"
 
@@ -45,14 +46,13 @@ int running_sums(const BlockAlgo* blk, float* const* xn, float* const* yn, Accum
     return RT_OK;
 }
 
-// At most kTile samples. The powers are running products in double precision: n - 1 roundings of 2^-53 vanish in the
-// rounding to float.
-constexpr int kTile = 64;
+// At most lbx::kTile samples. The powers are running products in double precision: n - 1 roundings of 2^-53 vanish in
+// the rounding to float.
 void polynomial(const float* c, int count, const float* x, float* y, int n)
 {
-    double base[kTile];
-    double power[kTile];
-    float sum[kTile];
+    double base[lbx::kTile];
+    double power[lbx::kTile];
+    float sum[lbx::kTile];
     for (int i = 0; i < n; ++i) {
         base[i] = static_cast<double>(x[i]);
         power[i] = 1.0;
@@ -113,7 +113,9 @@ int Basic_Arith_Divide(int chanNum, int size, float** xn, float** yn)
 
 int Basic_Arith_Multiply(int chanNum, int size, float** xn, float** yn)
 {
-    return lbx::each_pair(chanNum, size, xn, yn, [](float a, float b) { return a * b; });
+    for (int pair = 0; pair < chanNum / 2; ++pair)
+        lbx::multiply(xn[2 * pair], xn[2 * pair + 1], yn[pair], size);
+    return RT_OK;
 }
 
 int Basic_Arith_Invert(int chanNum, int size, float** xn, float** yn)
@@ -258,8 +260,8 @@ int Basic_Polynomial_Process(BlockAlgo* blk, float** xn, float** yn)
     const int count = lbx::to_int(blk->pParam[0]);
     const int n = blk->block_pro->nBlockSize;
     for (int pin = 0; pin < blk->nInputs; ++pin)
-        for (int begin = 0; begin < n; begin += kTile)
-            polynomial(c, count, xn[pin] + begin, yn[pin] + begin, std::min(kTile, n - begin));
+        for (int begin = 0; begin < n; begin += lbx::kTile)
+            polynomial(c, count, xn[pin] + begin, yn[pin] + begin, std::min(lbx::kTile, n - begin));
     return RT_OK;
 }
 

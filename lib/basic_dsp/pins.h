@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "../common/block_types.h"
+#include "../common/ramp.h"
 
 namespace lbx {
 
@@ -40,7 +41,6 @@ int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
 template <class First, class F>
 int fold_pins(int pins, int size, float* const* xn, float* const* yn, First first, F f)
 {
-    constexpr int kTile = 64;
     for (int begin = 0; pins > 0 && begin < size; begin += kTile) {
         const int n = std::min(kTile, size - begin);
         float result[kTile];

@@ -46,12 +46,26 @@ void some_lines(float* gain, const float* step, std::ptrdiff_t stride, int count
         gain[k * stride] = rows[k * kTile + n - 1];
 }
 
+// One gain alone.
+template <bool Clamped>
+void one_line(float& gain, float step, float* row, int n)
+{
+    float g = gain;
+    for (int t = 0; t < n; ++t) {
+        g += step;
+        row[t] = g = Clamped && !(g > 0.0F) ? 0.0F : g;
+    }
+    gain = g;
+}
+
 template <bool Clamped>
 void all_lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
 {
     for (; count > 4; count -= 8, gain += 8 * stride, step += 8 * stride, rows += 8 * kTile)
         some_lines<f8, Clamped>(gain, step, stride, std::min(count, 8), rows, n);
-    if (count > 0)
+    if (count == 1)
+        one_line<Clamped>(*gain, *step, rows, n);
+    else if (count > 0)
         some_lines<f4, Clamped>(gain, step, stride, count, rows, n);
 }
 
@@ -74,8 +88,11 @@ void scale(const float* x, float* y, float gain, int n)
 void multiply(const float* x, const float* gains, float* y, int n)
 {
     int i = 0;
+    const auto packet = [&](int t) LBX_INLINED { store(y + t, load<f8>(x + t) * load<f8>(gains + t)); };
+    for (; i <= n - 32; i += 32)
+        repeat<4>([&](auto k) { packet(i + 8 * k); });
     for (; i <= n - 8; i += 8)
-        store(y + i, load<f8>(x + i) * load<f8>(gains + i));
+        packet(i);
     for (; i < n; ++i)
         y[i] = x[i] * gains[i];
 }
@@ -93,7 +110,12 @@ void clamped_lines(float* gain, const float* step, int count, float* rows, int n
 void ramp(const Glide& g, float* const* in, float* const* out, int channels, int n)
 {
     float gain = g.from;
-    alignas(32) float rows[4 * kTile];
+    if (channels == 1) {  // whose products wait for the sums anyway
+        for (int i = 0; i < n; ++i)
+            out[0][i] = in[0][i] * (gain += g.step);
+        return;
+    }
+    alignas(32) float rows[kTile];
     for (int t = 0; t < n; t += kTile) {
         const int some = std::min(kTile, n - t);
         lines(&gain, &g.step, 1, 1, rows, some);

@@ -30,17 +30,22 @@ float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
 
 // ---- plain
 
-template <template <class> class Section>
-void plain(const float* coeff, float* state, const float* in, float* out, int n, bool negate)
+// One channel, or two whose chains hide each other's latency.
+template <template <class> class Section, int kChannels>
+LBX_KERNEL void plain(const float* coeff, float* state, const float* const* in, float* const* out, int n, bool negate)
 {
-    Section<float> section;
-    std::copy_n(coeff, Section<float>::kCoeffs, section.coeff);
-    std::copy_n(state, Section<float>::kWords, section.state);
-    for (int i = 0; i < n; ++i) {
-        const float y = section.step(in[i]);
-        out[i] = negate ? -y : y;
-    }
-    std::copy_n(section.state, Section<float>::kWords, state);
+    constexpr int kWords = Section<float>::kWords;
+    Section<float> section[kChannels];
+    repeat<kChannels>([&](auto c) {
+        std::copy_n(coeff, Section<float>::kCoeffs, section[c].coeff);
+        std::copy_n(state + kWords * c, kWords, section[c].state);
+    });
+    for (int i = 0; i < n; ++i)
+        repeat<kChannels>([&](auto c) {
+            const float y = section[c].step(in[c][i]);
+            out[c][i] = negate ? -y : y;
+        });
+    repeat<kChannels>([&](auto c) { std::copy_n(section[c].state, kWords, state + kWords * c); });
 }
 
 // ---- series
@@ -215,10 +220,11 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
         stage.coeff[j] = every<f4>(coeff[j]);
     const f4 signs = every<f4>(sign_bit(negate));
     for (int c = 0; c < channels;) {
-        const int some = std::min(channels - c, 8);
-        if ((some - 1) * n < kFewSamples) {
-            plain<Section>(coeff, state + kWords * c, in[c], out[c], n, negate);
-            ++c;
+        int some = std::min(channels - c, 8);
+        if (some <= 2 || (some - 1) * n < kFewSamples) {
+            some = std::min(some, 2);
+            (some == 1 ? plain<Section, 1> : plain<Section, 2>)(coeff, state + kWords * c, in + c, out + c, n, negate);
+            c += some;
             continue;
         }
         Lane lane[8];

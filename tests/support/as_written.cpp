@@ -594,8 +594,8 @@ public:
     void set(const BlockAlgo&) override {}
     void run(float* const* in, float* const* out, int n) override
     {
-        for (int i = 0; i < n; ++i)
-            for (int k = 0; k < pairs_; ++k)
+        for (int k = 0; k < pairs_; ++k)
+            for (int i = 0; i < n; ++i)
                 out[k][i] = in[2 * k][i] * in[2 * k + 1][i];
     }
 

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <span>
 #include <string>
 #include <vector>
@@ -38,5 +39,6 @@ struct Kernel {
 };
 
 std::span<const Kernel> kernels();
+inline void PrintTo(const Kernel& kernel, std::ostream* os) { *os << kernel.name; }  // for GoogleTest's messages
 
 }  // namespace as_written

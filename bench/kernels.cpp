@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Hot kernels through the public entry points, each beside the plain loop of its rule.
+#include "measure.h"
+#include "support/as_written.h"
+
+namespace bench {
+namespace {
+
+using as_written::Kernel;
+
+// A kernel's block and its plain loop, with new parameters from time to time: gliding gains are always on their way,
+// for a glide takes longer than a turn. Nothing is set for the types that do not glide.
+class Turning {
+public:
+    Turning(const Kernel& kernel, int channels, int n)
+        : block_(kernel.type, kernel.inputs(channels), kernel.outputs(channels), n), vectors_{
+                                                                                         kernel.vector(channels, 0),
+                                                                                         kernel.vector(channels, 1)}
+    {
+        block_.set(vectors_[0]);
+    }
+
+    template <class Set>
+    void step(Set set)
+    {
+        if (vectors_[0] == vectors_[1] || ++steps_ % kTurn != 0)
+            return;
+        block_.set(vectors_[steps_ / kTurn % 2]);
+        set();
+    }
+    Block& block() { return block_; }
+
+private:
+    static constexpr unsigned kTurn = 256;
+    Block block_;
+    std::vector<float> vectors_[2];
+    unsigned steps_ = 0;
+};
+
+void add(const Kernel& kernel, int channels, int n)
+{
+    const std::string base = name(kernel.name, std::to_string(channels) + "ch", n);
+    const auto pins = [=, &kernel] { return Pins(kernel.inputs(channels), kernel.outputs(channels), n); };
+    benchmark::RegisterBenchmark((base + "/plain").c_str(), [=, &kernel](benchmark::State& state) {
+        Turning turning(kernel, channels, n);
+        const BlockAlgo& blk = *turning.block().algo;
+        const auto loop = kernel.loop(blk);
+        loop->set(blk);
+        const Pins p = pins();
+        measure(state, channels, n, [&] {
+            turning.step([&] { loop->set(blk); });
+            loop->run(p.in.data(), p.out.data(), n);
+        });
+    });
+    benchmark::RegisterBenchmark((base + "/library").c_str(), [=, &kernel](benchmark::State& state) {
+        Turning turning(kernel, channels, n);
+        const Pins p = pins();
+        measure(state, channels, n, [&] {
+            turning.step([] {});
+            turning.block().process(p);
+        });
+    });
+}
+
+}  // namespace
+
+void register_kernels()
+{
+    for (const Kernel& kernel : as_written::kernels())
+        for (const int channels : kernel.sizes)
+            add(kernel, channels, kBlock);
+}
+
+}  // namespace bench
