@@ -113,7 +113,7 @@ std::vector<Curve> curves_of(const Probe& probe, const std::vector<Spectrum>& ou
         else
             curves.push_back({probe.names[i] + suffix, outputs[i], dashed});
     if (!unreached.empty() && !dashed)
-        std::fprintf(stderr, "vantoro: nothing arrives at %s\n", list_of(unreached).c_str());
+        std::fprintf(stderr, "vantoro: left out, for nothing arrives there: %s\n", list_of(unreached).c_str());
     if (curves.empty())
         throw std::runtime_error("nothing arrives at any output; --from chooses another input");
     return curves;

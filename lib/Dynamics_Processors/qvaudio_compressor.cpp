@@ -154,7 +154,7 @@ float peak_level(Compressor_Core* core, int ch, float top, int n)
     return level_db(core->smooth_rms[ch], kAmplitudeDb);
 }
 
-// Up to the target within the block; down by the part 1 - decay_coeff of the way.
+// Up to the target within the block; down by a share of the way, 1 - decay_coeff.
 void ramp(const Compressor_Core& core, float& gain, float target, const float* in, float* out, int n)
 {
     const float keep = core.decay_coeff;
