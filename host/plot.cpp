@@ -104,6 +104,32 @@ void append_curves(std::string& text, const std::vector<Curve>& curves, char blo
     text += '\n';
 }
 
+// In points from the left and the top.
+constexpr int kWidth = 860;
+constexpr double kLeft = 73;
+constexpr double kRight = 838;
+constexpr int kLegendTop = 570;
+constexpr int kLegendRow = 24;
+
+struct Legend {
+    int columns, rows;
+};
+
+// As many columns as the longest name leaves room for, and rows of even length.
+Legend legend_of(const std::vector<Curve>& curves)
+{
+    constexpr double kCharacter = 8.3;  // as gnuplot estimates: what it thinks too wide it leaves out
+    constexpr double kSample = 80;
+    std::size_t longest = 1;
+    for (const Curve& curve : curves)
+        longest = std::max(longest, curve.name.size());
+    const int count = static_cast<int>(curves.size());
+    const double width = kSample + kCharacter * static_cast<double>(longest);
+    const int fitting = std::clamp(static_cast<int>((kRight - kLeft) / width), 1, 4);
+    const int rows = (count + fitting - 1) / fitting;
+    return {(count + rows - 1) / rows, rows};
+}
+
 constexpr const char* kSetup = "set encoding utf8\n"
                                "set style line 100 linecolor rgb '#9a9a9a' linewidth 0.9\n"
                                "set style line 101 linecolor rgb '#dcdcdc' linewidth 0.6\n"
@@ -111,9 +137,7 @@ constexpr const char* kSetup = "set encoding utf8\n"
                                "set border linewidth 1.2\n"
                                "set tics nomirror scale 0.6\n"
                                "set logscale x 10\n"
-                               "set mxtics 10\n"
-                               "set lmargin at screen 0.085\n"
-                               "set rmargin at screen 0.975\n";
+                               "set mxtics 10\n";
 
 // Labelled where engineers read: 1, 2 and 5 of each decade.
 std::string frequency_tics(double last, bool labels)
@@ -165,28 +189,40 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
     std::string text;
     for (std::size_t i = 0; i < curves.size(); ++i)
         append_data(text, axis, curves[i].values, i, range.low);
+    const Legend legend = legend_of(curves);
+    const int height = kLegendTop + legend.rows * kLegendRow + 10;
     // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.
-    text += picture == "svg" ? "set terminal svg size 860,620 font 'Helvetica,Arial,sans-serif,13' noenhanced "
-                               "background rgb 'white'\n"
-                             : "set terminal pngcairo size 1720,1240 font 'Sans,13' fontscale 1.55 linewidth 2 "
-                               "noenhanced background rgb 'white'\n";
+    if (picture == "svg")
+        append(text,
+               "set terminal svg size %d,%d font 'Helvetica,Arial,sans-serif,13' noenhanced background rgb 'white'\n",
+               kWidth, height);
+    else
+        append(text,
+               "set terminal pngcairo size %d,%d font 'Sans,13' fontscale 1.55 linewidth 2 noenhanced background rgb "
+               "'white'\n",
+               2 * kWidth, 2 * height);
     text += kSetup;
+    const auto screen = [&](double from_top) { return 1 - from_top / height; };
+    append(text, "set lmargin at screen %.4f\nset rmargin at screen %.4f\n", kLeft / kWidth, kRight / kWidth);
     const double last = axis.hz(axis.bins.size() - 1);
     append(text, "set xrange [20:%.2f]\n", last);
     text += frequency_tics(last, false) + "set multiplot\n";
-    const double height = range.high - range.low;
+    const double span = range.high - range.low;
     append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics 2\n", range.low, range.high,
-           height <= 20   ? 2.5
-           : height <= 50 ? 5.0
-                          : 10.0);
-    text += "set tmargin at screen 0.93\nset bmargin at screen 0.425\n"
-            "set ylabel 'Magnitude (dB)' offset 1,0\nset title " +
-            literal(title) + " offset 0,-0.4\n";
-    text += "set key horizontal samplen 2.5 spacing 1.1 maxrows 3 at screen 0.53, screen 0.105 center top\n";
+           span <= 20   ? 2.5
+           : span <= 50 ? 5.0
+                        : 10.0);
+    append(text, "set tmargin at screen %.4f\nset bmargin at screen %.4f\n", screen(43), screen(356));
+    text += "set ylabel 'Magnitude (dB)' offset 1,0\nset title " + literal(title) + " offset 0,-0.4\n";
+    append(text,
+           "set key horizontal Left reverse samplen 2.5 spacing 1.2 maxcols %d maxrows %d at screen %.4f, screen %.4f "
+           "center top\n",
+           legend.columns, legend.rows, (kLeft + kRight) / 2 / kWidth, screen(kLegendTop));
     append_curves(text, curves, 'm');
 
-    text += "unset title\nset tmargin at screen 0.40\nset bmargin at screen 0.17\nunset key\n"
-            "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel 'Phase (degrees)' offset 1,0\n"
+    append(text, "unset title\nset tmargin at screen %.4f\nset bmargin at screen %.4f\nunset key\n", screen(372),
+           screen(515));
+    text += "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel 'Phase (degrees)' offset 1,0\n"
             "set yrange [-180:180]\nset ytics 90\nset mytics 3\n";
     text += frequency_tics(last, true);
     append_curves(text, curves, 'p');

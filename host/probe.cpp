@@ -41,16 +41,18 @@ int find_block(const Schematic& schematic, const std::string& id)
     throw std::invalid_argument(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
 }
 
-// "eq", "eq.1", "way.1 high"
+// "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".
 std::string name_of(const Schematic& schematic, const Source& source)
 {
     if (source.block < 0)
         return source.block == Source::kTerminal ? "input" : "silence";
     const Block& block = schematic.blocks[index(source.block)];
-    std::string name = block.id;
-    if (block.pins.outputs > 1)
+    const PinNote* note = note_of(*block.type, PinNote::Side::output, source.pin, block.pins);
+    const bool note_tells = note && (note->first == note->last || note->every >= block.pins.outputs);
+    std::string name = block.title.empty() ? block.id : block.title;
+    if (block.pins.outputs > 1 && (block.title.empty() || !note_tells))
         name += '.' + std::to_string(source.pin);
-    if (const PinNote* note = note_of(*block.type, PinNote::Side::output, source.pin, block.pins))
+    if (note)
         name += ' ' + std::string(note->name);
     return name;
 }
@@ -124,8 +126,11 @@ Probe finish(Schematic schematic)
 Probe probe_graph(Schematic schematic)
 {
     Probe probe = finish(std::move(schematic));
-    for (std::size_t out = 0; out < probe.names.size(); ++out)
-        probe.names[out] = "output " + std::to_string(out) + " (" + probe.names[out] + ')';
+    for (std::size_t out = 0; out < probe.names.size(); ++out) {
+        const int block = probe.schematic.outputs[out].block;
+        if (block < 0 || probe.schematic.blocks[index(block)].title.empty())
+            probe.names[out] = "output " + std::to_string(out) + " (" + probe.names[out] + ')';
+    }
     return probe;
 }
 

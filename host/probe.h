@@ -11,7 +11,7 @@ namespace vantoro {
 
 struct Probe {
     Schematic schematic;             // without timed changes, and without blocks that no output hears
-    std::vector<std::string> names;  // of its outputs: "output 0 (eq)", "way.1 high"
+    std::vector<std::string> names;  // of its outputs: "output 0 (eq)", "way.1 high", or by the title of the block
 };
 
 // All of a schematic.

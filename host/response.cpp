@@ -456,14 +456,15 @@ double Axis::radians(std::size_t i) const { return 2 * std::numbers::pi * bins[i
 Axis make_axis(int rate, int points_per_octave)
 {
     constexpr double kLowest = 20;  // Hz
-    constexpr int kSeconds = 4;     // a bin every 0.25 Hz
+    constexpr double kCentre = 1000;
+    constexpr int kSeconds = 4;  // a bin every 0.25 Hz
     Axis axis{rate, kSeconds * rate, {}};
     axis.size += axis.size % 2;
     while (!smooth(axis.size))
         axis.size += 2;
     const int last = axis.size / 2;
-    for (int i = 0;; ++i) {
-        const double hz = kLowest * std::exp2(static_cast<double>(i) / points_per_octave);
+    for (int i = static_cast<int>(std::floor(std::log2(kLowest / kCentre) * points_per_octave));; ++i) {
+        const double hz = std::max(kLowest, kCentre * std::exp2(static_cast<double>(i) / points_per_octave));
         const int bin = static_cast<int>(std::min<double>(last, std::round(hz * axis.size / rate)));
         if (axis.bins.empty() || bin > axis.bins.back())
             axis.bins.push_back(bin);

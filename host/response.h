@@ -14,8 +14,8 @@ namespace vantoro {
 // A complex gain per frequency of an axis. Empty: nothing arrives.
 using Spectrum = std::vector<std::complex<double>>;
 
-// Where responses are computed: 20 Hz to half the rate, about evenly spaced in octaves, each frequency a bin of one
-// transform, so that a measurement meets it without interpolation.
+// Where responses are computed: 20 Hz to half the rate, about evenly spaced in octaves around 1 kHz, each frequency a
+// bin of one transform, so that a measurement meets it without interpolation.
 struct Axis {
     int rate;  // Hz
     int size;  // of the transform: at least 4 s, 8 times its bins are 2 Hz or closer, with small prime factors only

@@ -99,12 +99,19 @@ private:
                 fault(where + '/' + key, *it, "a text");
     }
 
+    static std::string text_of(const json& object, const char* key)
+    {
+        const auto it = object.find(key);
+        return it != object.end() && it->is_string() ? it->get<std::string>() : std::string();
+    }
+
     void read_top(const json& top)
     {
         known_keys(
             "", top,
             {"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "blocks", "wires", "changes"});
         text_only("", top, {"$schema", "title", "note"});
+        out_.title = text_of(top, "title");
         out_.rate = whole("", top, "rate", kMinRate, kMaxRate);
         out_.block_size = whole("", top, "blockSize", 1, kMaxBlockSize).value_or(out_.block_size);
         inputs_ = whole("", top, "inputs", 0, kMaxPins);
@@ -133,14 +140,15 @@ private:
         if (!good_id(id))
             fault(where, json(id),
                   "an id of letters, digits, _ and -, not beginning with a digit, and neither input nor output");
-        out_.blocks.push_back({id, nullptr, {}, json::object(), {}, {}});
+        out_.blocks.push_back({id, {}, nullptr, {}, json::object(), {}, {}});
         nodes_.push_back({id, nullptr, {}, {}, true});
         if (!block.is_object()) {
             fault(where, block, "a block: {\"type\": ..., \"params\": {...}}");
             return;
         }
-        known_keys(where, block, {"type", "inputs", "outputs", "params", "note"});
-        text_only(where, block, {"note"});
+        known_keys(where, block, {"type", "inputs", "outputs", "params", "title", "note"});
+        text_only(where, block, {"title", "note"});
+        out_.blocks.back().title = text_of(block, "title");
         Node& node = nodes_.back();
         node.inputs = whole(where, block, "inputs", 0, kMaxPins);
         node.outputs = whole(where, block, "outputs", 0, kMaxPins);

@@ -32,6 +32,7 @@ struct Source {
 
 struct Block {
     std::string id;
+    std::string title;  // what pictures call it; empty: its id
     const BlockType* type;
     Pins pins;
     nlohmann::json params;        // by name, as written
@@ -47,6 +48,7 @@ struct Change {
 };
 
 struct Schematic {
+    std::string title;
     std::optional<int> rate;  // Hz; open: any
     int block_size = 64;
     int inputs = 0;               // channels of the terminal "input"

@@ -155,7 +155,19 @@ void add_speaker(std::vector<Curve>& curves, const Spectrum& speaker)
     curves.push_back({"loudspeaker", speaker});
 }
 
-void write(const Options& options, const Axis& axis, const std::vector<Curve>& curves)
+std::string heading(const Options& options, const Probe& probe)
+{
+    std::string text = probe.schematic.title;
+    if (text.empty() || !options.blocks.empty())
+        text = std::filesystem::path(options.schematic).stem().string();
+    if (!options.blocks.empty())
+        text += ": " + list_of(options.blocks);
+    if (probe.schematic.inputs > 1)
+        text += ", from input " + std::to_string(options.from);
+    return text;
+}
+
+void write(const Options& options, const Probe& probe, const Axis& axis, const std::vector<Curve>& curves)
 {
     namespace fs = std::filesystem;
     const std::string type = fs::path(options.output).extension().string().substr(1);
@@ -166,13 +178,8 @@ void write(const Options& options, const Axis& axis, const std::vector<Curve>& c
         if (!file)
             throw std::runtime_error(options.output + ": cannot be written");
     } else {
-        std::string title = fs::path(options.schematic).stem().string();
-        if (!options.blocks.empty())
-            title += ": " + list_of(options.blocks);
-        else
-            title += ", from input " + std::to_string(options.from);
-        run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, title, type), part.part(),
-                    "gnuplot-nox");
+        run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, heading(options, probe), type),
+                    part.part(), "gnuplot-nox");
     }
     part.commit();
 }
@@ -192,7 +199,7 @@ int respond(const Options& options)
         std::vector<Curve> curves = find_curves(options, probe, axis);
         if (!speaker.empty())
             add_speaker(curves, speaker);
-        write(options, axis, curves);
+        write(options, probe, axis, curves);
     } catch (const SchematicError& error) {
         throw UsageError(problem_lines(options.schematic, error));
     } catch (const std::invalid_argument& error) {

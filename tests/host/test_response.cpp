@@ -252,6 +252,22 @@ TEST(Probes, AChainHearsItsInputAndKeepsItsControls)
     EXPECT_THROW(probe_blocks(whole, {"x"}), std::invalid_argument);
 }
 
+// A title names the curve; pins are numbered only where their names leave them open.
+TEST(Probes, TitlesNameCurves)
+{
+    const auto names = [](const std::string& type, const char* wires) {
+        return probe_graph(graph(R"("a": {"title": "Mine", "type": ")" + type + "\"}", wires)).names;
+    };
+    EXPECT_EQ(names("FILTER_CROSSOVER_2WAY", R"(["input.0", "a"], ["a", "output"])"),
+              (std::vector<std::string>{"Mine low", "Mine high"}));
+    EXPECT_EQ(names("FILTER_CROSSOVER_2WAY", R"(["input.0-1", "a"], ["a.0", "output.0"], ["a.2", "output.1"])"),
+              (std::vector<std::string>{"Mine.0 low", "Mine.2 low"}));
+    EXPECT_EQ(
+        names("FILTER_MISCE_STATEVARIABLEQ", R"(["input.0", "a.1"], ["a.2", "output.0"], ["input.0", "output.1"])"),
+        (std::vector<std::string>{"Mine band", "output 1 (input)"}));
+    EXPECT_EQ(names("FILTER_1ST", R"(["input.0", "a"], ["a", "output"])"), std::vector<std::string>{"Mine"});
+}
+
 // ---- the loudspeaker's file, and paper ----
 
 std::string speaker_file(const std::string& text)
@@ -288,6 +304,35 @@ TEST(Plot, TitlesStayText)
     const std::string script = plot_script(kAxis, curves, "'; system('x')\n#", "svg");
     EXPECT_NE(script.find("title '_; system(_x_)_#'"), std::string::npos);
     EXPECT_NE(script.find("title 'it_s_`id`_'"), std::string::npos);
+}
+
+// gnuplot leaves out of a legend what it finds no room for.
+TEST(Plot, TheLegendHasRoomForEveryName)
+{
+    for (const std::size_t count : {1U, 8U, 13U, 40U})
+        for (const std::size_t length : {1U, 20U, 60U}) {
+            const std::vector<Curve> curves(count, {std::string(length, 'W'), Spectrum(kAxis.bins.size(), 1.0)});
+            const std::string script = plot_script(kAxis, curves, "", "svg");
+            int height = 0, columns = 0, rows = 0;
+            std::sscanf(script.c_str() + script.find("size 860,"), "size 860,%d", &height);
+            std::sscanf(script.c_str() + script.find("maxcols"), "maxcols %d maxrows %d", &columns, &rows);
+            EXPECT_GE(static_cast<std::size_t>(columns * rows), count);
+            EXPECT_GE(height, 570 + 24 * rows);  // below the axis, in the font's rows
+            EXPECT_TRUE(columns == 1 || columns * (8 * length + 40) < 765) << columns << " columns of " << length;
+        }
+}
+
+TEST(Axis, HasTheRoundFrequencies)
+{
+    const Axis axis = make_axis(48000, 3);
+    std::vector<double> hz;
+    for (std::size_t i = 0; i < axis.bins.size(); ++i)
+        hz.push_back(axis.hz(i));
+    EXPECT_EQ(hz.front(), 20);
+    EXPECT_EQ(hz.back(), 24000);
+    for (const double round : {31.25, 125.0, 500.0, 1000.0, 2000.0, 16000.0})
+        EXPECT_EQ(std::ranges::count(hz, round), 1) << round;
+    EXPECT_TRUE(std::ranges::is_sorted(hz, std::less_equal<>()));
 }
 
 TEST(Plot, TableHasARowAFrequency)
