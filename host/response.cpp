@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <numbers>
+#include <set>
 #include <span>
 
 #include "vantoro.h"
@@ -28,6 +29,9 @@ bool smooth(int n)
 
 struct Section {
     double b0, b1, b2, a1, a2;
+
+    // The triangle in which both poles lie within the unit circle, its edges included.
+    bool stable() const { return std::abs(a2) <= 1 && std::abs(a1) <= 1 + a2; }
 };
 
 struct Transfer {
@@ -417,10 +421,16 @@ public:
             std::ranges::fill(outputs, unity_);  // goes on, so that every such block is found
             return false;
         }
-        for (const Path& path : rule->paths(engine_.block(number)))
-            carry(at(block.sources[index(path.from)]), path.transfer, outputs[index(path.to)]);
+        for (const Path& path : rule->paths(engine_.block(number))) {
+            const Spectrum& in = at(block.sources[index(path.from)]);
+            carry(in, path.transfer, outputs[index(path.to)]);
+            if (!in.empty() && !std::ranges::all_of(path.transfer.sections, &Section::stable))
+                unstable_.insert(block.id);
+        }
         return true;
     }
+
+    const std::set<std::string>& unstable() const { return unstable_; }
 
 private:
     bool reaches_control(const Block& block) const
@@ -447,6 +457,7 @@ private:
     const Axis& axis_;
     Spectrum unity_, silence_;
     Outputs outputs_;
+    std::set<std::string> unstable_;
 };
 
 }  // namespace
@@ -482,6 +493,7 @@ Computed compute(const Engine& engine, int from, const Axis& axis)
             result.ids.push_back(engine.schematic().blocks[index(number)].id);
     for (const Source& source : engine.schematic().outputs)
         result.outputs.push_back(propagation.at(source));
+    result.unstable.assign(propagation.unstable().begin(), propagation.unstable().end());
     return result;
 }
 

@@ -30,6 +30,8 @@ struct Computed {
     std::vector<Spectrum> outputs;  // of the whole graph
     std::vector<std::string>
         ids;  // blocks on the way that are not linear, or not by themselves; then `outputs` is void
+    std::vector<std::string> unstable;  // blocks on the way with a pole outside of the unit circle: what is drawn of
+                                        // them is never heard
 };
 
 // From channel `from` of the graph's input. Gains that glide count as arrived. What a pin selects (curves, groups, a Q)

@@ -129,6 +129,9 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
     if (!linear && options.method == Method::best)
         std::fprintf(stderr, "vantoro: measured at %g dBFS, for coefficients do not tell what these blocks do: %s\n",
                      options.level_db, list_of(exact.ids).c_str());
+    if (!exact.unstable.empty())
+        std::fprintf(stderr, "vantoro: unstable, so that nobody will hear what is drawn: %s\n",
+                     list_of(exact.unstable).c_str());
     if (linear && (options.method == Method::best || options.method == Method::coefficients))
         return curves_of(probe, exact.outputs, "", false);
     const auto heard =

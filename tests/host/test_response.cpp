@@ -102,6 +102,22 @@ TEST(Coefficients, LinkwitzRileyHalvesSumFlat)
         EXPECT_NEAR(magnitude_db(h), 0, 1e-3);  // single-precision coefficients
 }
 
+// The state-variable filter leaves the stable region where f^2 + 2 f / Q > 4 with f = 2 sin(pi fc / rate).
+TEST(Coefficients, UnstableBlocksAreTold)
+{
+    const auto told = [](const std::string& type, const std::string& params) {
+        return exactly(graph(R"("a": {"type": ")" + type + R"(", "params": )" + params + "}",
+                             R"(["input.0", "a"], ["a", "output"])"))
+            .unstable;
+    };
+    const std::vector<std::string> a{"a"};
+    EXPECT_TRUE(told("FILTER_MISCE_STATEVARIABLE", R"({"fc": 1380, "q": 0.707})").empty());
+    EXPECT_EQ(told("FILTER_MISCE_STATEVARIABLE", R"({"fc": 1390, "q": 0.707})"), a);
+    EXPECT_EQ(told("FILTER_2ND_IIR", R"({"a1": 0, "a2": 1.001})"), a);
+    EXPECT_EQ(told("FILTER_2ND_IIR", R"({"a1": -1.001, "a2": 0})"), a);
+    EXPECT_TRUE(told("FILTER_1ST", R"({"fc": 0})").empty());  // a pole on the circle stays where it is
+}
+
 TEST(Coefficients, OnlyWhatTheSignalReachesMustBeLinear)
 {
     const std::string blocks =
