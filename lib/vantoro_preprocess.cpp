@@ -105,7 +105,8 @@ int BlockAlgo_param_invoke(BlockAlgo* Algo_struct) { ROUTE(param_invoke, 240); }
 int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out)
 {
     const BlockPro* pro = Algo_struct->block_pro;
-    if (pro && pro->nBlockSize < 1)  // then a control pin has no first sample either
+    const bool served = category_of(Algo_struct->method_type).process != nullptr;
+    if (served && pro && pro->nBlockSize < 1)  // then a control pin has no first sample either
         return RT_OK;
     ROUTE(process, 284, data_in, data_out);
 }

@@ -64,3 +64,14 @@ TEST(EntryPoints, TerminalsAndUnknownCategories)
                          "LOG (BlockAlgo_param_invoke(): ,240), wrong input type\n"
                          "LOG (BlockAlgo_destroy(): ,332), wrong input type\n");
 }
+
+TEST(EntryPoints, ReportsATerminalAtABlockSizeOfZeroToo)
+{
+    rig::Log log;
+    BlockPro pro = {48000, 16, 0, 0, 0};
+    BlockAlgo terminal = {};
+    terminal.block_pro = &pro;
+    terminal.method_type = EN_IN_AUDIO_INPUT;
+    EXPECT_EQ(BlockAlgo_process(&terminal, nullptr, nullptr), 0);
+    EXPECT_EQ(log.all(), "LOG (BlockAlgo_process(): ,284), wrong input type\n");
+}
