@@ -47,9 +47,9 @@ float alpha_slope(const Corner& c, float A, float slope)
 float alpha_octaves(const Corner& c, float octaves)
 {
     constexpr float kHalfLn2 = 0.3465736F;
-    // Close to half the sampling rate the warp outgrows sinh's range. e^80 is as good as infinite: band-pass and notch
-    // then are 1 and 0 everywhere, where an overflow would make them NaN.
-    constexpr float kLargest = 80.0F;
+    // Close to half the sampling rate the warp outgrows sinh's range, which ends at 89.416. What is beyond is as good
+    // as infinite: band-pass and notch then are 1 and 0 everywhere, where an overflow would make them NaN.
+    constexpr float kLargest = 89.4F;
     if (c.sin == 0.0F)
         return 0.0F;  // 0 Hz: a band without width
     return c.sin * std::sinh(std::clamp(octaves * kHalfLn2 * c.w / c.sin, -kLargest, kLargest));

@@ -308,3 +308,23 @@ TEST(FilterDesign, AnswersEverythingWithNumbers)
                         }
                     }
 }
+
+// Up to where sinh overflows, the formula itself; beyond, numbers.
+TEST(BandWidth, FollowsTheWarpUpToTheEndOfSinh)
+{
+    const auto notch_at = [](float fc) {
+        float vector[] = {1, 0, Gen_BS, 0, fc, 11, 0};
+        float coeff[5];
+        SecondOrder_Core core = {1, 0, coeff, nullptr};
+        calculateFilter2ndGeneralCoeffs(&core, vector, 48000);
+        return coeff[0];
+    };
+    for (const float fc : {22940.0F, 23000.0F}) {
+        const double w = 2 * std::numbers::pi * fc / 48000;
+        const double arg = 3.8123095 * w / std::sin(w);
+        const double b0 = 1 / (1 + std::sin(w) * std::sinh(arg));
+        EXPECT_GT(arg, 80.0);
+        EXPECT_NEAR(notch_at(fc) / b0, 1.0, 5e-4);  // the last bit of w is 1e-6 of its sine: 9e-5 of the exponential
+    }
+    EXPECT_TRUE(std::isfinite(notch_at(24000)));
+}
