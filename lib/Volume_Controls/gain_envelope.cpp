@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "../common/new_block.h"
@@ -24,6 +25,9 @@ constexpr std::ptrdiff_t vector_size(int points) { return kGainEnvelopeParamOffs
 
 float to_gain(double db) { return static_cast<float>(std::pow(10.0, db / 20.0)); }
 
+// Samples and whole dB are subtracted as integers: a float counts samples only to 2^24, six minutes at 48 kHz.
+float difference(int a, int b) { return static_cast<float>(std::int64_t{a} - b); }
+
 // Segment `gear`; behind the last point everything is the last point.
 void load_segment(GainEnvelope_Core* core, int gear)
 {
@@ -35,9 +39,8 @@ void load_segment(GainEnvelope_Core* core, int gear)
     core->gain_dB_e = lbx::to_int(core->Gains_dB[to]);
     core->point_s = lbx::to_int(core->Points[from]);
     core->point_e = lbx::to_int(core->Points[to]);
-    const float rise = static_cast<float>(core->gain_dB_e) - static_cast<float>(core->gain_dB_s);
-    const float run = static_cast<float>(core->point_e) - static_cast<float>(core->point_s);
-    core->rate = run == 0.0F ? 0.0F : rise / run;
+    const float run = difference(core->point_e, core->point_s);
+    core->rate = run == 0.0F ? 0.0F : difference(core->gain_dB_e, core->gain_dB_s) / run;
 }
 
 void restart(GainEnvelope_Core* core)
@@ -48,7 +51,7 @@ void restart(GainEnvelope_Core* core)
 
 float level_gain(const GainEnvelope_Core* core)
 {
-    const float run = static_cast<float>(core->counter) - static_cast<float>(core->point_s);
+    const float run = difference(core->counter, core->point_s);
     return GainTableFindNeast(core->gains_table, static_cast<float>(core->gain_dB_s) + core->rate * run);
 }
 

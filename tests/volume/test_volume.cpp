@@ -301,3 +301,13 @@ TEST(GainEnvelope, OddCurvesStaySafeAndFinite)
     EXPECT_EQ(log.messages(), (std::vector<std::string>{"GainEnvelope param:\n\n", "LoopFlag: 0.000000\n",
                                                         "NumPoints: 2.000000\n", "\n\n"}));
 }
+
+TEST(GainEnvelope, CountsSamplesExactlyOnLongCurves)
+{
+    rig::Rig blk(EN_VC_GAINENVELOPE, 2, 1, {.block = 1});
+    blk.fill(1, 1.0F);
+    blk.set({0, 2, 400'000, 400'001, 0, -48});  // 1 dB per sample, beyond 2^24 samples
+    core_of<GainEnvelope_Core>(blk)->counter = 19'200'001;
+    blk.process();
+    EXPECT_FLOAT_EQ(blk.out(0)[0], static_cast<float>(db_gain(-1)));
+}
