@@ -4,8 +4,8 @@
 //   EN_MIXERS_MERGE                n in,  1 out   no gains: the mean of the inputs
 //   EN_MIXERS_SINGLE, _SLEW        n in,  1 out   one gain: of the sum
 //   EN_MIXERS_MULTI, _SLEW         n in,  1 out   one gain per input
-//   EN_MIXERS_STEREO, _SLEW        2k in, 2 out   one gain per pair of inputs (left, right); an odd last input is
-//   unused EN_MIXERS_CROSS, _SLEW         n in,  m out   n x m gains: from input i to output j is gain i * m + j
+//   EN_MIXERS_STEREO, _SLEW        2k in, 2 out   one gain per pair (left, right); an odd last input is unused
+//   EN_MIXERS_CROSS, _SLEW         n in,  m out   n x m gains: from input i to output j is gain i * m + j
 //   EN_SPLIT_SINGLE, _SLEW         1 in,  m out   one gain
 //   EN_SPLIT_MULTI, _SLEW          1 in,  m out   one gain per output
 //   EN_SPLIT_T_CONNECT             1 in,  m out   no gains: copies
