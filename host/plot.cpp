@@ -42,34 +42,71 @@ std::string literal(std::string_view text)
     return safe + '\'';
 }
 
-// Frequency and dB; frequency and degrees. At a blank line the pen lifts: where nothing is known, and in the phase
-// where it wraps round, and where the level is out of the picture, below `low_db`.
-void append_data(std::string& text, const Axis& axis, const Spectrum& values, std::size_t number, double low_db)
-{
-    append(text, "$m%zu << EOD\n", number);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (known(values[i]))
-            append(text, "%.2f %.3f\n", axis.hz(i), magnitude_db(values[i]));
-        else
-            text += '\n';
-    }
-    append(text, "EOD\n$p%zu << EOD\n", number);
-    double last = 0;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const double phase = phase_deg(values[i]);
-        const bool shown = known(values[i]) && magnitude_db(values[i]) > low_db;
-        if (!shown || std::abs(phase - last) > 180)
-            text += '\n';
-        if (shown)
-            append(text, "%.2f %.2f\n", axis.hz(i), phase);
-        last = phase;
-    }
-    text += "EOD\n";
-}
-
 struct Range {
     double low, high;  // dB
 };
+
+struct Point {
+    double hz, value;
+};
+
+// One stroke of the pen, without the points that a straight line stands for within `tolerance`: a cone from the last
+// point drawn narrows until a point lies outside (J. Sklansky and V. Gonzalez, "Fast Polygonal Approximation of
+// Digitized Curves").
+void append_stroke(std::string& text, std::vector<Point>& stroke, double tolerance)
+{
+    const auto draw = [&](const Point& p) { append(text, "%.6g %.3f\n", p.hz, p.value); };
+    constexpr double kOpen = std::numeric_limits<double>::infinity();
+    double low = -kOpen;
+    double high = kOpen;
+    for (std::size_t i = 0, from = 0; i < stroke.size(); ++i) {
+        const auto slope = [&](double offset) {
+            return (stroke[i].value + offset - stroke[from].value) / std::log(stroke[i].hz / stroke[from].hz);
+        };
+        if (i > from && (slope(0) < low || slope(0) > high)) {
+            from = i - 1;
+            low = -kOpen;
+            high = kOpen;
+            draw(stroke[from]);
+        }
+        if (i == 0 || i + 1 == stroke.size())
+            draw(stroke[i]);
+        if (i > from) {
+            low = std::max(low, slope(-tolerance));
+            high = std::min(high, slope(tolerance));
+        }
+    }
+    text += '\n';
+    stroke.clear();
+}
+
+// Frequency and dB; frequency and degrees. The pen lifts where nothing is known, and in the phase where it wraps round,
+// and where the level is out of the picture.
+void append_data(std::string& text, const Axis& axis, const Spectrum& values, std::size_t number, Range range)
+{
+    constexpr double kHeight = 3130;  // of the magnitude's frame, in tenths of a point
+    constexpr double kPhaseHeight = 1430;
+    std::vector<Point> stroke;
+    append(text, "$m%zu << EOD\n", number);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (known(values[i]))
+            stroke.push_back({axis.hz(i), magnitude_db(values[i])});
+        else
+            append_stroke(text, stroke, (range.high - range.low) / kHeight);
+    }
+    append_stroke(text, stroke, (range.high - range.low) / kHeight);
+    append(text, "EOD\n$p%zu << EOD\n", number);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double phase = phase_deg(values[i]);
+        const bool shown = known(values[i]) && magnitude_db(values[i]) > range.low;
+        if (!shown || (!stroke.empty() && std::abs(phase - stroke.back().value) > 180))
+            append_stroke(text, stroke, 360 / kPhaseHeight);
+        if (shown)
+            stroke.push_back({axis.hz(i), phase});
+    }
+    append_stroke(text, stroke, 360 / kPhaseHeight);
+    text += "EOD\n";
+}
 
 // Round numbers round the curves.
 Range range_of(const std::vector<Curve>& curves)
@@ -188,7 +225,7 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
     const Range range = range_of(curves);
     std::string text;
     for (std::size_t i = 0; i < curves.size(); ++i)
-        append_data(text, axis, curves[i].values, i, range.low);
+        append_data(text, axis, curves[i].values, i, range);
     const Legend legend = legend_of(curves);
     const int height = kLegendTop + legend.rows * kLegendRow + 10;
     // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <numbers>
+#include <sstream>
 
 #include <unistd.h>
 
@@ -320,6 +321,33 @@ TEST(Plot, TitlesStayText)
     const std::string script = plot_script(kAxis, curves, "'; system('x')\n#", "svg");
     EXPECT_NE(script.find("title '_; system(_x_)_#'"), std::string::npos);
     EXPECT_NE(script.find("title 'it_s_`id`_'"), std::string::npos);
+}
+
+// What is drawn is the curve, to a tenth of a point on paper, in a fraction of its points.
+TEST(Plot, StraightStretchesNeedTwoPoints)
+{
+    const Axis axis = make_axis(48000, 48);
+    const Spectrum curve = exactly(single("FILTER_2ND_GENERAL", R"({"q": 8, "boostDb": 12})"), axis).outputs[0];
+    std::istringstream script(plot_script(axis, {{"peak", curve}}, "", "svg"));
+    std::string line;
+    std::getline(script, line);
+    ASSERT_EQ(line, "$m0 << EOD");
+    double last_hz = 0, last_db = 0, hz = 0, db = 0, worst = 0;
+    std::size_t at = 0;
+    int drawn = 0;
+    for (; std::getline(script, line) && std::sscanf(line.c_str(), "%lf %lf", &hz, &db) == 2; ++drawn) {
+        for (; at < curve.size() && axis.hz(at) <= hz * 1.00001; ++at)
+            if (drawn > 0)
+                worst = std::max(
+                    worst, std::abs(magnitude_db(curve[at]) -
+                                    std::lerp(last_db, db, std::log(axis.hz(at) / last_hz) / std::log(hz / last_hz))));
+        last_hz = hz;
+        last_db = db;
+    }
+    EXPECT_EQ(at, curve.size());
+    EXPECT_LT(worst, 0.008);  // of a frame of 20 dB in 3130 tenths of a point, and the digits
+    EXPECT_LT(drawn, 120);    // of 493
+    EXPECT_GT(drawn, 20);
 }
 
 // gnuplot leaves out of a legend what it finds no room for.
