@@ -33,6 +33,16 @@ constexpr std::array kColours = {"#0b5394", "#c2410c", "#15803d", "#7e22ce",
 
 bool known(std::complex<double> h) { return !std::isnan(h.real()); }
 
+// A field of a table, quoted where its text asks for it (RFC 4180).
+std::string field(std::string text)
+{
+    if (text.find_first_of(",\"\r\n") == text.npos)
+        return text;
+    for (std::size_t at = 0; (at = text.find('"', at)) != text.npos; at += 2)
+        text.insert(at, 1, '"');
+    return '"' + text + '"';
+}
+
 // Text between single quotes: what could end them, or a line, is replaced.
 std::string literal(std::string_view text)
 {
@@ -207,7 +217,7 @@ std::string csv_text(const Axis& axis, const std::vector<Curve>& curves)
 {
     std::string text = "frequency (Hz)";
     for (const Curve& curve : curves)
-        text += ',' + curve.name + " (dB)," + curve.name + " (deg)";
+        text += ',' + field(curve.name + " (dB)") + ',' + field(curve.name + " (deg)");
     for (std::size_t i = 0; i < axis.bins.size(); ++i) {
         append(text, "\n%.6g", axis.hz(i));
         for (const Curve& curve : curves)

@@ -388,6 +388,8 @@ TEST(Plot, TableHasARowAFrequency)
     EXPECT_TRUE(text.starts_with("frequency (Hz),one (dB),one (deg),half (dB),half (deg)\n20,0.0000,90.000,,\n"))
         << text.substr(0, 100);
     EXPECT_TRUE(text.ends_with("\n4000,0.0000,90.000,-6.0206,0.000\n"));
+    const std::string quoted = csv_text(kAxis, {{"a 5\" way, measured", half}});
+    EXPECT_TRUE(quoted.starts_with("frequency (Hz),\"a 5\"\" way, measured (dB)\",\"a 5\"\" way, measured (deg)\"\n"));
 }
 
 }  // namespace
