@@ -435,10 +435,12 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
             const f8 y = section[p].step(every<f8>(in[i]));
             sum[p] = mul_add(y, y, sum[p]);
         });
+    float words[16 * kPackets];
     repeat<kPackets>([&](auto p) {
-        store_words(state + 16 * p, section[p].state);
+        store_words(words + 16 * p, section[p].state);
         store(sums + 8 * p, sum[p]);
     });
+    std::copy_n(words, 2 * bank.bands, state);  // idle lanes have run, too
 }
 
 }  // namespace

@@ -120,7 +120,7 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
 
 // Sections side by side on one input, for meters: sums[k] becomes the sum of squares of band k's output over the block,
 // fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word. Sums and state have room for kLanes
-// bands; what lies behind the bands in use is scratch.
+// bands; behind the bands in use sums are scratch, and the state stays.
 struct Bank {
     static constexpr int kMaxBands = 10, kLanes = 16;
     int bands;

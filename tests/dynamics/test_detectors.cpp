@@ -250,3 +250,12 @@ TEST(LookUpTable, TwoIndexesPickAnEntryInDecibelsOrLinear)
     EXPECT_EQ(blk.process(), 0);
     EXPECT_EQ(blk.out(0)[0], -30.0F);
 }
+
+TEST(LevelDetector, ABandThatJoinsStartsFromSilence)
+{
+    rig::Rig blk(EN_DETECTORS_MULTI_BAND, 1, 1);
+    feed(blk, 0.9F, 3);
+    blk.set({1, 20, 0, 20, 2, Detector_BP, 1000, 1, Detector_LP, 100, 1});
+    feed(blk, 0.0F, 1);
+    EXPECT_NEAR(LevelDetector_levels(blk.block(), nullptr)[1], -180.0F, 0.1F);
+}

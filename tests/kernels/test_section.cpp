@@ -243,8 +243,7 @@ TEST(Section, BankSumsTheSquaresOfEveryBand)
                     }
                 run_bank(bank, state.data(), x.data(), n, sums.data());
                 ASSERT_EQ(rig::bits(std::span(sums).first(expected.size())), rig::bits(expected));
-                const std::size_t words = 2 * expected.size();
-                ASSERT_EQ(rig::bits(std::span(state).first(words)), rig::bits(std::span(model).first(words)));
+                ASSERT_EQ(rig::bits(state), rig::bits(model));
             }
         }
 }
