@@ -2,6 +2,7 @@
 #include "crossover.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numbers>
 
 #include "../common/new_block.h"
@@ -19,12 +20,12 @@ using namespace lbx;
 
 struct Response {
     int order;        // 2: one bilinear section; 3 and 4: two sections of filter_design
-    float inverse_q;  // of the former
+    float inverse_q;  // of the former, but for LR12
     int algorithm;    // of the latter
     int times;        // in series
 };
 constexpr Response kResponses[] = {
-    {2, 2.0F, 0, 1},                // LR12
+    {2, 0, 0, 1},                   // LR12
     {2, kButterworth, 0, 1},        // Butter12
     {2, kBessel, 0, 1},             // Bessel12
     {3, 0, kDesignButterworth, 1},  // Butter18
@@ -47,6 +48,17 @@ void designed_pair(const Response& response, float wn, int kind, float gain, flo
     write_section({1.0F, second[0], second[1], 1.0F, second[2], second[3]}, 1.0F, coeff + 5);
 }
 
+// LR12: two equal real poles. `omega` is pi Fc, `theta` that per sample.
+Sos equal_poles(float omega, float theta, float rate_hz, int kind)
+{
+    const float k = theta != 0.0F ? omega / std::tan(theta) : rate_hz;  // what the quotient tends to
+    const float omega2 = omega * omega, k2 = k * k, cross = 2.0F * k * omega;
+    const float a0 = k2 + cross + omega2, a1 = 2.0F * omega2 - 2.0F * k2, a2 = k2 - cross + omega2;
+    if (kind == kDesignLowPass)
+        return {omega2, 2.0F * omega2, omega2, a0, a1, a2};
+    return {k2, -2.0F * k2, k2, a0, a1, a2};
+}
+
 void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float gain, int kind)
 {
     if (type < 0 || type >= std::ssize(kResponses))
@@ -57,9 +69,13 @@ void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float
         designed_pair(response, 2.0F * fc_hz / rate_hz, kind, gain, coeff, ba);
         floats = 10;
     } else {
-        const float half_angle = static_cast<float>(std::numbers::pi * static_cast<double>(fc_hz)) / rate_hz;
+        const auto omega = static_cast<float>(std::numbers::pi * static_cast<double>(fc_hz));
+        const float theta = omega / rate_hz;
         const auto bilinear = kind == kDesignLowPass ? bilinear_low_pass : bilinear_high_pass;
-        write_section(bilinear(half_angle, response.inverse_q), gain, coeff);
+        Sos h = type == LR12 ? equal_poles(omega, theta, rate_hz, kind) : bilinear(theta, response.inverse_q);
+        for (float* b : {&h.b0, &h.b1, &h.b2})
+            *b *= gain;  // before the division, whose rounding is the last
+        write_section(h, 1.0F, coeff);
     }
     if (response.times == 2)
         std::copy_n(coeff, floats, coeff + floats);
@@ -123,13 +139,13 @@ struct Crossover : Core {
 constexpr const Ways& ways(const Crossover2Way_Core*) { return kTwoWays; }
 constexpr const Ways& ways(const Crossover3Way_Core*) { return kThreeWays; }
 
-void note(Crossover2Way_Core* core, const int* sections, const bool* inverted)
+void note(Crossover2Way_Core* core, const int* sections, const int* inverted)
 {
     core->sos_low = sections[0];
     core->sos_high = sections[1];
     core->invert1 = inverted[0];
 }
-void note(Crossover3Way_Core* core, const int* sections, const bool* inverted)
+void note(Crossover3Way_Core* core, const int* sections, const int* inverted)
 {
     core->sos_low = sections[0];
     core->sos_high = sections[1];
@@ -176,7 +192,7 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
     float* coeff = core->coeffArray;
     const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
     SplitBand band[Split::kMaxBands] = {};
-    bool inverted[Split::kMaxBands] = {};
+    int inverted[Split::kMaxBands] = {};
     for (int f = 0; f < way.filters; ++f) {
         const Filter& filter = way.filter[f];
         const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_to(param[filter.gain], kLevelRange));
@@ -185,8 +201,10 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
         coeff += std::ptrdiff_t{5} * sections[f];
         band[std::min(f, way.bands - 1)].sections += sections[f];
     }
-    for (int b = 0; b < way.bands; ++b)
-        band[b].negate = inverted[b] = way.polarity[b] >= 0 && to_flag(param[way.polarity[b]]);
+    for (int b = 0; b < way.bands; ++b) {
+        inverted[b] = way.polarity[b] >= 0 ? to_int(param[way.polarity[b]]) : 0;
+        band[b].negate = inverted[b] != 0;
+    }
     note(core, sections, inverted);
     set_split(core->split, core->coeffArray, band, way.bands);
 }

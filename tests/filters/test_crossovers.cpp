@@ -165,7 +165,7 @@ TEST(Crossover, ANewTypeKeepsTheWordsItHasAndAddsSilence)
         blk.set({static_cast<float>(type), 700, 0, LR12, 700, 0, 2});
         EXPECT_EQ(core->sos_low, sections_of(type));
         EXPECT_EQ(core->sos_high, 1);
-        EXPECT_EQ(core->invert1, 1);
+        EXPECT_EQ(core->invert1, 2);
         EXPECT_EQ(core->stateArray, blk->pStateC);
         EXPECT_EQ(core->coeffArray, blk->pStateB);
         const auto words = static_cast<std::size_t>(4 * (core->sos_low + 1));
@@ -253,4 +253,14 @@ TEST(Crossover, TakesItsPinsByTheRuleAndTellsItsParameters)
     EXPECT_EQ(messages[10], "Low_Type: 5 \n\n");
     EXPECT_EQ(messages[18], "Med_Hp_Type: 5 \n\n");
     EXPECT_EQ(messages[22], "Polarity2: 0.000000 \n\n");
+}
+
+TEST(Crossover, GainsScaleTheNumeratorBeforeTheDivision)
+{
+    float coeff[5], ba[17];
+    for (float fc = 40; fc < 20000; fc *= 1.3F) {
+        calculateHP(coeff, ba, 48000, Butter12, fc, 0.3F);
+        const float t = std::tan(static_cast<float>(std::numbers::pi * static_cast<double>(fc)) / 48000);
+        EXPECT_EQ(coeff[1], -0.6F / (t * t + 1.4142F * t + 1)) << fc;
+    }
 }
