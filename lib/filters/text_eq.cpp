@@ -3,6 +3,7 @@
 
 #include <numbers>
 
+#include "../common/biquad.h"
 #include "equaliser.h"
 
 namespace {
@@ -65,7 +66,9 @@ void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc
         LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
         std::exit(-1);
     }
-    write_section(h, gain * linear_gain(gainDB), coeffArray);
+    write_section(h, gain, coeffArray);
+    for (const int b : {BIQUAD_B0, BIQUAD_B1, BIQUAD_B2})
+        coeffArray[b] *= linear_gain(gainDB);
 }
 
 BlockAlgo* TextEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)

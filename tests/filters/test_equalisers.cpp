@@ -250,3 +250,13 @@ TEST(EqualiserDeathTest, UnknownBandTypesEndTheProcess)
                 "calculateTextEQCoeffs.*ErrorXXX: You should choose a filter type!");
     EXPECT_EXIT(set(EN_FILTER_TEXTEQ, {1, 0, 0, -1, 0, 1000, 1, 0}), status, "ErrorXXX");  // also when switched off
 }
+
+TEST(Equaliser, ABandsOwnGainComesLast)
+{
+    float plain[5], scaled[5];
+    for (float fc = 40; fc < 20000; fc *= 1.3F) {
+        calculateTextEQCoeffs(plain, kFs, Text_LP, fc, 0.8F, 4.3F, 0);
+        calculateTextEQCoeffs(scaled, kFs, Text_LP, fc, 0.8F, 4.3F, -2.7F);
+        EXPECT_EQ(scaled[0], plain[0] * std::pow(10.0F, -2.7F / 20)) << fc;
+    }
+}
