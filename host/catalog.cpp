@@ -28,20 +28,21 @@ std::string key(std::string_view name)
     return out.starts_with("en_") ? out.substr(3) : out;
 }
 
-// Levenshtein, "Binary Codes Capable of Correcting Deletions, Insertions, and Reversals".
+// Letters to insert, drop, replace, or exchange with their neighbour: F. Damerau, "A Technique for Computer Detection
+// and Correction of Spelling Errors".
 std::size_t edit_distance(std::string_view a, std::string_view b)
 {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t replace = diagonal + (a[i] != b[j]);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replace, row[j] + 1, diagonal + 1});
+    std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+    std::iota(d[0].begin(), d[0].end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        d[i][0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            d[i][j] = std::min({d[i - 1][j - 1] + (a[i - 1] != b[j - 1]), d[i - 1][j] + 1, d[i][j - 1] + 1});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
         }
     }
-    return row.back();
+    return d.back().back();
 }
 
 // How far `wanted` is from a name: from the whole, or, one step more, from words of it ("gain" in basic_gain) or from a
@@ -70,6 +71,21 @@ std::vector<std::string_view> matches(std::string_view word, std::span<const std
         if (d <= near.front().first + 1)
             out.push_back(candidate);
     return out;
+}
+
+// Whether a word stands in what is told of a type: its summary, its parameters, their choices.
+bool speaks_of(const BlockType& type, std::string_view word)
+{
+    constexpr std::size_t kShortest = 3;
+    const auto has = [&](std::string_view text) { return lower(text).find(word) != std::string::npos; };
+    const auto told = [&](const Param& param) {
+        return has(param.name) || std::ranges::any_of(param.choices, has, &Choice::name);
+    };
+    return word.size() >= kShortest &&
+           (has(type.summary) || std::ranges::any_of(type.layout, [&](const Slot& slot) {
+                return told(slot.param) ||
+                       (slot.table && (has(slot.table->name) || std::ranges::any_of(slot.table->columns, told)));
+            }));
 }
 
 std::optional<int> as_code(std::string_view text)
@@ -121,7 +137,16 @@ std::vector<std::string> nearest_types(std::string_view name)
     for (const Category& category : categories())
         for (const BlockType& type : category.types)
             names.push_back(type.name);
-    const std::vector<std::string_view> near = matches(name, names);
+    const std::string wanted = key(name);
+    std::vector<std::string_view> near = matches(name, names);
+    // A word of a name goes before descriptions, what is only spelt alike behind them.
+    auto place = near.begin();
+    while (place != near.end() && distance(wanted, key(*place)) <= 1)
+        ++place;
+    for (const Category& category : categories())
+        for (const BlockType& type : category.types)
+            if (speaks_of(type, wanted) && std::ranges::find(near, type.name) == near.end())
+                place = near.insert(place, type.name) + 1;
     return {near.begin(), near.begin() + std::min<std::ptrdiff_t>(std::ssize(near), 3)};
 }
 

@@ -143,7 +143,8 @@ std::span<const Category> categories();
 const BlockType* find_type(int code);
 // By enumerator, with or without EN_, in any case, or by code (decimal or 0x...); null: unknown.
 const BlockType* find_type(std::string_view name_or_code);
-std::vector<std::string> nearest_types(std::string_view name);  // at most three, nearest first
+// At most three types: a word of whose name it is, in whose description it stands, or whose names come near.
+std::vector<std::string> nearest_types(std::string_view name);
 // The candidate with the smallest edit distance, in any case; empty when none comes near.
 std::string nearest(std::string_view word, std::span<const std::string_view> candidates);
 

@@ -140,7 +140,11 @@ private:
         if (std::isfinite(v) && whole && v >= param.min && v <= param.max &&
             (below == 0 || v < static_cast<float>(below)))
             return v;
-        fault(where, value, below == 0 ? range_text(param) : "a whole number from 0 to " + std::to_string(below - 1));
+        const bool too_large = std::isinf(v) && v >= param.min && v <= param.max;
+        fault(where, value,
+              below > 0   ? "a whole number from 0 to " + std::to_string(below - 1)
+              : too_large ? "a number of single precision, to 3.4e38"
+                          : range_text(param));
         return param.usual;
     }
 

@@ -237,7 +237,7 @@ TEST(Faults, EachSaysWhereWhatAndWhatWouldBeRight)
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"type", 0.5}}, "/type", "0.5", "one of GeneralLP,"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"q", 17}}, "/q", "17", "a number from 0.01 to 16"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", "1k"}}, "/fc", "\"1k\"", "any number"},
-        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", 1e39}}, "/fc", "1e+39", "any number"},
+        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", 1e39}}, "/fc", "1e+39", "single precision"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"enable", 2}}, "/enable", "2", "0 or 1"},
         {EN_FILTER_2ND_COMMON, {1, 1}, json::array(), "", "[]", "an object"},
         {EN_BASIC_LOGIC_BUFFER_GATE, {1, 1}, {{"bit", 1.5}}, "/bit", "1.5", "a whole number from 0 to 31"},
@@ -309,6 +309,11 @@ TEST(Types, AreFoundByNameAndCodeAndByWhatComesNear)
     EXPECT_EQ(nearest_types("BASIC_GIN"), (std::vector<std::string>{"BASIC_GAIN", "BASIC_GAIN_SLEW"}));
     EXPECT_EQ(nearest_types("gain").front(), "BASIC_GAIN");  // a word of the name
     EXPECT_EQ(nearest_types("comprssor").front(), "DP_COMPRESSOR_RMS");
+    EXPECT_EQ(nearest_types("gian").front(), "BASIC_GAIN");  // exchanged letters
+    EXPECT_EQ(nearest_types("peaking"),                      // choices, also in tables
+              (std::vector<std::string>{"FILTER_2ND_GENERAL", "FILTER_2ND_COMMON", "FILTER_TEXTEQ"}));
+    EXPECT_EQ(nearest_types("volume").front(), "LOUDNESS_LH");                    // before what is spelt alike
+    EXPECT_EQ(nearest_types("Butterworth").front(), "FILTER_2ND_BESSEL_BUTTER");  // a summary
     EXPECT_TRUE(nearest_types("xyzzy").empty());
     std::set<std::string_view> names;
     for (const BlockType* type : every_type())
