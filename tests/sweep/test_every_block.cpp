@@ -170,6 +170,11 @@ TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
             ASSERT_LT(k, 100) << row.type;
             rig::Rig blk(row.type, row.inputs, row.outputs), twin(row.type, row.inputs, row.outputs);
             ASSERT_TRUE(blk && twin) << row.type;
+            const Signals signal = rig::stimulus(row.inputs, 256);
+            for (rig::Rig* one : {&blk, &twin}) {
+                restart_noise();
+                one->run(signal);
+            }
             std::vector<float> vector = row.vector;
             const long before = rig::Allocator::calls();
             rig::Allocator::fail_at(k);
@@ -178,7 +183,6 @@ TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
             if (rig::Allocator::calls() <= before + k)
                 break;
             EXPECT_EQ(result, RT_ERR_MALLOC) << row.type << " allocation " << k;
-            const Signals signal = rig::stimulus(row.inputs, 256);
             restart_noise();
             const auto kept = all_bits(blk.run(signal));
             restart_noise();
