@@ -44,16 +44,14 @@ TEST(Arithmetic, ComputesEveryPin)
 TEST(Arithmetic, AddsInOrderOverAnyInput)
 {
     constexpr int kBlock = 131;
+    const std::vector<Values> x = {rig::noise(kBlock, 1), rig::noise(kBlock, 2), rig::noise(kBlock, 3)};
+    Values expected;
+    for (std::size_t i = 0; i < kBlock; ++i)
+        expected.push_back((x[0][i] + x[1][i]) + x[2][i]);
     for (int target = 0; target < 3; ++target) {
         rig::Rig blk(EN_BASIC_ARITH_ADD, 3, 1, {.block = kBlock});
-        for (int pin = 0; pin < 3; ++pin)
-            std::ranges::copy(rig::noise(kBlock, static_cast<std::uint32_t>(pin + 1)), blk.in(pin).begin());
-        std::vector<float> expected;
-        for (std::size_t i = 0; i < kBlock; ++i)
-            expected.push_back((blk.in(0)[i] + blk.in(1)[i]) + blk.in(2)[i]);
         blk.alias(0, target);
-        blk.process();
-        EXPECT_EQ(rig::bits(blk.in(target)), rig::bits(expected)) << target;
+        EXPECT_EQ(blk.run(x)[0], expected) << target;
     }
 }
 
@@ -62,24 +60,17 @@ TEST(SmoothedLevel, IsAOnePoleAverageOfTheMagnitude)
     rig::Rig blk(EN_BASIC_ARITH_RMS, 2, 2);
     const auto& rate = static_cast<RmsWithTcSt*>(blk->AlgoCore)->rms_rate;
     EXPECT_NEAR(rate, std::pow(10.0, 72.0 / 480000.0) - 1, 1e-7);
-    blk.fill(0, -0.5F);
-    blk.fill(1, 2.0F);
-    blk.process();
+    const std::vector<Values> signal = {Values(64, -0.5F), Values(64, 2.0F)};
+    const auto y = blk.run(signal);
     // By the closed form of the step response; 64 roundings of values below 1e-2.
     const double left = std::pow(1.0 - static_cast<double>(rate), 64);
-    EXPECT_NEAR(blk.out(0)[63], 0.5 * (1 - left), 1e-8);
-    EXPECT_NEAR(blk.out(1)[63], 2.0 * (1 - left), 4e-8);
-    const float reached = blk.out(0)[63];
+    EXPECT_NEAR(y[0][63], 0.5 * (1 - left), 1e-8);
+    EXPECT_NEAR(y[1][63], 2.0 * (1 - left), 4e-8);
     EXPECT_EQ(blk.set({121, 0}), RT_OK);  // the level goes on
-    blk.process();
-    EXPECT_NEAR(blk.out(0)[0], reached, 3e-4);
-}
+    EXPECT_NEAR(blk.run(signal)[0][0], y[0][63], 3e-4);
 
-TEST(SmoothedLevel, TakesAnExcessiveTimeAsGivenUntilItIsUpdated)
-{
+    // A time too long acts as given until it is applied again.
     rig::Log log;
-    rig::Rig blk(EN_BASIC_ARITH_RMS, 1, 1);
-    const auto& rate = static_cast<RmsWithTcSt*>(blk->AlgoCore)->rms_rate;
     blk.set({20000, 1});
     EXPECT_NE(log.all().find("rmsWIthTcTime:20000.000000 out of range:1.000000~ 8686.000000"), std::string::npos);
     EXPECT_NEAR(rate, std::pow(10.0, 20000.0 / 480000.0) - 1, 1e-6);
@@ -92,49 +83,31 @@ TEST(SmoothedLevel, TakesAnExcessiveTimeAsGivenUntilItIsUpdated)
 TEST(RunningSum, IsClearedByAnythingButZero)
 {
     rig::Rig sum(EN_BASIC_ARITH_SUMMAT, 2, 1, {.block = 4}), squares(EN_BASIC_ARITH_SQUARE_SUMMAT, 2, 1, {.block = 4});
-    for (rig::Rig* blk : {&sum, &squares}) {
-        blk->fill(0, {0, 0, 1e-30F, 0});
-        blk->fill(1, {2, -3, 5, 7});
-        blk->process();
-    }
-    EXPECT_EQ(rig::bits(sum.out(0)), rig::bits(Values{2, -1, 0, 7}));
-    EXPECT_EQ(rig::bits(squares.out(0)), rig::bits(Values{4, 13, 0, 49}));
-    sum.fill(0, 0);
-    sum.process();  // goes on from block to block
-    EXPECT_EQ(rig::bits(sum.out(0)), rig::bits(Values{9, 6, 11, 18}));
-    rig::Rig lonely(EN_BASIC_ARITH_SUMMAT, 1, 1);
-    lonely.fill(0, 1);
-    lonely.process();
-    EXPECT_EQ(lonely.out(0)[0], 0.0F);
+    const Values reset = {0, 0, 1e-30F, 0, 0, 0, 0, 0}, x = {2, -3, 5, 7, 2, -3, 5, 7};
+    EXPECT_EQ(sum.run({reset, x})[0], (Values{2, -1, 0, 7, 9, 6, 11, 18}));  // goes on from block to block
+    EXPECT_EQ(squares.run({reset, x})[0], (Values{4, 13, 0, 49, 53, 62, 87, 136}));
+    EXPECT_EQ(rig::Rig(EN_BASIC_ARITH_SUMMAT, 1, 1).run({Values(64, 1)})[0], Values(64));  // nothing to sum
 }
 
 TEST(Polynomial, FollowsItsCoefficients)
 {
-    constexpr int kBlock = 100;
-    rig::Rig blk(EN_BASIC_POLY, 1, 1, {.block = kBlock});
-    blk.fill(0, 0.3F);
-    blk.process();
-    EXPECT_EQ(blk.out(0)[99], 1.0F);
-    const std::vector<float> c = {5, 0.1F, -0.7F, 0.3F, 2, -1.5F};
-    blk.set(c);
-    std::ranges::copy(rig::noise(kBlock), blk.in(0).begin());
+    rig::Rig blk(EN_BASIC_POLY, 1, 1, {.block = 100});
+    const Values x = rig::noise(100);
+    EXPECT_EQ(blk.run({x})[0], Values(100, 1.0F));
     blk.alias(0, 0);
-    const std::vector<float> x(blk.in(0).begin(), blk.in(0).end());
-    blk.process();
-    for (std::size_t i = 0; i < kBlock; ++i) {
+    const Values c = {5, 0.1F, -0.7F, 0.3F, 2, -1.5F};
+    blk.set(c);
+    const Values y = blk.run({x})[0];
+    for (std::size_t i = 0; i < x.size(); ++i) {
         float expected = c[1];
-        for (int m = 1; m < 5; ++m)
-            expected = std::fma(c[static_cast<std::size_t>(m) + 1],
-                                static_cast<float>(std::pow(static_cast<double>(x[i]), m)), expected);
-        EXPECT_EQ(blk.in(0)[i], expected) << i;
+        for (std::size_t m = 1; m < 5; ++m)
+            expected = std::fma(c[m + 1], static_cast<float>(std::pow(static_cast<double>(x[i]), m)), expected);
+        EXPECT_EQ(y[i], expected) << i;
     }
     rig::Log log;
     blk.set({1, 4, 5});  // too short: clamped to two coefficients
-    blk.invoke();
-    EXPECT_EQ(log.messages(),
-              (std::vector<std::string>{"poly:1.000000 out of range:2.000000~ 10000.000000, be set to 2.000000\n\n",
-                                        "BASIC_POLY param = 2.000000\n\n", "4.000000,\n", "5.000000,\n"}));
-    blk.set({NAN, 4, 5});
-    blk.process();
-    EXPECT_EQ(blk.in(0)[50], 0.0F);  // no coefficients
+    EXPECT_EQ(log.messages()[0], "poly:1.000000 out of range:2.000000~ 10000.000000, be set to 2.000000\n\n");
+    EXPECT_EQ(blk.run({Values(100, 1.0F)})[0], Values(100, 9.0F));
+    blk.set({NAN, 4, 5});  // no coefficients
+    EXPECT_EQ(blk.run({x})[0], Values(100));
 }
