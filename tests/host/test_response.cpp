@@ -218,6 +218,9 @@ TEST(Measured, ExamplesAgreeWithTheirCoefficients)
     const Axis axis = make_axis(48000, 24);
     for (const int from : {0, 1})
         expect_agreement(read_schematic(EXAMPLES "/two_way.json"), axis, "two_way.json", from);
+    expect_agreement(
+        probe_blocks(read_schematic(EXAMPLES "/loudspeaker.json"), {"subsonic", "eq", "loudness", "makeup"}).schematic,
+        axis, "loudspeaker.json");
     // A window grows until the response is over: this one rings for seconds.
     expect_agreement(single("FILTER_2ND_GENERAL", R"({"fc": 21, "q": 16, "boostDb": 24})"), axis, "resonance");
 }

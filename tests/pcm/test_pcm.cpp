@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <numeric>
@@ -234,6 +235,50 @@ TEST(Pcm, DatapointRoundsClipsAndWritesTheClipBack)
     lbx_floats2bytes_datastream(stream, out.data(), 1, 2, 16);
     EXPECT_EQ(word_at(out, 0, 16, 0), 49150 - 65536);
     EXPECT_EQ(word_at(out, 1, 16, 0), 8191);
+    lbx_floats2bytes_datastream(stream, out.data(), 1, 2, 24);
+    EXPECT_EQ(word_at(out, 0, 24, 0), 12582910 - 16777216);
+    EXPECT_EQ(word_at(out, 1, 24, 0), 2097151);  // of 2097151.75
+}
+
+// A run converts as its samples do one by one, whatever is worked on together: every length, also with what wraps,
+// saturates or is no number in it.
+TEST(Pcm, RunsConvertLikeSingleSamples)
+{
+    for (int n : kSizes) {
+        std::vector<float> in = rig::noise(n, 5);
+        for (std::size_t k = 0; k < in.size(); ++k)
+            in[k] *= k % 5 == 0 ? 300.0F : k % 7 == 0 ? 1e30F : 1.5F;
+        if (n > 6)
+            in[6] = std::nanf("");
+        std::vector<float> run = in, single = in;
+        float *run_pins[] = {run.data()}, *single_pin[1];
+        for (int bits : {8, 16, 24})
+            for (int bs : {0, 1}) {
+                SCOPED_TRACE(testing::Message() << n << " samples, " << bits << " bits, order " << bs);
+                const int size = width(bits), raw_size = bits == 8 ? 4 : size;
+                Bytes all(static_cast<std::size_t>(n * size)), each = all;
+                Bytes stream(static_cast<std::size_t>(n * raw_size)), point = stream, stream_each = stream,
+                                                                      point_each = stream;
+                std::vector<float> back(in.size(), 32767.0F), back_each = back;
+                lbx_floats2bytes(in.data(), all.data(), n, bits, bs);
+                lbx_bytes2floats(all.data(), back.data(), n, bits, bs);
+                lbx_floats2bytes_datastream(in.data(), stream.data(), 1, n, bits);
+                lbx_floats2bytes_datapoint(run_pins, point.data(), 1, n, bits);
+                for (int k = 0; k < n; ++k) {
+                    const float* x = in.data() + k;
+                    single_pin[0] = single.data() + k;
+                    lbx_floats2bytes(x, each.data() + k * size, 1, bits, bs);
+                    lbx_bytes2floats(each.data() + k * size, back_each.data() + k, 1, bits, bs);
+                    lbx_floats2bytes_datastream(x, stream_each.data() + k * raw_size, 1, 1, bits);
+                    lbx_floats2bytes_datapoint(single_pin, point_each.data() + k * raw_size, 1, 1, bits);
+                }
+                EXPECT_EQ(all, each);
+                EXPECT_EQ(back, back_each);
+                EXPECT_EQ(stream, stream_each);
+                EXPECT_EQ(point, point_each);
+                EXPECT_EQ(std::memcmp(run.data(), single.data(), run.size() * sizeof(float)), 0) << "written back";
+            }
+    }
 }
 
 TEST(Pcm, RoundingMatchesTheMathLibrary)
