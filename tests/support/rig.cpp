@@ -81,6 +81,14 @@ std::string Log::all() const
     return text;
 }
 
+std::string Log::text() const
+{
+    std::string text;
+    for (const std::string& message : messages())
+        text += (text.empty() ? "" : "|") + message;
+    return text;
+}
+
 Pin::Pin(int samples) : size_(samples), storage_(static_cast<std::size_t>(samples + 2 * kGuard + 16), kCanary)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(storage_.data() + kGuard);
@@ -126,6 +134,19 @@ void Rig::fill(int pin, std::initializer_list<float> values)
     std::copy_n(values.begin(), std::min(values.size(), in(pin).size()), in(pin).begin());
 }
 
+void Rig::fill_noise(int first_pin)
+{
+    for (int pin = first_pin; pin < static_cast<int>(in_.size()); ++pin)
+        std::ranges::copy(noise(pro_.nBlockSize, static_cast<std::uint32_t>(pin)), in(pin).begin());
+}
+
+std::string Rig::printed()
+{
+    const Log log;
+    invoke();
+    return log.text();
+}
+
 void Rig::alias(int out_pin, int in_pin)
 {
     out_ptr_[static_cast<std::size_t>(out_pin)] = in_ptr_[static_cast<std::size_t>(in_pin)];
@@ -167,6 +188,42 @@ std::vector<std::vector<float>> Rig::run(const std::vector<std::vector<float>>& 
             result[pin].insert(result[pin].end(), out_ptr_[pin], out_ptr_[pin] + block);
     }
     return result;
+}
+
+void expect_pins(std::initializer_list<PinRule> rules)
+{
+    for (const PinRule& rule : rules) {
+        for (const auto& [inputs, outputs] : rule.refused) {
+            const Log log;
+            EXPECT_FALSE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;
+            EXPECT_EQ(log.text(), rule.message);
+        }
+        for (const auto& [inputs, outputs] : rule.taken)
+            EXPECT_TRUE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;
+    }
+}
+
+std::vector<float> SlewedGain::block(int n)
+{
+    const float to = std::fma(old, alpha, (1.0F - alpha) * set);
+    const float step = old == set ? 0.0F : (to - old) * pre_div;
+    std::vector<float> gains;
+    for (float g = old; static_cast<int>(gains.size()) < n;)
+        gains.push_back(g = g + step);
+    old = std::abs(step) >= 1e-10F && to != old ? to : set;
+    return gains;
+}
+
+float slew_alpha(float rate, int block) { return SlewAlphaGet(rate, 48000, static_cast<float>(block)); }
+
+double from_db(double db) { return std::pow(10.0, db / 20); }
+
+double rms(std::span<const float> x)
+{
+    double sum = 0;
+    for (const float v : x)
+        sum += static_cast<double>(v) * static_cast<double>(v);
+    return std::sqrt(sum / static_cast<double>(x.size()));
 }
 
 std::vector<float> noise(int samples, std::uint32_t seed)

@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vantoro.h"
@@ -24,7 +25,8 @@ public:
     const std::vector<std::string>& lines() const { return lines_; }
     // The messages: each line from behind "LOG (<function>(): ,<line>), ".
     std::vector<std::string> messages() const;
-    std::string all() const;  // the lines in one text
+    std::string all() const;   // the lines in one text
+    std::string text() const;  // the messages in one text, a '|' between them
     void clear() { lines_.clear(); }
 
 private:
@@ -71,16 +73,23 @@ public:
     explicit operator bool() const { return blk_ != nullptr; }
     BlockAlgo* operator->() { return blk_; }
     BlockAlgo* block() { return blk_; }
+    template <class Core>
+    Core& core()
+    {
+        return *static_cast<Core*>(blk_->AlgoCore);
+    }
     const BlockPro& context() const { return pro_; }
 
     int set(std::vector<float> vector);  // param_reset, with a copy that dies afterwards
     int update() { return BlockAlgo_param_update(blk_); }
     int invoke() { return BlockAlgo_param_invoke(blk_); }
+    std::string printed();  // what invoke logs, as Log::text
 
     std::span<float> in(int pin) { return in_[static_cast<std::size_t>(pin)].samples(); }
     std::span<float> out(int pin) { return out_[static_cast<std::size_t>(pin)].samples(); }
     void fill(int pin, float value);
     void fill(int pin, std::initializer_list<float> values);  // repeats the last value
+    void fill_noise(int first_pin = 0);                       // the pins from there on, each with its own
     // Output pin and input pin in one buffer from now on.
     void alias(int out_pin, int in_pin);
 
@@ -97,6 +106,28 @@ private:
     std::vector<Pin> in_, out_;
     std::vector<float*> in_ptr_, out_ptr_;
 };
+
+// Pins (inputs, outputs) that a type refuses, with its message, and pins that it takes.
+struct PinRule {
+    int type;
+    const char* message;
+    std::vector<std::pair<int, int>> refused, taken = {};
+};
+void expect_pins(std::initializer_list<PinRule> rules);
+
+// One slewed gain as its rule is written: per block a one-pole step toward the gain set, inside a straight line.
+struct SlewedGain {
+    SlewedGain(float alpha_, int block) : alpha(alpha_), pre_div(1.0F / static_cast<float>(block + 1)) {}
+    // The gains of one block; then stands where the next one starts.
+    std::vector<float> block(int n);
+
+    float alpha, pre_div;
+    float old = 0.0F, set = 1.0F;
+};
+float slew_alpha(float rate, int block);  // at 48 kHz
+
+double from_db(double db);
+double rms(std::span<const float> x);
 
 // Noise in [-1, 1), the same on every machine.
 std::vector<float> noise(int samples, std::uint32_t seed = 1);
