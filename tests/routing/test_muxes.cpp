@@ -9,33 +9,6 @@
 
 namespace {
 
-constexpr int kGroups = 5, kPins = 3;
-
-// The slew as the rule is written: every sample moves every gain, then forms the outputs.
-struct SlewLaw {
-    float alpha, pre_div;
-    float gains[kGroups] = {1, 0, 0, 0, 0}, share[kGroups] = {};
-    std::size_t selected = 0;
-
-    void select(std::size_t k)
-    {
-        const double others = 1.0 - static_cast<double>(gains[k]) + 1e-10;
-        for (std::size_t j = 0; j < kGroups; ++j)
-            share[j] = j == k ? 1.0F : static_cast<float>(-static_cast<double>(gains[j]) / others);
-        selected = k;
-    }
-    float step() const
-    {
-        const float g = gains[selected];
-        return (std::fma(alpha, g, 1.0F - alpha) - g) * pre_div;
-    }
-    void advance(float step)
-    {
-        for (std::size_t j = 0; j < kGroups; ++j)
-            gains[j] = std::max(gains[j] + share[j] * step, 0.0F);
-    }
-};
-
 // Runs until the slew is over, and a block more. How many blocks it took.
 template <class Core>
 int finish_slew(rig::Rig& blk)
@@ -49,37 +22,42 @@ int finish_slew(rig::Rig& blk)
 
 }  // namespace
 
-TEST(Selectors, SlewByTheirLawThroughChangesInMidSlew)
+// A demultiplexer of ones shows the gains, and the multiplexer has the same: the selected one goes its part of the way
+// to 1, and the others share what it leaves in their old proportion, through changes in mid-slew.
+TEST(Selectors, SlewByTheirLaw)
 {
-    for (const int block : {1, 5, 64, 130})
-        for (const bool mux : {true, false}) {
-            rig::Rig blk(mux ? EN_MUXES_MUXES_INDEX : EN_MUXES_DEMUXES_INDEX, 1 + (mux ? kGroups : 1) * kPins,
-                         (mux ? 1 : kGroups) * kPins, {.block = block});
-            blk.set({1, 6});
-            blk.fill_noise();
-            SlewLaw law = {rig::slew_alpha(6, block), 1.0F / static_cast<float>(block + 1)};
-            for (const float control : {3.0F, 3.0F, 1.9F, 1.0F, 4.0F, 0.0F, 0.0F, 2.0F}) {
-                blk.fill(0, {control, 2.0F});  // only the first sample counts
-                if (const auto wanted = static_cast<std::size_t>(control); wanted != law.selected)
-                    law.select(wanted);
-                EXPECT_EQ(blk.process(), RT_OK);
-                const float step = law.step();
-                for (std::size_t t = 0; t < static_cast<std::size_t>(block); ++t) {
-                    law.advance(step);
-                    for (int j = 0; j < kPins; ++j) {
-                        float sum = 0.0F;
-                        for (int k = 0; k < kGroups; ++k) {
-                            const float part = law.gains[k] * blk.in(1 + (mux ? k * kPins : 0) + j)[t];
-                            sum = sum + part;
-                            ASSERT_TRUE(mux || blk.out(k * kPins + j)[t] == part) << block << ", " << t;
-                        }
-                        ASSERT_TRUE(!mux || blk.out(j)[t] == sum) << block << ", " << t;
-                    }
-                }
-                // 1040 samples, a rounding of 3e-8 per gain and sample
-                EXPECT_NEAR(std::accumulate(law.gains, law.gains + kGroups, 0.0), 1.0, 2e-5);
+    constexpr int kGroups = 5;
+    for (const int block : {1, 5, 64, 130}) {
+        rig::Rig demux(EN_MUXES_DEMUXES_INDEX, 3, 2 * kGroups, {.block = block});
+        rig::Rig mux(EN_MUXES_MUXES_INDEX, 1 + 2 * kGroups, 2, {.block = block});
+        demux.fill(1, 1.0F);
+        demux.fill(2, -1.0F);
+        mux.fill_noise();
+        double before[kGroups] = {1};
+        for (const float control : {3.0F, 3.0F, 1.9F, 1.0F, 4.0F, 0.0F, 0.0F, 2.0F}) {
+            for (rig::Rig* blk : {&demux, &mux}) {
+                blk->set({1, 6});
+                blk->fill(0, {control, 2.0F});  // only the first sample counts
+                EXPECT_EQ(blk->process(), RT_OK);
+            }
+            for (std::size_t t = 0; t < static_cast<std::size_t>(block); ++t) {
+                float sum[2] = {};
+                for (int pin = 0; pin < 2 * kGroups; ++pin)
+                    sum[pin % 2] += demux.out(pin)[t] * mux.in(1 + pin)[t];
+                ASSERT_EQ(mux.out(0)[t], sum[0]) << block << ", " << t;
+                ASSERT_EQ(mux.out(1)[t], -sum[1]) << block << ", " << t;
+            }
+            const int selected = static_cast<int>(control);
+            const auto alpha = static_cast<double>(rig::slew_alpha(6, block));
+            const double left = 1 - (1 - alpha) * block / (block + 1);  // of the others
+            const double rest = 1 - before[selected];
+            for (int k = 0; k < kGroups; ++k) {
+                const auto gain = static_cast<double>(demux.out(2 * k).back());
+                EXPECT_NEAR(gain, k == selected ? 1 - rest * left : before[k] * left, 6e-8 * block) << block;
+                before[k] = gain;
             }
         }
+    }
 }
 
 TEST(Multiplexer, EverySlewEndsExactly)
