@@ -203,19 +203,6 @@ void expect_pins(std::initializer_list<PinRule> rules)
     }
 }
 
-std::vector<float> SlewedGain::block(int n)
-{
-    const float to = std::fma(old, alpha, (1.0F - alpha) * set);
-    const float step = old == set ? 0.0F : (to - old) * pre_div;
-    std::vector<float> gains;
-    for (float g = old; static_cast<int>(gains.size()) < n;)
-        gains.push_back(g = g + step);
-    old = std::abs(step) >= 1e-10F && to != old ? to : set;
-    return gains;
-}
-
-float slew_alpha(float rate, int block) { return SlewAlphaGet(rate, 48000, static_cast<float>(block)); }
-
 double from_db(double db) { return std::pow(10.0, db / 20); }
 
 double rms(std::span<const float> x)

@@ -115,17 +115,6 @@ struct PinRule {
 };
 void expect_pins(std::initializer_list<PinRule> rules);
 
-// One slewed gain as its rule is written: per block a one-pole step toward the gain set, inside a straight line.
-struct SlewedGain {
-    SlewedGain(float alpha_, int block) : alpha(alpha_), pre_div(1.0F / static_cast<float>(block + 1)) {}
-    // The gains of one block; then stands where the next one starts.
-    std::vector<float> block(int n);
-
-    float alpha, pre_div;
-    float old = 0.0F, set = 1.0F;
-};
-float slew_alpha(float rate, int block);  // at 48 kHz
-
 double from_db(double db);
 double rms(std::span<const float> x);
 
