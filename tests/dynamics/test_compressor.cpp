@@ -9,7 +9,7 @@ namespace {
 
 constexpr double kRamp = 64 * 3e-8;  // a gain is reached by 64 additions, half a digit of rounding each
 
-float db(double decibels) { return static_cast<float>(std::pow(10.0, decibels / 20.0)); }
+float db(double decibels) { return static_cast<float>(rig::from_db(decibels)); }
 
 std::vector<float> curve(std::vector<float> in, const std::vector<float>& out, float hold_ms = 0)
 {
@@ -20,16 +20,13 @@ std::vector<float> curve(std::vector<float> in, const std::vector<float>& out, f
 }
 
 // The gain on a steady signal: a square wave, whose peak and mean square are alike.
-double settled_gain(rig::Rig& blk, float amplitude, int in = 0)
+double settled_gain(rig::Rig& blk, float amplitude)
 {
-    for (std::size_t i = 0; i < blk.in(in).size(); ++i)
-        blk.in(in)[i] = i % 2 == 0 ? amplitude : -amplitude;
-    for (int call = 0; call < 600; ++call)
-        blk.process();
-    return static_cast<double>(blk.out(0).back()) / static_cast<double>(blk.in(in).back());
+    for (std::size_t i = 0; i < blk.in(0).size(); ++i)
+        blk.in(0)[i] = i % 2 == 0 ? amplitude : -amplitude;
+    blk.process(600);
+    return static_cast<double>(blk.out(0).back()) / static_cast<double>(blk.in(0).back());
 }
-
-Compressor_Core& state(rig::Rig& blk) { return *static_cast<Compressor_Core*>(blk->AlgoCore); }
 
 const std::vector<float> kIn = {-80, -60, -35, -20, -3}, kOut = {-70, -60, -30, -25, -14};
 
@@ -76,79 +73,59 @@ TEST(Compressor, PassesAnythingWithTheDefaultCurveAndClampsAtFullScale)
     EXPECT_EQ(blk.out(0)[3], 0.5F);
 }
 
-TEST(Compressor, TakesTheEntryOfAnInnerPointExactlyMet)
+// Curves set one after another in the same block, and the gain in dB at levels in dB.
+TEST(Compressor, CurvesWithOddPoints)
 {
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    blk.set(curve({-40, static_cast<float>(-6.0206), -1}, {-40, -16, -11}));  // 0.5 measures just this
-    EXPECT_NEAR(settled_gain(blk, 0.5F), std::pow(10.0, (6.0206 - 16) / 20), 1e-5);
-}
-
-TEST(Compressor, ACurveEndsAtZeroDecibelsOrAtARepeatedLevel)
-{
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    blk.set(curve({-60, -30, 0, 10}, {-70, -40, -10, -10}));
-    EXPECT_EQ(state(blk).break_point, 2);
-    EXPECT_NEAR(settled_gain(blk, db(-15)), db(-10), 1e-4);
-    EXPECT_NEAR(settled_gain(blk, 0.99F), db(-10), 1e-4);
-    EXPECT_NEAR(settled_gain(blk, 1.0F), 1.0, kRamp);
-    blk.set(curve({-60, -30, -30, -10}, {-70, -40, -60, -60}));
-    EXPECT_EQ(state(blk).break_point, 1);
-    EXPECT_NEAR(settled_gain(blk, db(-31)), db(-10), 1e-4);
-    EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp);
-    // At once at an end: the table of the curve before stays, and only its first entry is reached.
-    blk.set(curve({0, -30, -10}, {-20, -50, -30}));
-    EXPECT_EQ(state(blk).break_point, 0);
-    EXPECT_NEAR(settled_gain(blk, 0.5F), db(-10), 1e-4);
-}
-
-TEST(Compressor, ASegmentShorterThanATableStepEndsTheTable)
-{
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    blk.set(curve({-80, -40, -39.9F, -10}, {-80, -46, -70, -70}));
-    EXPECT_NEAR(settled_gain(blk, db(-20)), db(-6), 1e-4);
-    EXPECT_NEAR(settled_gain(blk, db(-60)), db(-3), 0.03);
-}
-
-TEST(Compressor, HasNoCurveBelowTwoPointsAndRefusesMoreThanTen)
-{
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    rig::Log log;
-    blk.set(curve({-60, -10}, {-70, -20}));
-    const double before = settled_gain(blk, db(-20));
-    EXPECT_NEAR(before, db(-10), 1e-4);
-    std::vector<float> eleven = curve(std::vector<float>(11, -90), std::vector<float>(11, -99));
-    eleven[kCompressorPostGain] = 20;
-    EXPECT_EQ(blk.set(eleven), 0);
-    ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_EQ(log.lines()[0].rfind("LOG (Compressor_param_set(): ,", 0), 0U);
-    EXPECT_EQ(log.messages()[0], "ERROR:Exceed limit table length\n");
-    EXPECT_NEAR(settled_gain(blk, db(-20)), before, kRamp);
-    log.clear();
-    blk.invoke();
-    EXPECT_EQ(log.messages()[0], "Compressor param is 200.000000,0.000000,200.000000,0.000000,20.000000,11.000000\n");
-    for (const float points : {-3.0F, 0.0F, 1.0F}) {
-        blk.set({200, 0, 200, 0, 0, points, -60, -90});
-        EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp) << points;
-    }
     std::vector<float> in, out;
     for (int k = 0; k < 10; ++k) {
         in.push_back(static_cast<float>(-80 + 8 * k));
         out.push_back(in.back() - 5);
     }
-    blk.set(curve(in, out));
-    EXPECT_NEAR(settled_gain(blk, db(-20)), db(-5), 1e-4);
+    const float half = -6.0206F;  // what 0.5 measures
+    const struct {
+        std::vector<float> in, out;
+        std::vector<std::pair<double, double>> gains;
+    } cases[] = {
+        {in, out, {{-20, -5}}},
+        {{-40, half, -1}, {-40, -16, -11}, {{-6.0206, 6.0206 - 16}}},                  // an inner point exactly met
+        {{-60, -30, 0, 10}, {-70, -40, -10, -10}, {{-15, -10}, {-0.1, -10}, {0, 0}}},  // 0 dB ends a curve
+        {{-60, -30, -30, -10}, {-70, -40, -60, -60}, {{-31, -10}, {-20, 0}}},          // so does a repeated level
+        // At once at an end: the table of the curve before stays, and only its first entry is reached.
+        {{0, -30, -10}, {-20, -50, -30}, {{-6.0206, -10}}},
+        // A segment shorter than a step of the table ends the table.
+        {{-80, -40, -39.9F, -10}, {-80, -46, -70, -70}, {{-20, -6}, {-40.2, -6}}},
+        {{-60}, {-90}, {{-20, 0}}},  // fewer than two points are no curve
+        {{}, {}, {{-20, 0}}},
+        {{-60, -10}, {-70, -20}, {{-20, -10}}},
+    };
+    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
+    for (const auto& c : cases) {
+        blk.set(curve(c.in, c.out));
+        for (const auto& [level, gain] : c.gains)
+            EXPECT_NEAR(settled_gain(blk, db(level)), rig::from_db(gain), 1e-4) << c.in.size() << " at " << level;
+    }
+    rig::Log log;
+    std::vector<float> eleven = curve(std::vector<float>(11, -90), std::vector<float>(11, -99));
+    eleven[kCompressorPostGain] = 20;
+    EXPECT_EQ(blk.set(eleven), 0);
+    ASSERT_EQ(log.text(), "ERROR:Exceed limit table length\n");
+    EXPECT_EQ(log.lines()[0].rfind("LOG (Compressor_param_set(): ,", 0), 0U);
+    EXPECT_NEAR(settled_gain(blk, db(-20)), db(-10), 1e-4) << "as before";
+    EXPECT_EQ(blk.printed(), "Compressor param is 200.000000,0.000000,200.000000,0.000000,20.000000,11.000000\n");
+    blk.set({200, 0, 200, 0, 0, -3});
+    EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp);
 }
 
 TEST(Compressor, WeightsFollowOneLawAtInitAndAnotherWhenSet)
 {
     rig::Rig blk(EN_DP_COMPRESSOR_RMS, 1, 1, {.block = 256});
-    EXPECT_NEAR(state(blk).rmstc_coeff, 0.056979, 5e-7);
-    EXPECT_NEAR(state(blk).decay_coeff, 0.056979, 5e-7);
+    EXPECT_NEAR(blk.core<Compressor_Core>().rmstc_coeff, 0.056979, 5e-7);
+    EXPECT_NEAR(blk.core<Compressor_Core>().decay_coeff, 0.056979, 5e-7);
     std::vector<float> vector = curve({-60, -10}, {-60, -10});
     vector[kCompressorPostGain] = 6;
     blk.set(vector);
-    EXPECT_NEAR(state(blk).rmstc_coeff, 0.27840, 5e-6);
-    EXPECT_NEAR(state(blk).decay_coeff, 0.45883, 5e-6);
+    EXPECT_NEAR(blk.core<Compressor_Core>().rmstc_coeff, 0.27840, 5e-6);
+    EXPECT_NEAR(blk.core<Compressor_Core>().decay_coeff, 0.45883, 5e-6);
     blk.fill(0, 0.1F);
     blk.process();
     EXPECT_NEAR(blk.out(0)[255], 0.398107, 1e-6);  // 6 dB of power
@@ -158,7 +135,7 @@ TEST(Compressor, RampsInALineUpFullyAndDownByItsPart)
 {
     rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
     blk.set(curve({-60, -10}, {-80, -30}));
-    const double keep = state(blk).decay_coeff;
+    const double keep = blk.core<Compressor_Core>().decay_coeff;
     blk.fill(0, 0.2F);
     blk.process();
     const double down = 1 - (1 - keep) * 0.9;
@@ -179,7 +156,7 @@ TEST(Compressor, OneHoldCounterServesAllChannels)
         blk.process();
         blk.fill(0, 0.1F);
         int held = 0;
-        for (; held < 50 && state(blk).smooth_rms[0] == 0.5F; ++held) {
+        for (; held < 50 && blk.core<Compressor_Core>().smooth_rms[0] == 0.5F; ++held) {
             if (neighbour_rises)
                 blk.fill(1, 0.01F * static_cast<float>(held + 1));
             blk.process();
@@ -199,12 +176,11 @@ TEST(Compressor, SidechainAloneSteersAllChannels)
         blk.fill(1, 0.9F);
         blk.fill(2, -0.3F);
         settled_gain(blk, db(-30));
-        EXPECT_NEAR(blk.out(0)[63], 0.9 * std::pow(10.0, -0.5), 1e-4) << type;
-        EXPECT_NEAR(blk.out(1)[63], -0.3 * std::pow(10.0, -0.5), 1e-4) << type;
+        EXPECT_NEAR(blk.out(0)[63], 0.9 * rig::from_db(-10), 1e-4) << type;
+        EXPECT_NEAR(blk.out(1)[63], -0.3 * rig::from_db(-10), 1e-4) << type;
     }
-    rig::Log log;
-    EXPECT_FALSE(rig::Rig(EN_DP_COMPRESSOR_EXT_RMS, 2, 2));
-    EXPECT_FALSE(rig::Rig(EN_DP_COMPRESSOR_PEAK, 3, 2));
-    EXPECT_EQ(log.messages(), (std::vector<std::string>{"wrong input 2 pin and output 2 pin in compressor\n",
-                                                        "wrong input 3 pin and output 2 pin in compressor\n"}));
+    rig::expect_pins({
+        {EN_DP_COMPRESSOR_EXT_RMS, "wrong input 2 pin and output 2 pin in compressor\n", {{2, 2}}},
+        {EN_DP_COMPRESSOR_PEAK, "wrong input 3 pin and output 2 pin in compressor\n", {{3, 2}}},
+    });
 }

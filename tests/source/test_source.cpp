@@ -92,14 +92,6 @@ TEST(Oscillator, RestartsOnEveryChangeAndRunsOnWhileOff)
     EXPECT_GT(blk.core<OSC_Core_S>().phi, 0.0F);
 }
 
-TEST(Sweep, DerivedValuesOfTheDefaults)
-{
-    rig::Rig blk(EN_SOURCE_SWEEP, 0, 1);
-    EXPECT_NEAR(blk.core<Sweep_Core_S>().k, 4.128917917333368, 1e-14);
-    EXPECT_NEAR(blk.core<Sweep_Core_S>().p, 88.61942476384769, 1e-12);
-    EXPECT_EQ(blk.core<Sweep_Core_S>().sweep_point, 240000);
-}
-
 // The phase is the integral of start * (end / start)^(t / T); after the sweep the end frequency holds.
 TEST(Sweep, FrequencyOverTime)
 {

@@ -152,7 +152,7 @@ void Rig::alias(int out_pin, int in_pin)
     out_ptr_[static_cast<std::size_t>(out_pin)] = in_ptr_[static_cast<std::size_t>(in_pin)];
 }
 
-int Rig::process()
+int Rig::process_one()
 {
     if (!blk_) {
         ADD_FAILURE() << "no block";
@@ -172,6 +172,14 @@ int Rig::process()
     }
     for (std::size_t i = 0; i < out_.size(); ++i)
         EXPECT_TRUE(out_[i].intact()) << "type " << blk_->method_type << " wrote outside output pin " << i;
+    return result;
+}
+
+int Rig::process(int blocks)
+{
+    int result = RT_OK;
+    for (int b = 0; b < blocks; ++b)
+        result = process_one();
     return result;
 }
 
@@ -197,6 +205,7 @@ void expect_pins(std::initializer_list<PinRule> rules)
             const Log log;
             EXPECT_FALSE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;
             EXPECT_EQ(log.text(), rule.message);
+            EXPECT_TRUE(log.all().starts_with("LOG (" + rule.init)) << log.all();
         }
         for (const auto& [inputs, outputs] : rule.taken)
             EXPECT_TRUE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;

@@ -93,14 +93,16 @@ public:
     // Output pin and input pin in one buffer from now on.
     void alias(int out_pin, int in_pin);
 
-    // One block. Fails the test when process writes outside a buffer, changes an input that is no output too, or
-    // allocates.
-    int process();
+    // Blocks of the same input; gives the last one's result. Fails the test when process writes outside a buffer,
+    // changes an input that is no output too, or allocates.
+    int process(int blocks = 1);
     // Runs `signal[pin]` (equal lengths, a multiple of the block; one at least, for its length) through the block and
     // returns the outputs.
     std::vector<std::vector<float>> run(const std::vector<std::vector<float>>& signal);
 
 private:
+    int process_one();
+
     BlockPro pro_;
     BlockAlgo* blk_;
     std::vector<Pin> in_, out_;
@@ -110,8 +112,9 @@ private:
 // Pins (inputs, outputs) that a type refuses, with its message, and pins that it takes.
 struct PinRule {
     int type;
-    const char* message;
+    std::string message;
     std::vector<std::pair<int, int>> refused, taken = {};
+    std::string init = "";  // the function in the message's line, where it matters
 };
 void expect_pins(std::initializer_list<PinRule> rules);
 

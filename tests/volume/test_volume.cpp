@@ -6,12 +6,6 @@
 
 #include "support/rig.h"
 
-namespace {
-
-constexpr auto kIsZero = [](float v) { return v == 0.0F; };
-
-}  // namespace
-
 TEST(AdjustableGain, ExactGainsAtOnce)
 {
     rig::Rig one(EN_VC_SIG_CONTROL, 2, 2), many(EN_VC_MULTI_CONTROL, 3, 3);
@@ -42,22 +36,19 @@ TEST(AdjustableGain, ExactGainsAtOnce)
 // From silence to 1, and to what is set. The glide between is held to its plain loop elsewhere.
 TEST(AdjustableGain, SlewsToTheExactGain)
 {
-    for (const int type : {EN_VC_SIG_CONTROL_SLEW, EN_VC_MULTI_CONTROL_SLEW})
-        for (const float rate : {12.0F, 9.0F}) {
-            rig::Rig blk(type, 9, 9);
-            std::vector<float> vector(10, -20.0F);
-            vector[0] = rate;
-            vector[9] = -60.0F;
-            if (rate == 9.0F)
-                blk.set(vector);
-            EXPECT_EQ(blk.core<AdjustableGain_Core>().attack_gain, SlewAlphaGet(rate, 48000, 64));
-            for (int ch = 0; ch < 9; ++ch)
-                blk.fill(ch, 1.0F);
-            for (int b = 0; b < 5000; ++b)
-                EXPECT_EQ(blk.process(), 1);
-            EXPECT_EQ(blk.out(7)[0], rate == 9.0F ? 0.1F : 1.0F) << type;
-            EXPECT_EQ(blk.out(8)[63], rate != 9.0F ? 1.0F : type == EN_VC_SIG_CONTROL_SLEW ? 0.1F : 0.001F) << type;
-        }
+    for (const int type : {EN_VC_SIG_CONTROL_SLEW, EN_VC_MULTI_CONTROL_SLEW}) {
+        rig::Rig blk(type, 9, 9);
+        blk.fill(7, 1.0F);
+        blk.fill(8, 1.0F);
+        EXPECT_EQ(blk.process(5000), 1);
+        EXPECT_EQ(blk.core<AdjustableGain_Core>().attack_gain, SlewAlphaGet(12, 48000, 64));
+        EXPECT_EQ(blk.out(8)[0], 1.0F);
+        blk.set({9, -20, -20, -20, -20, -20, -20, -20, -20, -60});
+        EXPECT_EQ(blk.core<AdjustableGain_Core>().attack_gain, SlewAlphaGet(9, 48000, 64));
+        blk.process(5000);
+        EXPECT_EQ(blk.out(7)[0], 0.1F) << type;
+        EXPECT_EQ(blk.out(8)[63], type == EN_VC_SIG_CONTROL_SLEW ? 0.1F : 0.001F);
+    }
 }
 
 // Out of an infinite gain no step is a number; the next target is taken at once.
@@ -69,8 +60,7 @@ TEST(AdjustableGain, RecoversFromAnInfiniteGain)
         blk.set({12, 1000});
         blk.process();
         blk.set({12, 0});
-        for (int b = 0; b < 3; ++b)
-            blk.process();
+        blk.process(3);
         EXPECT_NEAR(blk.out(0)[0], 1.0, 0.03) << type;  // a mixer's decibels are coarse
     }
 }
@@ -94,13 +84,11 @@ TEST(AdjustableGain, ControlPinIsALinearGain)
         gain = to;
     }
     blk.fill(0, 1.0F);
-    for (int b = 0; b < 5000; ++b)
-        blk.process();
+    blk.process(5000);
     EXPECT_LT(blk.core<AdjustableGain_Core>().value[0], 1.0F) << "never settles";
     blk.core<AdjustableGain_Core>().old_value[0] = 1.0F;  // the control in dB
     blk.fill(0, 6.0F);
-    for (int b = 0; b < 200; ++b)
-        blk.process();
+    blk.process(200);
     EXPECT_NEAR(blk.out(0)[63], rig::from_db(6), 0.03 * rig::from_db(6));  // the fast exponential's 3 %
 }
 
@@ -122,16 +110,11 @@ TEST(VolumeControls, LimitsPinsAndPrints)
     constexpr const char* kGain = "wrong input pin number in AdjustableGain\n";
     rig::expect_pins({
         {EN_VC_MULTI_CONTROL, kGain, {{3, 2}}},
-        {EN_VC_SIG_CONTROL, kGain, {{0, 0}}},
-        {EN_VC_SIG_EXT_CONTROL_SLEW, kGain, {{2, 2}}},
+        {EN_VC_SIG_CONTROL, kGain, {{0, 0}}, {}, "Adjust_Gain_init"},
+        {EN_VC_SIG_EXT_CONTROL_SLEW, kGain, {{2, 2}}, {}, "Adjust_SlewGain_init"},
         {EN_VC_MUTE, "wrong input pin number in Mute\n", {{2, 1}}},
         {EN_VC_GAINENVELOPE, "wrong input pin number in Input_pin\n", {{2, 2}}},
     });
-    rig::Log log;
-    rig::Rig(EN_VC_SIG_CONTROL, 0, 0);
-    rig::Rig(EN_VC_SIG_EXT_CONTROL_SLEW, 2, 2);
-    EXPECT_NE(log.lines()[0].find("Adjust_Gain_init()"), std::string::npos);
-    EXPECT_NE(log.lines()[1].find("Adjust_SlewGain_init()"), std::string::npos);
 }
 
 TEST(Mute, ExactAtOnceAndAfterTheSlew)
@@ -141,25 +124,19 @@ TEST(Mute, ExactAtOnceAndAfterTheSlew)
     blk.fill(1, 1.0F);
     blk.process();
     EXPECT_NEAR(blk.out(1)[63], 0.02 * 64 / 65, 1e-8);
-    for (int b = 0; b < 2000; ++b)
-        blk.process();
+    blk.process(2000);
     EXPECT_EQ(rig::bits(blk.out(0)), rig::bits(blk.in(0)));
     blk.set({1, 1});
     blk.process();
     EXPECT_NEAR(blk.out(1)[63], 1 - 0.02 * 64 / 65, 1e-6);
-    for (int b = 0; b < 2000; ++b)
-        EXPECT_EQ(blk.process(), 0);
-    EXPECT_TRUE(std::ranges::all_of(blk.out(1), kIsZero));
-    blk.set({0, 0});
-    blk.process();
-    EXPECT_EQ(blk.out(1)[0], 1.0F) << "without slew at once";
-    blk.set({1, 0});
-    blk.process();
-    EXPECT_TRUE(std::ranges::all_of(blk.out(1), kIsZero));
-    blk.set({2, 0});
-    blk.process();
-    EXPECT_EQ(blk.out(1)[0], 1.0F) << "only 1 mutes";
-    EXPECT_EQ(blk.core<Mute_Core>().gain_now, 0.0F) << "and only 0 and 1 aim";
+    EXPECT_EQ(blk.process(2000), 0);
+    EXPECT_EQ(rig::rms(blk.out(1)), 0.0);
+    for (const auto& [state, gain] : {std::pair{0.0F, 1.0F}, {1.0F, 0.0F}, {2.0F, 1.0F}}) {  // only 1 mutes
+        blk.set({state, 0});
+        blk.process();
+        EXPECT_EQ(blk.out(1)[0], gain) << "without slew at once";
+    }
+    EXPECT_EQ(blk.core<Mute_Core>().gain_now, 0.0F) << "only 0 and 1 aim";
 }
 
 // Blocks of one sample show the curve itself.
@@ -206,11 +183,9 @@ TEST(GainEnvelope, OddCurvesStaySafeAndFinite)
 {
     const std::vector<float> curves[] = {{1, 0},
                                          {0, 0},
-                                         {1, 1, 3, -6},
                                          {0, 1, 0, 0},
                                          {1, -4},
                                          {0, 4, 9, 3, 3, 1, 0, -150, 60, -3},
-                                         {1, 4, 9, 0, -5, 12, 3e9F, -3e9F, 1e30F, -3},
                                          {1, 3, -3e9F, 3e9F, 1, 0, 1e9F, 0},
                                          {1, 2, NAN, 4, NAN, 0}};
     for (const std::vector<float>& curve : curves)
