@@ -69,8 +69,8 @@ TEST(Reverb, TailsSurviveChangesAndDisabledOutputsStay)
     blk.set({1, 0, 100, 0.5F, 0.9F, 100});
     blk.fill(0, 0.0F);
     blk.fill(1, 0.0F);
-    blk.process();
-    EXPECT_GT(*std::ranges::max_element(blk.out(0)), 0.01F) << "the tail went on";
+    blk.process(100);
+    EXPECT_GT(rig::rms(blk.out(0)), 0.03) << "the tail went on";
 }
 
 // At width 0 both wet gains are half the wet level, and the right output holds half of the whole left one, its dry part
@@ -112,8 +112,8 @@ TEST(Comb, SizesAndSingleSamples)
     comb_setsize(comb, 0);
     EXPECT_EQ(comb_getsize(comb), 0);
     comb_setsize(comb, 3);
-    const float x[] = {1, 0, 0, 2, 0, 0, 0};
-    const float forward[] = {1, 0, 0, 2.5F, 0, 0, 1}, back[] = {1, 0, 0, 2.5F, 0, 0, 1.25F};
+    const float x[] = {1, 0, 0, 2, 0, 0, 1};
+    const float forward[] = {1, 0, 0, 2.5F, 0, 0, 2}, back[] = {1, 0, 0, 2.5F, 0, 0, 2.25F};
     for (int i = 0; i < 7; ++i)
         EXPECT_EQ(comb_process_ff(comb, x[i], 0.5F), forward[i]) << i;
     comb_setsize(comb, 3);  // the current size clears, too
@@ -169,6 +169,7 @@ TEST(Allpass, VariantsAndSizes)
     }
     EXPECT_EQ(allpass_get_z(allpass, 1), 0.25F);
     EXPECT_EQ(allpass_getlast(allpass), 0.0F);
+    EXPECT_EQ(allpass_get_z(allpass, 2), 0.0F) << "once around the line";
     EXPECT_EQ(allpass_get_z(allpass, 3), 0.0F);
 
     allpass_setsize(allpass, 2);  // the current size is refused like a wrong one, and the line stays

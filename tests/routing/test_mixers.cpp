@@ -60,7 +60,7 @@ void compare_with_cross(const Arrangement& a, bool slewed, int block)
 
 TEST(Mixers, EveryArrangementIsACrossMixer)
 {
-    for (const auto& [n, m] : {std::pair{1, 1}, {2, 3}, {5, 2}, {8, 8}, {9, 7}})
+    for (const auto& [n, m] : {std::pair{1, 1}, {2, 3}, {5, 2}, {8, 8}, {9, 9}})
         for (const int block : {5, 64, 257})
             for (const Arrangement& a : arrangements(n, m))
                 for (const bool slewed : {false, true}) {

@@ -80,6 +80,7 @@ TEST(Multiplexer, FlagOffSwitchesAtOnceAndFlagOnResumes)
     rig::Rig blk(EN_MUXES_MUXES_SWITCH, 6, 2);
     for (int pin = 0; pin < 6; ++pin)
         blk.fill(pin, static_cast<float>(pin));
+    blk.set({0, 0, 12});
     blk.set({2.9F, 0, 12});
     blk.process();
     EXPECT_EQ(blk->pParam[kMuxesSwitchIdx], 2.0F);
@@ -164,11 +165,13 @@ TEST(Crossfade, FadesByItsLawAndKeepsAnInterruptedWeight)
                 EXPECT_EQ(rig::bits(blk.out(0)), rig::bits(blk.in(1)));
                 continue;
             }
-            for (std::size_t t = 0; t < blk.out(1).size(); ++t) {
-                const double g = weight * (1 - (1 - alpha) * static_cast<double>(t + 1) / (block + 1));
-                const auto from = static_cast<double>(blk.in(3)[t]), to = static_cast<double>(blk.in(4)[t]);
-                ASSERT_NEAR(blk.out(1)[t], g * from + (1 - g) * to, 6e-8 * (block + 4)) << t;  // a rounding a sample
-            }
+            for (std::size_t t = 0; t < static_cast<std::size_t>(block); ++t)
+                for (int pin = 0; pin < 2; ++pin) {
+                    const double g = weight * (1 - (1 - alpha) * static_cast<double>(t + 1) / (block + 1));
+                    const float *from = &blk.in(1 + 2 * pin)[t], *to = &blk.in(2 + 2 * pin)[t];
+                    const double faded = g * static_cast<double>(*from) + (1 - g) * static_cast<double>(*to);
+                    ASSERT_NEAR(blk.out(pin)[t], faded, 6e-8 * (block + 4)) << t;  // a rounding a sample
+                }
             weight *= alpha;
         }
         for (int b = 0; blk.core<CrossFade_Core>().change_flag == 1 && b < 1000000; ++b)

@@ -119,8 +119,10 @@ TEST(Sweep, PlaysItsRepetitionsThenFallsSilentUntilReset)
     EXPECT_EQ(blk->pParam[kSweepRepeatCounter], 2.0F);
     blk.update();
     EXPECT_EQ(play(blk, 10), x);
-    blk.set({1000, 1000, 1, 1, 0, 1, 1, 1});  // no growth: a plain tone
-    EXPECT_NEAR(frequency(play(blk, 100), 48000), 1000, 0.01);
+    blk.set({1000, 1000, 1, 1, 0, 0.1F, 1, 1});  // no growth: a plain tone, to the end of the sweep
+    const std::vector<float> tone = play(blk, 150);
+    EXPECT_NEAR(frequency(tone, 48000), 1000, 0.01);
+    EXPECT_NEAR(rig::rms(tone), std::sqrt(0.5), 1e-3);
     for (const auto& [repeats, on] : {std::pair{0.0F, 1.0F}, {1.0F, 0.0F}}) {
         blk.set({1000, 2000, repeats, 1, 1, 1, 1, on});
         EXPECT_EQ(rig::rms(play(blk, 5)), 0.0);

@@ -51,18 +51,19 @@ TEST(AdjustableGain, SlewsToTheExactGain)
     }
 }
 
-// Out of an infinite gain no step is a number; the next target is taken at once.
-TEST(AdjustableGain, RecoversFromAnInfiniteGain)
+// Out of an infinite gain no step is a number, nor out of none; the next target is taken at once.
+TEST(AdjustableGain, RecoversFromGainsThatAreNoNumber)
 {
-    for (const int type : {EN_VC_SIG_CONTROL_SLEW, EN_VC_MULTI_CONTROL_SLEW, EN_MIXERS_MULTI_SLEW}) {
-        rig::Rig blk(type, 1, 1);
-        blk.fill(0, 1.0F);
-        blk.set({12, 1000});
-        blk.process();
-        blk.set({12, 0});
-        blk.process(3);
-        EXPECT_NEAR(blk.out(0)[0], 1.0, 0.03) << type;  // a mixer's decibels are coarse
-    }
+    for (const int type : {EN_VC_SIG_CONTROL_SLEW, EN_VC_MULTI_CONTROL_SLEW, EN_MIXERS_MULTI_SLEW})
+        for (const float db : {1000.0F, NAN}) {
+            rig::Rig blk(type, 1, 1);
+            blk.fill(0, 1.0F);
+            blk.set({12, db});
+            blk.process();
+            blk.set({12, 0});
+            blk.process(5000);
+            EXPECT_NEAR(blk.out(0)[0], 1.0, 0.03) << type << ", " << db;  // a mixer's decibels are coarse
+        }
 }
 
 TEST(AdjustableGain, ControlPinIsALinearGain)
@@ -131,12 +132,13 @@ TEST(Mute, ExactAtOnceAndAfterTheSlew)
     EXPECT_NEAR(blk.out(1)[63], 1 - 0.02 * 64 / 65, 1e-6);
     EXPECT_EQ(blk.process(2000), 0);
     EXPECT_EQ(rig::rms(blk.out(1)), 0.0);
-    for (const auto& [state, gain] : {std::pair{0.0F, 1.0F}, {1.0F, 0.0F}, {2.0F, 1.0F}}) {  // only 1 mutes
+    const float states[][3] = {{1, 0, 0}, {2, 1, 0}, {0, 1, 1}, {2, 1, 1}};  // only 1 mutes, only 0 and 1 aim
+    for (const auto& [state, gain, aim] : states) {
         blk.set({state, 0});
         blk.process();
         EXPECT_EQ(blk.out(1)[0], gain) << "without slew at once";
+        EXPECT_EQ(blk.core<Mute_Core>().gain_now, aim);
     }
-    EXPECT_EQ(blk.core<Mute_Core>().gain_now, 0.0F) << "only 0 and 1 aim";
 }
 
 // Blocks of one sample show the curve itself.
