@@ -8,15 +8,15 @@
 namespace {
 
 // What a block makes of one sample per pin.
-std::vector<float> once(int type, std::vector<float> inputs, int outputs)
+std::vector<float> once(int type, const std::vector<float>& inputs, int outputs)
 {
     rig::Rig blk(type, static_cast<int>(inputs.size()), outputs, {.block = 1});
-    for (std::size_t pin = 0; pin < inputs.size(); ++pin)
-        blk.fill(static_cast<int>(pin), inputs[pin]);
-    EXPECT_EQ(blk.process(), RT_OK);
+    std::vector<std::vector<float>> pins;
+    for (const float x : inputs)
+        pins.push_back({x});
     std::vector<float> result;
-    for (int pin = 0; pin < outputs; ++pin)
-        result.push_back(blk.out(pin)[0]);
+    for (const auto& pin : blk.run(pins))
+        result.push_back(pin[0]);
     return result;
 }
 
@@ -59,6 +59,7 @@ TEST(SmoothedLevel, IsAOnePoleAverageOfTheMagnitude)
 {
     rig::Rig blk(EN_BASIC_ARITH_RMS, 2, 2);
     const auto& rate = static_cast<RmsWithTcSt*>(blk->AlgoCore)->rms_rate;
+    EXPECT_EQ(blk->pParam[kBasicRMSTime], 121.0F);
     EXPECT_NEAR(rate, std::pow(10.0, 72.0 / 480000.0) - 1, 1e-7);
     const std::vector<Values> signal = {Values(64, -0.5F), Values(64, 2.0F)};
     const auto y = blk.run(signal);

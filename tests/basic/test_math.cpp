@@ -88,13 +88,13 @@ TEST(Complex, FollowsStdComplexAndWorksInPlace)
     C out;
     float* const y = reinterpret_cast<float*>(&out);  // as the standard lays it out
     const auto *p = reinterpret_cast<const float*>(&a), *q = reinterpret_cast<const float*>(&b);
-    EXPECT_EQ(std::pair(MultiC1(p, q, y), out), std::pair((a * b).real(), a * b));
+    EXPECT_EQ((std::pair{MultiC1(p, q, y), out}), std::pair((a * b).real(), a * b));
     EXPECT_EQ((MultiC2(p, 2, y), out), a * 2.0F);
     EXPECT_EQ((ConjMultiC(p, q, y), out), a * std::conj(b));
     EXPECT_EQ((ConjMultiC1(p, q, y), out), std::conj(a) * b);
     EXPECT_EQ((MinusC1(p, q, y), out), a - b);
     EXPECT_EQ((AddC1(p, q, y), out), a + b);
-    EXPECT_EQ(std::pair(MultiAddC1(p, q, y), out), std::pair((a * b).real(), a + b + a * b));
+    EXPECT_EQ((std::pair{MultiAddC1(p, q, y), out}), std::pair((a * b).real(), a + b + a * b));
     EXPECT_FLOAT_EQ(DivC1(p, q, y), (a / b).real());
     EXPECT_FLOAT_EQ(out.imag(), (a / b).imag());
     EXPECT_EQ(PowC1(p), 13.0F);
@@ -102,5 +102,5 @@ TEST(Complex, FollowsStdComplexAndWorksInPlace)
     out = a;
     EXPECT_EQ((MultiC1(y, y, y), out), a * a);
     const float tiny[2] = {9e-6F, 0};
-    EXPECT_EQ(std::pair(DivC1(p, tiny, y), out), std::pair(0.0F, C()));
+    EXPECT_EQ((std::pair{DivC1(p, tiny, y), out}), std::pair(0.0F, C()));
 }

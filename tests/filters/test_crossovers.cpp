@@ -54,21 +54,21 @@ TEST(Crossover, EveryTypeIsItsPrototype)
             SCOPED_TRACE(testing::Message() << "type " << type << " at " << fc);
             const auto bands = answers(two_way(type, static_cast<float>(fc), 6, -3, 0));
             const auto [order, algorithm, power, gains, sections] = kTypes[type];
-            for (double hz = fc / 8.0; hz < std::min(8.0 * fc, 0.49 * kRate); hz *= 1.3) {
-                const double W = std::tan(kPi * hz / kRate) / std::tan(kPi * fc / kRate);
-                // Coefficients near 1 and 2 are rounded to 2^-24, as every sum is; in the response they stand against
-                // the square of the distance from 0 Hz, once per section.
-                const double w = 2.0 * kPi * std::min(hz, fc) / kRate;
-                const double tolerance = 0.005 + 8.686 * sections * std::exp2(-21.0) / (w * w);
+            for (double hz = fc / 8.0; hz < std::min(8.0 * fc, 0.49 * kRate); hz *= 1.3)
                 for (const bool high : {false, true}) {
-                    const double power_db =
+                    const double W = std::tan(kPi * hz / kRate) / std::tan(kPi * fc / kRate);
+                    const double ideal_db =
                         10.0 * power * std::log10(rig::ideal_power(order, algorithm, 0, high ? 1.0 / W : W));
-                    const double found = db(rig::spectrum(bands[high ? 1 : 0], 2.0 * kPi * hz / kRate));
-                    if (power_db > (high ? -60.0 : -80.0)) {
-                        EXPECT_NEAR(found, power_db + (high ? -3.0 : 6.0) * gains, tolerance) << hz;
-                    }
+                    if (ideal_db < (high ? -60.0 : -80.0))
+                        continue;
+                    // Coefficients near 1 and 2 are rounded to 2^-24, as every sum is; in the response they stand
+                    // against the square of the distance from 0 Hz, once per section.
+                    const double w = 2.0 * kPi * std::min(hz, fc) / kRate;
+                    EXPECT_NEAR(db(rig::spectrum(bands[high ? 1 : 0], 2.0 * kPi * hz / kRate)),
+                                ideal_db + (high ? -3.0 : 6.0) * gains,
+                                0.005 + 8.686 * sections * std::exp2(-21.0) / (w * w))
+                        << hz;
                 }
-            }
         }
 }
 
@@ -114,7 +114,7 @@ TEST(Crossover, ANewTypeKeepsTheWordsItHasAndAddsSilence)
     blk.run({rig::noise(64, 1), rig::noise(64, 2)});
     const auto* core = static_cast<const Crossover2Way_Core*>(blk->AlgoCore);
     const Vector before(core->stateArray, core->stateArray + 8);
-    for (const auto& [type, sections] : {std::pair{int{LR48}, 4}, {11, 4}, {-3, 1}}) {  // any type reserves
+    for (const auto& [type, sections] : {std::pair{int{LR48}, 4}, {-3, 1}, {11, 4}}) {  // any type reserves
         blk.set({static_cast<float>(type), 700, 0, LR12, 700, 0, 2});
         EXPECT_EQ(std::tuple(core->sos_low, core->sos_high, core->invert1), std::tuple(sections, 1, 2)) << type;
         Vector expected = before;
@@ -125,7 +125,6 @@ TEST(Crossover, ANewTypeKeepsTheWordsItHasAndAddsSilence)
 
 TEST(Crossover, UnknownTypesWriteNothing)
 {
-    rig::Log log;
     Vector coeff(20, 7.0F), ba(17, 7.0F);
     for (const int type : {-1, 10}) {
         calculateLP(coeff.data(), ba.data(), 48000, type, 1000, 1);
@@ -136,7 +135,6 @@ TEST(Crossover, UnknownTypesWriteNothing)
     blk.set(two_way(LR12, 700, 0, 0, 0));
     blk.set({100, 700, 0, LR12, 700, 0, 0});  // four sections: the two of before, then two that are silent
     EXPECT_EQ(blk.run({rig::noise(64)})[0], Vector(64));
-    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(Crossover, ClampsGainsAndLivesThroughAnyCorner)

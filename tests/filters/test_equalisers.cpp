@@ -34,13 +34,8 @@ const struct Case {
 constexpr int kFirstOrder = 100;
 Vector general(int response, float gain_db, float fc, float q, float boost_db)
 {
-    Vector coeff(5), vector = {1, 0, static_cast<float>(response % kFirstOrder), gain_db, fc, q, boost_db};
-    SecondOrder_Core core = {1, 0, coeff.data(), nullptr};
-    if (response < kFirstOrder)
-        calculateFilter2ndGeneralCoeffs(&core, vector.data(), 48000);
-    else
-        calculateFilter2ndCoeffs(&core, vector.data(), 48000, EN_FILTER_1ST);
-    return coeff;
+    return rig::designed(response < kFirstOrder ? EN_FILTER_2ND_GENERAL : EN_FILTER_1ST,
+                         {1, 0, static_cast<float>(response % kFirstOrder), gain_db, fc, q, boost_db});
 }
 
 void expect_close(const float* found, const Vector& expected, int type, float fc)
@@ -135,17 +130,6 @@ TEST(Equaliser, AnyNumberOfBands)
         BlockAlgo_param_reset(blk.block(), blk->pParam);
         EXPECT_EQ(Vector(blk->pParam, blk->pParam + 2), (Vector{3, many[1]}));
     }
-}
-
-TEST(EqualiserDeathTest, UnknownBandTypesEndTheProcess)
-{
-    const auto status = testing::ExitedWithCode(255);
-    const auto set = [](int type, const Vector& vector) { rig::Rig(type, 1, 1).set(vector); };
-    EXPECT_EXIT(set(EN_FILTER_GRAPHICAL_EQ, {1, 1000, 0, 1, 9, 0}), status,
-                "calculateEQCoeffs.*ErrorXXX: You should choose a filter type!");
-    EXPECT_EXIT(set(EN_FILTER_TEXTEQ, {1, 1, 0, 12, 0, 1000, 1, 0}), status,
-                "calculateTextEQCoeffs.*ErrorXXX: You should choose a filter type!");
-    EXPECT_EXIT(set(EN_FILTER_TEXTEQ, {1, 0, 0, -1, 0, 1000, 1, 0}), status, "ErrorXXX");  // also when switched off
 }
 
 TEST(Equaliser, ABandsOwnGainComesLast)

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "support/filters.h"
 #include "support/rig.h"
 
 namespace {
@@ -16,9 +17,7 @@ Vector curve(rig::Rig& blk, int k) { return {blk->pState + 5 * k, blk->pState + 
 // The same response designed by the second-order block.
 Vector general(int type, float gain_db, float fc, float q, float boost_db)
 {
-    rig::Rig blk(EN_FILTER_2ND_GENERAL, 1, 1);
-    blk.set({1, 0, static_cast<float>(type), gain_db, fc, q, boost_db});
-    return {blk->pState, blk->pState + 5};
+    return rig::designed(EN_FILTER_2ND_GENERAL, {1, 0, static_cast<float>(type), gain_db, fc, q, boost_db});
 }
 
 // One block with every pin-1 sample at `value`; the last output sample.
@@ -42,7 +41,7 @@ TEST(LookUp, SpreadsItsCurves)
     EXPECT_EQ(Vector(tone->pParam, tone->pParam + 8), (Vector{0, 4, 10, -10, -5, 0.707F, 300, 12}));
     EXPECT_EQ(Vector(common->pParam, common->pParam + 7), (Vector{0, 4, -5, 0.707F, 300, 100, 12}));
     EXPECT_EQ(Vector(butter->pParam, butter->pParam + 6), (Vector{0, 4, -5, 300, 100, 12}));
-    EXPECT_EQ(curve(tone, 3), general(Gen_LS, -5, 300, 0.707F, 10));
+    EXPECT_EQ(curve(tone, 0), general(Gen_LS, -5, 300, 0.707F, -10));
 
     const int shelves[] = {Gen_LS, Gen_HS, Gen_Param};
     const int general_types[] = {Gen_LP, Gen_HP, Gen_Cheby_LP, Gen_Cheby_HP};

@@ -180,17 +180,6 @@ TEST(SectionBlock, UnknownResponsesAreReported)
     }
 }
 
-TEST(SectionBlockDeathTest, UnknownFirstOrdersEndTheProcess)
-{
-    const auto set = [](int type, const Vector& vector) { rig::Rig(type, 1, 1).set(vector); };
-    const auto status = testing::ExitedWithCode(255);
-    EXPECT_EXIT(set(EN_FILTER_1ST, {1, 0, 5, 0, 1000, 0}), status,
-                "calculateFilter1stCoeffs.*,[0-9]*., ErrorXXX: You should choose a filter type!");
-    EXPECT_EXIT(set(EN_FILTER_1ST, {1, 0, -1, 0, 1000, 0}), status, "ErrorXXX");
-    EXPECT_EXIT(set(EN_FILTER_2ND_FIRSTORDERS, {1, 0, 4, 1000, 0, 0, 1000, 0}), status,
-                "calculateFilter2ndCoeffs.*,735., ErrorXXX: Wrong first order filter type!");
-}
-
 TEST(SectionBlock, OtherCodesAreSilentSections)
 {
     Vector coeff(5, 9.0F);

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "math/filter_design.h"
+#include "vantoro.h"
 
 namespace rig {
 
@@ -24,6 +24,18 @@ std::complex<double> spectrum(const Samples& answer, double w)
     for (std::size_t i = 0; i < answer.size(); ++i)
         sum += static_cast<double>(answer[i]) * std::polar(1.0, -w * static_cast<double>(i));
     return sum;
+}
+
+// A section by the second-order blocks' design functions.
+inline std::vector<float> designed(int type, std::vector<float> vector, int rate = 48000)
+{
+    std::vector<float> coeff(5);
+    SecondOrder_Core core = {1, 0, coeff.data(), nullptr};
+    if (type == EN_FILTER_2ND_GENERAL)
+        calculateFilter2ndGeneralCoeffs(&core, vector.data(), rate);
+    else
+        calculateFilter2ndCoeffs(&core, vector.data(), rate, type);
+    return coeff;
 }
 
 // A signal through a stored section: b0, b1, a1, b2, a2.

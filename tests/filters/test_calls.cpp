@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The filters' functions called past the entry points: for one channel, with another type, without a block.
+// The filters' functions called past the entry points: for one channel, with another type, without a block; and what
+// ends the process.
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 #include "support/rig.h"
 
@@ -33,7 +36,9 @@ TEST(Filters, RenderOneChannelLikeTheBlock)
     expect_channels(EN_FILTER_GRAPHICAL_EQ, GraphicalEQ_Render, {1, 1000, 6, 2, 0, 0});
     expect_channels(EN_FILTER_TEXTEQ, TextEQ_Render, {1, 1, 0, 0, 6, 500, 2, -2});
     expect_channels(EN_FILTER_FIR, FIR_Render, {2, 0.5F, -1});
+    rig::Log log;
     expect_channels(EN_FILTER_MISCE_DCBLOCKING, DCBlocking_Render, {0});
+    EXPECT_EQ(log.messages(), std::vector<std::string>(2, "DCBlocking doesn't need param set\n"));
 }
 
 TEST(Filters, RefuseOtherTypesAndSurviveNoBlock)
@@ -54,4 +59,30 @@ TEST(Filters, RefuseOtherTypesAndSurviveNoBlock)
     EXPECT_TRUE(log.lines().empty());
     for (const int type : {EN_FILTER_1ST, EN_FILTER_NONBARE, EN_FILTER_TEXTEQ})  // no channels are channels, too
         EXPECT_EQ(rig::Rig(type, 0, 0).process(), RT_OK) << type;
+}
+
+// Where a band or a section of first order has no such type, and where a line would have no length.
+TEST(FiltersDeathTest, UnusableVectorsEndTheProcess)
+{
+    const struct {
+        int type;
+        Vector vector;
+        const char* report;
+    } rows[] = {
+        {EN_FILTER_1ST,
+         {1, 0, 5, 0, 900, 0},
+         "calculateFilter1stCoeffs.*,[0-9]*., .*: You should choose a filter type!"},
+        {EN_FILTER_1ST, {1, 0, -1, 0, 900, 0}, "ErrorXXX: You should choose a filter type!"},
+        {EN_FILTER_2ND_FIRSTORDERS,
+         {1, 0, 4, 9, 0, 0, 9, 0},
+         "Filter2ndCoeffs.*,735., .*: Wrong first order filter type!"},
+        {EN_FILTER_GRAPHICAL_EQ, {1, 900, 0, 1, 9, 0}, "calculateEQCoeffs.*ErrorXXX: You should choose a filter type!"},
+        {EN_FILTER_TEXTEQ, {1, 1, 0, 12, 0, 900, 1, 0}, "calculateTextEQCoeffs.*: You should choose a filter type!"},
+        {EN_FILTER_TEXTEQ, {1, 0, 0, -1, 0, 900, 1, 0}, "ErrorXXX"},  // also when switched off
+        {EN_FILTER_FIR, {0}, "ErrorXXX: bufferLength is at least greater than 0!"},
+        {EN_FILTER_FIR, {-4}, "ErrorXXX: bufferLength is at least greater than 0!"},
+        {EN_FILTER_FIR, {NAN}, "ErrorXXX: bufferLength is at least greater than 0!"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EXIT(rig::Rig(row.type, 1, 1).set(row.vector), testing::ExitedWithCode(255), row.report);
 }
