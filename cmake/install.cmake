@@ -24,8 +24,10 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/vantoroConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/vantoroConfig.cmake ${PROJECT_BINARY_DIR}/vantoroConfigVersion.cmake
     DESTINATION ${package_dir})
 
-cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE VANTORO_PC_LIBDIR)
-cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
-    OUTPUT_VARIABLE VANTORO_PC_INCLUDEDIR)
+# Relative to the file's own place, so that the tree may be installed with --prefix, and moved.
+foreach(dir LIBDIR INCLUDEDIR)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+        OUTPUT_VARIABLE VANTORO_PC_${dir})
+endforeach()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vantoro.pc.in ${PROJECT_BINARY_DIR}/vantoro.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vantoro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

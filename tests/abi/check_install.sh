@@ -13,13 +13,16 @@ cmake --build "$work/examples" >/dev/null
 "$work/examples/minimal_cpp" >"$work/output"
 grep -q 'peak at the end: 0.501' "$work/output"
 
-# The pkg-config file holds the prefix that the build was configured with.
-pc=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
-flags=$(PKG_CONFIG_PATH=$pc pkg-config --define-variable=prefix="$work/prefix" --cflags --libs vantoro)
-configured=$(sed -nE 's/^prefix=(.*)$/\1/p' "$pc/vantoro.pc")
-# shellcheck disable=SC2086
-cc "$source/examples/minimal.c" ${flags//"$configured"/"$work/prefix"} -lm -o "$work/minimal"
-LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libvantoro.so')") "$work/minimal" >/dev/null
+PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
+LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libvantoro.so')")
+export PKG_CONFIG_PATH LD_LIBRARY_PATH
+# The page that everybody reads first compiles as it is shown.
+sed -n '/^```c$/,/^```$/p' "$source/README.md" | grep -v '^```' >"$work/readme.c"
+for program in "$source/examples/minimal.c" "$work/readme.c"; do
+    # shellcheck disable=SC2046
+    cc -std=c11 -Wall -Wextra -Wpedantic -Werror "$program" $(pkg-config --cflags --libs vantoro) -lm -o "$work/program"
+    "$work/program" >/dev/null
+done
 for example in "$source"/examples/minimal.c*; do
     [ "$(wc -l <"$example")" -lt 80 ] || { echo "$example has 80 lines or more" >&2; exit 1; }
 done
