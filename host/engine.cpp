@@ -8,9 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
+#include "flush_to_zero.h"
 
 namespace vantoro {
 
@@ -21,7 +19,8 @@ constexpr std::size_t kLine = 16;  // samples in 64 bytes
 // Sizes in samples, rounded up to an odd number of lines: see the header.
 std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
 
-// Blocks whose state dies away below the smallest normal number.
+}  // namespace
+
 bool decays(int code)
 {
     switch (code & 0xff00) {
@@ -35,49 +34,6 @@ bool decays(int code)
         return code == EN_BASIC_ARITH_RMS;
     }
 }
-
-class FlushToZero {
-public:
-    explicit FlushToZero(bool on) : on_(on)
-    {
-        if (on_)
-            write((old_ = read()) | kBits);
-    }
-    ~FlushToZero()
-    {
-        if (on_)
-            write(old_);
-    }
-    FlushToZero(const FlushToZero&) = delete;
-    FlushToZero& operator=(const FlushToZero&) = delete;
-
-private:
-#if defined(__x86_64__)
-    using Mode = unsigned;
-    static constexpr Mode kBits = 0x8040;  // results and operands
-    static Mode read() { return _mm_getcsr(); }
-    static void write(Mode mode) { _mm_setcsr(mode); }
-#elif defined(__aarch64__)
-    using Mode = std::uint64_t;
-    static constexpr Mode kBits = 1U << 24U;
-    static Mode read()
-    {
-        Mode mode;
-        __asm__ volatile("mrs %0, fpcr" : "=r"(mode));
-        return mode;
-    }
-    static void write(Mode mode) { __asm__ volatile("msr fpcr, %0" : : "r"(mode)); }
-#else
-    using Mode = unsigned;
-    static constexpr Mode kBits = 0;
-    static Mode read() { return 0; }
-    static void write(Mode) {}
-#endif
-    bool on_;
-    Mode old_ = 0;
-};
-
-}  // namespace
 
 // ---- log ----
 

@@ -49,6 +49,9 @@ private:
     static inline void (*hook_)() = nullptr;
 };
 
+// Whether the state of such a block dies away below the smallest normal number.
+bool decays(int code);
+
 class Engine {
 public:
     // Throws std::runtime_error when the library refuses a block.
