@@ -190,20 +190,20 @@ constexpr const char* kSetup = "set encoding utf8\n"
 std::string frequency_tics(double last, bool labels)
 {
     std::string tics;
-    for (double decade = 10; decade <= last; decade *= 10)
+    for (int decade = 10; decade <= last; decade *= 10)
         for (const int digit : {1, 2, 5}) {
-            const double hz = decade * digit;
+            const int hz = decade * digit;
             if (hz < 20 || hz > last)
                 continue;
             tics += tics.empty() ? "set xtics ('" : ", '";
             if (labels)
-                append(tics, "%g%s", hz < 1000 ? hz : hz / 1000, hz < 1000 ? "" : "k");
-            append(tics, "' %g", hz);
+                append(tics, "%d%s", hz < 1000 ? hz : hz / 1000, hz < 1000 ? "" : "k");
+            append(tics, "' %d", hz);
         }
-    for (double decade = 10; decade <= last; decade *= 10)
+    for (int decade = 10; decade <= last; decade *= 10)
         for (const int digit : {3, 4, 6, 7, 8, 9})
             if (decade * digit > 20 && decade * digit < last)
-                append(tics, ", '' %g 1", decade * digit);
+                append(tics, ", '' %d 1", decade * digit);
     return tics + ")\n";
 }
 

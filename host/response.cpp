@@ -77,6 +77,7 @@ Section second_order(const float* c) { return {c[0], c[1], c[3], c[2], c[4]}; }
 std::vector<Section> sections(const float* coeff, int count)
 {
     std::vector<Section> list;
+    list.reserve(index(std::max(count, 0)));
     for (int k = 0; k < count; ++k)
         list.push_back(second_order(coeff + std::ptrdiff_t{5} * k));
     return list;

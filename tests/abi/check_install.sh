@@ -17,6 +17,7 @@ PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
 LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libvantoro.so')")
 export PKG_CONFIG_PATH LD_LIBRARY_PATH
 # The page that everybody reads first compiles as it is shown.
+# shellcheck disable=SC2016
 sed -n '/^```c$/,/^```$/p' "$source/README.md" | grep -v '^```' >"$work/readme.c"
 for program in "$source/examples/minimal.c" "$work/readme.c"; do
     # shellcheck disable=SC2046
