@@ -111,7 +111,7 @@ TEST(Compressor, CurvesWithOddPoints)
     ASSERT_EQ(log.text(), "ERROR:Exceed limit table length\n");
     EXPECT_EQ(log.lines()[0].rfind("LOG (Compressor_param_set(): ,", 0), 0U);
     EXPECT_NEAR(settled_gain(blk, db(-20)), db(-10), 1e-4) << "as before";
-    EXPECT_EQ(blk.printed(), "Compressor param is 200.000000,0.000000,200.000000,0.000000,20.000000,11.000000\n");
+    EXPECT_EQ(blk->pParam[kCompressorPostGain], 20.0F) << "but the entries before the curve are taken";
     blk.set({200, 0, 200, 0, 0, -3});
     EXPECT_NEAR(settled_gain(blk, db(-20)), 1.0, kRamp);
 }
@@ -179,8 +179,4 @@ TEST(Compressor, SidechainAloneSteersAllChannels)
         EXPECT_NEAR(blk.out(0)[63], 0.9 * rig::from_db(-10), 1e-4) << type;
         EXPECT_NEAR(blk.out(1)[63], -0.3 * rig::from_db(-10), 1e-4) << type;
     }
-    rig::expect_pins({
-        {EN_DP_COMPRESSOR_EXT_RMS, "wrong input 2 pin and output 2 pin in compressor\n", {{2, 2}}},
-        {EN_DP_COMPRESSOR_PEAK, "wrong input 3 pin and output 2 pin in compressor\n", {{3, 2}}},
-    });
 }

@@ -65,23 +65,6 @@ TEST(Envelope, MeanSquareIsNeitherRootedNorLimited)
     EXPECT_LT(slow_out[999], fast_out[999]);  // a larger time is the faster one
 }
 
-TEST(EnvelopeAndLimiter, PinsAndPrints)
-{
-    constexpr const char* kEnvelope = "wrong method type or pin number in Envelope\n";
-    rig::expect_pins({
-        {EN_DP_ENV, kEnvelope, {{2, 2}}, {}, "Env_init"},
-        {EN_DP_ENV_EXT_DECAY, kEnvelope, {{1, 1}}},
-        {EN_DP_ENV_RMS, kEnvelope, {{1, 2}}},
-        {EN_DP_LIMITER, "wrong input pin number in Limiter\n", {{2, 1}}},
-    });
-    // Three entries for every type of envelope.
-    EXPECT_EQ(rig::Rig(EN_DP_ENV, 1, 1).printed(), "Env param is 0.000000,200.000000,0.000000\n");
-    EXPECT_EQ(rig::Rig(EN_DP_ENV_EXT_DECAY, 2, 1).printed(), "Env param is 0.000000,0.000000,0.000000\n");
-    EXPECT_EQ(rig::Rig(EN_DP_ENV_RMS, 1, 1).printed(), "Env param is 0.000000,200.000000,200.000000\n");
-    EXPECT_EQ(rig::Rig(EN_DP_LIMITER, 1, 1).printed(), "Limiter param is 200.000000,200.000000,-3.000000\n");
-    EXPECT_EQ(Env_param_invoke(nullptr) | Limiter_param_invoke(nullptr), 0);
-}
-
 TEST(Limiter, HoldsTheMeanSquareOfASineAndTellsSo)
 {
     rig::Rig blk(EN_DP_LIMITER, 1, 1);

@@ -105,15 +105,3 @@ TEST(Loudness, ASetKeepsTheFiltersState)
     blk.set(vector);
     EXPECT_EQ(blk.run(signal), twin.run(signal));
 }
-
-TEST(Loudness, PrintsSevenEntriesUnderTheLabelsHostsKnow)
-{
-    rig::Log log;
-    rig::Rig blk(EN_LOUDNESS_LH, 1, 1);
-    blk.set({60, 10, 7000, 20, 3, -30});
-    blk.invoke();
-    EXPECT_EQ(log.text(), "Loudness param: \n\n|BassFreq: 60.000000 \n\n|BassGain: 10.000000 \n\n|"
-                          "TrebleFreq: 7000.000000 \n\n|TrebleGain: 20.000000 \n\n|PostGain: 3.000000 \n\n|"
-                          "FilterType: -30.000000 \n\n|SlewRate: 0.000000 \n\n|\n\n");
-    EXPECT_EQ(log.lines()[1].rfind("LOG (Loudness_param_invoke(): ,", 0), 0U);
-}

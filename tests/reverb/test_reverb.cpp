@@ -86,9 +86,8 @@ TEST(Reverb, RightTakesTheFinishedLeft)
     EXPECT_FLOAT_EQ(blk.out(1)[0], 0.2F);
 }
 
-TEST(Reverb, PinsAndPrint)
+TEST(Reverb, LeavesOutputsWithoutAnInput)
 {
-    rig::expect_pins({{EN_QVALGO_REVERB, "wrong input pin number in Reverb\n", {{3, 2}}}});
     for (const auto& [inputs, outputs] : {std::pair{2, 1}, {1, 0}, {1, 3}, {2, 4}, {0, 2}}) {
         rig::Rig blk(EN_QVALGO_REVERB, inputs, outputs);
         blk.set({1, 80, 40, 0.5F, 0.2F, 50});
@@ -98,9 +97,6 @@ TEST(Reverb, PinsAndPrint)
         for (int c = 0; c < outputs; ++c)
             EXPECT_EQ(blk.out(c)[0], c < inputs ? 0.0F : -3.0F);
     }
-    EXPECT_EQ(rig::Rig(EN_QVALGO_REVERB, 1, 1).printed(),
-              "Reverb param: \n\n|Enable: 0.000000 \n\n|DryLevel: 80.000000 \n\n|WetLevel: 40.000000 \n\n|"
-              "RoomSize: 0.950000 \n\n|Damp: 0.200000 \n\n|Width: 100.000000 \n\n|\n\n");
 }
 
 TEST(Comb, SizesAndSingleSamples)

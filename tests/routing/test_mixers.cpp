@@ -153,24 +153,20 @@ TEST(Mixers, Reports)
     EXPECT_FALSE(rig::Rig(1295, 1, 1));
     EXPECT_EQ(log.all(), "LOG (BlockAlgo_Mixers_init(): ,568), Wrong input type in basic, type = 1295\n\n");
     log.clear();
-    rig::Rig merge(EN_MIXERS_MERGE, 2, 1), tee(EN_SPLIT_T_CONNECT, 1, 2), multi(EN_MIXERS_MULTI_SLEW, 2, 1);
-    rig::Rig wide(EN_MIXERS_CROSS, 2, 3), tall(EN_MIXERS_CROSS, 3, 1), lone(EN_MIXERS_CROSS_SLEW, 1, 1);
+    rig::Rig merge(EN_MIXERS_MERGE, 2, 1), multi(EN_MIXERS_MULTI_SLEW, 2, 1), tall(EN_MIXERS_CROSS, 3, 1);
+    rig::Rig lone(EN_MIXERS_CROSS_SLEW, 1, 1);
     EXPECT_EQ(lone.core<MixSlewSt>().new_gain, nullptr) << "a lone gain has two arrays only, whatever the type";
     float* none[] = {nullptr};
     EXPECT_EQ(BlockAlgo_process(merge.block(), nullptr, none), RT_ERR_NULL_PTR);
     EXPECT_EQ(BlockAlgo_Mixers_process(nullptr, none, none), RT_ERR_NULL_PTR);
     multi.set({40, -1, -2});
-    wide.set({0, 1, 2, 3, 4, 5});
     tall.set({0, 1, 2});
-    for (rig::Rig* blk : {&merge, &tee, &multi, &wide, &tall})
+    for (rig::Rig* blk : {&merge, &multi, &tall})
         blk->invoke();
-    EXPECT_EQ(log.lines()[3].substr(0, 36), "LOG (BlockAlgo_Mixers_param_invoke()");
     // The cross print takes the matrix for square, and stops where the vector does.
     EXPECT_EQ(log.text(), "Input is NULL\n\n|Input is NULL\n\n|"
                           "MixSlewRate:40.000000 out of range:1.000000~ 23.000000, be set to 23.000000\n\n|"
-                          "Mix Model = 1288, gain = \n|"
                           "Mix Model = 1290, slew = 23.000000, gain = \n|-1.000000, \n|-2.000000, \n|"
-                          "Mix Model = 1285, gain = \n|0.000000, \n|1.000000, \n|\n\n|2.000000, \n|3.000000, \n|\n\n|"
                           "Mix Model = 1285, gain = \n|0.000000, \n|1.000000, \n|2.000000, \n|\n\n|\n\n|\n\n");
     log.clear();
     BlockAlgo stray = {};

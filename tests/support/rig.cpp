@@ -140,13 +140,6 @@ void Rig::fill_noise(int first_pin)
         std::ranges::copy(noise(pro_.nBlockSize, static_cast<std::uint32_t>(pin)), in(pin).begin());
 }
 
-std::string Rig::printed()
-{
-    const Log log;
-    invoke();
-    return log.text();
-}
-
 void Rig::alias(int out_pin, int in_pin)
 {
     out_ptr_[static_cast<std::size_t>(out_pin)] = in_ptr_[static_cast<std::size_t>(in_pin)];
@@ -196,20 +189,6 @@ std::vector<std::vector<float>> Rig::run(const std::vector<std::vector<float>>& 
             result[pin].insert(result[pin].end(), out_ptr_[pin], out_ptr_[pin] + block);
     }
     return result;
-}
-
-void expect_pins(std::initializer_list<PinRule> rules)
-{
-    for (const PinRule& rule : rules) {
-        for (const auto& [inputs, outputs] : rule.refused) {
-            const Log log;
-            EXPECT_FALSE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;
-            EXPECT_EQ(log.text(), rule.message);
-            EXPECT_TRUE(log.all().starts_with("LOG (" + rule.init)) << log.all();
-        }
-        for (const auto& [inputs, outputs] : rule.taken)
-            EXPECT_TRUE(Rig(rule.type, inputs, outputs)) << rule.type << ": " << inputs << " to " << outputs;
-    }
 }
 
 double from_db(double db) { return std::pow(10.0, db / 20); }

@@ -7,7 +7,6 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "vantoro.h"
@@ -83,7 +82,6 @@ public:
     int set(std::vector<float> vector);  // param_reset, with a copy that dies afterwards
     int update() { return BlockAlgo_param_update(blk_); }
     int invoke() { return BlockAlgo_param_invoke(blk_); }
-    std::string printed();  // what invoke logs, as Log::text
 
     std::span<float> in(int pin) { return in_[static_cast<std::size_t>(pin)].samples(); }
     std::span<float> out(int pin) { return out_[static_cast<std::size_t>(pin)].samples(); }
@@ -108,15 +106,6 @@ private:
     std::vector<Pin> in_, out_;
     std::vector<float*> in_ptr_, out_ptr_;
 };
-
-// Pins (inputs, outputs) that a type refuses, with its message, and pins that it takes.
-struct PinRule {
-    int type;
-    std::string message;
-    std::vector<std::pair<int, int>> refused, taken = {};
-    std::string init = "";  // the function in the message's line, where it matters
-};
-void expect_pins(std::initializer_list<PinRule> rules);
 
 double from_db(double db);
 double rms(std::span<const float> x);
