@@ -6,35 +6,14 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
+#include "scratch.h"
 #include "vantoro.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 void drop(const char*, void*) {}
-
-// Where the tables go, until the fuzzer ends. Its own paths are relative to the directory before.
-class Directory {
-public:
-    Directory()
-    {
-        std::string name = (fs::temp_directory_path() / "speaker-XXXXXX").string();
-        dir_ = ::mkdtemp(name.data());
-    }
-    ~Directory() { fs::remove_all(dir_); }
-    Directory(const Directory&) = delete;
-    Directory& operator=(const Directory&) = delete;
-
-    void enter() const { fs::current_path(dir_); }
-    void leave() const { fs::current_path(before_); }
-
-private:
-    fs::path before_ = fs::current_path(), dir_;
-};
 
 }  // namespace
 
@@ -45,10 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (::ftruncate(file, 0) != 0 || ::pwrite(file, data, size, 0) != static_cast<ssize_t>(size))
         std::abort();
     Vantoro_set_log_handler(drop, nullptr);
-    static const Directory directory;
-    directory.enter();
-    const int result = filter_response_check(nullptr, 0, 2000, 50, path.c_str());
-    directory.leave();
+    int result = 1;
+    in_scratch([&] { result = filter_response_check(nullptr, 0, 2000, 50, path.c_str()); });
     if (result != 0)
         std::abort();  // whatever the file holds, there is a table
     return 0;
