@@ -15,6 +15,7 @@
 namespace {
 
 std::atomic<long> g_calls{0};
+std::atomic<long> g_frees{0};
 std::atomic<long> g_fail_at{-1};
 
 bool refuse()
@@ -41,6 +42,12 @@ void* __wrap_reallocarray(void* p, std::size_t n, std::size_t size)
 {
     return refuse() ? nullptr : __real_reallocarray(p, n, size);
 }
+void __real_free(void* p);
+void __wrap_free(void* p)
+{
+    ++g_frees;
+    __real_free(p);
+}
 [[noreturn]] void __real_exit(int status);
 [[noreturn]] void __wrap_exit(int status)
 {
@@ -55,6 +62,7 @@ std::jmp_buf* rig::g_exit_trap = nullptr;
 namespace rig {
 
 long Allocator::calls() { return g_calls; }
+long Allocator::touched() { return g_calls + g_frees; }
 void Allocator::fail_at(long k) { g_fail_at = g_calls + k; }
 void Allocator::fail_never() { g_fail_at = -1; }
 
@@ -154,9 +162,9 @@ int Rig::process_one()
     std::vector<std::vector<std::uint32_t>> before;
     for (Pin& pin : in_)
         before.push_back(bits(pin.samples()));
-    const long calls = Allocator::calls();
+    const long touched = Allocator::touched();
     const int result = BlockAlgo_process(blk_, in_ptr_.data(), out_ptr_.data());
-    EXPECT_EQ(Allocator::calls(), calls) << "process of type " << blk_->method_type << " allocated";
+    EXPECT_EQ(Allocator::touched(), touched) << "process of type " << blk_->method_type << " allocated or freed";
     for (std::size_t i = 0; i < in_.size(); ++i) {
         EXPECT_TRUE(in_[i].intact()) << "type " << blk_->method_type << " wrote outside input pin " << i;
         if (std::ranges::find(out_ptr_, in_ptr_[i]) == out_ptr_.end()) {
