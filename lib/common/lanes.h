@@ -83,6 +83,7 @@ LBX_INLINE void transpose(f4 (&v)[4])
 
 #if defined(__AVX2__) && defined(__FMA__)
 
+inline constexpr bool kWideRegisters = true;  // an f8 is one
 using f8 = float __attribute__((vector_size(32)));
 
 LBX_INLINE f8 join(f4 a, f4 b) { return _mm256_insertf128_ps(_mm256_castps128_ps256(a), b, 1); }
@@ -105,6 +106,7 @@ LBX_INLINE void transpose(f8 (&v)[4])
 
 #else
 
+inline constexpr bool kWideRegisters = false;
 struct f8 {
     f4 a, b;
 };
@@ -129,6 +131,14 @@ LBX_INLINE void transpose(f8 (&v)[4])
 }
 
 #endif
+
+// No load is moved up across this. Where loads are instructions of their own, a compiler that hides their latency would
+// otherwise have more of them under way than there are registers.
+LBX_INLINE void load_no_earlier()
+{
+    if constexpr (!kWideRegisters)
+        __asm__ volatile("");
+}
 
 template <class V>
 constexpr int kLanes = sizeof(V) / sizeof(float);

@@ -44,8 +44,11 @@ LBX_INLINE void sum_some(int paths, int t, float* const (&y)[Outs], Add add)
 #pragma GCC unroll 2
         for (int out = 0; out < Outs; ++out)
 #pragma GCC unroll 8
-            for (int v = 0; v < Vectors; ++v)
+            for (int v = 0; v < Vectors; ++v) {
+                if (out * Vectors + v == 4)
+                    load_no_earlier();
                 sum[out][v] = add(sum[out][v], k, out, t + v * kLanes<V>);
+            }
 #pragma GCC unroll 2
     for (int out = 0; out < Outs; ++out)
 #pragma GCC unroll 8

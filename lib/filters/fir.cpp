@@ -32,7 +32,11 @@ LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y
     repeat<kRows>([&](auto r) { sum[r] = every<f8>(taps[0]) * load<f8>(x + kWide * r); });
     for (int k = 1; k < n_taps; ++k) {
         const f8 tap = every<f8>(taps[k]);
-        repeat<kRows>([&](auto r) { sum[r] = mul_add(tap, load<f8>(x - k + kWide * r), sum[r]); });
+        repeat<kRows>([&](auto r) {
+            if (r() == 4)
+                load_no_earlier();
+            sum[r] = mul_add(tap, load<f8>(x - k + kWide * r), sum[r]);
+        });
     }
     repeat<kRows>([&](auto r) { store(y + kWide * r, sum[r]); });
 }
