@@ -82,8 +82,21 @@ LBX_INLINE void transpose(f4 (&v)[4])
 }
 
 #if defined(__AVX2__) && defined(__FMA__)
+inline constexpr bool kWideRegisters = true;  // one holds an f8
+#else
+inline constexpr bool kWideRegisters = false;
+#endif
 
-inline constexpr bool kWideRegisters = true;  // an f8 is one
+// Nothing is scheduled across this. Where loads are instructions of their own, a compiler that hides their latency has
+// otherwise more of them under way than there are registers.
+LBX_INLINE void keep_order()
+{
+    if constexpr (!kWideRegisters)
+        __asm__ volatile("");
+}
+
+#if defined(__AVX2__) && defined(__FMA__)
+
 using f8 = float __attribute__((vector_size(32)));
 
 LBX_INLINE f8 join(f4 a, f4 b) { return _mm256_insertf128_ps(_mm256_castps128_ps256(a), b, 1); }
@@ -106,7 +119,6 @@ LBX_INLINE void transpose(f8 (&v)[4])
 
 #else
 
-inline constexpr bool kWideRegisters = false;
 struct f8 {
     f4 a, b;
 };
@@ -126,19 +138,12 @@ LBX_INLINE void transpose(f8 (&v)[4])
 {
     f4 low[4] = {v[0].a, v[1].a, v[2].a, v[3].a}, high[4] = {v[0].b, v[1].b, v[2].b, v[3].b};
     transpose(low);
+    keep_order();
     transpose(high);
     repeat<4>([&](auto k) { v[k] = {low[k], high[k]}; });
 }
 
 #endif
-
-// No load is moved up across this. Where loads are instructions of their own, a compiler that hides their latency would
-// otherwise have more of them under way than there are registers.
-LBX_INLINE void load_no_earlier()
-{
-    if constexpr (!kWideRegisters)
-        __asm__ volatile("");
-}
 
 template <class V>
 constexpr int kLanes = sizeof(V) / sizeof(float);

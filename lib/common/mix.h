@@ -46,7 +46,7 @@ LBX_INLINE void sum_some(int paths, int t, float* const (&y)[Outs], Add add)
 #pragma GCC unroll 8
             for (int v = 0; v < Vectors; ++v) {
                 if (out * Vectors + v == 4)
-                    load_no_earlier();
+                    keep_order();
                 sum[out][v] = add(sum[out][v], k, out, t + v * kLanes<V>);
             }
 #pragma GCC unroll 2

@@ -21,9 +21,13 @@ struct CascadeLanes {
 
 namespace {
 
-constexpr int kSeriesDepth = 4, kSkewGroups = 3;  // what fits the registers
+// What fits the registers. Arm has twice as many, but its operands are in registers only.
+template <class V>
+constexpr int kSeriesDepth = kWideRegisters ? 4 : (kLanes<V> == 4 ? 3 : 1);
+template <class V>
+constexpr int kSkewGroups = kWideRegisters || kLanes<V> == 4 ? 3 : 2;
 // Below these, filling the lanes costs more than they save: samples of all channels but one, and of one.
-constexpr int kFewSamples = 20, kShortCascade = 4 * kSkewGroups;
+constexpr int kFewSamples = 20, kShortCascade = 12;
 
 // What flip() takes to negate, or not.
 float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
@@ -57,6 +61,9 @@ struct Lane {
     float* state;
     int sections;
 };
+
+// Lanes of the packet that so many fill.
+int width(int lanes) { return lanes <= 4 ? 4 : 8; }
 
 // One step of the chain: the coefficients of four lanes (the next four have the same), and where its state is.
 struct Stage {
@@ -97,7 +104,8 @@ LBX_INLINE void each_sample(const Lane* lane, int n, Filter filter)
                   [&](int l, float y) { lane[l].out[i] = y; });
 }
 
-template <class V, template <class> class Section, int kDepth>
+// Whole: all lanes run through all sections.
+template <class V, template <class> class Section, int kDepth, bool kWhole = true>
 LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
 {
     Section<V> section[kDepth];
@@ -105,7 +113,7 @@ LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
     const i4 lengths = {lane[0].sections, lane[1].sections, lane[2].sections, lane[3].sections};
     float nowhere[2] = {};
     const auto state_of = [&](int d) {
-        return [&, d](int l) { return d < lane[l].sections ? lane[l].state + stage[d].word : nowhere; };
+        return [&, d](int l) { return kWhole || d < lane[l].sections ? lane[l].state + stage[d].word : nowhere; };
     };
     repeat<kDepth>([&](auto d) {
         read_section(
@@ -113,21 +121,39 @@ LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
         live[d] = every<V>(mask_of(lengths > d()));
     });
     each_sample<V>(lane, n, [&](V x) {
-        repeat<kDepth>([&](auto d) { x = select(live[d], section[d].step(x), x); });
+        repeat<kDepth>([&](auto d) {
+            const V y = section[d].step(x);
+            x = kWhole ? y : select(live[d], y, x);
+        });
         return flip(x, every<V>(signs));
     });
     repeat<kDepth>([&](auto d) { write_state(section[d], state_of(d)); });
 }
 
-// Up to eight lanes, each through up to four sections.
-void series(const Stage* stage, int depth, const Lane* lane, int lanes, f4 signs, int n)
+constexpr int kMaxDepth = kSeriesDepth<f4>;
+constexpr int kSplitDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes may differ
+
+template <class V, bool kWhole>
+void series(const Stage* stage, int depth, const Lane* lane, f4 signs, int n)
 {
     using Kernel = void (*)(const Stage*, const Lane*, f4, int);
-    static constexpr Kernel kNarrow[] = {series<f4, SecondOrder, 1>, series<f4, SecondOrder, 2>,
-                                         series<f4, SecondOrder, 3>, series<f4, SecondOrder, 4>};
-    static constexpr Kernel kWide[] = {series<f8, SecondOrder, 1>, series<f8, SecondOrder, 2>,
-                                       series<f8, SecondOrder, 3>, series<f8, SecondOrder, 4>};
-    (lanes <= 4 ? kNarrow : kWide)[depth - 1](stage, lane, signs, n);
+    constexpr int kMost = kWhole ? kSeriesDepth<V> : std::min(kSeriesDepth<V>, kSplitDepth);
+    static constexpr Kernel kKernels[] = {
+        series<V, SecondOrder, 1, kWhole>, series<V, SecondOrder, std::min(2, kMost), kWhole>,
+        series<V, SecondOrder, std::min(3, kMost), kWhole>, series<V, SecondOrder, std::min(4, kMost), kWhole>};
+    kKernels[depth - 1](stage, lane, signs, n);
+}
+
+// Up to eight lanes, each through up to `depth` <= kMaxDepth sections.
+void series(const Stage* stage, int depth, const Lane* lane, int lanes, f4 signs, int n)
+{
+    const bool whole = std::all_of(lane, lane + width(lanes), [=](const Lane& l) { return l.sections >= depth; });
+    if (lanes > 4 && depth <= kSeriesDepth<f8>) {
+        (whole ? series<f8, true> : series<f8, false>)(stage, depth, lane, signs, n);
+        return;
+    }
+    for (int l = 0; l < lanes; l += 4)
+        (whole ? series<f4, true> : series<f4, false>)(stage, depth, lane + l, signs, n);
 }
 
 // ---- skew
@@ -197,8 +223,6 @@ LBX_KERNEL void skew(const CascadeLanes* group, int idle, const Lane* channel, i
 }
 
 // ---- what a packet of lanes is
-
-int width(int lanes) { return lanes <= 4 ? 4 : 8; }
 
 // `channels` at most eight; lane l is channel l.
 void channel_lanes(Lane* lane, const float* const* in, float* const* out, float* state, std::ptrdiff_t words,
@@ -311,9 +335,9 @@ void cascade_plain(const Cascade& cascade, float* state, const float* in, float*
 
 void cascade_series(const Cascade& cascade, Lane* lane, int lanes, int n)
 {
-    for (int k = 0; k < cascade.sections; k += kSeriesDepth) {
-        const int depth = std::min(cascade.sections - k, kSeriesDepth);
-        Stage stage[kSeriesDepth];
+    for (int k = 0; k < cascade.sections; k += kMaxDepth) {
+        const int depth = std::min(cascade.sections - k, kMaxDepth);
+        Stage stage[kMaxDepth];
         for (int d = 0; d < depth; ++d) {
             const int at = idle_lanes(cascade) + k + d;
             const CascadeLanes& group = cascade.lanes[at / 4];
@@ -331,10 +355,10 @@ template <class V>
 void cascade_skew(const Cascade& cascade, Lane* channel, int n)
 {
     using Kernel = void (*)(const CascadeLanes*, int, const Lane*, int);
-    static constexpr Kernel kKernels[] = {skew<V, 1>, skew<V, 2>, skew<V, 3>};
+    static constexpr Kernel kKernels[] = {skew<V, 1>, skew<V, 2>, skew<V, kSkewGroups<V>>};
     int idle = idle_lanes(cascade);
-    for (int g = 0; g < groups_of(cascade); g += kSkewGroups) {
-        kKernels[std::min(groups_of(cascade) - g, kSkewGroups) - 1](cascade.lanes + g, idle, channel, n);
+    for (int g = 0; g < groups_of(cascade); g += kSkewGroups<V>) {
+        kKernels[std::min(groups_of(cascade) - g, kSkewGroups<V>) - 1](cascade.lanes + g, idle, channel, n);
         idle = 0;
         channel[0].in = channel[0].out;
         channel[1].in = channel[1].out;
@@ -382,21 +406,22 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
     for (int c = 0; c < channels;) {
         int some = std::min(channels - c, 8);
         Lane lane[8];
-        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, kSeriesDepth, some);
+        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, kMaxDepth, some);
         if (sections == 0) {
             if (in[c] != out[c])
                 std::copy_n(in[c], n, out[c]);
             some = 1;
-        } else if (some >= 5 || (some >= 3 && (sections <= kSeriesDepth || n < kShortCascade))) {
+        } else if (some >= 5 || (some >= 3 && (sections <= kMaxDepth || n < kShortCascade))) {
             cascade_series(cascade, lane, some, n);
         } else if (n < kShortCascade) {
             cascade_plain(cascade, lane[0].state, in[c], out[c], n);
             some = 1;
-        } else if (some >= 2) {
+        } else if (some >= 2 && (kWideRegisters || groups_of(cascade) != 3)) {  // three fit no f8 on Arm
             cascade_skew<f8>(cascade, lane, n);
             some = 2;
         } else {
             cascade_skew<f4>(cascade, lane, n);
+            some = 1;
         }
         c += some;
     }
@@ -482,9 +507,9 @@ void split_packet(const Split& split, float* state, const float* lines, float* c
                    state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
     }
     f4 signs = {};
-    for (int k = 0; k < split.depth; k += kSeriesDepth) {
-        const int depth = std::min(split.depth - k, kSeriesDepth);
-        Stage stage[kSeriesDepth];
+    for (int k = 0; k < split.depth; k += kSplitDepth) {
+        const int depth = std::min(split.depth - k, kSplitDepth);
+        Stage stage[kSplitDepth];
         for (int d = 0; d < depth; ++d) {
             for (int j = 0; j < 5; ++j)
                 stage[d].coeff[j] = load<f4>(split.coeff[k + d][j]);

@@ -29,10 +29,10 @@ struct SecondOrder {
         // Both feedback products before the sum: Arm's multiply-add overwrites its addend, and any other order costs a
         // register copy inside the recursion.
         const V y = mul_add(b0, x, s1);
-        const V next = mul_sub(a1, y, b1 * x);
-        const V last = mul_sub(a2, y, b2 * x);
-        s1 = next + s2;
-        s2 = last;
+        s1 = mul_sub(a1, y, b1 * x);
+        const V last = s2;
+        s2 = mul_sub(a2, y, b2 * x);
+        s1 = s1 + last;
         return y;
     }
 };

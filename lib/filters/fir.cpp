@@ -34,7 +34,7 @@ LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y
         const f8 tap = every<f8>(taps[k]);
         repeat<kRows>([&](auto r) {
             if (r() == 4)
-                load_no_earlier();
+                keep_order();
             sum[r] = mul_add(tap, load<f8>(x - k + kWide * r), sum[r]);
         });
     }

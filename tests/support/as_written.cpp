@@ -513,7 +513,7 @@ private:
     struct Line {
         Floats buffer;
         std::size_t at = 0;
-        float low = 0;
+        float filterstore[4] = {};
 
         float* group() { return &buffer[at]; }
         void next() { at = at + 4 < buffer.size() ? at + 4 : 0; }
@@ -563,11 +563,15 @@ private:
         Line* lines = &lines_[at(12 * channel)];
         for (Line* comb = lines; comb < lines + 8; ++comb) {
             float* b = comb->group();
-            for (int k = 0; k < 4; ++k) {
-                y[k] += b[k];
-                comb->low = std::fma(d, comb->low, (1 - d) * b[k]);
-                b[k] = std::fma(comb->low, g, x[k]);
-            }
+            float delayed[4];
+            std::copy_n(b, 4, delayed);
+            float low = comb->filterstore[3];
+            for (int k = 0; k < 4; ++k)
+                comb->filterstore[k] = low = std::fma(d, low, (1 - d) * delayed[k]);
+            for (int k = 0; k < 4; ++k)
+                b[k] = std::fma(comb->filterstore[k], g, x[k]);
+            for (int k = 0; k < 4; ++k)
+                y[k] += delayed[k];
             comb->next();
         }
         for (Line* allpass = lines + 8; allpass < lines + 12; ++allpass) {
