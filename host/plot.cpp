@@ -170,7 +170,7 @@ Legend legend_of(const std::vector<Curve>& curves)
     std::size_t longest = 1;
     for (const Curve& curve : curves)
         longest = std::max(longest, curve.name.size());
-    const int count = static_cast<int>(curves.size());
+    const int count = std::max(1, static_cast<int>(curves.size()));
     const double width = kSample + kCharacter * static_cast<double>(longest);
     const int fitting = std::clamp(static_cast<int>((kRight - kLeft) / width), 1, 4);
     const int rows = (count + fitting - 1) / fitting;
