@@ -276,7 +276,7 @@ TEST(Pcm, RunsConvertLikeSingleSamples)
                 EXPECT_EQ(back, back_each);
                 EXPECT_EQ(stream, stream_each);
                 EXPECT_EQ(point, point_each);
-                EXPECT_EQ(std::memcmp(run.data(), single.data(), run.size() * sizeof(float)), 0) << "written back";
+                EXPECT_EQ(rig::bits(run), rig::bits(single)) << "written back";
             }
     }
 }

@@ -2,9 +2,11 @@
 // Process runs in a child under strict seccomp, where any system call but write and exit is death.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -103,12 +105,12 @@ TEST(SystemCalls, AreNeverMadeByProcess)
             ASSERT_TRUE(blk) << row.type;
             if (!config.vector.empty())
                 vantoro::apply_vector(type, *blk.block(), config.vector);
-            std::vector<std::vector<float>> pins;
+            std::vector<float> run;  // of all pins: the state machine addresses its inputs so
+            for (int pin = 0; pin < inputs + outputs; ++pin)
+                std::ranges::copy(signal_of(config, pin), std::back_inserter(run));
             std::vector<float*> in, out;
-            for (int pin = 0; pin < inputs + outputs; ++pin) {
-                pins.push_back(signal_of(config, pin));
-                (pin < inputs ? in : out).push_back(pins.back().data());
-            }
+            for (int pin = 0; pin < inputs + outputs; ++pin)
+                (pin < inputs ? in : out).push_back(run.data() + pin * config.context.block);
             const int status = sealed([&] {
                 for (int call = 0; call < kCalls; ++call)
                     BlockAlgo_process(blk.block(), in.data(), out.data());
