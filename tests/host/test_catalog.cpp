@@ -70,30 +70,19 @@ std::vector<float> build(int code, Pins pins, const json& params, std::vector<Pr
 
 // ---- the catalog is what the library serves ----
 
-TEST(Catalog, ListsExactlyWhatTheLibraryServes)
+TEST(Catalog, OffersExactlyTheTypesAndPinsThatTheLibraryServes)
 {
     rig::Log quiet;
-    for (int code = 0; code <= 0x0FFF; ++code) {
-        const BlockType* type = find_type(code);
-        if (type) {
-            EXPECT_TRUE(make(code, type->pins.usual)) << type->name;
-            continue;
-        }
-        for (const Pins pins : {Pins{1, 1}, Pins{2, 1}, Pins{1, 2}, Pins{1, 3}, Pins{0, 1}, Pins{3, 1}})
-            EXPECT_EQ(static_cast<bool>(make(code, pins)), is_terminal(code)) << code;  // any code there is a terminal
-    }
-}
-
-TEST(Catalog, EveryPinCountItOffersIsAccepted)
-{
-    rig::Log quiet;
-    for (const BlockType* type : every_type())
+    for (int code = 0; code <= 0x0FFF; ++code)
         for (int inputs = 0; inputs < 8; ++inputs)
-            for (int outputs = 0; outputs < 8; ++outputs)
-                if (type->pins.fits({inputs, outputs})) {
-                    EXPECT_TRUE(make(type->code, {inputs, outputs}))
-                        << type->name << " " << inputs << " -> " << outputs;
+            for (int outputs = 0; outputs < 8; ++outputs) {
+                const BlockType* type = find_type(code);
+                const bool served = type ? type->pins.fits({inputs, outputs}) : is_terminal(code);  // any code there
+                if (served || (!type && inputs < 4 && outputs < 4)) {
+                    EXPECT_EQ(static_cast<bool>(make(code, {inputs, outputs})), served)
+                        << code << ": " << inputs << " -> " << outputs;
                 }
+            }
 }
 
 TEST(Catalog, DefaultsAreThoseOfAFreshBlockAndAreTakenUnchanged)
@@ -104,7 +93,8 @@ TEST(Catalog, DefaultsAreThoseOfAFreshBlockAndAreTakenUnchanged)
         for (const Pins pins : {type->pins.usual, more}) {
             const std::vector<float> vector = default_vector(*type, pins);
             const Block block = make(type->code, pins);
-            if (!block || vector.empty())
+            ASSERT_TRUE(block) << type->name;
+            if (vector.empty())
                 continue;
             ASSERT_TRUE(block->pParam) << type->name;
             const std::span<const float> own(block->pParam, kept(type->code, vector.size()));
