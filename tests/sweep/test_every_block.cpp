@@ -229,6 +229,25 @@ TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
     }
 }
 
+TEST(Context, IsTheGivenOneOrTheExportedOne)
+{
+    rig::Log log;
+    Vantoro_version_invoke();
+    EXPECT_EQ(log.lines().size(), 1U);
+    auto* pro = static_cast<BlockPro*>(BlockAlgo_BlockPro_init(44100, 24, 32));
+    ASSERT_TRUE(pro);
+    EXPECT_EQ(pro->nSamplingRate, 44100);
+    EXPECT_EQ(pro->bitRate, 24);
+    EXPECT_EQ(pro->nBlockSize, 32);
+    BlockAlgo* blk = BlockAlgo_init(pro, 1, 1, EN_BASIC_GAIN);
+    BlockAlgo* other = BlockAlgo_init(nullptr, 1, 1, EN_BASIC_GAIN);
+    EXPECT_EQ(blk->block_pro, pro);
+    EXPECT_EQ(other->block_pro, &g_block_pro);
+    BlockAlgo_destroy(blk);
+    BlockAlgo_destroy(other);
+    BlockAlgo_BlockPro_destroy(pro);
+}
+
 TEST(Context, IsNullWithoutMemory)
 {
     rig::Allocator::fail_at(0);
