@@ -169,6 +169,10 @@ LBX_INLINE V every(float v)
 {
     if constexpr (kLanes<V> == 1)
         return v;
+#if defined(__AVX2__) && defined(__FMA__)
+    else if constexpr (kLanes<V> == 8)
+        return _mm256_set1_ps(v);
+#endif
     else
         return every<V>(f4{v, v, v, v});  // written out: a loop over the lanes would go through memory
 }
