@@ -37,7 +37,7 @@ double second(bench::Block& block, const bench::Pins& pins)
     return least;
 }
 
-double dearest_silence(const vantoro::BlockType& type, vantoro::Pins pins, bool flush)
+double silence_to_noise(const vantoro::BlockType& type, vantoro::Pins pins, bool flush)
 {
     const vantoro::FlushToZero mode(flush);
     bench::Block block(type.code, pins.inputs, pins.outputs, kBlock);
@@ -53,6 +53,15 @@ double dearest_silence(const vantoro::BlockType& type, vantoro::Pins pins, bool 
     return worst / noise;
 }
 
+// The least of several runs: a second of silence takes a fraction of a millisecond, and other work may last longer.
+double least(const vantoro::BlockType& type, vantoro::Pins pins, bool flush)
+{
+    double ratio = silence_to_noise(type, pins, flush);
+    for (int again = 0; again < 4; ++again)
+        ratio = std::min(ratio, silence_to_noise(type, pins, flush));
+    return ratio;
+}
+
 }  // namespace
 
 int main()
@@ -63,7 +72,7 @@ int main()
         if (!vantoro::decays(type.code))
             return;
         const vantoro::Pins pins = bench::pins_for(type, 2).value_or(type.pins.usual);
-        const double flushed = dearest_silence(type, pins, true), kept = dearest_silence(type, pins, false);
+        const double flushed = least(type, pins, true), kept = least(type, pins, false);
         fine = fine && flushed <= kMost;
         std::printf("| %s | %.2f | %.2f |\n", std::string(type.name).c_str(), flushed, kept);
     });
