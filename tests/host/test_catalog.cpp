@@ -201,15 +201,6 @@ TEST(Vector, ReadsBackAsTheValuesItWasBuiltFrom)
     }
 }
 
-TEST(Vector, TheStateMachineGetsItsRangesInPlace)
-{
-    rig::Rig machine(EN_MUXES_STATE_MACHINE, 3, 2);
-    ASSERT_TRUE(machine);
-    const BlockType& type = type_of(EN_MUXES_STATE_MACHINE);
-    apply_vector(type, *machine.block(), build(type.code, {3, 2}, {{"ranges", {{0, 0.5}, {2, 3}}}}));
-    EXPECT_EQ(std::vector(machine->pParam, machine->pParam + 4), (std::vector<float>{0, 0.5F, 2, 3}));
-}
-
 // ---- faults ----
 
 TEST(Faults, EachSaysWhereWhatAndWhatWouldBeRight)
