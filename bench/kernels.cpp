@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Hot kernels through the public entry points, each beside the plain loop of its rule.
+#include "as_written.h"
 #include "measure.h"
-#include "support/as_written.h"
 
 namespace bench {
 namespace {

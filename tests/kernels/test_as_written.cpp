@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "support/as_written.h"
+#include "bench/as_written.h"
 #include "support/rig.h"
 
 namespace {
