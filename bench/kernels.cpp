@@ -13,9 +13,8 @@ using as_written::Kernel;
 class Turning {
 public:
     Turning(const Kernel& kernel, int channels, int n)
-        : block_(kernel.type, kernel.inputs(channels), kernel.outputs(channels), n), vectors_{
-                                                                                         kernel.vector(channels, 0),
-                                                                                         kernel.vector(channels, 1)}
+        : block_(kernel.type, kernel.inputs(channels), kernel.outputs(channels), n),
+          vectors_{kernel.vector(channels, 0), kernel.vector(channels, 1)}, glides_(vectors_[0] != vectors_[1])
     {
         block_.set(vectors_[0]);
     }
@@ -23,7 +22,7 @@ public:
     template <class Set>
     void step(Set set)
     {
-        if (vectors_[0] == vectors_[1] || ++steps_ % kTurn != 0)
+        if (!glides_ || ++steps_ % kTurn != 0)
             return;
         block_.set(vectors_[steps_ / kTurn % 2]);
         set();
@@ -34,6 +33,7 @@ private:
     static constexpr unsigned kTurn = 256;
     Block block_;
     std::vector<float> vectors_[2];
+    bool glides_;
     unsigned steps_ = 0;
 };
 
