@@ -205,9 +205,8 @@ std::vector<Spectrum> measure(const Schematic& schematic, int from, const Axis& 
                                          std::to_string(static_cast<int>(kLongestWindow)) + " s");
             continue;
         }
-        std::vector<Spectrum> now;
-        for (const Signal& response : responses)
-            now.push_back(on_axis(response, axis));
+        std::vector<Spectrum> now(responses.size());
+        std::ranges::transform(responses, now.begin(), [&](const Signal& response) { return on_axis(response, axis); });
         if (same(before, now))
             return now;
         before = std::move(now);

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -36,10 +37,8 @@ void run_program(const std::string& name, std::vector<std::string> arguments, co
 {
     const File text = holding(input);
     arguments.insert(arguments.begin(), name);
-    std::vector<char*> list;
-    for (std::string& argument : arguments)
-        list.push_back(argument.data());
-    list.push_back(nullptr);
+    std::vector<char*> list(arguments.size() + 1);  // ends with null
+    std::ranges::transform(arguments, list.begin(), [](std::string& argument) { return argument.data(); });
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
