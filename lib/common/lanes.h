@@ -33,22 +33,18 @@ LBX_INLINE void repeat(Body body)
 using f4 = float __attribute__((vector_size(16)));
 using i4 = int __attribute__((vector_size(16)));
 
-// a * b + c and c - a * b, rounded once: the one intrinsic of each target.
+// a * b + c, rounded once: the one intrinsic of each target.
 LBX_INLINE float mul_add(float a, float b, float c) { return std::fma(a, b, c); }
-LBX_INLINE float mul_sub(float a, float b, float c) { return std::fma(-a, b, c); }
 #if defined(__FMA__)
 LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c) { return _mm_fmadd_ps(a, b, c); }
-LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return _mm_fnmadd_ps(a, b, c); }
 #elif defined(__aarch64__)
 LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c) { return vfmaq_f32(c, a, b); }
-LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return vfmsq_f32(c, a, b); }
 #else
 LBX_INLINE f4 mul_add(f4 a, f4 b, f4 c)
 {
     return f4{std::fma(a[0], b[0], c[0]), std::fma(a[1], b[1], c[1]), std::fma(a[2], b[2], c[2]),
               std::fma(a[3], b[3], c[3])};
 }
-LBX_INLINE f4 mul_sub(f4 a, f4 b, f4 c) { return mul_add(-a, b, c); }
 #endif
 
 LBX_INLINE f4 mask_of(i4 truth) { return reinterpret_cast<f4>(truth); }
@@ -67,18 +63,11 @@ LBX_INLINE f4 flip(f4 v, f4 signs)
 {
     return reinterpret_cast<f4>(reinterpret_cast<i4>(v) ^ reinterpret_cast<i4>(signs));
 }
-// The lanes moved up by one; the last of `before` comes in below.
-LBX_INLINE f4 shift_in(f4 before, f4 v) { return __builtin_shufflevector(before, v, 3, 4, 5, 6); }
-
-// v[row][lane] becomes v[lane][row].
-LBX_INLINE void transpose(f4 (&v)[4])
+// Lanes a, b, c, d of x (0 .. 3) and y (4 .. 7); an f8 does so in each half.
+template <int a, int b, int c, int d>
+LBX_INLINE f4 mix(f4 x, f4 y)
 {
-    const f4 p = __builtin_shufflevector(v[0], v[1], 0, 4, 1, 5), q = __builtin_shufflevector(v[2], v[3], 0, 4, 1, 5);
-    const f4 r = __builtin_shufflevector(v[0], v[1], 2, 6, 3, 7), s = __builtin_shufflevector(v[2], v[3], 2, 6, 3, 7);
-    v[0] = __builtin_shufflevector(p, q, 0, 1, 4, 5);
-    v[1] = __builtin_shufflevector(p, q, 2, 3, 6, 7);
-    v[2] = __builtin_shufflevector(r, s, 0, 1, 4, 5);
-    v[3] = __builtin_shufflevector(r, s, 2, 3, 6, 7);
+    return __builtin_shufflevector(x, y, a, b, c, d);
 }
 
 #if defined(__AVX2__) && defined(__FMA__)
@@ -103,18 +92,14 @@ LBX_INLINE f8 join(f4 a, f4 b) { return _mm256_insertf128_ps(_mm256_castps128_ps
 LBX_INLINE f4 lower(f8 v) { return _mm256_castps256_ps128(v); }
 LBX_INLINE f4 upper(f8 v) { return _mm256_extractf128_ps(v, 1); }
 LBX_INLINE f8 mul_add(f8 a, f8 b, f8 c) { return _mm256_fmadd_ps(a, b, c); }
-LBX_INLINE f8 mul_sub(f8 a, f8 b, f8 c) { return _mm256_fnmadd_ps(a, b, c); }
 LBX_INLINE f8 select(f8 mask, f8 a, f8 b) { return _mm256_blendv_ps(b, a, mask); }
 LBX_INLINE f8 flip(f8 v, f8 signs) { return _mm256_xor_ps(v, signs); }
-LBX_INLINE f8 shift_in(f8 before, f8 v) { return __builtin_shufflevector(before, v, 3, 8, 9, 10, 7, 12, 13, 14); }
-LBX_INLINE void transpose(f8 (&v)[4])
+template <int a, int b, int c, int d>
+LBX_INLINE f8 mix(f8 x, f8 y)
 {
-    const f8 p = _mm256_unpacklo_ps(v[0], v[1]), q = _mm256_unpacklo_ps(v[2], v[3]);
-    const f8 r = _mm256_unpackhi_ps(v[0], v[1]), s = _mm256_unpackhi_ps(v[2], v[3]);
-    v[0] = _mm256_shuffle_ps(p, q, 0x44);
-    v[1] = _mm256_shuffle_ps(p, q, 0xee);
-    v[2] = _mm256_shuffle_ps(r, s, 0x44);
-    v[3] = _mm256_shuffle_ps(r, s, 0xee);
+    constexpr auto kAt = [](int lane, int half) { return lane % 4 + 4 * half + 8 * (lane / 4); };
+    return __builtin_shufflevector(x, y, kAt(a, 0), kAt(b, 0), kAt(c, 0), kAt(d, 0), kAt(a, 1), kAt(b, 1), kAt(c, 1),
+                                   kAt(d, 1));
 }
 
 #else
@@ -127,26 +112,48 @@ LBX_INLINE f8 join(f4 a, f4 b) { return {a, b}; }
 LBX_INLINE f4 lower(f8 v) { return v.a; }
 LBX_INLINE f4 upper(f8 v) { return v.b; }
 LBX_INLINE f8 operator+(f8 x, f8 y) { return {x.a + y.a, x.b + y.b}; }
+LBX_INLINE f8 operator-(f8 x) { return {-x.a, -x.b}; }
 LBX_INLINE f8 operator-(f8 x, f8 y) { return {x.a - y.a, x.b - y.b}; }
 LBX_INLINE f8 operator*(f8 x, f8 y) { return {x.a * y.a, x.b * y.b}; }
 LBX_INLINE f8 mul_add(f8 x, f8 y, f8 z) { return {mul_add(x.a, y.a, z.a), mul_add(x.b, y.b, z.b)}; }
-LBX_INLINE f8 mul_sub(f8 x, f8 y, f8 z) { return {mul_sub(x.a, y.a, z.a), mul_sub(x.b, y.b, z.b)}; }
 LBX_INLINE f8 select(f8 mask, f8 x, f8 y) { return {select(mask.a, x.a, y.a), select(mask.b, x.b, y.b)}; }
 LBX_INLINE f8 flip(f8 v, f8 signs) { return {flip(v.a, signs.a), flip(v.b, signs.b)}; }
-LBX_INLINE f8 shift_in(f8 before, f8 v) { return {shift_in(before.a, v.a), shift_in(before.b, v.b)}; }
-LBX_INLINE void transpose(f8 (&v)[4])
+template <int a, int b, int c, int d>
+LBX_INLINE f8 mix(f8 x, f8 y)
 {
-    f4 low[4] = {v[0].a, v[1].a, v[2].a, v[3].a}, high[4] = {v[0].b, v[1].b, v[2].b, v[3].b};
-    transpose(low);
-    keep_order();
-    transpose(high);
-    repeat<4>([&](auto k) { v[k] = {low[k], high[k]}; });
+    return {mix<a, b, c, d>(x.a, y.a), mix<a, b, c, d>(x.b, y.b)};
 }
 
 #endif
 
 template <class V>
 constexpr int kLanes = sizeof(V) / sizeof(float);
+
+// c - a * b, rounded once.
+template <class V>
+LBX_INLINE V mul_sub(V a, V b, V c)
+{
+    return mul_add(-a, b, c);
+}
+
+// The lanes of each half moved up by one; the last of `before` comes in below.
+template <class V>
+LBX_INLINE V shift_in(V before, V v)
+{
+    return mix<3, 4, 5, 6>(before, v);
+}
+
+// v[row][lane] becomes v[lane][row], in each half.
+template <class V>
+LBX_INLINE void transpose(V (&v)[4])
+{
+    const V p = mix<0, 4, 1, 5>(v[0], v[1]), q = mix<0, 4, 1, 5>(v[2], v[3]);
+    const V r = mix<2, 6, 3, 7>(v[0], v[1]), s = mix<2, 6, 3, 7>(v[2], v[3]);
+    v[0] = mix<0, 1, 4, 5>(p, q);
+    v[1] = mix<2, 3, 6, 7>(p, q);
+    v[2] = mix<0, 1, 4, 5>(r, s);
+    v[3] = mix<2, 3, 6, 7>(r, s);
+}
 
 // half(h) is the only f4 of a vector, or the lower (0) and the upper (1) of two.
 template <class V, class Half>

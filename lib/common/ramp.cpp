@@ -5,68 +5,57 @@
 #include <cstring>
 
 #include "lanes.h"
+#include "mix.h"
 
 namespace lbx {
 namespace {
-
-// Lanes beyond `count` are 0.
-template <class V>
-V gather(const float* p, std::ptrdiff_t stride, int count)
-{
-    return lanes_of<V>([=](int k) { return k < count ? p[k * stride] : 0.0F; });
-}
 
 // Not below 0, and a number.
 f4 positive(f4 v) { return v > 0.0F ? v : f4{}; }
 f8 positive(f8 v) { return join(positive(lower(v)), positive(upper(v))); }
 
-// One sample of four gains for `row`, turned: four samples of one gain.
-void store_row(float* row, f4 v) { store(row, v); }
-void store_row(float* row, f8 v)
-{
-    store(row, lower(v));
-    store(row + 4 * kTile, upper(v));
-}
-
-// The sums of a gain wait for each other, so eight gains take little longer than one: lanes are gains.
-template <class V, bool Clamped>
+// The sums of a gain wait for each other, so eight gains take little longer than one: lanes are gains, those beyond
+// `count` are 0.
+template <class V, bool kClamped>
 void some_lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
 {
-    V g = gather<V>(gain, stride, count);
-    const V d = gather<V>(step, stride, count);
+    const auto gather = [=](const float* p) {
+        return lanes_of<V>([=](int k) { return k < count ? p[k * stride] : 0.0F; });
+    };
+    const V d = gather(step);
+    V g = gather(gain);
     for (int t = 0; t < n; t += 4) {
         V sample[4];
-        for (V& s : sample)
-            s = g = Clamped ? positive(g + d) : g + d;
+        repeat<4>([&](auto k) { sample[k] = g = kClamped ? positive(g + d) : g + d; });
         transpose(sample);
-        for (int k = 0; k < 4; ++k)
-            store_row(rows + k * kTile + t, sample[k]);
+        repeat<4>([&](auto k) {
+            each_half(sample[k], [=](int h, f4 four) { store(rows + (4 * h + k) * kTile + t, four); });
+        });
     }
     for (int k = 0; k < count && n > 0; ++k)
         gain[k * stride] = rows[k * kTile + n - 1];
 }
 
-// One gain alone.
-template <bool Clamped>
+template <bool kClamped>
 void one_line(float& gain, float step, float* row, int n)
 {
     float g = gain;
     for (int t = 0; t < n; ++t) {
         g += step;
-        row[t] = g = Clamped && !(g > 0.0F) ? 0.0F : g;
+        row[t] = g = kClamped && !(g > 0.0F) ? 0.0F : g;
     }
     gain = g;
 }
 
-template <bool Clamped>
+template <bool kClamped>
 void all_lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
 {
     for (; count > 4; count -= 8, gain += 8 * stride, step += 8 * stride, rows += 8 * kTile)
-        some_lines<f8, Clamped>(gain, step, stride, std::min(count, 8), rows, n);
+        some_lines<f8, kClamped>(gain, step, stride, std::min(count, 8), rows, n);
     if (count == 1)
-        one_line<Clamped>(*gain, *step, rows, n);
+        one_line<kClamped>(*gain, *step, rows, n);
     else if (count > 0)
-        some_lines<f4, Clamped>(gain, step, stride, count, rows, n);
+        some_lines<f4, kClamped>(gain, step, stride, count, rows, n);
 }
 
 }  // namespace
@@ -87,14 +76,8 @@ void scale(const float* x, float* y, float gain, int n)
 
 void multiply(const float* x, const float* gains, float* y, int n)
 {
-    int i = 0;
-    const auto packet = [&](int t) LBX_INLINED { store(y + t, load<f8>(x + t) * load<f8>(gains + t)); };
-    for (; i <= n - 32; i += 32)
-        repeat<4>([&](auto k) { packet(i + 8 * k); });
-    for (; i <= n - 8; i += 8)
-        packet(i);
-    for (; i < n; ++i)
-        y[i] = x[i] * gains[i];
+    sum_paths(1, n, {y},
+              [=](auto sum, int, int, int t) { return load<decltype(sum)>(x + t) * load<decltype(sum)>(gains + t); });
 }
 
 void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)

@@ -7,18 +7,12 @@
 #include "section.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <type_traits>
 
-#include "new_block.h"
+#include "ramp.h"
 
 namespace lbx {
-
-// Four sections of a cascade. The last four are full; the first begin with idle lanes if the count is no multiple.
-struct CascadeLanes {
-    float coeff[5][4];
-    int band[4];
-};
-
 namespace {
 
 // What fits the registers. Arm has twice as many, but its operands are in registers only.
@@ -28,9 +22,6 @@ template <class V>
 constexpr int kSkewGroups = kWideRegisters || kLanes<V> == 4 ? 3 : 2;
 // Below these, filling the lanes costs more than they save: samples of all channels but one, and of one.
 constexpr int kFewSamples = 20, kShortCascade = 12;
-
-// What flip() takes to negate, or not.
-float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
 
 // ---- plain
 
@@ -64,12 +55,6 @@ struct Lane {
 
 // Lanes of the packet that so many fill.
 int width(int lanes) { return lanes <= 4 ? 4 : 8; }
-
-// One step of the chain: the coefficients of four lanes (the next four have the same), and where its state is.
-struct Stage {
-    f4 coeff[5];
-    std::ptrdiff_t word;
-};
 
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
 template <class V, template <class> class Section, class Coeff, class Where>
@@ -130,49 +115,53 @@ LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
     repeat<kDepth>([&](auto d) { write_state(section[d], state_of(d)); });
 }
 
-constexpr int kMaxDepth = kSeriesDepth<f4>;
-constexpr int kSplitDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes may differ
-
+// Up to eight lanes, each through at most `depth` sections of as many as fit the registers.
 template <class V, bool kWhole>
 void series(const Stage* stage, int depth, const Lane* lane, f4 signs, int n)
 {
-    using Kernel = void (*)(const Stage*, const Lane*, f4, int);
-    constexpr int kMost = kWhole ? kSeriesDepth<V> : std::min(kSeriesDepth<V>, kSplitDepth);
-    static constexpr Kernel kKernels[] = {
-        series<V, SecondOrder, 1, kWhole>, series<V, SecondOrder, std::min(2, kMost), kWhole>,
-        series<V, SecondOrder, std::min(3, kMost), kWhole>, series<V, SecondOrder, std::min(4, kMost), kWhole>};
-    kKernels[depth - 1](stage, lane, signs, n);
+    repeat<kSeriesDepth<V>>([&](auto d) {
+        if (depth == d + 1)
+            series<V, SecondOrder, d + 1, kWhole>(stage, lane, signs, n);
+    });
 }
 
-// Up to eight lanes, each through up to `depth` <= kMaxDepth sections.
-void series(const Stage* stage, int depth, const Lane* lane, int lanes, f4 signs, int n)
+constexpr int kMaxDepth = kSeriesDepth<f4>;
+constexpr int kMixedDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes differ
+
+// All sections of up to eight lanes, the longest of `sections`; stages(k, depth) are `depth` sections from k on.
+template <class Stages>
+void chains(Lane* lane, int lanes, int sections, f4 signs, int n, Stages stages)
 {
-    const bool whole = std::all_of(lane, lane + width(lanes), [=](const Lane& l) { return l.sections >= depth; });
-    if (lanes > 4 && depth <= kSeriesDepth<f8>) {
-        (whole ? series<f8, true> : series<f8, false>)(stage, depth, lane, signs, n);
-        return;
+    int shortest = sections;
+    for (int l = 0; l < width(lanes); ++l)
+        shortest = std::min(shortest, lane[l].sections);
+    const int most = shortest == sections ? kMaxDepth : kMixedDepth;
+    for (int k = 0, depth; k < sections; k += depth) {
+        depth = std::min(sections - k, most);
+        const Stage* stage = stages(k, depth);
+        const bool whole = k + depth <= shortest;
+        const f4 now = k + depth == sections ? signs : f4{};
+        if (lanes > 4 && depth <= kSeriesDepth<f8>)
+            (whole ? series<f8, true> : series<f8, false>)(stage, depth, lane, now, n);
+        else
+            for (int l = 0; l < lanes; l += 4)
+                (whole ? series<f4, true> : series<f4, false>)(stage, depth, lane + l, now, n);
+        for (int l = 0; l < width(lanes); ++l) {
+            lane[l].in = lane[l].out;
+            lane[l].sections -= depth;
+        }
     }
-    for (int l = 0; l < lanes; l += 4)
-        (whole ? series<f4, true> : series<f4, false>)(stage, depth, lane + l, signs, n);
 }
 
 // ---- skew
 
-// Sixteen set words and sixteen clear ones; read from word 15 - k on, four lanes of which those up to k are set.
-struct Steps {
-    int word[32];
-    constexpr Steps() : word()
-    {
-        for (int k = 0; k < 16; ++k)
-            word[k] = -1;
-    }
-};
-constexpr Steps kSteps;
-f4 lanes_up_to(int k) { return load<f4>(kSteps.word + 15 - k); }
+// Read from word 15 - k on: four lanes of which those up to k are set.
+constexpr int kSteps[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+f4 lanes_up_to(int k) { return load<f4>(kSteps + 15 - k); }
 
 // Groups of four sections of one channel, or of two; n > 4 kGroups.
 template <class V, int kGroups>
-LBX_KERNEL void skew(const CascadeLanes* group, int idle, const Lane* channel, int n)
+LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lane* channel, int n)
 {
     const int delay = 4 * kGroups - idle - 1;  // of the last lane behind the first
     const V entry = every<V>(mask_of(i4{0, 1, 2, 3} == idle));
@@ -222,6 +211,23 @@ LBX_KERNEL void skew(const CascadeLanes* group, int idle, const Lane* channel, i
     repeat<kGroups>([&](auto g) { write_state(section[g], state_of(g)); });
 }
 
+// All groups of a cascade, for the one channel or the two of V.
+template <class V>
+void skew(const Cascade& cascade, Lane* channel, int n)
+{
+    const CascadeGroup* group = cascade.first();
+    int idle = cascade.idle();
+    for (int left = cascade.used(), some; left > 0; left -= some, group += some, idle = 0) {
+        some = std::min(left, kSkewGroups<V>);
+        repeat<kSkewGroups<V>>([&](auto k) {
+            if (some == k + 1)
+                skew<V, k + 1>(group, idle, channel, n);
+        });
+        channel[0].in = channel[0].out;
+        channel[1].in = channel[1].out;
+    }
+}
+
 // ---- what a packet of lanes is
 
 // `channels` at most eight; lane l is channel l.
@@ -234,8 +240,10 @@ void channel_lanes(Lane* lane, const float* const* in, float* const* out, float*
     }
 }
 
+}  // namespace
+
 template <template <class> class Section>
-void run_channels(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
+void run_sections(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
                   bool negate)
 {
     constexpr int kWords = Section<float>::kWords;
@@ -243,36 +251,52 @@ void run_channels(const float* coeff, float* state, const float* const* in, floa
     for (int j = 0; j < Section<float>::kCoeffs; ++j)
         stage.coeff[j] = every<f4>(coeff[j]);
     const f4 signs = every<f4>(sign_bit(negate));
-    for (int c = 0; c < channels;) {
-        int some = std::min(channels - c, 8);
+    for (int c = 0, some; c < channels; c += some) {
+        some = std::min(channels - c, 8);
         if (some <= 2 || (some - 1) * n < kFewSamples) {
             some = std::min(some, 2);
             (some == 1 ? plain<Section, 1> : plain<Section, 2>)(coeff, state + kWords * c, in + c, out + c, n, negate);
-            c += some;
             continue;
         }
         Lane lane[8];
         channel_lanes(lane, in + c, out + c, state + kWords * c, kWords, 1, some);
-        if (some <= 4)
-            series<f4, Section, 1>(&stage, lane, signs, n);
-        else
-            series<f8, Section, 1>(&stage, lane, signs, n);
-        c += some;
+        (some <= 4 ? series<f4, Section, 1> : series<f8, Section, 1>)(&stage, lane, signs, n);
     }
 }
+template void run_sections<SecondOrder>(const float*, float*, const float* const*, float* const*, int, int, bool);
+template void run_sections<FirstOrder>(const float*, float*, const float* const*, float* const*, int, int, bool);
 
-}  // namespace
-
-void run_sections(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
-                  bool negate)
+void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_channel, const float* const* in,
+                 float* const* out, int channels, int n)
 {
-    run_channels<SecondOrder>(coeff, state, in, out, channels, n, negate);
-}
-
-void run_first_orders(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
-                      bool negate)
-{
-    run_channels<FirstOrder>(coeff, state, in, out, channels, n, negate);
+    const int sections = cascade.sections;
+    Stage stage[kMaxDepth];
+    const auto stages = [&](int k, int depth) {
+        for (int d = 0, at = cascade.idle() + k; d < depth; ++d, ++at) {
+            const CascadeGroup& group = cascade.first()[at / 4];
+            for (int j = 0; j < 5; ++j)
+                stage[d].coeff[j] = every<f4>(group.coeff[j][at % 4]);
+            stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
+        }
+        return stage;
+    };
+    for (int c = 0, some; c < channels; c += some) {
+        some = std::min(channels - c, 8);
+        Lane lane[8];
+        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, sections, some);
+        if (sections == 0) {
+            some = 1;
+            copy(in[c], out[c], n);
+        } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
+            chains(lane, some, sections, f4{}, n, stages);
+        } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
+            some = 2;
+            skew<f8>(cascade, lane, n);
+        } else {
+            some = 1;
+            skew<f4>(cascade, lane, n);
+        }
+    }
 }
 
 // ---- two curves: the first four lanes of a packet are the old one, the others the new one
@@ -308,142 +332,21 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
     }
 }
 
-// ---- cascades
+// ---- meters: lanes are bands
 
 namespace {
 
-int groups_of(const Cascade& cascade) { return (cascade.sections + 3) / 4; }
-int idle_lanes(const Cascade& cascade) { return 4 * groups_of(cascade) - cascade.sections; }
-
-void cascade_plain(const Cascade& cascade, float* state, const float* in, float* out, int n)
+// Lanes a .. d of pairs of vectors, from and to memory: the words of eight bands lie band by band.
+template <int a, int b, int c, int d>
+LBX_INLINE f8 read_words(const float* state)
 {
-    for (int i = 0; i < n; ++i) {
-        float x = in[i];
-        int l = idle_lanes(cascade);
-        for (const CascadeLanes* group = cascade.lanes; group < cascade.lanes + groups_of(cascade); ++group, l = 0)
-            for (; l < 4; ++l) {
-                const float* c = &group->coeff[0][l];
-                float* s = state + std::ptrdiff_t{2} * group->band[l];
-                SecondOrder<float> section = {{c[0], c[4], c[8], c[12], c[16]}, {s[0], s[1]}};
-                x = section.step(x);
-                s[0] = section.state[0];
-                s[1] = section.state[1];
-            }
-        out[i] = x;
-    }
+    return join(mix<a, b, c, d>(load<f4>(state), load<f4>(state + 4)),
+                mix<a, b, c, d>(load<f4>(state + 8), load<f4>(state + 12)));
 }
-
-void cascade_series(const Cascade& cascade, Lane* lane, int lanes, int n)
+LBX_INLINE void write_words(float* state, f8 low, f8 high)
 {
-    for (int k = 0; k < cascade.sections; k += kMaxDepth) {
-        const int depth = std::min(cascade.sections - k, kMaxDepth);
-        Stage stage[kMaxDepth];
-        for (int d = 0; d < depth; ++d) {
-            const int at = idle_lanes(cascade) + k + d;
-            const CascadeLanes& group = cascade.lanes[at / 4];
-            for (int j = 0; j < 5; ++j)
-                stage[d].coeff[j] = every<f4>(group.coeff[j][at % 4]);
-            stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
-        }
-        series(stage, depth, lane, lanes, f4{}, n);
-        for (int l = 0; l < width(lanes); ++l)
-            lane[l].in = lane[l].out;
-    }
-}
-
-template <class V>
-void cascade_skew(const Cascade& cascade, Lane* channel, int n)
-{
-    using Kernel = void (*)(const CascadeLanes*, int, const Lane*, int);
-    static constexpr Kernel kKernels[] = {skew<V, 1>, skew<V, 2>, skew<V, kSkewGroups<V>>};
-    int idle = idle_lanes(cascade);
-    for (int g = 0; g < groups_of(cascade); g += kSkewGroups<V>) {
-        kKernels[std::min(groups_of(cascade) - g, kSkewGroups<V>) - 1](cascade.lanes + g, idle, channel, n);
-        idle = 0;
-        channel[0].in = channel[0].out;
-        channel[1].in = channel[1].out;
-    }
-}
-
-}  // namespace
-
-bool reserve(Cascade& cascade, int sections)
-{
-    const int lanes = sections / 4 + 1;
-    if (lanes <= cascade.capacity)
-        return true;
-    if (!resize(cascade.lanes, cascade.capacity, lanes))
-        return false;
-    cascade.capacity = lanes;
-    return true;
-}
-
-void release(Cascade& cascade)
-{
-    std::free(cascade.lanes);
-    cascade = {};
-}
-
-void clear(Cascade& cascade, int sections) { cascade.sections = sections; }
-
-void place(Cascade& cascade, int at, const float* coeff, int band)
-{
-    const int position = idle_lanes(cascade) + at;
-    CascadeLanes& group = cascade.lanes[position / 4];
-    const int last = position % 4;
-    for (int l = at == 0 ? 0 : last; l <= last;
-         ++l) {  // the idle lanes come with the first section, and share its state
-        for (int j = 0; j < 5; ++j)
-            group.coeff[j][l] = l == last ? coeff[j] : 0.0F;
-        group.band[l] = band;
-    }
-}
-
-void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_channel, const float* const* in,
-                 float* const* out, int channels, int n)
-{
-    const int sections = cascade.sections;
-    for (int c = 0; c < channels;) {
-        int some = std::min(channels - c, 8);
-        Lane lane[8];
-        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, kMaxDepth, some);
-        if (sections == 0) {
-            if (in[c] != out[c])
-                std::copy_n(in[c], n, out[c]);
-            some = 1;
-        } else if (some >= 5 || (some >= 3 && (sections <= kMaxDepth || n < kShortCascade))) {
-            cascade_series(cascade, lane, some, n);
-        } else if (n < kShortCascade) {
-            cascade_plain(cascade, lane[0].state, in[c], out[c], n);
-            some = 1;
-        } else if (some >= 2 && (kWideRegisters || groups_of(cascade) != 3)) {  // three fit no f8 on Arm
-            cascade_skew<f8>(cascade, lane, n);
-            some = 2;
-        } else {
-            cascade_skew<f4>(cascade, lane, n);
-            some = 1;
-        }
-        c += some;
-    }
-}
-
-// ---- meters
-
-namespace {
-
-// The two words of eight bands, between memory, band by band, and lanes, word by word.
-void load_words(const float* state, f8 (&word)[2])
-{
-    const f4 a = load<f4>(state), b = load<f4>(state + 4), c = load<f4>(state + 8), d = load<f4>(state + 12);
-    word[0] = join(__builtin_shufflevector(a, b, 0, 2, 4, 6), __builtin_shufflevector(c, d, 0, 2, 4, 6));
-    word[1] = join(__builtin_shufflevector(a, b, 1, 3, 5, 7), __builtin_shufflevector(c, d, 1, 3, 5, 7));
-}
-
-void store_words(float* state, const f8 (&word)[2])
-{
-    const f4 a = lower(word[0]), b = lower(word[1]), c = upper(word[0]), d = upper(word[1]);
-    store(state, join(__builtin_shufflevector(a, b, 0, 4, 1, 5), __builtin_shufflevector(a, b, 2, 6, 3, 7)));
-    store(state + 8, join(__builtin_shufflevector(c, d, 0, 4, 1, 5), __builtin_shufflevector(c, d, 2, 6, 3, 7)));
+    each_half(mix<0, 4, 1, 5>(low, high), [=](int h, f4 words) { store(state + 8 * h, words); });
+    each_half(mix<2, 6, 3, 7>(low, high), [=](int h, f4 words) { store(state + 8 * h + 4, words); });
 }
 
 template <int kPackets>
@@ -453,7 +356,8 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
     f8 sum[kPackets] = {};
     repeat<kPackets>([&](auto p) {
         repeat<5>([&](auto j) { section[p].coeff[j] = load<f8>(bank.coeff[p][j]); });
-        load_words(state + 16 * p, section[p].state);
+        section[p].state[0] = read_words<0, 2, 4, 6>(state + 16 * p);
+        section[p].state[1] = read_words<1, 3, 5, 7>(state + 16 * p);
     });
     for (int i = 0; i < n; ++i)
         repeat<kPackets>([&](auto p) {
@@ -462,21 +366,13 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
         });
     float words[16 * kPackets];
     repeat<kPackets>([&](auto p) {
-        store_words(words + 16 * p, section[p].state);
+        write_words(words + 16 * p, section[p].state[0], section[p].state[1]);
         store(sums + 8 * p, sum[p]);
     });
     std::copy_n(words, 2 * bank.bands, state);  // idle lanes have run, too
 }
 
 }  // namespace
-
-void set_bank(Bank& bank, const float* coeff, int bands)
-{
-    bank.bands = bands;
-    for (int k = 0; k < 16; ++k)
-        for (int j = 0; j < 5 && bands > 0; ++j)
-            bank.coeff[k / 8][j][k % 8] = coeff[5 * std::min(k, bands - 1) + j];
-}
 
 void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums)
 {
@@ -486,77 +382,26 @@ void run_bank(const Bank& bank, float* state, const float* in, int n, float* sum
         bank_lanes<1>(bank, state, in, n, sums);
 }
 
-// ---- splits
-
-namespace {
-
-// A channel takes as many lanes as it has bands, or four for three.
-int lanes_per_channel(const Split& split) { return split.bands == 3 ? 4 : split.bands; }
-int band_of(const Split& split, int l) { return std::min(l % lanes_per_channel(split), split.bands - 1); }
-
-// As many channels as fit eight lanes; their inputs lie in `lines`, their outputs begin at `start`.
-void split_packet(const Split& split, float* state, const float* lines, float* const* out, int start, int channels,
-                  int n)
-{
-    const int width = lanes_per_channel(split);
-    Lane lane[8];
-    for (int l = 0; l < 8; ++l) {
-        const int c = std::min(l / width, channels - 1);
-        const int b = band_of(split, l);
-        lane[l] = {lines + kSplitTile * c, out[split.bands * c + b] + start,
-                   state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
-    }
-    f4 signs = {};
-    for (int k = 0; k < split.depth; k += kSplitDepth) {
-        const int depth = std::min(split.depth - k, kSplitDepth);
-        Stage stage[kSplitDepth];
-        for (int d = 0; d < depth; ++d) {
-            for (int j = 0; j < 5; ++j)
-                stage[d].coeff[j] = load<f4>(split.coeff[k + d][j]);
-            stage[d].word = 2 * (k + d);
-        }
-        if (k + depth == split.depth)
-            signs = load<f4>(split.signs);
-        series(stage, depth, lane, width * channels, signs, n);
-        for (Lane& each : lane) {
-            each.in = each.out;
-            each.sections -= depth;
-        }
-    }
-}
-
-}  // namespace
-
-void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
-{
-    split = {};
-    split.bands = bands;
-    for (int b = 0; b < bands; ++b) {
-        split.band[b] = band[b];
-        split.first[b] = split.sections;
-        split.sections += band[b].sections;
-        split.depth = std::max(split.depth, band[b].sections);
-    }
-    for (int l = 0; l < 4; ++l) {
-        const int b = band_of(split, l);
-        split.signs[l] = sign_bit(band[b].negate);
-        for (int k = 0; k < band[b].sections; ++k)
-            for (int j = 0; j < 5; ++j)
-                split.coeff[k][j][l] = coeff[5 * (split.first[b] + k) + j];
-    }
-}
+// ---- splits: lanes are bands of channels
 
 void run_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,
                float* scratch)
 {
-    const int some = 8 / lanes_per_channel(split);
+    const int lanes = split.lanes_per_channel(), most = 8 / lanes;
     for (int start = 0; start < n; start += kSplitTile) {
-        const int m = std::min(kSplitTile, n - start);
+        const int tile = std::min(kSplitTile, n - start);
         for (int c = 0; c < channels; ++c)
-            std::copy_n(in[c] + start, m, scratch + kSplitTile * c);
-        for (int c = 0; c < channels; c += some)
-            split_packet(split, state + 2 * split.sections * c, scratch + kSplitTile * c, out + split.bands * c, start,
-                         std::min(channels - c, some), m);
+            std::copy_n(in[c] + start, tile, scratch + kSplitTile * c);
+        for (int first = 0; first < channels; first += most) {
+            const int some = std::min(channels - first, most);
+            Lane lane[8];
+            for (int l = 0; l < 8; ++l) {
+                const int c = first + std::min(l / lanes, some - 1), b = split.band_of(l);
+                lane[l] = {scratch + kSplitTile * c, out[split.bands * c + b] + start,
+                           state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
+            }
+            chains(lane, lanes * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; });
+        }
     }
 }
 

@@ -6,7 +6,7 @@
 //
 // The run_ functions filter whole blocks of planar pins. They give the bits of second_order() and first_order() called
 // sample by sample, for every block size and however a signal is cut into blocks. out[c] may be in[c]; other buffers
-// must not overlap, but for run_split. Nothing here allocates, except reserve().
+// must not overlap, but for run_split. What they run through is arranged when parameters change (section_setup.cpp).
 #pragma once
 
 #include <cstddef>
@@ -53,6 +53,9 @@ struct FirstOrder {
     }
 };
 
+// What flip() takes to negate, or not.
+inline float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
+
 // One sample of one section, state in memory.
 inline float second_order(const float* coeff, float* state, float x)
 {
@@ -70,14 +73,11 @@ inline float first_order(const float* coeff, float* state, float x)
     return y;
 }
 
-// One second-order section for all channels; channel c has state[2c] and the next word. `negate` flips the sign of the
-// outputs only: the state carries the plain y.
+// One section, SecondOrder or FirstOrder, for all channels; channel c has state[kWords * c] and the next words.
+// `negate` flips the sign of the outputs only: the state carries the plain y.
+template <template <class> class Section>
 void run_sections(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
                   bool negate);
-
-// The same of first order: three coefficients, one state word per channel.
-void run_first_orders(const float* coeff, float* state, const float* const* in, float* const* out, int channels, int n,
-                      bool negate);
 
 // Two sections on the same inputs, cross-faded: each sample adds `step` to `gain` (before use; the same for every
 // channel) and writes gain * y_old + (1 - gain) * y_new. State as in run_sections, one array per section.
@@ -88,30 +88,33 @@ struct Curve {
 void run_fade(const Curve& from, const Curve& to, float gain, float step, const float* const* in, float* const* out,
               int channels, int n);
 
-// Sections one after another, the same for every channel. Arranged when parameters change, so that a section that is
-// switched off costs nothing; zero-initialised it is an identity.
-struct CascadeLanes;
+// Sections one after another, the same for every channel. A section that is switched off costs nothing;
+// zero-initialised the cascade is an identity.
+struct CascadeGroup {  // four sections in lanes
+    float coeff[5][4];
+    int band[4];
+};
 struct Cascade {
-    CascadeLanes* lanes;  // owned
-    int capacity;         // of lanes
+    CascadeGroup* groups;  // owned; used from the end on, so that all but the first in use are full
+    int capacity;          // of groups
     int sections;
+
+    int used() const { return (sections + 3) / 4; }
+    int idle() const { return 4 * used() - sections; }  // lanes of the first group in use
+    const CascadeGroup* first() const { return groups + capacity - used(); }
 };
 [[nodiscard]] bool reserve(Cascade& cascade, int sections);  // room for arrange(); false: no memory, nothing changed
 void release(Cascade& cascade);
-void clear(Cascade& cascade, int sections);                          // announces how many sections place() will set
-void place(Cascade& cascade, int at, const float* coeff, int band);  // section `at`; its state is words 2 * band, + 1
+void put_first(Cascade& cascade, const float* coeff, int band);  // before the others; its state is words 2 * band, + 1
 
 // Takes the bands of `coeff` (5 floats each) that `active(band)` selects; reserve() made room for all of them.
 template <class Active>
 void arrange(Cascade& cascade, const float* coeff, int bands, Active active)
 {
-    int sections = 0;
-    for (int k = 0; k < bands; ++k)
-        sections += active(k) ? 1 : 0;
-    clear(cascade, sections);
-    for (int k = 0, at = 0; k < bands; ++k)
+    cascade.sections = 0;
+    for (int k = bands - 1; k >= 0; --k)
         if (active(k))
-            place(cascade, at++, coeff + std::ptrdiff_t{5} * k, k);
+            put_first(cascade, coeff + std::ptrdiff_t{5} * k, k);
 }
 
 // Channel c's state begins at state[words_per_channel * c].
@@ -129,6 +132,13 @@ struct Bank {
 void set_bank(Bank& bank, const float* coeff, int bands);  // 5 floats per band
 void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums);
 
+// One step of chains that run side by side: the coefficients of four lanes (the next four have the same), and how far
+// behind the start of a chain's state its words are.
+struct Stage {
+    f4 coeff[5];
+    std::ptrdiff_t word;
+};
+
 // Every channel split into bands, each a chain of sections. Channel c has the state of band 0's sections, then band
 // 1's, and so on; its bands go to out[bands * c + band].
 struct SplitBand {
@@ -141,9 +151,13 @@ struct Split {
     int depth;     // sections of the longest band
     int sections;  // of all bands
     SplitBand band[kMaxBands];
-    int first[kMaxBands];             // each band's first section
-    float coeff[kMaxSections][5][4];  // lane by lane: the bands, repeated
-    float signs[4];
+    int first[kMaxBands];  // each band's first section
+    Stage stage[kMaxSections];
+    f4 signs;
+
+    // A channel takes as many lanes as it has bands, or four for three.
+    int lanes_per_channel() const { return bands == 3 ? 4 : bands; }
+    int band_of(int lane) const { return lane % lanes_per_channel() < bands ? lane % lanes_per_channel() : bands - 1; }
 };
 void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // 5 floats per section
 

@@ -70,14 +70,14 @@ int FirstOrder_param_invoke(BlockAlgo* blk)
 
 void FirstOrder_Render(FirstOrder_Core* FO_Core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    run_section_block(FO_Core, run_first_orders, FO_Core->stateBuffer + i_channel, &buffer_in, &buffer_out, 1,
+    run_section_block(FO_Core, run_sections<FirstOrder>, FO_Core->stateBuffer + i_channel, &buffer_in, &buffer_out, 1,
                       tickSize);
 }
 
 int FirstOrder_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     const auto* core = core_of<FirstOrder_Core>(blk);
-    run_section_block(core, run_first_orders, core->stateBuffer, data_in, data_out, blk->nInputs,
+    run_section_block(core, run_sections<FirstOrder>, core->stateBuffer, data_in, data_out, blk->nInputs,
                       blk->block_pro->nBlockSize);
     return RT_OK;
 }

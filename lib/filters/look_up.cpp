@@ -81,7 +81,7 @@ Glide fade(const LookUp_Core* core) { return glide(core->gain_now, 0.0F, core->s
 void run_heard(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)
 {
     const Curve curve = heard(core, std::ptrdiff_t{2} * first);
-    run_sections(curve.coeff, curve.state, in, out, channels, n, false);
+    run_sections<SecondOrder>(curve.coeff, curve.state, in, out, channels, n, false);
 }
 
 void run_slew(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)

@@ -126,14 +126,15 @@ int DCBlocking_param_invoke(BlockAlgo*)
 
 void DCBlocking_Render(DCBlocking_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    run_first_orders(core->coeffArray, core->stateBuffer + i_channel, &buffer_in, &buffer_out, 1, tickSize, false);
+    run_sections<FirstOrder>(core->coeffArray, core->stateBuffer + i_channel, &buffer_in, &buffer_out, 1, tickSize,
+                             false);
 }
 
 int DCBlocking_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     const auto* core = core_of<DCBlocking_Core>(blk);
-    run_first_orders(core->coeffArray, core->stateBuffer, data_in, data_out, blk->nInputs, blk->block_pro->nBlockSize,
-                     false);
+    run_sections<FirstOrder>(core->coeffArray, core->stateBuffer, data_in, data_out, blk->nInputs,
+                             blk->block_pro->nBlockSize, false);
     return RT_OK;
 }
 

@@ -114,14 +114,14 @@ int SecondOrder_param_invoke(BlockAlgo* blk)
 
 void SecondOrder_Render(SecondOrder_Core* SO_Core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    run_section_block(SO_Core, run_sections, SO_Core->stateBuffer + state_words(i_channel), &buffer_in, &buffer_out, 1,
-                      tickSize);
+    run_section_block(SO_Core, run_sections<SecondOrder>, SO_Core->stateBuffer + state_words(i_channel), &buffer_in,
+                      &buffer_out, 1, tickSize);
 }
 
 int SecondOrder_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     const auto* core = core_of<SecondOrder_Core>(blk);
-    run_section_block(core, run_sections, core->stateBuffer, data_in, data_out, blk->nInputs,
+    run_section_block(core, run_sections<SecondOrder>, core->stateBuffer, data_in, data_out, blk->nInputs,
                       blk->block_pro->nBlockSize);
     return RT_OK;
 }

@@ -4,11 +4,11 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 
 #include "../common/new_block.h"
 #include "../common/params.h"
+#include "../common/ramp.h"
 #include "../common/section.h"
 
 namespace lbx {
@@ -18,9 +18,8 @@ using RunSection = void (*)(const float* coeff, float* state, const float* const
 
 inline void copy_pins(const float* const* in, float* const* out, int channels, int n)
 {
-    for (int ch = 0; ch < channels && n > 0; ++ch)
-        if (in[ch] != out[ch])
-            std::memmove(out[ch], in[ch], static_cast<std::size_t>(n) * sizeof(float));
+    for (int ch = 0; ch < channels; ++ch)
+        copy(in[ch], out[ch], n);
 }
 
 // Filters `channels` pins, whose state begins at `state`; switched off, the section copies and keeps its state.
