@@ -42,24 +42,29 @@ void check_response(BlockAlgo* blk, int rate, int resolution)
     });
 }
 
-// One run of memory for all pins of a side: the state machine addresses its pins so, the others do not care.
+// The pins of a side, each with memory of its own; or one run for all of them, as the state machine addresses its pins.
 class Pins {
 public:
-    Pins(int pins, int samples) : run_(static_cast<std::size_t>(pins * samples))
+    Pins(int count, int samples, bool one_run)
+        : pins_(static_cast<std::size_t>(count)), runs_(one_run ? 1 : pins_.size())
     {
-        for (int pin = 0; pin < pins; ++pin)
-            pointers_.push_back(run_.data() + pin * samples);
+        const auto n = static_cast<std::size_t>(samples);
+        for (std::vector<float>& run : runs_)
+            run.resize(one_run ? pins_.size() * n : n);
+        for (std::size_t pin = 0; pin < pins_.size(); ++pin)
+            pins_[pin] = one_run ? runs_[0].data() + pin * n : runs_[pin].data();
     }
-    float** data() { return pointers_.data(); }
+    float** data() { return pins_.data(); }
     void fill(Input& input)
     {
-        for (float& v : run_)
-            v = input.take<float>();
+        for (std::vector<float>& run : runs_)
+            for (float& v : run)
+                v = input.take<float>();
     }
 
 private:
-    std::vector<float> run_;
-    std::vector<float*> pointers_;
+    std::vector<float*> pins_;
+    std::vector<std::vector<float>> runs_;
 };
 
 }  // namespace
@@ -81,7 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ends_process([&] { blk = BlockAlgo_init(&pro, inputs, outputs, row.type); });
     if (!blk)
         return 0;
-    Pins in(inputs, pro.nBlockSize), out(outputs, pro.nBlockSize);
+    const bool one_run = row.type == EN_MUXES_STATE_MACHINE;
+    Pins in(inputs, pro.nBlockSize, one_run), out(outputs, pro.nBlockSize, one_run);
     bool ended = false;
     for (int call = 0; call < 32 && !input.empty() && !ended; ++call) {
         const int what = input.range(0, 6);
