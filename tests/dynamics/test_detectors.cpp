@@ -107,6 +107,7 @@ TEST(LevelDetector, BandsOfTheVector)
     rig::Log log;
     EXPECT_EQ(blk.set(vector), 0);
     EXPECT_EQ(log.text(), "MultiLevelDetector_param_set: numBand is too large, set to 10\n");
+    EXPECT_EQ(blk->pParam[kMultiLevelDetectorsNumBand], 10.0F);
     blk.run(tone);
     const std::vector<float> level = levels(blk);
     ASSERT_EQ(level.size(), 10U);
@@ -163,9 +164,11 @@ TEST(LookUpTable, IndexIsTruncatedAndClamped)
     EXPECT_EQ(blk.set({9, 0, 1, 2, 3, 4, 5, 6, 7, 80}), 0);
     feed(blk, 8.0F, 1);
     EXPECT_EQ(blk.out(0)[0], 80.0F);
-    blk.set({-1});
-    feed(blk, 8.0F, 1);
-    EXPECT_EQ(blk.out(0)[0], 0.0F);
+    for (const auto& [size, value] : {std::pair{1.0F, 7.0F}, std::pair{0.0F, 0.0F}, std::pair{-1.0F, 0.0F}}) {
+        blk.set({size, 7});
+        feed(blk, 8.0F, 1);
+        EXPECT_EQ(blk.out(0)[0], value) << size;
+    }
 }
 
 TEST(LookUpTable, LevelsInsideTheGridAllUseTheLastSegment)
