@@ -184,9 +184,9 @@ int Rig::process(int blocks)
     return result;
 }
 
-std::vector<std::vector<float>> Rig::run(const std::vector<std::vector<float>>& signal)
+Outputs Rig::run(const std::vector<std::vector<float>>& signal)
 {
-    std::vector<std::vector<float>> result(out_.size());
+    Outputs result(out_.size());
     const auto block = static_cast<std::size_t>(pro_.nBlockSize);
     const std::size_t length = signal.empty() ? 0 : signal[0].size();
     for (std::size_t start = 0; start + block <= length; start += block) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vantoro.h"
@@ -55,6 +56,14 @@ private:
     float* data_;
 };
 
+// What came out, by pin. A temporary hands its pin over, so that `for (float v : blk.run(x)[0])` does not dangle.
+struct Outputs : std::vector<std::vector<float>> {
+    using vector::vector;
+    std::vector<float>& operator[](std::size_t pin) & { return vector::operator[](pin); }
+    const std::vector<float>& operator[](std::size_t pin) const& { return vector::operator[](pin); }
+    std::vector<float> operator[](std::size_t pin) && { return std::move(vector::operator[](pin)); }
+};
+
 // A block of `type` with pins of its own and a context of its own; fails the test that tries to use a refused block.
 class Rig {
 public:
@@ -97,7 +106,7 @@ public:
     int process(int blocks = 1);
     // Runs `signal[pin]` (equal lengths, a multiple of the block; one at least, for its length) through the block and
     // returns the outputs.
-    std::vector<std::vector<float>> run(const std::vector<std::vector<float>>& signal);
+    Outputs run(const std::vector<std::vector<float>>& signal);
 
 private:
     int process_one();
