@@ -95,15 +95,6 @@ TEST(Coefficients, FollowTheFormulas)
     }
 }
 
-TEST(Coefficients, LinkwitzRileyHalvesSumFlat)
-{
-    const auto sum = exactly(graph(R"("way": {"type": "FILTER_CROSSOVER_2WAY", "params": {"lowFc": 700, "highFc": 700}},
-                                      "sum": {"type": "BASIC_ARITH_ADD"})",
-                                   R"(["input.0", "way"], ["way", "sum"], ["sum", "output"])"));
-    for (const auto h : sum.outputs[0])
-        EXPECT_NEAR(magnitude_db(h), 0, 1e-3);  // single-precision coefficients
-}
-
 // The state-variable filter leaves the stable region where f^2 + 2 f / Q > 4 with f = 2 sin(pi fc / rate).
 TEST(Coefficients, UnstableBlocksAreTold)
 {

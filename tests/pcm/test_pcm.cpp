@@ -5,8 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
-#include <limits>
-#include <numeric>
 
 #include "support/rig.h"
 
@@ -148,34 +146,6 @@ TEST(Pcm, FramesHoldTheWordsOfTheirChannelsInTurn)
                     }
                 }
             }
-}
-
-TEST(Pcm, EveryWordComesBackThroughFloats)
-{
-    std::vector<short> words(65536);
-    std::iota(words.begin(), words.end(), std::numeric_limits<short>::min());
-    Bytes in(2 * words.size()), back(2 * words.size());
-    std::vector<float> f(words.size());
-    float* pins[] = {f.data()};
-    lbx_shorts2bytes(words.data(), in.data(), 65536, 16, 0);
-    lbx_bytes2floats_datapoint(in.data(), pins, 1, 65536, 16);
-    lbx_floats2bytes_datapoint(pins, back.data(), 1, 65536, 16);
-    in[0] = 0x01;  // the one word below -1 is clipped
-    EXPECT_EQ(back, in);
-}
-
-TEST(Pcm, FloatsTruncateAndWrap)
-{
-    const float inf = std::numeric_limits<float>::infinity();
-    // 1.5 wraps; 1e9 and infinities saturate at 32 bits first, so their low bits are all ones or all zeros.
-    const float in[] = {1.5F, -1.5F, 1e9F, -inf, std::nanf(""), -0.99999F / 32767.0F};
-    Bytes out(19, kGuard);
-    EXPECT_EQ(lbx_floats2bytes(in, out.data(), 6, 24, 1), 18);
-    EXPECT_EQ(out, (Bytes{0xBF, 0xFF, 0xFE, 0x40, 0, 0x02, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, kGuard}));
-    const float raw[] = {200.9F, -3.0F, 257.0F, 1e20F};
-    out.assign(5, kGuard);
-    EXPECT_EQ(lbx_floats2bytes(raw, out.data(), 4, 8, 0), 4);
-    EXPECT_EQ(out, (Bytes{200, 0, 1, 255, kGuard}));
 }
 
 TEST(Pcm, UnknownByteOrderWritesNothingOrScalesInPlace)
