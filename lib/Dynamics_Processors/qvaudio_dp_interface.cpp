@@ -7,11 +7,10 @@
 
 namespace {
 constexpr lbx::BlockOps kDP[] = {
-    {EN_DP_ENV, EN_DP_ENV_RMS, LBX_OPS(Env)},
-    {EN_DP_LIMITER, EN_DP_LIMITER, LBX_OPS(Limiter)},
-    {EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_EXT_PEAK, LBX_OPS(Compressor)},
+    {{EN_DP_ENV, EN_DP_ENV_RMS}, LBX_OPS(Env)},
+    {EN_DP_LIMITER, LBX_OPS(Limiter)},
+    {{EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_EXT_PEAK}, LBX_OPS(Compressor)},
 };
-static_assert(lbx::ascending(kDP));
 }  // namespace
 
 LBX_CATEGORY(DP, kDP, "wrong input type in DP\n", 1)

@@ -5,9 +5,8 @@
 
 namespace {
 constexpr lbx::BlockOps kLD[] = {
-    {EN_LOUDNESS_LH, EN_LOUDNESS_LH_EXT, LBX_OPS(Loudness)},
+    {{EN_LOUDNESS_LH, EN_LOUDNESS_LH_EXT}, LBX_OPS(Loudness)},
 };
-static_assert(lbx::ascending(kLD));
 }  // namespace
 
 LBX_CATEGORY(LD, kLD, "wrong input type in LD\n", 1)

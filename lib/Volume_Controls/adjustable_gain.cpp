@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../common/dispatch.h"
 #include "../common/new_block.h"
 #include "../common/params.h"
 #include "../common/ramp.h"
@@ -15,7 +16,7 @@ constexpr float kDefaultSlewRate = 12.0F;
 constexpr int kProcessed = 1;
 
 struct Layout {
-    int type;
+    lbx::Codes codes;
     bool slewed, per_channel;
     int controls;  // pins before the signals
     int (*render)(AdjustableGain_Core*, float**, float**, int, int);
@@ -29,7 +30,7 @@ constexpr Layout kLayouts[] = {
     {EN_VC_SIG_EXT_CONTROL_SLEW, true, false, 1, Adjust_Gain_Ext_SigRender_Slew},
 };
 
-const Layout& layout_of(int type) { return *std::ranges::find(kLayouts, type, &Layout::type); }
+const Layout& layout_of(int type) { return *lbx::row_of<kLayouts>(type); }
 
 // The labels are those of the first type; for the slewed ones the two values stand under each other's name. Kept.
 constexpr lbx::ParamLabel kLabels[] = {{"Volume"}, {"SlewRate"}};
@@ -39,8 +40,8 @@ AdjustableGain_Core* core_of(const BlockAlgo* blk) { return lbx::core_of<Adjusta
 // The layout that these pins fit, or null.
 const Layout* fitting(int type, int nInputs, int nOutputs)
 {
-    const Layout* layout = std::ranges::find(kLayouts, type, &Layout::type);
-    const bool fits = layout != std::end(kLayouts) && nInputs >= 1 && nInputs - layout->controls == nOutputs;
+    const Layout* layout = lbx::row_of<kLayouts>(type);
+    const bool fits = layout && nInputs >= 1 && nInputs - layout->controls == nOutputs;
     return fits ? layout : nullptr;
 }
 
@@ -54,7 +55,7 @@ int volume_count(const Layout& layout, const BlockAlgo* blk)
 
 BlockAlgo* init(const Layout& layout, int nInputs, int nOutputs, BlockPro* pro)
 {
-    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, pro, layout.type, AdjustableGain_destroy);
+    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, pro, layout.codes.first, AdjustableGain_destroy);
     auto* core = lbx::new_core<AdjustableGain_Core>(blk);
     // The print shows two entries of every type.
     if (!core || !lbx::zeros(blk->pParam, std::max<std::ptrdiff_t>(2, std::ptrdiff_t{nOutputs} + 1)))

@@ -8,16 +8,23 @@
 namespace {
 
 constexpr lbx::BlockOps kVc[] = {
-    {EN_VC_SIG_CONTROL, EN_VC_MULTI_CONTROL, Adjust_Gain_init, AdjustableGain_param_set,
-     lbx::reapply<AdjustableGain_param_set>, AdjustableGain_param_invoke, AdjustableGain_process,
+    {{EN_VC_SIG_CONTROL, EN_VC_MULTI_CONTROL},
+     Adjust_Gain_init,
+     AdjustableGain_param_set,
+     lbx::reapply<AdjustableGain_param_set>,
+     AdjustableGain_param_invoke,
+     AdjustableGain_process,
      AdjustableGain_destroy},
-    {EN_VC_SIG_CONTROL_SLEW, EN_VC_SIG_EXT_CONTROL_SLEW, Adjust_SlewGain_init, AdjustableSlewGain_param_set,
-     lbx::reapply<AdjustableSlewGain_param_set>, AdjustableGain_param_invoke, AdjustableGain_process,
+    {{EN_VC_SIG_CONTROL_SLEW, EN_VC_SIG_EXT_CONTROL_SLEW},
+     Adjust_SlewGain_init,
+     AdjustableSlewGain_param_set,
+     lbx::reapply<AdjustableSlewGain_param_set>,
+     AdjustableGain_param_invoke,
+     AdjustableGain_process,
      AdjustableGain_destroy},
-    {EN_VC_GAINENVELOPE, EN_VC_GAINENVELOPE, LBX_OPS(GainEnvelope)},
-    {EN_VC_MUTE, EN_VC_MUTE, LBX_OPS(Mute)},
+    {EN_VC_GAINENVELOPE, LBX_OPS(GainEnvelope)},
+    {EN_VC_MUTE, LBX_OPS(Mute)},
 };
-static_assert(lbx::ascending(kVc));
 
 }  // namespace
 

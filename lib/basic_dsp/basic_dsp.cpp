@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "basic_dsp.h"
 
-#include <algorithm>
-
+#include "../common/dispatch.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../common/params.h"
@@ -11,7 +10,7 @@ namespace {
 
 // One row per run of types. A null function is nothing to do: the type has no state or no parameters of its own.
 struct Row {
-    int first, last;
+    lbx::Codes codes;
     int (*process)(BlockAlgo* blk, float** xn, float** yn);
     int (*init)(BlockAlgo* blk) = nullptr;
     int (*set)(BlockAlgo* blk, float* param) = nullptr;
@@ -74,62 +73,55 @@ void print_coefficients(const BlockAlgo* blk)
 }
 
 // clang-format off
-#define LBX_ONE(type) EN_BASIC_##type, EN_BASIC_##type
 constexpr Row kRows[] = {
-    {LBX_ONE(ARITH_ABS), per_pin<Basic_Arith_Abs>},
-    {LBX_ONE(ARITH_INV_SQRT), per_pin<Basic_Arith_InvSquareRoot>},
-    {LBX_ONE(ARITH_EXP2), per_pin<Basic_Arith_Exp2>},
-    {LBX_ONE(ARITH_LOG2), per_pin<Basic_Arith_Log2>},
-    {LBX_ONE(ARITH_LOG10), per_pin<Basic_Arith_Log10>},
-    {LBX_ONE(ARITH_SQRT), per_pin<Basic_Arith_SquareRoot>},
-    {LBX_ONE(ARITH_DIV), per_pin<Basic_Arith_Divide>},
-    {LBX_ONE(ARITH_MUL), per_pin<Basic_Arith_Multiply>},
-    {LBX_ONE(ARITH_INVERT), per_pin<Basic_Arith_Invert>},
-    {LBX_ONE(ARITH_ADD), per_pin<Basic_Arith_Add>},
-    {LBX_ONE(ARITH_SUB), per_pin<Basic_Arith_Subtract>},
-    {LBX_ONE(ARITH_RMS), Basic_Arith_RmsWithTcProcess, Basic_Arith_RmsWithTcInit, Basic_Arith_RmsWithTcSetParam,
+    {EN_BASIC_ARITH_ABS, per_pin<Basic_Arith_Abs>},
+    {EN_BASIC_ARITH_INV_SQRT, per_pin<Basic_Arith_InvSquareRoot>},
+    {EN_BASIC_ARITH_EXP2, per_pin<Basic_Arith_Exp2>},
+    {EN_BASIC_ARITH_LOG2, per_pin<Basic_Arith_Log2>},
+    {EN_BASIC_ARITH_LOG10, per_pin<Basic_Arith_Log10>},
+    {EN_BASIC_ARITH_SQRT, per_pin<Basic_Arith_SquareRoot>},
+    {EN_BASIC_ARITH_DIV, per_pin<Basic_Arith_Divide>},
+    {EN_BASIC_ARITH_MUL, per_pin<Basic_Arith_Multiply>},
+    {EN_BASIC_ARITH_INVERT, per_pin<Basic_Arith_Invert>},
+    {EN_BASIC_ARITH_ADD, per_pin<Basic_Arith_Add>},
+    {EN_BASIC_ARITH_SUB, per_pin<Basic_Arith_Subtract>},
+    {EN_BASIC_ARITH_RMS, Basic_Arith_RmsWithTcProcess, Basic_Arith_RmsWithTcInit, Basic_Arith_RmsWithTcSetParam,
      Basic_Arith_RmsWithTcDestroy, print_level, "Basic Arith Rms"},
-    {LBX_ONE(ARITH_SUMMAT), Basic_Arith_SummationProcess, Basic_Arith_SummationInit, nullptr,
+    {EN_BASIC_ARITH_SUMMAT, Basic_Arith_SummationProcess, Basic_Arith_SummationInit, nullptr,
      Basic_Arith_SummationDestroy},
-    {LBX_ONE(ARITH_SQUARE_SUMMAT), Basic_Arith_SquareSummationProcess, Basic_Arith_SummationInit, nullptr,
+    {EN_BASIC_ARITH_SQUARE_SUMMAT, Basic_Arith_SquareSummationProcess, Basic_Arith_SummationInit, nullptr,
      Basic_Arith_SummationDestroy},
-    {LBX_ONE(LOGIC_ABSMAX), per_pin<Basic_Logic_AbsMax>},
-    {LBX_ONE(LOGIC_MAX), per_pin<Basic_Logic_Max>},
-    {LBX_ONE(LOGIC_MIN), per_pin<Basic_Logic_Min>},
+    {EN_BASIC_LOGIC_ABSMAX, per_pin<Basic_Logic_AbsMax>},
+    {EN_BASIC_LOGIC_MAX, per_pin<Basic_Logic_Max>},
+    {EN_BASIC_LOGIC_MIN, per_pin<Basic_Logic_Min>},
 #define LBX_ONE_FLOAT(type, process, label) \
-    {LBX_ONE(type), process, one_float_init, one_float_set, nullptr, print_one, label}
+    {EN_BASIC_##type, process, one_float_init, one_float_set, nullptr, print_one, label}
     LBX_ONE_FLOAT(LOGIC_AB, Basic_Logic_ABCondition, "BASIC_LOGIC_AB"),
     LBX_ONE_FLOAT(LOGIC_ABCD, Basic_Logic_ABCDCondition, "BASIC_LOGIC_ABCD"),
     LBX_ONE_FLOAT(LOGIC_BUFFER_GATE, Basic_Logic_BufferGateProcess, "BASIC_LOGIC_Buffer"),
     LBX_ONE_FLOAT(LOGIC_ZERO_COMP, Basic_Logic_ZeroComparatorProcess, "BASIC_LOGIC_ZERO"),
 #define LBX_ONE_SHOT(type, label)                                                                             \
-    {LBX_ONE(type), Basic_Logic_OneShotProcess, Basic_Logic_OneShotInit, Basic_Logic_OneShotSetParam,         \
+    {EN_BASIC_##type, Basic_Logic_OneShotProcess, Basic_Logic_OneShotInit, Basic_Logic_OneShotSetParam,       \
      Basic_Logic_OneShotDestroy, print_one, label}
     LBX_ONE_SHOT(LOGIC_ONESHOT_FALL, "BASIC_LOGIC_OneShot_Fall"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_FALLRST, "BASIC_LOGIC_OneShot_FallRst"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_RISE, "BASIC_LOGIC_OneShot_Rise"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_RISERST, "BASIC_LOGIC_OneShot_RiseRst"),
     LBX_ONE_FLOAT(LOGIC_CALC, Basic_Logic_LogicCalc, "BASIC_LOGIC_CALC"),
-    {EN_BASIC_DSP_HOLD_VALUE, EN_BASIC_DSP_HOLD_MIN, Basic_DSP_HoldProcess, Basic_DSP_HoldInit, nullptr,
+    {{EN_BASIC_DSP_HOLD_VALUE, EN_BASIC_DSP_HOLD_MIN}, Basic_DSP_HoldProcess, Basic_DSP_HoldInit, nullptr,
      Basic_DSP_HoldDestroy},
-    {LBX_ONE(DSP_DELAY), Basic_DSP_DelayProcess, Basic_DSP_DelayInit, Basic_DSP_DelaySetParam, Basic_DSP_DelayDestroy,
+    {EN_BASIC_DSP_DELAY, Basic_DSP_DelayProcess, Basic_DSP_DelayInit, Basic_DSP_DelaySetParam, Basic_DSP_DelayDestroy,
      print_delay, "BASIC_LOGIC_Delay"},
-    {LBX_ONE(DSP_VOL_DELAY), Basic_DSP_VolDelayProcess, Basic_DSP_DelayInit, Basic_DSP_VolDelaySetParam,
+    {EN_BASIC_DSP_VOL_DELAY, Basic_DSP_VolDelayProcess, Basic_DSP_DelayInit, Basic_DSP_VolDelaySetParam,
      Basic_DSP_DelayDestroy, print_one, "BASIC_LOGIC_Delay"},
-    {LBX_ONE(GAIN), Basic_Gain_Process, Basic_Gain_Init, Basic_Gain_SetParam, Basic_Gain_Destroy, print_gain,
+    {EN_BASIC_GAIN, Basic_Gain_Process, Basic_Gain_Init, Basic_Gain_SetParam, Basic_Gain_Destroy, print_gain,
      "BASIC_GAIN"},
-    {LBX_ONE(GAIN_SLEW), Basic_GainSlew_Process, Basic_GainSlew_Init, Basic_GainSlew_SetParam, Basic_GainSlew_Destroy,
+    {EN_BASIC_GAIN_SLEW, Basic_GainSlew_Process, Basic_GainSlew_Init, Basic_GainSlew_SetParam, Basic_GainSlew_Destroy,
      print_gain_slew, "BASIC_GAIN"},
-    {LBX_ONE(POLY), Basic_Polynomial_Process, Basic_Polynomial_Init, Basic_Polynomial_SetParam,
+    {EN_BASIC_POLY, Basic_Polynomial_Process, Basic_Polynomial_Init, Basic_Polynomial_SetParam,
      Basic_Polynomial_Destroy, print_one, "BASIC_POLY"},
 };
 // clang-format on
-
-const Row* find_row(int type)
-{
-    const auto* row = std::ranges::find_if(kRows, [type](const Row& r) { return type >= r.first && type <= r.last; });
-    return row == std::end(kRows) ? nullptr : row;
-}
 
 int refuse(const char* func, int type, int result)
 {
@@ -142,7 +134,7 @@ int refuse(const char* func, int type, int result)
 // What the module's init says is not looked at: a block short of memory is handed out, and its calls tell.
 BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    const Row* row = find_row(type);
+    const Row* row = lbx::row_of<kRows>(type);
     if (!row) {
         LBX_LOG("Wrong input type in basic, type = %d\n\n", type);
         return nullptr;
@@ -155,7 +147,7 @@ BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, 
 
 int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 {
-    const Row* row = find_row(blk->method_type);
+    const Row* row = lbx::row_of<kRows>(blk->method_type);
     if (!row)
         return refuse(__func__, blk->method_type, 1);
     return row->set ? row->set(blk, param) : RT_OK;
@@ -163,14 +155,14 @@ int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 
 int BlockAlgo_Basic_param_update(BlockAlgo* blk)
 {
-    if (!find_row(blk->method_type))
+    if (!lbx::row_of<kRows>(blk->method_type))
         return refuse(__func__, blk->method_type, 1);
     return BlockAlgo_Basic_param_reset(blk, nullptr);
 }
 
 int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
 {
-    const Row* row = find_row(blk->method_type);
+    const Row* row = lbx::row_of<kRows>(blk->method_type);
     if (!row || !row->print) {
         LBX_PRINT("Model = %d have't param to print\n\n", blk->method_type);
         return RT_OK;
@@ -189,7 +181,7 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
         LBX_LOG("Input is NULL\n\n");
         return RT_ERR_NULL_PTR;
     }
-    if (const Row* row = find_row(blk->method_type))
+    if (const Row* row = lbx::row_of<kRows>(blk->method_type))
         return row->process(blk, data_in, data_out);
     if (blk->method_type < EN_BASIC_LOGIC_ABSMAX)
         return refuse("Basic_Atirh_process", blk->method_type, 0);
@@ -198,7 +190,7 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 
 int BlockAlgo_Basic_destroy(BlockAlgo* blk)
 {
-    const Row* row = find_row(blk->method_type);
+    const Row* row = lbx::row_of<kRows>(blk->method_type);
     if (!row)
         return refuse(__func__, blk->method_type, 1);
     const int result = row->destroy ? row->destroy(blk) : RT_OK;

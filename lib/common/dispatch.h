@@ -4,15 +4,23 @@
 
 #include <array>
 #include <cstddef>
-#include <span>
+#include <cstdint>
+#include <iterator>
 
 #include "block_types.h"
 #include "log.h"
 
 namespace lbx {
 
+// The type codes that a row serves: one, or a run with both ends included.
+struct Codes {
+    int first, last;
+    constexpr Codes(int only) : first(only), last(only) {}
+    constexpr Codes(int from, int to) : first(from), last(to) {}
+};
+
 struct BlockOps {
-    int first, last;  // type codes served, both included
+    Codes codes;
     BlockAlgo* (*init)(int nInputs, int nOutputs, BlockPro* pro, int type);
     int (*param_set)(BlockAlgo* blk, float* vector);
     int (*param_update)(BlockAlgo* blk);
@@ -21,27 +29,34 @@ struct BlockOps {
     int (*destroy)(BlockAlgo* blk);
 };
 
-using OpsTable = std::span<const BlockOps>;
-
-// The row that serves `type`, or null.
-constexpr const BlockOps* find_ops(OpsTable table, int type)
+// True when each row goes on where the one before ended, within one category.
+template <class Row, std::size_t kCount>
+constexpr bool dense(const Row (&rows)[kCount])
 {
-    for (const BlockOps& row : table)
-        if (type >= row.first && type <= row.last)
-            return &row;
-    return nullptr;
+    for (std::size_t i = 0; i < kCount; ++i)
+        if (rows[i].codes.first > rows[i].codes.last || (i > 0 && rows[i].codes.first != rows[i - 1].codes.last + 1))
+            return false;
+    return (rows[0].codes.first & 0xff00) == (rows[kCount - 1].codes.last & 0xff00);
 }
 
-// True when the runs are in order, do not overlap and stay in one category.
-constexpr bool ascending(OpsTable table)
+// Code after code from the first row's on, the row that serves it.
+template <const auto& kRows>
+inline constexpr auto kRowIndex = [] {
+    static_assert(dense(kRows), "a table's codes follow on one another");
+    constexpr int kFirst = kRows[0].codes.first;
+    std::array<std::uint8_t, std::end(kRows)[-1].codes.last - kFirst + 1> index = {};
+    for (std::size_t row = 0; row < std::size(kRows); ++row)
+        for (int code = kRows[row].codes.first; code <= kRows[row].codes.last; ++code)
+            index[static_cast<std::size_t>(code - kFirst)] = static_cast<std::uint8_t>(row);
+    return index;
+}();
+
+// The row that serves `type`, or null. Two loads: every call of every block comes through here.
+template <const auto& kRows>
+constexpr const auto* row_of(int type)
 {
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (table[i].first > table[i].last || (table[i].first & 0xff00) != (table[i].last & 0xff00))
-            return false;
-        if (i > 0 && (table[i].first <= table[i - 1].last || (table[i].first & 0xff00) != (table[0].first & 0xff00)))
-            return false;
-    }
-    return true;
+    const std::size_t at = static_cast<unsigned>(type) - static_cast<unsigned>(kRows[0].codes.first);
+    return at < kRowIndex<kRows>.size() ? &kRows[kRowIndex<kRows>[at]] : nullptr;
 }
 
 // Some modules take their vector as void*; a table has one form.
@@ -75,7 +90,7 @@ int reapply(BlockAlgo* blk)
 #define LBX_CATEGORY_INIT(prefix, table, message)                                            \
     BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type) \
     {                                                                                        \
-        if (const lbx::BlockOps* ops = lbx::find_ops(table, type))                           \
+        if (const lbx::BlockOps* ops = lbx::row_of<table>(type))                             \
             return ops->init(nInputs, nOutputs, pro, type);                                  \
         LBX_LOG(message);                                                                    \
         return nullptr;                                                                      \
@@ -95,7 +110,7 @@ int reapply(BlockAlgo* blk)
 #define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args) \
     int BlockAlgo_##prefix##_##name params                                         \
     {                                                                              \
-        if (const lbx::BlockOps* ops = lbx::find_ops(table, blk->method_type))     \
+        if (const lbx::BlockOps* ops = lbx::row_of<table>(blk->method_type))       \
             return ops->op args;                                                   \
         LBX_LOG(message);                                                          \
         return refused;                                                            \

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "../common/common.h"
+#include "../common/dispatch.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../math/fast_inline.h"
@@ -31,7 +32,7 @@ enum class Gains : std::uint8_t {
 };
 
 struct MixType {
-    int type;
+    lbx::Codes codes;
     Gains gains;
     int inputs, outputs;  // pins it cannot do without
     int (*process)(BlockAlgo* blk, float** xn, float** yn);
@@ -54,18 +55,12 @@ constexpr MixType kTypes[] = {
     {EN_SPLIT_MULTI_SLEW, Gains::kOutputs, 1, 0, Splitters_MultiSlewProcess},
 };
 
-const MixType* find_type(int type)
-{
-    const auto* row = std::ranges::find(kTypes, type, &MixType::type);
-    return row == std::end(kTypes) ? nullptr : row;
-}
-
 constexpr bool is_slewed(int type) { return type >= EN_MIXERS_SINGLE_SLEW; }
 constexpr bool is_cross(int type) { return type == EN_MIXERS_CROSS || type == EN_MIXERS_CROSS_SLEW; }
 
 inline std::ptrdiff_t Mix_GetGainNum(const BlockAlgo* blk)
 {
-    const MixType* row = find_type(blk->method_type);
+    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
     const std::ptrdiff_t inputs = std::max(blk->nInputs, 0);
     const std::ptrdiff_t outputs = std::max(blk->nOutputs, 0);
     switch (row ? row->gains : Gains::kNone) {
@@ -384,7 +379,7 @@ int BlockAlgo_Mixers_MulToOne(int in_chan, int size, float** xn, float** yn, flo
 
 BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int type)
 {
-    const MixType* row = find_type(type);
+    const MixType* row = lbx::row_of<kTypes>(type);
     if (!row) {
         LBX_LOG_AS(__func__, 568, "Wrong input type in basic, type = %d\n\n", type);  // "basic": kept
         return nullptr;
@@ -399,10 +394,10 @@ BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int t
 
 int BlockAlgo_Mixers_param_reset(BlockAlgo* blk, float* param)
 {
-    const MixType* row = find_type(blk->method_type);
+    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
     if (!row || row->gains == Gains::kNone)
         return RT_OK;
-    return (is_slewed(row->type) ? Mixers_SlewSetParam : Mixers_SetParam)(blk, param);
+    return (is_slewed(blk->method_type) ? Mixers_SlewSetParam : Mixers_SetParam)(blk, param);
 }
 
 int BlockAlgo_Mixers_param_update(BlockAlgo* blk) { return BlockAlgo_Mixers_param_reset(blk, nullptr); }
@@ -410,7 +405,7 @@ int BlockAlgo_Mixers_param_update(BlockAlgo* blk) { return BlockAlgo_Mixers_para
 int BlockAlgo_Mixers_param_invoke(BlockAlgo* blk)
 {
     const int type = blk->method_type;
-    if (type == EN_MIXERS_MERGE || !find_type(type))
+    if (type == EN_MIXERS_MERGE || !lbx::row_of<kTypes>(type))
         return RT_OK;
     if (is_slewed(type)) {
         LBX_LOG("Mix Model = %d, slew = %f, gain = \n", type, static_cast<double>(blk->pParam[0]));
@@ -428,7 +423,7 @@ int BlockAlgo_Mixers_process(BlockAlgo* blk, float** data_in, float** data_out)
         LBX_LOG("Input is NULL\n\n");
         return RT_ERR_NULL_PTR;
     }
-    const MixType* row = find_type(blk->method_type);
+    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
     if (!row || blk->nInputs < row->inputs || blk->nOutputs < row->outputs)
         return RT_OK;
     return row->process(blk, data_in, data_out);
@@ -437,9 +432,9 @@ int BlockAlgo_Mixers_process(BlockAlgo* blk, float** data_in, float** data_out)
 int BlockAlgo_Mixers_destroy(BlockAlgo* blk)
 {
     int result = RT_OK;
-    const MixType* row = find_type(blk->method_type);
+    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
     if (row && row->gains != Gains::kNone)
-        result = (is_slewed(row->type) ? Mixers_SlewDestroy : Mixers_Destroy)(blk);
+        result = (is_slewed(blk->method_type) ? Mixers_SlewDestroy : Mixers_Destroy)(blk);
     std::free(blk);
     return result;
 }

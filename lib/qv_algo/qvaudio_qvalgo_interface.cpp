@@ -5,9 +5,8 @@
 
 namespace {
 constexpr lbx::BlockOps kQvAlgo[] = {
-    {EN_QVALGO_REVERB, EN_QVALGO_REVERB, LBX_OPS(Reverb)},
+    {EN_QVALGO_REVERB, LBX_OPS(Reverb)},
 };
-static_assert(lbx::ascending(kQvAlgo));
 }  // namespace
 
 LBX_CATEGORY(QVALGO, kQvAlgo, "wrong input type in QVALGO\n", 1)

@@ -5,9 +5,8 @@
 
 namespace {
 constexpr lbx::BlockOps kNlp[] = {
-    {EN_NLP_CLIPPERS_HARD, EN_NLP_CHANNEL_COPY, LBX_OPS(Nlp)},
+    {{EN_NLP_CLIPPERS_HARD, EN_NLP_CHANNEL_COPY}, LBX_OPS(Nlp)},
 };
-static_assert(lbx::ascending(kNlp));
 }  // namespace
 
 // The module itself refuses a type, together with its pins and in its own words.

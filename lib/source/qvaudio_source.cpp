@@ -17,15 +17,14 @@
 
 namespace {
 constexpr lbx::BlockOps kSources[] = {
-    {EN_SOURCE_CLIME, EN_SOURCE_CLIME, SOURCE_OPS(ClimeFrequencySource)},
-    {EN_SOURCE_DC, EN_SOURCE_DC, SOURCE_OPS(DCInputSource)},
-    {EN_SOURCE_OSC_BEEQ, EN_SOURCE_OSC_TRIANGLE, SOURCE_OPS(OscillatorSource)},
-    {EN_SOURCE_VCO, EN_SOURCE_VCO, SOURCE_OPS(VCOSource)},
-    {EN_SOURCE_WHITENOISE, EN_SOURCE_WHITENOISE, SOURCE_OPS(WhiteNoiseSource)},
-    {EN_SOURCE_SWEEP, EN_SOURCE_SWEEP, SOURCE_OPS(SweepSource)},
-    {EN_SOURCE_SWITCH, EN_SOURCE_SWITCH, SOURCE_OPS(SwitchSource)},
+    {EN_SOURCE_CLIME, SOURCE_OPS(ClimeFrequencySource)},
+    {EN_SOURCE_DC, SOURCE_OPS(DCInputSource)},
+    {{EN_SOURCE_OSC_BEEQ, EN_SOURCE_OSC_TRIANGLE}, SOURCE_OPS(OscillatorSource)},
+    {EN_SOURCE_VCO, SOURCE_OPS(VCOSource)},
+    {EN_SOURCE_WHITENOISE, SOURCE_OPS(WhiteNoiseSource)},
+    {EN_SOURCE_SWEEP, SOURCE_OPS(SweepSource)},
+    {EN_SOURCE_SWITCH, SOURCE_OPS(SwitchSource)},
 };
-static_assert(lbx::ascending(kSources));
 }  // namespace
 
 LBX_CATEGORY_INIT(SOURCE, kSources, UNSERVED)
@@ -34,7 +33,7 @@ LBX_CATEGORY_PARAMS(SOURCE, kSources, UNSERVED, -1)
 // Whatever fails here is fatal to the audio thread.
 int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const lbx::BlockOps* ops = lbx::find_ops(kSources, blk->method_type);
+    const lbx::BlockOps* ops = lbx::row_of<kSources>(blk->method_type);
     if (ops)
         return ops->process(blk, data_in, data_out) == RT_OK ? RT_OK : RT_ERR_FATAL_THREAD;
     LBX_LOG(UNSERVED);
@@ -43,7 +42,7 @@ int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 
 int BlockAlgo_SOURCE_destroy(BlockAlgo* blk)
 {
-    const lbx::BlockOps* ops = lbx::find_ops(kSources, blk->method_type);
+    const lbx::BlockOps* ops = lbx::row_of<kSources>(blk->method_type);
     if (!ops) {
         LBX_LOG(UNSERVED);
         return RT_ERR_BAD;
