@@ -113,9 +113,7 @@ int Basic_Arith_Divide(int chanNum, int size, float** xn, float** yn)
 
 int Basic_Arith_Multiply(int chanNum, int size, float** xn, float** yn)
 {
-    for (int pair = 0; pair < chanNum / 2; ++pair)
-        lbx::multiply(xn[2 * pair], xn[2 * pair + 1], yn[pair], size);
-    return RT_OK;
+    return lbx::each_pair(chanNum, size, xn, yn, [](float a, float b) { return a * b; });
 }
 
 int Basic_Arith_Invert(int chanNum, int size, float** xn, float** yn)

@@ -8,6 +8,14 @@
 #include "../common/block_types.h"
 #include "../common/ramp.h"
 
+// In front of a loop: what it writes is a buffer it does not read, or one that it reads at the same index only. Without
+// this GCC checks for overlaps and runs whatever is in place sample by sample. Clang checks on.
+#if defined(__clang__)
+#define LBX_SAME_INDEX
+#else
+#define LBX_SAME_INDEX _Pragma("GCC ivdep")
+#endif
+
 namespace lbx {
 
 // y[i] = f(x[i]) on every pin.
@@ -17,6 +25,7 @@ int each_pin(int pins, int size, float* const* xn, float* const* yn, F f)
     for (int pin = 0; pin < pins; ++pin) {
         const float* x = xn[pin];
         float* y = yn[pin];
+        LBX_SAME_INDEX
         for (int i = 0; i < size; ++i)
             y[i] = f(x[i]);
     }
@@ -31,6 +40,7 @@ int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
         const float* a = xn[2 * pair];
         const float* b = xn[2 * pair + 1];
         float* y = yn[pair];
+        LBX_SAME_INDEX
         for (int i = 0; i < size; ++i)
             y[i] = f(a[i], b[i]);
     }
