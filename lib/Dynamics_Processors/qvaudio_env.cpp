@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "../common/log.h"
 #include "../common/new_block.h"
@@ -110,11 +111,15 @@ void Env_Render(Envelope_Core* core, const float* in, float* out, int n)
 void Env_Ext_Render(Envelope_Core* core, const float* in, const float* decay_ms, float* out, int n, int sampleRate)
 {
     const auto rate_hz = static_cast<float>(sampleRate);
+    float ms = std::numeric_limits<float>::quiet_NaN();  // that `decay` is for; a control mostly stands still
     float decay = core->decay_coeff;
     float env = core->tarck_env;
     int hold = core->hold_count;
     for (int i = 0; i < n; ++i) {
-        decay = decay_factor(std::fabs(decay_ms[i]), 1.0F, rate_hz, 10.0F);
+        if (const float now = std::fabs(decay_ms[i]); now != ms) {
+            ms = now;
+            decay = decay_factor(ms, 1.0F, rate_hz, 10.0F);
+        }
         const float a = std::fabs(in[i]);
         if (a > env) {
             env = a;
