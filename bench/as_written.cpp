@@ -37,6 +37,14 @@ float chain(const float* c, float* s, int sections, float x)
     return x;
 }
 
+// b0, b1, a1.
+float first_order(const float* c, float& s, float x)
+{
+    const float y = std::fma(c[0], x, s);
+    s = std::fma(-c[2], y, c[1] * x);
+    return y;
+}
+
 class Section : public Loop {
 public:
     explicit Section(const BlockAlgo& blk) : state_(at(2 * blk.nInputs)) {}
@@ -71,12 +79,8 @@ public:
     {
         for (std::size_t ch = 0; ch < state_.size(); ++ch) {
             float s = state_[ch];
-            for (int i = 0; i < n; ++i) {
-                const float x = in[ch][i];
-                const float y = std::fma(c_[0], x, s);
-                s = std::fma(-c_[2], y, c_[1] * x);
-                out[ch][i] = y;
-            }
+            for (int i = 0; i < n; ++i)
+                out[ch][i] = first_order(c_, s, in[ch][i]);
             state_[ch] = s;
         }
     }
@@ -486,6 +490,83 @@ private:
     Floats c_, state_, sum_, smooth_, level_;
 };
 
+// The smoothed magnitude.
+class Smoother : public Loop {
+public:
+    explicit Smoother(const BlockAlgo& blk) : level_(at(blk.nInputs)) {}
+    void set(const BlockAlgo& blk) override { weight_ = core_of<RmsWithTcSt>(blk).rms_rate; }
+    void run(float* const* in, float* const* out, int n) override
+    {
+        for (std::size_t ch = 0; ch < level_.size(); ++ch) {
+            float level = level_[ch];
+            for (int i = 0; i < n; ++i) {
+                level = (1.0F - weight_) * level + weight_ * std::fabs(in[ch][i]);
+                out[ch][i] = level;
+            }
+            level_[ch] = level;
+        }
+    }
+
+private:
+    float weight_ = 0;
+    Floats level_;
+};
+
+// One volume for all channels: each goes on where the one before has ended.
+class Loudness : public Loop {
+public:
+    explicit Loudness(const BlockAlgo& blk)
+        : low_(at(blk.nOutputs)), high_(low_), pin_(blk.method_type == EN_LOUDNESS_LH_EXT)
+    {}
+    void set(const BlockAlgo& blk) override
+    {
+        const auto& core = core_of<Loudness_Core>(blk);
+        std::copy_n(core.LP_Core.coeffArray, 3, low_c_);
+        std::copy_n(core.HP_Core.coeffArray, 3, high_c_);
+        std::copy_n(blk.pParam, kLoudnessModuleSize, p_);
+        alpha_ = core.attack_gain;
+        target_ = core.post_gain;
+    }
+    void run(float* const* in, float* const* out, int n) override
+    {
+        float bass_gain = 1.0F, treble_gain = 1.0F;
+        if (pin_) {
+            target_ = in[0][0] > 0.001F ? std::min(in[0][0], 1.0F) : 0.001F;
+            const double db = static_cast<float>(6.0206 * static_cast<double>(lbx_fast_log2(target_)));
+            bass_gain = shelf(-0.4 * db + (8 - 0.1 * db) * static_cast<double>(p_[kLoudnessBassGain]) * 0.01);
+            treble_gain = shelf(-0.3 * db + (5 - 0.15 * db) * static_cast<double>(p_[kLoudnessTrebleGain]) * 0.01);
+            ++in;
+        }
+        for (std::size_t ch = 0; ch < low_.size(); ++ch) {
+            float step = std::fma(volume_, alpha_, (1.0F - alpha_) * target_) - volume_;
+            step *= 1.0F / static_cast<float>(n + 1);
+            if (!pin_ && std::fabs(step) < 1e-10F) {
+                volume_ = target_;
+                step = 0.0F;
+            }
+            for (int i = 0; i < n; ++i) {
+                const float x = in[ch][i];
+                const float bass = first_order(low_c_, low_[ch], x) * bass_gain;
+                const float treble = first_order(high_c_, high_[ch], x) * treble_gain;
+                volume_ = volume_ + step;
+                out[ch][i] = (bass + treble + x) * volume_ * 0.5F;
+            }
+        }
+    }
+
+private:
+    static float shelf(double db)
+    {
+        const double y = 1512775.3951951857 * (0.1151 * std::min(db, -1.0)) + 1072632447.0;
+        return static_cast<float>(std::bit_cast<double>(static_cast<std::uint64_t>(y) << 32U));
+    }
+
+    float low_c_[3], high_c_[3], p_[kLoudnessModuleSize];
+    float alpha_ = 0, target_ = 0, volume_ = 0;
+    Floats low_, high_;
+    bool pin_;
+};
+
 // ---- reverb: eight combs in parallel and four allpasses in series per channel, one group of four samples at a time
 
 class Reverb : public Loop {
@@ -762,6 +843,27 @@ const std::vector<Kernel> kKernels = {
      loop<Multiplexer>},
     {"limiter", EN_DP_LIMITER, {1, 2, 4}, 9, same, same, true, always({200, 100, -12}), loop<Limiter>},
     {"envelope", EN_DP_ENV, {1}, 1, one, one, true, always({0, 100}), loop<Envelope>},
+    {"smoother", EN_BASIC_ARITH_RMS, {1, 2, 8}, 9, same, same, true, always({50, 0}), loop<Smoother>},
+    {"loudness",
+     EN_LOUDNESS_LH,
+     {1, 2, 8},
+     9,
+     same,
+     same,
+     true,
+     [](int, int turn) {
+         return volumes({80, 30, 6000, 20, 0}, 1, turn);
+     },
+     loop<Loudness>},
+    {"loudness_pin",
+     EN_LOUDNESS_LH_EXT,
+     {1, 2, 8},
+     9,
+     [](int n) { return n + 1; },
+     same,
+     false,
+     always({80, 30, 6000, 20, 0, 9}),
+     loop<Loudness>},
     {"meter1", EN_DETECTORS_SINGLE_BAND, {1}, 1, one, one, true, always({1, 200, 0, 200}), loop<Meter>},
     {"meter7", EN_DETECTORS_SEVEN_BAND, {1}, 1, one, one, true, always({1, 200, 0, 200}), loop<Meter>},
     {"reverb", EN_QVALGO_REVERB, {1, 2}, 9, same, same, true, always({1, 70, 50, 0.6F, 0.3F, 60}), loop<Reverb>},

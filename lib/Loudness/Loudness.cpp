@@ -6,6 +6,7 @@
 
 #include "../common/log.h"
 #include "../common/new_block.h"
+#include "../common/recursion.h"
 #include "../common/section.h"
 #include "../common/slew.h"
 #include "../math/follower.h"
@@ -76,30 +77,78 @@ void set_by_volume(BlockAlgo* blk)
 // A shelf's factor for an amount in dB, at most -1 dB.
 float shelf_gain(double db) { return coarse_gain(db < -1.0 ? db : -1.0); }
 
-// Channel `ch` through both filters; per sample the volume moves by `step` and scales low, high and dry part.
-void render(Loudness_Core* core, float low_gain, float high_gain, float step, const float* in, float* out, int n,
-            int ch)
+template <class V>
+LBX_INLINE V filter(float b0, float b1, float a1, V& state, V x)
 {
-    const float* low = core->LP_Core.coeffArray;
-    const float* high = core->HP_Core.coeffArray;
-    float low_state = core->LP_Core.stateBuffer[ch];
-    float high_state = core->HP_Core.stateBuffer[ch];
-    float volume = core->pre_gain;
-    for (int i = 0; i < n; ++i) {
-        const float x = in[i];
-        const float bass = first_order(low, &low_state, x) * low_gain;
-        const float treble = first_order(high, &high_state, x) * high_gain;
-        volume += step;
-        out[i] = (bass + treble + x) * volume * 0.5F;
-    }
-    core->LP_Core.stateBuffer[ch] = low_state;
-    core->HP_Core.stateBuffer[ch] = high_state;
-    core->pre_gain = volume;
+    FirstOrder<V> section = {{every<V>(b0), every<V>(b1), every<V>(a1)}, {state}};
+    const V y = section.step(x);
+    state = section.state[0];
+    return y;
 }
 
-float volume_step(const Loudness_Core& core)
+// The volume after n samples, summed as they sum it. A step that is lost in rounding once is lost from then on.
+float walk(float volume, float step, int n)
 {
-    return glide(core.pre_gain, core.post_gain, core.attack_gain, core.pre_div).step;
+    for (int i = 0; i < n; ++i) {
+        const float before = volume;
+        volume += step;
+        if (volume == before)
+            break;
+    }
+    return volume;
+}
+
+// The volume's step in the next n samples of one channel. Without a volume pin it may arrive first.
+float step_to_pin(Loudness_Core* core)
+{
+    return glide(core->pre_gain, core->post_gain, core->attack_gain, core->pre_div).step;
+}
+
+float step_or_arrive(Loudness_Core* core)
+{
+    const float step = step_to_pin(core);
+    if (core->pre_gain != core->post_gain && !still(step))
+        return step;
+    core->pre_gain = core->post_gain;
+    return 0.0F;
+}
+
+// Up to eight channels, from `ch` on, through both filters; per sample the volume moves by its step and scales low,
+// high and dry part. The volume is one for all: every channel goes on where the one before has ended.
+void render_some(Loudness_Core* core, float low_gain, float high_gain, float (*next_step)(Loudness_Core*),
+                 const float* const* in, float* const* out, int channels, int n, int ch)
+{
+    float volumes[8];
+    float steps[8];
+    for (int k = 0; k < channels; ++k) {
+        if (k > 0)
+            core->pre_gain = walk(volumes[k - 1], steps[k - 1], n);
+        steps[k] = next_step(core);
+        volumes[k] = core->pre_gain;
+    }
+    const float* l = core->LP_Core.coeffArray;
+    const float* h = core->HP_Core.coeffArray;
+    each_recursion({core->LP_Core.stateBuffer + ch, core->HP_Core.stateBuffer + ch, volumes, steps}, in, out, channels,
+                   n, [=, l0 = l[0], l1 = l[1], l2 = l[2], h0 = h[0], h1 = h[1], h2 = h[2]](auto& words, auto x, int) {
+                       using V = decltype(x);
+                       auto& [low, high, volume, step] = words;
+                       const V bass = filter(l0, l1, l2, low, x) * every<V>(low_gain);
+                       const V treble = filter(h0, h1, h2, high, x) * every<V>(high_gain);
+                       volume = volume + step;
+                       return (bass + treble + x) * volume * every<V>(0.5F);
+                   });
+    core->pre_gain = volumes[channels - 1];
+}
+
+// The volume of the pin, and the shelves' factors for it.
+void take_volume(const BlockAlgo* blk, Loudness_Core* core, float volume)
+{
+    core->post_gain = volume > 0.001F ? std::min(volume, 1.0F) : 0.001F;
+    const double db = static_cast<float>(kAmplitudeDb * static_cast<double>(fast_log2(core->post_gain)));
+    const auto bass = static_cast<double>(blk->pParam[kLoudnessBassGain]);
+    const auto treble = static_cast<double>(blk->pParam[kLoudnessTrebleGain]);
+    core->LP_gain = shelf_gain(-0.4 * db + bass_raise(db) * bass * 0.01);
+    core->HP_gain = shelf_gain(-0.3 * db + treble_raise(db) * treble * 0.01);
 }
 
 }  // namespace
@@ -145,35 +194,29 @@ int Loudness_param_invoke(BlockAlgo* blk)
 
 void Loudness_Render(Loudness_Core* core, const float* in, float* out, int n, int ch)
 {
-    float step = volume_step(*core);
-    if (core->pre_gain == core->post_gain || still(step)) {
-        core->pre_gain = core->post_gain;
-        step = 0.0F;
-    }
-    render(core, 1.0F, 1.0F, step, in, out, n, ch);
+    render_some(core, 1.0F, 1.0F, step_or_arrive, &in, &out, 1, n, ch);
 }
 
 void Loudness_Ext_Render(BlockAlgo* blk, Loudness_Core* core, const float* in, const float* volume, float* out, int n,
                          int ch)
 {
-    core->post_gain = volume[0] > 0.001F ? std::min(volume[0], 1.0F) : 0.001F;
-    const double db = static_cast<float>(kAmplitudeDb * static_cast<double>(fast_log2(core->post_gain)));
-    const auto bass = static_cast<double>(blk->pParam[kLoudnessBassGain]);
-    const auto treble = static_cast<double>(blk->pParam[kLoudnessTrebleGain]);
-    core->LP_gain = shelf_gain(-0.4 * db + bass_raise(db) * bass * 0.01);
-    core->HP_gain = shelf_gain(-0.3 * db + treble_raise(db) * treble * 0.01);
-    render(core, core->LP_gain, core->HP_gain, volume_step(*core), in, out, n, ch);
+    take_volume(blk, core, volume[0]);
+    render_some(core, core->LP_gain, core->HP_gain, step_to_pin, &in, &out, 1, n, ch);
 }
 
 int Loudness_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     auto* core = core_of<Loudness_Core>(blk);
     const int n = blk->block_pro->nBlockSize;
-    for (int ch = 0; ch < blk->nOutputs; ++ch)
-        if (blk->method_type == EN_LOUDNESS_LH)
-            Loudness_Render(core, data_in[ch], data_out[ch], n, ch);
-        else
-            Loudness_Ext_Render(blk, core, data_in[ch + 1], data_in[0], data_out[ch], n, ch);
+    for (int ch = 0; ch < blk->nOutputs; ch += 8) {
+        const int some = std::min(blk->nOutputs - ch, 8);
+        if (blk->method_type == EN_LOUDNESS_LH) {
+            render_some(core, 1.0F, 1.0F, step_or_arrive, data_in + ch, data_out + ch, some, n, ch);
+        } else {
+            take_volume(blk, core, data_in[0][0]);
+            render_some(core, core->LP_gain, core->HP_gain, step_to_pin, data_in + ch + 1, data_out + ch, some, n, ch);
+        }
+    }
     return 1;
 }
 

@@ -8,6 +8,7 @@
 #include "../common/new_block.h"
 #include "../common/params.h"
 #include "../common/ramp.h"
+#include "../common/recursion.h"
 #include "../math/fast_inline.h"
 #include "pins.h"
 
@@ -24,25 +25,20 @@ float smoothing_factor(float time, float is_db_per_second, int rate_hz)
     return std::fabs(1.0F - static_cast<float>(std::pow(10.0, static_cast<double>(exponent))));
 }
 
-template <class Accumulate>
-int running_sums(const BlockAlgo* blk, float* const* xn, float* const* yn, Accumulate accumulate)
+// add(sum, x): of floats, or of lanes.
+template <class Add>
+int running_sums(const BlockAlgo* blk, float* const* xn, float* const* yn, Add add)
 {
     auto* sums = lbx::core_of<float>(blk);
     const int outputs = blk->nInputs - 1;
-    if (!sums && outputs > 0)
+    if (outputs < 1)
+        return RT_OK;
+    if (!sums)
         return RT_ERR_NULL_PTR;
-    const int n = blk->block_pro->nBlockSize;
-    for (int j = 0; j < outputs; ++j) {
-        const float* reset = xn[0];
-        const float* x = xn[j + 1];
-        float* y = yn[j];
-        float sum = sums[j];
-        for (int i = 0; i < n; ++i) {
-            sum = reset[i] == 0.0F ? accumulate(sum, x[i]) : 0.0F;
-            y[i] = sum;
-        }
-        sums[j] = sum;
-    }
+    lbx::each_recursion({sums}, xn + 1, yn, outputs, blk->block_pro->nBlockSize,
+                        [=, reset = xn[0]](auto& sum, auto x, int i) {
+                            return sum[0] = reset[i] == 0.0F ? add(sum[0], x) : decltype(x){};
+                        });
     return RT_OK;
 }
 
@@ -166,18 +162,12 @@ int Basic_Arith_RmsWithTcProcess(BlockAlgo* blk, float** xn, float** yn)
     if (!core)
         return RT_ERR_NULL_PTR;
     const float rate = core->rms_rate;
-    const float keep = 1.0F - rate;
-    const int n = blk->block_pro->nBlockSize;
-    for (int pin = 0; pin < blk->nInputs; ++pin) {
-        const float* x = xn[pin];
-        float* y = yn[pin];
-        float level = core->oldVal[pin];
-        for (int i = 0; i < n; ++i) {
-            level = keep * level + rate * std::fabs(x[i]);
-            y[i] = level;
-        }
-        core->oldVal[pin] = level;
-    }
+    lbx::each_recursion({core->oldVal}, xn, yn, blk->nInputs, blk->block_pro->nBlockSize,
+                        [rate, keep = 1.0F - rate](auto& level, auto x, int) {
+                            using V = decltype(x);
+                            const V fresh = lbx::every<V>(rate) * lbx::magnitude(x);
+                            return level[0] = lbx::every<V>(keep) * level[0] + fresh;
+                        });
     return RT_OK;
 }
 
@@ -203,12 +193,12 @@ int Basic_Arith_SummationInit(BlockAlgo* blk)
 
 int Basic_Arith_SummationProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return running_sums(blk, xn, yn, [](float sum, float x) { return sum + x; });
+    return running_sums(blk, xn, yn, [](auto sum, auto x) { return sum + x; });
 }
 
 int Basic_Arith_SquareSummationProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return running_sums(blk, xn, yn, [](float sum, float x) { return std::fma(x, x, sum); });
+    return running_sums(blk, xn, yn, [](auto sum, auto x) { return lbx::mul_add(x, x, sum); });
 }
 
 int Basic_Arith_SummationDestroy(BlockAlgo* blk)

@@ -9,7 +9,7 @@
 //   EN_BASIC_POLY                             n in, n out
 //
 // All functions return RT_OK unless they say otherwise, and do nothing for no pins or no samples. Outputs may be
-// written over inputs of their own index.
+// written over inputs of their own index; over a pin that clears, only where there is one output.
 #ifndef VANTORO_BASIC_DSP_ARITHMETIC_OPERATIONS_H
 #define VANTORO_BASIC_DSP_ARITHMETIC_OPERATIONS_H
 

@@ -90,6 +90,17 @@ TEST(RunningSum, IsClearedByAnythingButZero)
     EXPECT_EQ(rig::Rig(EN_BASIC_ARITH_SUMMAT, 1, 1).run({Values(64, 1)})[0], Values(64));  // nothing to sum
 }
 
+TEST(RunningSum, HasAnAccumulatorForEveryChannel)
+{
+    for (const int type : {EN_BASIC_ARITH_SUMMAT, EN_BASIC_ARITH_SQUARE_SUMMAT})
+        for (const int channels : {2, 3, 5, 9}) {
+            const auto signal = rig::stimulus(channels + 1, 77);
+            const auto y = rig::Rig(type, channels + 1, channels, {.block = 11}).run(signal);
+            for (std::size_t c = 0; c < y.size(); ++c)
+                EXPECT_EQ(y[c], rig::Rig(type, 2, 1, {.block = 11}).run({signal[0], signal[c + 1]})[0]) << c;
+        }
+}
+
 TEST(Polynomial, FollowsItsCoefficients)
 {
     rig::Rig blk(EN_BASIC_POLY, 1, 1, {.block = 100});
