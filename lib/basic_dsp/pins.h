@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "../common/block_types.h"
+#include "../common/lanes.h"
 #include "../common/ramp.h"
 
 // In front of a loop: what it writes is a buffer it does not read, or one that it reads at the same index only. Without
@@ -18,17 +19,26 @@
 
 namespace lbx {
 
+// f(i) for every sample: full registers first, then one by one.
+template <class F>
+LBX_INLINE void each_index(int size, F f)
+{
+    const int whole = size & ~7;
+    LBX_SAME_INDEX
+    for (int i = 0; i < whole; ++i)
+        f(i);
+    for (int i = whole; i < size; ++i) {
+        __asm__ volatile("");  // up to seven are not worth vector loops of their own
+        f(i);
+    }
+}
+
 // y[i] = f(x[i]) on every pin.
 template <class F>
 int each_pin(int pins, int size, float* const* xn, float* const* yn, F f)
 {
-    for (int pin = 0; pin < pins; ++pin) {
-        const float* x = xn[pin];
-        float* y = yn[pin];
-        LBX_SAME_INDEX
-        for (int i = 0; i < size; ++i)
-            y[i] = f(x[i]);
-    }
+    for (int pin = 0; pin < pins; ++pin)
+        each_index(size, [=, x = xn[pin], y = yn[pin]](int i) { y[i] = f(x[i]); });
     return RT_OK;
 }
 
@@ -36,14 +46,8 @@ int each_pin(int pins, int size, float* const* xn, float* const* yn, F f)
 template <class F>
 int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
 {
-    for (int pair = 0; pair < pins / 2; ++pair) {
-        const float* a = xn[2 * pair];
-        const float* b = xn[2 * pair + 1];
-        float* y = yn[pair];
-        LBX_SAME_INDEX
-        for (int i = 0; i < size; ++i)
-            y[i] = f(a[i], b[i]);
-    }
+    for (; pins >= 2; pins -= 2, xn += 2, ++yn)
+        each_index(size, [=, a = xn[0], b = xn[1], y = yn[0]](int i) { y[i] = f(a[i], b[i]); });
     return RT_OK;
 }
 
@@ -54,14 +58,10 @@ int fold_pins(int pins, int size, float* const* xn, float* const* yn, First firs
     for (int begin = 0; pins > 0 && begin < size; begin += kTile) {
         const int n = std::min(kTile, size - begin);
         float result[kTile];
-        for (int i = 0; i < n; ++i)
-            result[i] = first(xn[0][begin + i]);
-        for (int pin = 1; pin < pins; ++pin) {
-            const float* x = xn[pin] + begin;
-            for (int i = 0; i < n; ++i)
-                result[i] = f(result[i], x[i]);
-        }
-        std::copy_n(result, n, yn[0] + begin);
+        const auto to = [&](int pin) { return pin < pins - 1 ? result : yn[0] + begin; };
+        each_index(n, [&, x = xn[0] + begin, y = to(0)](int i) { y[i] = first(x[i]); });
+        for (int pin = 1; pin < pins; ++pin)
+            each_index(n, [&, x = xn[pin] + begin, y = to(pin)](int i) { y[i] = f(result[i], x[i]); });
     }
     return RT_OK;
 }
