@@ -1,12 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every block type of the host's catalog, at three block sizes and with 1, 2 and 8 channels where its pins allow.
-// Channels are outputs, or inputs where the outputs do not grow with them.
+// Every block type of the host's catalog that is processed, at three block sizes and with 1, 2 and 8 channels where its
+// pins allow.
 #include "measure.h"
 
 #include "types.h"
 
 namespace bench {
 namespace {
+
+// A control beside a signal stands still, as it mostly does.
+void hold_controls(const vantoro::BlockType& type, vantoro::Pins pins, const Pins& p, int n)
+{
+    for (int pin = 0; pin + 1 < pins.inputs; ++pin)
+        if (const auto* note = vantoro::note_of(type, vantoro::PinNote::Side::input, pin, pins); note && note->control)
+            std::fill_n(p.in[static_cast<std::size_t>(pin)], n, *p.in[static_cast<std::size_t>(pin)]);
+}
 
 void add(const vantoro::BlockType& type, vantoro::Pins pins, int channels, int n)
 {
@@ -19,6 +27,7 @@ void add(const vantoro::BlockType& type, vantoro::Pins pins, int channels, int n
                                      }
                                      vantoro::apply_vector(type, *block.algo, vector_for(type, pins));
                                      const Pins p(pins.inputs, pins.outputs, n);
+                                     hold_controls(type, pins, p, n);
                                      measure(state, channels, n, [&] { block.process(p); });
                                  });
 }
@@ -28,10 +37,15 @@ void add(const vantoro::BlockType& type, vantoro::Pins pins, int channels, int n
 void register_blocks()
 {
     each_type([](const vantoro::BlockType& type) {
-        for (const int channels : {1, 2, 8})
-            if (const auto pins = pins_for(type, channels))
-                for (const int n : {16, 64, 256})
-                    add(type, *pins, channels, n);
+        std::optional<vantoro::Pins> before;
+        for (const int channels : {1, 2, 8}) {
+            const auto pins = pins_for(type, channels);
+            if (!pins || pins == before || is_terminal(type))
+                continue;
+            before = pins;
+            for (const int n : {16, 64, 256})
+                add(type, *pins, channels, n);
+        }
     });
 }
 

@@ -82,8 +82,7 @@ int main(int argc, char** argv)
     std::printf("| type, %d samples | median us | 99.99 %% | maximum |\n|---|---:|---:|---:|\n", kBlock);
     row("(the clock)", spent, unit, [] {});
     bench::each_type([&](const vantoro::BlockType& type) {
-        if (!wanted(std::string(type.name), argc, argv) || (type.code & 0xff00) == EN_IN ||
-            (type.code & 0xff00) == EN_OUT)
+        if (!wanted(std::string(type.name), argc, argv) || bench::is_terminal(type))
             return;
         const vantoro::Pins pins = bench::pins_for(type, 2).value_or(type.pins.usual);
         bench::Block block(type.code, pins.inputs, pins.outputs, kBlock);

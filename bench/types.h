@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "catalog.h"
@@ -11,15 +12,23 @@
 
 namespace bench {
 
-// Pins for so many channels: outputs, or inputs where the outputs do not grow with them. None: such a block is not.
+// So many channels are the fewest pins with as many inputs and as many outputs; where a type has less of either, as
+// many of the other. None: such a block is not.
 inline std::optional<vantoro::Pins> pins_for(const vantoro::BlockType& type, int channels)
 {
-    const auto fits = [&](std::optional<vantoro::Pins> pins) { return pins && type.pins.fits(*pins); };
-    if (const auto pins = vantoro::complete_pins(type, {}, channels); fits(pins))
-        return pins;
-    if (const auto pins = vantoro::complete_pins(type, channels, {}); fits(pins))
-        return pins;
-    return {};
+    std::optional<vantoro::Pins> best;
+    const auto lacking = [&](vantoro::Pins p) { return p.inputs < channels || p.outputs < channels; };
+    const auto cost = [&](vantoro::Pins p) { return std::pair(lacking(p), p.inputs + p.outputs); };
+    for (const auto& pins : {vantoro::complete_pins(type, {}, channels), vantoro::complete_pins(type, channels, {})})
+        if (pins && type.pins.fits(*pins) && (!best || cost(*pins) < cost(*best)))
+            best = pins;
+    return best;
+}
+
+// Terminals are not processed: the host moves their audio.
+inline bool is_terminal(const vantoro::BlockType& type)
+{
+    return (type.code & 0xff00) == EN_IN || (type.code & 0xff00) == EN_OUT;
 }
 
 // The tests' vector, which makes every type work, with defaults for what further pins add.
