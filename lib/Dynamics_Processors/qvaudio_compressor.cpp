@@ -6,6 +6,8 @@
 
 #include "../common/log.h"
 #include "../common/new_block.h"
+#include "../common/ramp.h"
+#include "../common/recursion.h"
 #include "../math/follower.h"
 
 using namespace lbx;
@@ -14,6 +16,7 @@ namespace {
 
 constexpr int kMaxPoints = 10;
 constexpr int kLevels = kCompressorParamOffset;
+constexpr int kGroup = 8;    // channels side by side
 constexpr int kSteps = 100;  // of the gain table, which has one entry more
 
 constexpr float kDefaults[] = {200, 0, 200, 0, 0, 5, -80, -60, -40, -20, 0, -80, -60, -40, -20, 0};
@@ -131,12 +134,49 @@ void hold_and_decay(Compressor_Core* core, float& level, float value, int n)
         level = follow(level, value, core->decay_coeff);
 }
 
-float peak(const float* in, int n)
+// Measures of up to eight channels' blocks.
+void peaks(const float* const* in, int channels, int n, float* values)
 {
-    float top = 0.0F;
-    for (int i = 0; i < n; ++i)
-        top = std::max(top, std::fabs(in[i]));
-    return top;
+    for (int ch = 0; ch < channels; ++ch) {
+        float top[8] = {};  // of every eighth sample; NaN is nobody's peak, so their order does not matter
+        int i = 0;
+        for (; i + 8 <= n; i += 8)
+            for (int k = 0; k < 8; ++k)
+                top[k] = std::max(top[k], std::fabs(in[ch][i + k]));
+        for (; i < n; ++i)
+            top[0] = std::max(top[0], std::fabs(in[ch][i]));
+        values[ch] = *std::max_element(top, top + 8);
+    }
+}
+
+template <class V>
+LBX_KERNEL void sums_in_lanes(const float* const* in, int n, float* sums)
+{
+    V sum = {};
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        V x[4];
+        load_four(in, i, x);
+        repeat<4>([&](auto k) { sum = mul_add(x[k], x[k], sum); });
+    }
+    for (; i < n; ++i) {
+        const V x = load_one<V>(in, i);
+        sum = mul_add(x, x, sum);
+    }
+    store(sums, sum);
+}
+
+// Sums of squares, which wait together.
+void sums(const float* const* in, int channels, int n, float* values)
+{
+    if (channels == 1) {
+        values[0] = sum_of_squares(in[0], n);
+        return;
+    }
+    const float* lane[kGroup];
+    for (int l = 0; l < kGroup; ++l)
+        lane[l] = in[std::min(l, channels - 1)];
+    (channels <= 4 ? sums_in_lanes<f4> : sums_in_lanes<f8>)(lane, n, values);
 }
 
 // One block's level of one channel in dB, from what was measured in it.
@@ -154,30 +194,47 @@ float peak_level(Compressor_Core* core, int ch, float top, int n)
     return level_db(core->smooth_rms[ch], kAmplitudeDb);
 }
 
-// Up to the target within the block; down by a share of the way, 1 - decay_coeff.
-void ramp(const Compressor_Core& core, float& gain, float target, const float* in, float* out, int n)
+// Per sample, so that a gain goes up to its target within the block, or down by a share of the way, 1 - decay_coeff.
+float step_to(const Compressor_Core& core, float gain, float target)
 {
     const float keep = core.decay_coeff;
     const float way = target > gain ? target - gain : gain * (keep - 1.0F) + (1.0F - keep) * target;
-    const float step = way * core.pre_div;
-    const float post_gain = core.post_gain;
-    float cur = gain;
-    for (int i = 0; i < n; ++i) {
-        cur += step;
-        out[i] = std::max(std::min(cur * in[i] * post_gain, 1.0F), -1.0F);
+    return way * core.pre_div;
+}
+
+// Up to eight channels along their gains' lines.
+void apply(float post_gain, float* gain, const float* step, const float* const* in, float* const* out, int channels,
+           int n)
+{
+    alignas(32) float rows[kGroup * kTile];
+    for (int start = 0; start < n; start += kTile) {
+        const int some = std::min(kTile, n - start);
+        lines(gain, step, 1, channels, rows, some);
+        for (int ch = 0; ch < channels; ++ch)
+            for (int i = 0; i < some; ++i)
+                out[ch][start + i] =
+                    std::max(std::min(rows[ch * kTile + i] * in[ch][start + i] * post_gain, 1.0F), -1.0F);
     }
-    gain = cur;
 }
 
 template <auto Measure, auto Level>
 void render(BlockAlgo* blk, Compressor_Core* core, float** in, const float* side, float** out, int n)
 {
     float* const* signal = side ? in + 1 : in;
-    const float shared = side ? Measure(side, n) : 0.0F;
-    for (int ch = 0; ch < blk->nOutputs; ++ch) {
-        const float level = Level(core, ch, side ? shared : Measure(in[ch], n), n);
-        const float target = target_gain(*core, blk->pParam + kLevels, level);
-        ramp(*core, core->smooth_gain[ch], target, signal[ch], out[ch], n);
+    float shared = 0.0F;
+    if (side)
+        Measure(&side, 1, n, &shared);
+    for (int first = 0; first < blk->nOutputs; first += kGroup) {
+        const int some = std::min(blk->nOutputs - first, kGroup);
+        float* gain = core->smooth_gain + first;
+        float value[kGroup], step[kGroup];
+        if (!side)
+            Measure(in + first, some, n, value);
+        for (int k = 0; k < some; ++k) {
+            const float level = Level(core, first + k, side ? shared : value[k], n);
+            step[k] = step_to(*core, gain[k], target_gain(*core, blk->pParam + kLevels, level));
+        }
+        apply(core->post_gain, gain, step, signal + first, out + first, some, n);
     }
 }
 
@@ -243,12 +300,12 @@ int Compressor_param_invoke(BlockAlgo* blk)
 
 void Com_Rms_Render(BlockAlgo* blk, Compressor_Core* core, float** data_in, float* side, float** data_out, int n)
 {
-    render<sum_of_squares, rms_level>(blk, core, data_in, side, data_out, n);
+    render<sums, rms_level>(blk, core, data_in, side, data_out, n);
 }
 
 void Com_Peak_Render(BlockAlgo* blk, Compressor_Core* core, float** data_in, float* side, float** data_out, int n)
 {
-    render<peak, peak_level>(blk, core, data_in, side, data_out, n);
+    render<peaks, peak_level>(blk, core, data_in, side, data_out, n);
 }
 
 int Compressor_process(BlockAlgo* blk, float** data_in, float** data_out)

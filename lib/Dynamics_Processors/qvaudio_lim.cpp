@@ -5,9 +5,9 @@
 #include <bit>
 #include <cmath>
 
-#include "../common/lanes.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
+#include "../common/recursion.h"
 #include "../math/follower.h"
 
 using namespace lbx;
@@ -53,10 +53,16 @@ LBX_INLINE V target_gain(V mean_square, V threshold)
     }
 }
 
-// A block's coefficients; V is a float, or four lanes of it for as many channels.
+// A block's coefficients, in all lanes alike.
 template <class V>
 struct Law {
     V weight, keep_level, keep_gain, fresh_gain, threshold;
+
+    explicit Law(const Limiter_Core* core)
+        : weight(every<V>(core->rmstc_coeff)), keep_level(every<V>(1.0F - core->rmstc_coeff)),
+          keep_gain(every<V>(core->decay_coeff)), fresh_gain(every<V>(1.0F - core->decay_coeff)),
+          threshold(every<V>(core->threshold))
+    {}
 };
 
 template <class V>
@@ -65,12 +71,6 @@ LBX_INLINE V limit(const Law<V>& law, V& level, V& gain, V x)
     level = mul_add(law.keep_level, level, law.weight * (x * x));
     gain = mul_add(law.keep_gain, gain, law.fresh_gain * target_gain(level, law.threshold));
     return gain * x;
-}
-
-void limit_rest(const Law<float>& law, float& level, float& gain, const float* in, float* out, int from, int n)
-{
-    for (int i = from; i < n; ++i)
-        out[i] = limit(law, level, gain, in[i]);
 }
 
 // One channel, eight samples at a time. Only the two one-pole chains go from sample to sample.
@@ -92,30 +92,8 @@ void limit_one(const Law<float>& law, float& level, float& gain, const float* in
     }
     level = l;
     gain = g;
-    limit_rest(law, level, gain, in, out, i, n);
-}
-
-// Four channels in lanes.
-void limit_four(const Law<float>& law, float* levels, float* gains, float* const* in, float* const* out, int n)
-{
-    const Law<f4> lanes = {every<f4>(law.weight), every<f4>(law.keep_level), every<f4>(law.keep_gain),
-                           every<f4>(law.fresh_gain), every<f4>(law.threshold)};
-    f4 level = load<f4>(levels);
-    f4 gain = load<f4>(gains);
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        f4 x[4] = {load<f4>(in[0] + i), load<f4>(in[1] + i), load<f4>(in[2] + i), load<f4>(in[3] + i)};
-        transpose(x);
-        for (f4& sample : x)
-            sample = limit(lanes, level, gain, sample);
-        transpose(x);
-        for (int c = 0; c < 4; ++c)
-            store(out[c] + i, x[c]);
-    }
-    store(levels, level);
-    store(gains, gain);
-    for (int c = 0; c < 4; ++c)
-        limit_rest(law, levels[c], gains[c], in[c], out[c], i, n);
+    for (; i < n; ++i)
+        out[i] = limit(law, level, gain, in[i]);
 }
 
 }  // namespace
@@ -159,13 +137,15 @@ int Limiter_param_invoke(BlockAlgo* blk)
 void Limiter_Render(BlockAlgo* blk, Limiter_Core* core, float** data_in, float** data_out, int n)
 {
     const int channels = blk->nInputs;
-    const Law<float> law = {core->rmstc_coeff, 1.0F - core->rmstc_coeff, core->decay_coeff, 1.0F - core->decay_coeff,
-                            core->threshold};
-    int ch = 0;
-    for (; ch + 4 <= channels; ch += 4)
-        limit_four(law, core->smooth_rms + ch, core->smooth_gain + ch, data_in + ch, data_out + ch, n);
-    for (; ch < channels; ++ch)
-        limit_one(law, core->smooth_rms[ch], core->smooth_gain[ch], data_in[ch], data_out[ch], n);
+    if (channels <= 2) {
+        for (int ch = 0; ch < channels; ++ch)
+            limit_one(Law<float>(core), core->smooth_rms[ch], core->smooth_gain[ch], data_in[ch], data_out[ch], n);
+    } else {
+        each_recursion({core->smooth_rms, core->smooth_gain}, 1, data_in, data_out, channels, n, [=](auto lanes) {
+            using V = decltype(lanes);
+            return [law = Law<V>(core)](V* word, V x, int) { return limit(law, word[0], word[1], x); };
+        });
+    }
     core->process_state = 0.0F;
     if (channels > 0 && n > 0) {
         const float target = target_gain(core->smooth_rms[channels - 1], core->threshold);

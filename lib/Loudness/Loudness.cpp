@@ -77,15 +77,6 @@ void set_by_volume(BlockAlgo* blk)
 // A shelf's factor for an amount in dB, at most -1 dB.
 float shelf_gain(double db) { return coarse_gain(db < -1.0 ? db : -1.0); }
 
-template <class V>
-LBX_INLINE V filter(float b0, float b1, float a1, V& state, V x)
-{
-    FirstOrder<V> section = {{every<V>(b0), every<V>(b1), every<V>(a1)}, {state}};
-    const V y = section.step(x);
-    state = section.state[0];
-    return y;
-}
-
 // The volume after n samples, summed as they sum it. A step that is lost in rounding once is lost from then on.
 float walk(float volume, float step, int n)
 {
@@ -126,17 +117,19 @@ void render_some(Loudness_Core* core, float low_gain, float high_gain, float (*n
         steps[k] = next_step(core);
         volumes[k] = core->pre_gain;
     }
-    const float* l = core->LP_Core.coeffArray;
-    const float* h = core->HP_Core.coeffArray;
-    each_recursion({core->LP_Core.stateBuffer + ch, core->HP_Core.stateBuffer + ch, volumes, steps}, in, out, channels,
-                   n, [=, l0 = l[0], l1 = l[1], l2 = l[2], h0 = h[0], h1 = h[1], h2 = h[2]](auto& words, auto x, int) {
-                       using V = decltype(x);
-                       auto& [low, high, volume, step] = words;
-                       const V bass = filter(l0, l1, l2, low, x) * every<V>(low_gain);
-                       const V treble = filter(h0, h1, h2, high, x) * every<V>(high_gain);
-                       volume = volume + step;
-                       return (bass + treble + x) * volume * every<V>(0.5F);
-                   });
+    const auto law = [=](auto lanes) {
+        using V = decltype(lanes);
+        return [bass_gain = every<V>(low_gain), treble_gain = every<V>(high_gain), half = every<V>(0.5F),
+                bass = section_of<FirstOrder, V>(core->LP_Core.coeffArray),
+                treble = section_of<FirstOrder, V>(core->HP_Core.coeffArray)](V* word, V x, int) {
+            const V low = filter(bass, word, x) * bass_gain;
+            const V high = filter(treble, word + 1, x) * treble_gain;
+            word[2] = word[2] + word[3];
+            return (low + high + x) * word[2] * half;
+        };
+    };
+    each_recursion({core->LP_Core.stateBuffer + ch, core->HP_Core.stateBuffer + ch, volumes, steps}, 1, in, out,
+                   channels, n, law);
     core->pre_gain = volumes[channels - 1];
 }
 

@@ -35,10 +35,10 @@ int running_sums(const BlockAlgo* blk, float* const* xn, float* const* yn, Add a
         return RT_OK;
     if (!sums)
         return RT_ERR_NULL_PTR;
-    lbx::each_recursion({sums}, xn + 1, yn, outputs, blk->block_pro->nBlockSize,
-                        [=, reset = xn[0]](auto& sum, auto x, int i) {
-                            return sum[0] = reset[i] == 0.0F ? add(sum[0], x) : decltype(x){};
-                        });
+    lbx::each_recursion({sums}, 1, xn + 1, yn, outputs, blk->block_pro->nBlockSize, [=, reset = xn[0]](auto lanes) {
+        using V = decltype(lanes);
+        return [=](V* sum, V x, int i) { return sum[0] = reset[i] == 0.0F ? add(sum[0], x) : V{}; };
+    });
     return RT_OK;
 }
 
@@ -161,13 +161,13 @@ int Basic_Arith_RmsWithTcProcess(BlockAlgo* blk, float** xn, float** yn)
     const auto* core = lbx::core_of<RmsWithTcSt>(blk);
     if (!core)
         return RT_ERR_NULL_PTR;
-    const float rate = core->rms_rate;
-    lbx::each_recursion({core->oldVal}, xn, yn, blk->nInputs, blk->block_pro->nBlockSize,
-                        [rate, keep = 1.0F - rate](auto& level, auto x, int) {
-                            using V = decltype(x);
-                            const V fresh = lbx::every<V>(rate) * lbx::magnitude(x);
-                            return level[0] = lbx::every<V>(keep) * level[0] + fresh;
-                        });
+    lbx::each_recursion({core->oldVal}, 1, xn, yn, blk->nInputs, blk->block_pro->nBlockSize, [=](auto lanes) {
+        using V = decltype(lanes);
+        const float rate = core->rms_rate;
+        return [rate = lbx::every<V>(rate), keep = lbx::every<V>(1.0F - rate)](V* level, V x, int) {
+            return level[0] = keep * level[0] + rate * lbx::magnitude(x);
+        };
+    });
     return RT_OK;
 }
 

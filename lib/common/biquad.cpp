@@ -36,9 +36,12 @@ void biquad_reset(Biquad* st) { std::fill_n(st->stateArray, kRegisters, 0.0F); }
 
 void biquad_setCoefficients(Biquad* st, const float* coeffs) { std::copy_n(coeffs, kCoefficients, st->coeffArray); }
 
-float biquad_processAudioSample(Biquad* st, float xn) { return lbx::second_order(st->coeffArray, st->stateArray, xn); }
+float biquad_processAudioSample(Biquad* st, float xn)
+{
+    return lbx::filter(lbx::section_of<lbx::SecondOrder, float>(st->coeffArray), st->stateArray, xn);
+}
 
 float biquad_1st_processAudioSample(Biquad* st, float xn)
 {
-    return lbx::first_order(st->coeffArray, st->stateArray, xn);
+    return lbx::filter(lbx::section_of<lbx::FirstOrder, float>(st->coeffArray), st->stateArray, xn);
 }

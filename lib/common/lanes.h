@@ -4,6 +4,7 @@
 // +, - and * work on both. A mask is a vector of the same type, each lane all ones or all zeros.
 #pragma once
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -59,6 +60,10 @@ LBX_INLINE f4 select(f4 mask, f4 a, f4 b)
 }
 #endif
 // The sign inverted in lanes that have it set in `signs`, whose other bits are 0.
+LBX_INLINE float flip(float v, float sign)
+{
+    return std::bit_cast<float>(std::bit_cast<int>(v) ^ std::bit_cast<int>(sign));
+}
 LBX_INLINE f4 flip(f4 v, f4 signs)
 {
     return reinterpret_cast<f4>(reinterpret_cast<i4>(v) ^ reinterpret_cast<i4>(signs));
@@ -128,6 +133,20 @@ LBX_INLINE f8 mix(f8 x, f8 y)
 
 template <class V>
 constexpr int kLanes = sizeof(V) / sizeof(float);
+
+// |v|
+template <class V>
+LBX_INLINE V magnitude(V v)
+{
+    if constexpr (kLanes<V> == 1) {
+        return std::fabs(v);
+    } else if constexpr (std::is_class_v<V>) {
+        return join(magnitude(lower(v)), magnitude(upper(v)));
+    } else {
+        using Bits [[gnu::vector_size(sizeof(V))]] = int;
+        return reinterpret_cast<V>(reinterpret_cast<Bits>(v) & 0x7fffffff);
+    }
+}
 
 // c - a * b, rounded once.
 template <class V>

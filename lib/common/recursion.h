@@ -4,25 +4,51 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 
 #include "lanes.h"
 
 namespace lbx {
 
-// |x|
-LBX_INLINE float magnitude(float x) { return std::fabs(x); }
+// Samples i to i + 3 of the lanes of V; x[k] is one of every lane.
 template <class V>
-LBX_INLINE V magnitude(V x)
+LBX_INLINE void load_four(const float* const* in, int i, V (&x)[4])
 {
-    if constexpr (std::is_class_v<V>) {
-        return join(magnitude(lower(x)), magnitude(upper(x)));
-    } else {
-        using Bits [[gnu::vector_size(sizeof(V))]] = int;
-        return reinterpret_cast<V>(reinterpret_cast<Bits>(x) & 0x7fffffff);
-    }
+    repeat<4>([&](auto k) { x[k] = of_halves<V>([&](int h) { return load<f4>(in[4 * h + k] + i); }); });
+    transpose(x);
+}
+template <class V>
+LBX_INLINE void store_four(float* const* out, int i, V (&x)[4])
+{
+    transpose(x);
+    repeat<4>([&](auto k) { each_half(x[k], [&](int h, f4 y) { store(out[4 * h + k] + i, y); }); });
+}
+template <class V>
+LBX_INLINE V load_one(const float* const* in, int i)
+{
+    return lanes_of<V>([&](int l) { return in[l][i]; });
 }
 
-// Eight channels. An idle lane repeats the last channel in everything.
+// out[l][i] = step(x, i), x being in[l][i] of every lane l of V.
+template <class V, class Step>
+LBX_INLINE void each_sample(const float* const* in, float* const* out, int n, Step step)
+{
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        V x[4];
+        load_four(in, i, x);
+        repeat<4>([&](auto k) { x[k] = step(x[k], i + k); });
+        store_four(out, i, x);
+    }
+    for (; i < n; ++i)
+        each_lane(step(load_one<V>(in, i), i), [&](int l, float y) { out[l][i] = y; });
+}
+
+// Lanes of the packet that so many channels fill.
+constexpr int packet_width(int channels) { return channels <= 4 ? 4 : 8; }
+
+// Eight channels. An idle lane repeats the last channel in everything, so that it reads and writes what is there
+// anyway.
 template <int kWords>
 struct Packet {
     const float* in[8];
@@ -30,58 +56,67 @@ struct Packet {
     float word[kWords][8];
 };
 
-template <class V, int kWords, class Step>
-LBX_KERNEL void recur(Packet<kWords>& packet, int n, const Step& law)
+template <class V, int kWords, class Law>
+LBX_KERNEL void run_packet(Packet<kWords>& packet, int n, const Law& law)
 {
-    const Step step = law;  // outputs might overlap it, as far as the compiler knows
-    const auto& in = packet.in;
-    const auto& out = packet.out;
+    auto step = law(V{});
     V word[kWords];
-    repeat<kWords>([&](auto w) { word[w] = load<V>(packet.word[w]); });
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        V four[4];
-        repeat<4>([&](auto k) { four[k] = of_halves<V>([&](int h) { return load<f4>(in[4 * h + k] + i); }); });
-        transpose(four);
-        repeat<4>([&](auto k) { four[k] = step(word, four[k], i + k); });
-        transpose(four);
-        repeat<4>([&](auto k) { each_half(four[k], [&](int h, f4 v) { store(out[4 * h + k] + i, v); }); });
-    }
-    for (; i < n; ++i)
-        each_lane(step(word, lanes_of<V>([&](int l) { return in[l][i]; }), i), [&](int l, float v) { out[l][i] = v; });
+    // Lane by lane: what was just stored as floats is not there yet for a vector.
+    repeat<kWords>([&](auto w) { word[w] = lanes_of<V>([&](int l) { return packet.word[w][l]; }); });
+    each_sample<V>(packet.in, packet.out, n, [&](V x, int i) { return step(word, x, i); });
     repeat<kWords>([&](auto w) { store(packet.word[w], word[w]); });
 }
 
-// out[c][i] = step(words, in[c][i], i), sample by sample. `words` are kWords references to what the channel carries on,
-// for channel c in state[...][c]; words and samples are floats, or vectors of as many channels. An output may be any of
-// the inputs of the same eight channels.
-template <int kWords, class Step>
-LBX_INLINE void each_recursion(float* const (&state)[kWords], const float* const* in, float* const* out, int channels,
-                               int n, const Step& step)
+// Channels `at` and up, fewer than fill the lanes; two wait together as well.
+template <int kChannels, int kWords, class Law>
+LBX_INLINE void run_few(float* const (&state)[kWords], std::ptrdiff_t stride, const float* const* in, float* const* out,
+                        int at, int n, const Law& law)
 {
-    for (int c = 0; c < channels; c += 8) {
-        const int some = std::min(channels - c, 8);
+    auto step = law(0.0F);
+    float word[kChannels][kWords];
+    const auto each_word = [&](auto take) {
+        repeat<kChannels>(
+            [&](auto c) { repeat<kWords>([&](auto w) { take(word[c][w], state[w][stride * (at + c)]); }); });
+    };
+    each_word([](float& here, float there) { here = there; });
+    for (int i = 0; i < n; ++i)
+        repeat<kChannels>([&](auto c) { out[at + c][i] = step(word[c], in[at + c][i], i); });
+    each_word([](float here, float& there) { there = here; });
+}
+
+// Samples of all channels but one: below, filling the lanes costs more than it saves.
+constexpr int kFewSamples = 20;
+
+// out[c][i] = step(word, in[c][i], i), sample by sample. word[w] is what the channel carries on, for channel c in
+// state[w][stride * c]. law(V{}) is the step for samples and words of V, a float or lanes for as many channels; what it
+// takes from memory, it takes once. An output may be the input of its own channel.
+template <int kWords, class Law>
+LBX_INLINE void each_recursion(float* const (&state)[kWords], std::ptrdiff_t stride, const float* const* in,
+                               float* const* out, int channels, int n, const Law& law)
+{
+    for (int c = 0, some; c < channels; c += some) {
+        some = std::min(channels - c, 8);
         if (some == 1) {
-            float word[kWords];
-            for (int w = 0; w < kWords; ++w)
-                word[w] = state[w][c];
-            for (int i = 0; i < n; ++i)
-                out[c][i] = step(word, in[c][i], i);
-            for (int w = 0; w < kWords; ++w)
-                state[w][c] = word[w];
+            run_few<1>(state, stride, in, out, c, n, law);
+            continue;
+        }
+        if (some == 2 || std::ptrdiff_t{n} * (some - 1) < kFewSamples) {
+            some = 2;
+            run_few<2>(state, stride, in, out, c, n, law);
             continue;
         }
         Packet<kWords> packet;
-        for (int l = 0; l < (some <= 4 ? 4 : 8); ++l) {
+        for (int l = 0; l < packet_width(some); ++l) {
             const int k = c + std::min(l, some - 1);
             packet.in[l] = in[k];
             packet.out[l] = out[k];
             for (int w = 0; w < kWords; ++w)
-                packet.word[w][l] = state[w][k];
+                packet.word[w][l] = state[w][stride * k];
         }
-        (some <= 4 ? recur<f4, kWords, Step> : recur<f8, kWords, Step>)(packet, n, step);
-        for (int w = 0; w < kWords; ++w)
-            std::copy_n(packet.word[w], some, state[w] + c);
+        (some <= 4 ? run_packet<f4, kWords, Law> : run_packet<f8, kWords, Law>)(packet, n, law);
+        for (int k = 0; k < some; ++k)
+            for (int w = 0; w < kWords; ++w)
+                state[w][stride * (c + k)] = packet.word[w][k];
     }
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Three drivers carry the recursion over a block; which one runs is decided in the run_ functions at the end.
-//   plain   one channel, one section after another
-//   series  lanes are channels, or bands of channels; each runs through up to four sections
-//   skew    lanes are the sections of one channel (two channels in an f8), each one sample behind the one before
+// Three drivers carry the recursion over a block; which one runs is decided in the run_ functions.
+//   each_recursion()   one section; lanes are channels
+//   series             lanes are channels, or bands of channels; each runs through up to four sections
+//   skew               lanes are the sections of one channel (two in an f8), each one sample behind the one before
 // State is in registers while a block runs, and exact after every block.
 #include "section.h"
 
@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "ramp.h"
+#include "recursion.h"
 
 namespace lbx {
 namespace {
@@ -20,92 +21,50 @@ template <class V>
 constexpr int kSeriesDepth = kWideRegisters ? 4 : (kLanes<V> == 4 ? 3 : 1);
 template <class V>
 constexpr int kSkewGroups = kWideRegisters || kLanes<V> == 4 ? 3 : 2;
-// Below these, filling the lanes costs more than they save: samples of all channels but one, and of one.
-constexpr int kFewSamples = 20, kShortCascade = 12;
-
-// ---- plain
-
-// One channel, or two whose chains hide each other's latency.
-template <template <class> class Section, int kChannels>
-LBX_KERNEL void plain(const float* coeff, float* state, const float* const* in, float* const* out, int n, bool negate)
-{
-    constexpr int kWords = Section<float>::kWords;
-    Section<float> section[kChannels];
-    repeat<kChannels>([&](auto c) {
-        std::copy_n(coeff, Section<float>::kCoeffs, section[c].coeff);
-        std::copy_n(state + kWords * c, kWords, section[c].state);
-    });
-    for (int i = 0; i < n; ++i)
-        repeat<kChannels>([&](auto c) {
-            const float y = section[c].step(in[c][i]);
-            out[c][i] = negate ? -y : y;
-        });
-    repeat<kChannels>([&](auto c) { std::copy_n(section[c].state, kWords, state + kWords * c); });
-}
+constexpr int kShortCascade = 12;  // samples of one channel; below, filling the lanes costs more than they save
 
 // ---- series
 
-// One lane. An idle lane repeats its neighbour in everything, so that it reads and writes what is there anyway.
-struct Lane {
-    const float* in;
-    float* out;
-    float* state;
-    int sections;
+// Up to eight lanes. An idle one repeats its neighbour in everything, so that it reads and writes what is there anyway.
+struct Lanes {
+    const float* in[8];
+    float* out[8];
+    float* state[8];
+    int sections[8];
 };
 
-// Lanes of the packet that so many fill.
-int width(int lanes) { return lanes <= 4 ? 4 : 8; }
-
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
-template <class V, template <class> class Section, class Coeff, class Where>
-LBX_INLINE void read_section(Section<V>& section, Coeff coeff, Where where)
+template <class V, class Coeff, class Where>
+LBX_INLINE void read_section(SecondOrder<V>& section, Coeff coeff, Where where)
 {
-    repeat<Section<V>::kCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
-    repeat<Section<V>::kWords>(
-        [&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
+    repeat<5>([&](auto j) { section.coeff[j] = coeff(j); });
+    repeat<2>([&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
 }
-template <class V, template <class> class Section, class Where>
-LBX_INLINE void write_state(const Section<V>& section, Where where)
+template <class V, class Where>
+LBX_INLINE void write_state(const SecondOrder<V>& section, Where where)
 {
-    repeat<Section<V>::kWords>(
-        [&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
+    repeat<2>([&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
 }
 
-// Runs `filter` over the samples of all lanes, four at a time as long as there are four.
-template <class V, class Filter>
-LBX_INLINE void each_sample(const Lane* lane, int n, Filter filter)
+// Lanes `at` and up. Whole: all run through all sections.
+template <class V, int kDepth, bool kWhole>
+LBX_KERNEL void series(const Stage* stage, const Lanes& lanes, int at, f4 signs, int n)
 {
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        V x[4];
-        repeat<4>([&](auto k) { x[k] = of_halves<V>([&](int h) { return load<f4>(lane[4 * h + k].in + i); }); });
-        transpose(x);
-        repeat<4>([&](auto k) { x[k] = filter(x[k]); });
-        transpose(x);
-        repeat<4>([&](auto k) { each_half(x[k], [&](int h, f4 y) { store(lane[4 * h + k].out + i, y); }); });
-    }
-    for (; i < n; ++i)
-        each_lane(filter(lanes_of<V>([&](int l) { return lane[l].in[i]; })),
-                  [&](int l, float y) { lane[l].out[i] = y; });
-}
-
-// Whole: all lanes run through all sections.
-template <class V, template <class> class Section, int kDepth, bool kWhole = true>
-LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
-{
-    Section<V> section[kDepth];
+    SecondOrder<V> section[kDepth];
     V live[kDepth];  // lanes whose chain is that long
-    const i4 lengths = {lane[0].sections, lane[1].sections, lane[2].sections, lane[3].sections};
+    const auto lengths = load<i4>(lanes.sections + at);
     float nowhere[2] = {};
     const auto state_of = [&](int d) {
-        return [&, d](int l) { return kWhole || d < lane[l].sections ? lane[l].state + stage[d].word : nowhere; };
+        return [&, d](int l) {
+            return kWhole || d < lanes.sections[at + l] ? lanes.state[at + l] + stage[d].word : nowhere;
+        };
     };
     repeat<kDepth>([&](auto d) {
         read_section(
             section[d], [&](int j) { return every<V>(stage[d].coeff[j]); }, state_of(d));
         live[d] = every<V>(mask_of(lengths > d()));
     });
-    each_sample<V>(lane, n, [&](V x) {
+    each_sample<V>(lanes.in + at, lanes.out + at, n, [&](V x, int) {
         repeat<kDepth>([&](auto d) {
             const V y = section[d].step(x);
             x = kWhole ? y : select(live[d], y, x);
@@ -115,40 +74,40 @@ LBX_KERNEL void series(const Stage* stage, const Lane* lane, f4 signs, int n)
     repeat<kDepth>([&](auto d) { write_state(section[d], state_of(d)); });
 }
 
-// Up to eight lanes, each through at most `depth` sections of as many as fit the registers.
+// At most `depth` sections of as many as fit the registers.
 template <class V, bool kWhole>
-void series(const Stage* stage, int depth, const Lane* lane, f4 signs, int n)
+void series(const Stage* stage, int depth, const Lanes& lanes, int at, f4 signs, int n)
 {
     repeat<kSeriesDepth<V>>([&](auto d) {
         if (depth == d + 1)
-            series<V, SecondOrder, d + 1, kWhole>(stage, lane, signs, n);
+            series<V, d + 1, kWhole>(stage, lanes, at, signs, n);
     });
 }
 
 constexpr int kMaxDepth = kSeriesDepth<f4>;
 constexpr int kMixedDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes differ
 
-// All sections of up to eight lanes, the longest of `sections`; stages(k, depth) are `depth` sections from k on.
+// `count` lanes, each through all of its sections, the longest through `sections`; stages(k, depth) are `depth` of them
+// from k on.
 template <class Stages>
-void chains(Lane* lane, int lanes, int sections, f4 signs, int n, Stages stages)
+void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stages)
 {
-    int shortest = sections;
-    for (int l = 0; l < width(lanes); ++l)
-        shortest = std::min(shortest, lane[l].sections);
+    const int width = packet_width(count);
+    const int shortest = *std::min_element(lanes.sections, lanes.sections + width);
     const int most = shortest == sections ? kMaxDepth : kMixedDepth;
     for (int k = 0, depth; k < sections; k += depth) {
         depth = std::min(sections - k, most);
         const Stage* stage = stages(k, depth);
         const bool whole = k + depth <= shortest;
         const f4 now = k + depth == sections ? signs : f4{};
-        if (lanes > 4 && depth <= kSeriesDepth<f8>)
-            (whole ? series<f8, true> : series<f8, false>)(stage, depth, lane, now, n);
+        if (width == 8 && depth <= kSeriesDepth<f8>)
+            (whole ? series<f8, true> : series<f8, false>)(stage, depth, lanes, 0, now, n);
         else
-            for (int l = 0; l < lanes; l += 4)
-                (whole ? series<f4, true> : series<f4, false>)(stage, depth, lane + l, now, n);
-        for (int l = 0; l < width(lanes); ++l) {
-            lane[l].in = lane[l].out;
-            lane[l].sections -= depth;
+            for (int at = 0; at < width; at += 4)
+                (whole ? series<f4, true> : series<f4, false>)(stage, depth, lanes, at, now, n);
+        for (int l = 0; l < width; ++l) {
+            lanes.in[l] = lanes.out[l];
+            lanes.sections[l] -= depth;
         }
     }
 }
@@ -161,14 +120,14 @@ f4 lanes_up_to(int k) { return load<f4>(kSteps + 15 - k); }
 
 // Groups of four sections of one channel, or of two; n > 4 kGroups.
 template <class V, int kGroups>
-LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lane* channel, int n)
+LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, int n)
 {
     const int delay = 4 * kGroups - idle - 1;  // of the last lane behind the first
     const V entry = every<V>(mask_of(i4{0, 1, 2, 3} == idle));
     SecondOrder<V> section[kGroups];
     V y[kGroups] = {};
     const auto state_of = [&](int g) {
-        return [=](int l) { return channel[l / 4].state + std::ptrdiff_t{2} * group[g].band[l % 4]; };
+        return [&, g](int l) { return channel.state[l / 4] + std::ptrdiff_t{2} * group[g].band[l % 4]; };
     };
     repeat<kGroups>([&](auto g) {
         read_section(
@@ -180,10 +139,10 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lane* channel, i
             constexpr int g = kGroups - 1 - k;
             y[g] = shift_in(y[g - 1], y[g]);
         });
-        const V fresh = of_halves<V>([&](int h) { return every<f4>(channel[h].in[i]); });
+        const V fresh = of_halves<V>([&](int h) { return every<f4>(channel.in[h][i]); });
         y[0] = select(entry, fresh, shift_in(y[0], y[0]));
     };
-    const auto write = [&](int i) { each_half(y[kGroups - 1], [&](int h, f4 v) { channel[h].out[i] = v[3]; }); };
+    const auto write = [&](int i) { each_half(y[kGroups - 1], [&](int h, f4 v) { channel.out[h][i] = v[3]; }); };
     // While the lanes fill, and while they drain, some have no sample of this block: their state stays.
     const auto partial_step = [&](int i, int reached, auto filling) {
         advance(i);
@@ -213,7 +172,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lane* channel, i
 
 // All groups of a cascade, for the one channel or the two of V.
 template <class V>
-void skew(const Cascade& cascade, Lane* channel, int n)
+void skew(const Cascade& cascade, Lanes& channel, int n)
 {
     const CascadeGroup* group = cascade.first();
     int idle = cascade.idle();
@@ -223,20 +182,8 @@ void skew(const Cascade& cascade, Lane* channel, int n)
             if (some == k + 1)
                 skew<V, k + 1>(group, idle, channel, n);
         });
-        channel[0].in = channel[0].out;
-        channel[1].in = channel[1].out;
-    }
-}
-
-// ---- what a packet of lanes is
-
-// `channels` at most eight; lane l is channel l.
-void channel_lanes(Lane* lane, const float* const* in, float* const* out, float* state, std::ptrdiff_t words,
-                   int sections, int channels)
-{
-    for (int l = 0; l < width(channels); ++l) {
-        const int c = std::min(l, channels - 1);
-        lane[l] = {in[c], out[c], state + words * c, sections};
+        channel.in[0] = channel.out[0];
+        channel.in[1] = channel.out[1];
     }
 }
 
@@ -247,21 +194,14 @@ void run_sections(const float* coeff, float* state, const float* const* in, floa
                   bool negate)
 {
     constexpr int kWords = Section<float>::kWords;
-    Stage stage = {};
-    for (int j = 0; j < Section<float>::kCoeffs; ++j)
-        stage.coeff[j] = every<f4>(coeff[j]);
-    const f4 signs = every<f4>(sign_bit(negate));
-    for (int c = 0, some; c < channels; c += some) {
-        some = std::min(channels - c, 8);
-        if (some <= 2 || (some - 1) * n < kFewSamples) {
-            some = std::min(some, 2);
-            (some == 1 ? plain<Section, 1> : plain<Section, 2>)(coeff, state + kWords * c, in + c, out + c, n, negate);
-            continue;
-        }
-        Lane lane[8];
-        channel_lanes(lane, in + c, out + c, state + kWords * c, kWords, 1, some);
-        (some <= 4 ? series<f4, Section, 1> : series<f8, Section, 1>)(&stage, lane, signs, n);
-    }
+    float* words[kWords];
+    repeat<kWords>([&](auto w) { words[w] = state + w; });
+    each_recursion(words, kWords, in, out, channels, n, [=](auto lanes) {
+        using V = decltype(lanes);
+        return [section = section_of<Section, V>(coeff), signs = every<V>(sign_bit(negate))](V* word, V x, int) {
+            return flip(filter(section, word, x), signs);
+        };
+    });
 }
 template void run_sections<SecondOrder>(const float*, float*, const float* const*, float* const*, int, int, bool);
 template void run_sections<FirstOrder>(const float*, float*, const float* const*, float* const*, int, int, bool);
@@ -282,19 +222,25 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
     };
     for (int c = 0, some; c < channels; c += some) {
         some = std::min(channels - c, 8);
-        Lane lane[8];
-        channel_lanes(lane, in + c, out + c, state + words_per_channel * c, words_per_channel, sections, some);
+        Lanes lanes;
+        for (int l = 0; l < packet_width(some); ++l) {
+            const int k = c + std::min(l, some - 1);
+            lanes.in[l] = in[k];
+            lanes.out[l] = out[k];
+            lanes.state[l] = state + words_per_channel * k;
+            lanes.sections[l] = sections;
+        }
         if (sections == 0) {
             some = 1;
             copy(in[c], out[c], n);
         } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
-            chains(lane, some, sections, f4{}, n, stages);
+            chains(lanes, some, sections, f4{}, n, stages);
         } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
             some = 2;
-            skew<f8>(cascade, lane, n);
+            skew<f8>(cascade, lanes, n);
         } else {
             some = 1;
-            skew<f4>(cascade, lane, n);
+            skew<f4>(cascade, lanes, n);
         }
     }
 }
@@ -303,13 +249,13 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
 
 namespace {
 
-LBX_KERNEL void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lane* lane, int n)
+LBX_KERNEL void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lanes& lanes, int n)
 {
     SecondOrder<f8> section;
-    const auto state_of = [&](int l) { return lane[l].state; };
+    const auto state_of = [&](int l) { return lanes.state[l]; };
     read_section(
         section, [&](int j) { return join(every<f4>(from.coeff[j]), every<f4>(to.coeff[j])); }, state_of);
-    each_sample<f4>(lane, n, [&](f4 x) {
+    each_sample<f4>(lanes.in, lanes.out, n, [&](f4 x, int) {
         gain += step;
         const f8 y = section.step(join(x, x));
         return gain * lower(y) + (1.0F - gain) * upper(y);
@@ -323,12 +269,14 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
               int channels, int n)
 {
     for (int c = 0; c < channels; c += 4) {
-        Lane lane[8];
+        Lanes lanes;
         for (int l = 0; l < 8; ++l) {
             const int k = std::min(c + l % 4, channels - 1);
-            lane[l] = {in[k], out[k], (l < 4 ? from.state : to.state) + 2 * k, 1};
+            lanes.in[l] = in[k];
+            lanes.out[l] = out[k];
+            lanes.state[l] = (l < 4 ? from.state : to.state) + 2 * k;
         }
-        fade_four(from, to, gain, step, lane, n);
+        fade_four(from, to, gain, step, lanes, n);
     }
 }
 
@@ -387,20 +335,22 @@ void run_bank(const Bank& bank, float* state, const float* in, int n, float* sum
 void run_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,
                float* scratch)
 {
-    const int lanes = split.lanes_per_channel(), most = 8 / lanes;
+    const int width = split.lanes_per_channel(), most = 8 / width;
     for (int start = 0; start < n; start += kSplitTile) {
         const int tile = std::min(kSplitTile, n - start);
         for (int c = 0; c < channels; ++c)
             std::copy_n(in[c] + start, tile, scratch + kSplitTile * c);
         for (int first = 0; first < channels; first += most) {
             const int some = std::min(channels - first, most);
-            Lane lane[8];
+            Lanes lanes;
             for (int l = 0; l < 8; ++l) {
-                const int c = first + std::min(l / lanes, some - 1), b = split.band_of(l);
-                lane[l] = {scratch + kSplitTile * c, out[split.bands * c + b] + start,
-                           state + 2 * (split.sections * c + split.first[b]), split.band[b].sections};
+                const int c = first + std::min(l / width, some - 1), b = split.band_of(l);
+                lanes.in[l] = scratch + kSplitTile * c;
+                lanes.out[l] = out[split.bands * c + b] + start;
+                lanes.state[l] = state + 2 * (split.sections * c + split.first[b]);
+                lanes.sections[l] = split.band[b].sections;
             }
-            chains(lane, lanes * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; });
+            chains(lanes, width * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; });
         }
     }
 }

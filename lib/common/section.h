@@ -4,9 +4,9 @@
 // Coefficients are in FILTER_COEFF order (b0, b1, a1, b2, a2; a0 = 1; a1 and a2 as in the denominator), state is two
 // words per section (one for first order) in transposed direct form II. The feedback product is the fused one.
 //
-// The run_ functions filter whole blocks of planar pins. They give the bits of second_order() and first_order() called
-// sample by sample, for every block size and however a signal is cut into blocks. out[c] may be in[c]; other buffers
-// must not overlap, but for run_split. What they run through is arranged when parameters change (section_setup.cpp).
+// The run_ functions filter whole blocks of planar pins. They give the bits of filter() called sample by sample, for
+// every block size and however a signal is cut into blocks. out[c] may be in[c]; other buffers must not overlap, but
+// for run_split. What they run through is arranged when parameters change (section_setup.cpp).
 #pragma once
 
 #include <cstddef>
@@ -53,25 +53,27 @@ struct FirstOrder {
     }
 };
 
+// A section with the same coefficients in all lanes.
+template <template <class> class Section, class V>
+LBX_INLINE Section<V> section_of(const float* coeff)
+{
+    Section<V> section = {};
+    repeat<Section<V>::kCoeffs>([&](auto j) { section.coeff[j] = every<V>(coeff[j]); });
+    return section;
+}
+
+// One sample of a section whose state is elsewhere.
+template <template <class> class Section, class V>
+LBX_INLINE V filter(Section<V> section, V* state, V x)
+{
+    repeat<Section<V>::kWords>([&](auto w) { section.state[w] = state[w]; });
+    const V y = section.step(x);
+    repeat<Section<V>::kWords>([&](auto w) { state[w] = section.state[w]; });
+    return y;
+}
+
 // What flip() takes to negate, or not.
 inline float sign_bit(bool negate) { return negate ? -0.0F : 0.0F; }
-
-// One sample of one section, state in memory.
-inline float second_order(const float* coeff, float* state, float x)
-{
-    SecondOrder<float> section = {{coeff[0], coeff[1], coeff[2], coeff[3], coeff[4]}, {state[0], state[1]}};
-    const float y = section.step(x);
-    state[0] = section.state[0];
-    state[1] = section.state[1];
-    return y;
-}
-inline float first_order(const float* coeff, float* state, float x)
-{
-    FirstOrder<float> section = {{coeff[0], coeff[1], coeff[2]}, {state[0]}};
-    const float y = section.step(x);
-    state[0] = section.state[0];
-    return y;
-}
 
 // One section, SecondOrder or FirstOrder, for all channels; channel c has state[kWords * c] and the next words.
 // `negate` flips the sign of the outputs only: the state carries the plain y.

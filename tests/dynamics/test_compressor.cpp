@@ -187,3 +187,23 @@ TEST(Compressor, SidechainAloneSteersAllChannelsByPeakOrMeanSquare)
             EXPECT_NEAR(20 * std::log10(blk.out(ch)[0] / blk.in(ch + side)[0]), -(level + 60) / 2, 0.13) << type;
     }
 }
+
+TEST(Compressor, ChannelsSideBySideAreThoseOfOneChannelAlone)
+{
+    for (const int type : {EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_PEAK})
+        for (const int channels : {2, 5, 9})
+            for (const int block : {5, 64, 257}) {
+                rig::Rig all(type, channels, channels, {48000, block});
+                all.set(curve(kIn, kOut));
+                std::vector<std::vector<float>> x;
+                for (int c = 0; c < channels; ++c)
+                    x.push_back(rig::noise(8 * block, static_cast<unsigned>(c + 1)));
+                const auto y = all.run(x);
+                for (std::size_t c = 0; c < x.size(); ++c) {
+                    rig::Rig one(type, 1, 1, {48000, block});
+                    one.set(curve(kIn, kOut));
+                    EXPECT_EQ(rig::bits(y[c]), rig::bits(one.run({x[c]})[0]))
+                        << type << " " << channels << " " << block;
+                }
+            }
+}
