@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 
 #include "lanes.h"
 #include "ramp.h"
@@ -19,10 +18,7 @@ struct ConstantGain {
     template <class V>
     V at(int k, int /*t*/) const
     {
-        if constexpr (std::is_same_v<V, float>)
-            return gain[k * stride];
-        else
-            return every<V>(gain[k * stride]);
+        return every<V>(gain[k * stride]);
     }
 };
 

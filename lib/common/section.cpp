@@ -31,6 +31,14 @@ struct Lanes {
     float* out[8];
     float* state[8];
     int sections[8];
+
+    void set(int l, const float* x, float* y, float* words, int count)
+    {
+        in[l] = x;
+        out[l] = y;
+        state[l] = words;
+        sections[l] = count;
+    }
 };
 
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
@@ -116,7 +124,6 @@ void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stage
 
 // Read from word 15 - k on: four lanes of which those up to k are set.
 constexpr int kSteps[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
-f4 lanes_up_to(int k) { return load<f4>(kSteps + 15 - k); }
 
 // Groups of four sections of one channel, or of two; n > 4 kGroups.
 template <class V, int kGroups>
@@ -149,7 +156,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, 
         repeat<kGroups>([&](auto g) {
             SecondOrder<V> next = section[g];
             y[g] = next.step(y[g]);
-            const V mask = every<V>(lanes_up_to(reached + idle - 4 * g));
+            const V mask = every<V>(load<f4>(kSteps + 15 - (reached + idle - 4 * g)));
             repeat<2>([&](auto j) {
                 const V now = section[g].state[j];
                 section[g].state[j] = filling ? select(mask, next.state[j], now) : select(mask, now, next.state[j]);
@@ -225,10 +232,7 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
         Lanes lanes;
         for (int l = 0; l < packet_width(some); ++l) {
             const int k = c + std::min(l, some - 1);
-            lanes.in[l] = in[k];
-            lanes.out[l] = out[k];
-            lanes.state[l] = state + words_per_channel * k;
-            lanes.sections[l] = sections;
+            lanes.set(l, in[k], out[k], state + words_per_channel * k, sections);
         }
         if (sections == 0) {
             some = 1;
@@ -272,9 +276,7 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
         Lanes lanes;
         for (int l = 0; l < 8; ++l) {
             const int k = std::min(c + l % 4, channels - 1);
-            lanes.in[l] = in[k];
-            lanes.out[l] = out[k];
-            lanes.state[l] = (l < 4 ? from.state : to.state) + 2 * k;
+            lanes.set(l, in[k], out[k], (l < 4 ? from.state : to.state) + 2 * k, 1);
         }
         fade_four(from, to, gain, step, lanes, n);
     }
@@ -345,10 +347,8 @@ void run_split(const Split& split, float* state, const float* const* in, float* 
             Lanes lanes;
             for (int l = 0; l < 8; ++l) {
                 const int c = first + std::min(l / width, some - 1), b = split.band_of(l);
-                lanes.in[l] = scratch + kSplitTile * c;
-                lanes.out[l] = out[split.bands * c + b] + start;
-                lanes.state[l] = state + 2 * (split.sections * c + split.first[b]);
-                lanes.sections[l] = split.band[b].sections;
+                lanes.set(l, scratch + kSplitTile * c, out[split.bands * c + b] + start,
+                          state + 2 * (split.sections * c + split.first[b]), split.band[b].sections);
             }
             chains(lanes, width * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; });
         }
