@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../common/each_index.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../common/ramp.h"
@@ -211,9 +212,9 @@ void apply(float post_gain, float* gain, const float* step, const float* const* 
         const int some = std::min(kTile, n - start);
         lines(gain, step, 1, channels, rows, some);
         for (int ch = 0; ch < channels; ++ch)
-            for (int i = 0; i < some; ++i)
-                out[ch][start + i] =
-                    std::max(std::min(rows[ch * kTile + i] * in[ch][start + i] * post_gain, 1.0F), -1.0F);
+            each_index(some, [=, x = in[ch] + start, y = out[ch] + start, row = rows + ch * kTile](int i) {
+                y[i] = std::max(std::min(row[i] * x[i] * post_gain, 1.0F), -1.0F);
+            });
     }
 }
 

@@ -24,9 +24,7 @@ template <class Compare>
 int choose(const BlockAlgo* blk, const float* a, const float* b, const float* c, const float* d, float* y,
            Compare holds)
 {
-    const int n = blk->block_pro->nBlockSize;
-    for (int i = 0; i < n; ++i)
-        y[i] = holds(a[i], b[i]) ? c[i] : d[i];
+    lbx::each_index(blk->block_pro->nBlockSize, [=](int i) { y[i] = holds(a[i], b[i]) ? c[i] : d[i]; });
     return RT_OK;
 }
 

@@ -6,32 +6,10 @@
 #include <algorithm>
 
 #include "../common/block_types.h"
-#include "../common/lanes.h"
+#include "../common/each_index.h"
 #include "../common/ramp.h"
 
-// In front of a loop: what it writes is a buffer it does not read, or one that it reads at the same index only. Without
-// this GCC checks for overlaps and runs whatever is in place sample by sample. Clang checks on.
-#if defined(__clang__)
-#define LBX_SAME_INDEX
-#else
-#define LBX_SAME_INDEX _Pragma("GCC ivdep")
-#endif
-
 namespace lbx {
-
-// f(i) for every sample: full registers first, then one by one.
-template <class F>
-LBX_INLINE void each_index(int size, F f)
-{
-    const int whole = size & ~7;
-    LBX_SAME_INDEX
-    for (int i = 0; i < whole; ++i)
-        f(i);
-    for (int i = whole; i < size; ++i) {
-        __asm__ volatile("");  // up to seven are not worth vector loops of their own
-        f(i);
-    }
-}
 
 // y[i] = f(x[i]) on every pin.
 template <class F>

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "each_index.h"
 #include "lanes.h"
 #include "mix.h"
 
@@ -70,8 +71,7 @@ void clear(float* y, int n) { std::fill_n(y, n, 0.0F); }
 
 void scale(const float* x, float* y, float gain, int n)
 {
-    for (int i = 0; i < n; ++i)
-        y[i] = x[i] * gain;
+    each_index(n, [=](int i) { y[i] = x[i] * gain; });
 }
 
 void multiply(const float* x, const float* gains, float* y, int n)

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../common/each_index.h"
 #include "../common/new_block.h"
 #include "../common/params.h"
 #include "../common/ramp.h"
@@ -19,8 +20,7 @@ int choice_of(float control) { return control >= 1.0F || control != control ? 1 
 
 void fade(const float* from, const float* to, const float* gains, float* y, int n)
 {
-    for (int i = 0; i < n; ++i)
-        y[i] = from[i] * gains[i] + (1.0F - gains[i]) * to[i];
+    lbx::each_index(n, [=](int i) { y[i] = from[i] * gains[i] + (1.0F - gains[i]) * to[i]; });
 }
 
 }  // namespace

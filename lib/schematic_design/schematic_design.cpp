@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "../common/each_index.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../common/params.h"
@@ -81,8 +82,7 @@ void HardClip_Controll(float** buffer_in, float** buffer_out, float* aBuffer_ext
     for (int pin = 2; pin < input_pin; ++pin) {
         const float* in = buffer_in[pin];
         float* out = buffer_out[pin - 2];
-        for (int i = 0; i < nBlocksize; ++i)
-            out[i] = hard_clip(aBuffer_ext[i], aBuffer_ext2[i], in[i]);
+        lbx::each_index(nBlocksize, [=](int i) { out[i] = hard_clip(aBuffer_ext[i], aBuffer_ext2[i], in[i]); });
     }
 }
 
@@ -100,12 +100,10 @@ void SoftClip_Cal(float** buffer_in, float** buffer_out, int input_pin, float al
         const float* in = buffer_in[pin];
         float* out = buffer_out[pin];
         if (alpha == 0.0F) {  // the curve has no width left; its formula would make a NaN of every zero
-            for (int i = 0; i < nBlocksize; ++i)
-                out[i] = std::copysign(0.0F, in[i]);
+            lbx::each_index(nBlocksize, [=](int i) { out[i] = std::copysign(0.0F, in[i]); });
             continue;
         }
-        for (int i = 0; i < nBlocksize; ++i)
-            out[i] = soft_clip(inverse, alpha, in[i]);
+        lbx::each_index(nBlocksize, [=](int i) { out[i] = soft_clip(inverse, alpha, in[i]); });
     }
 }
 

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// The loop over samples that do not depend on each other. What it writes is a buffer it does not read, or one that it
+// reads at the same index only: so outputs may be inputs.
+#pragma once
+
+#include "lanes.h"
+
+// Otherwise GCC checks for overlaps before each loop, and carries another one for them. Clang does so on.
+#if defined(__clang__)
+#define LBX_SAME_INDEX
+#else
+#define LBX_SAME_INDEX _Pragma("GCC ivdep")
+#endif
+
+namespace lbx {
+
+// f(0) ... f(size - 1): full registers first, then one by one, for up to seven are not worth vector loops of their own.
+template <class F>
+LBX_INLINE void each_index(int size, F f)
+{
+    const int whole = size & ~7;
+    LBX_SAME_INDEX
+    for (int i = 0; i < whole; ++i)
+        f(i);
+    for (int i = whole; i < size; ++i) {
+        __asm__ volatile("");
+        f(i);
+    }
+}
+
+}  // namespace lbx
