@@ -3,6 +3,8 @@
 // reads at the same index only: so outputs may be inputs.
 #pragma once
 
+#include <algorithm>
+
 #include "lanes.h"
 
 // Otherwise GCC checks for overlaps before each loop, and carries another one for them. Clang does so on.
@@ -18,7 +20,7 @@ namespace lbx {
 template <class F>
 LBX_INLINE void each_index(int size, F f)
 {
-    const int whole = size & ~7;
+    const int whole = std::max(size, 0) & ~7;
     LBX_SAME_INDEX
     for (int i = 0; i < whole; ++i)
         f(i);

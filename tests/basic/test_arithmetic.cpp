@@ -55,6 +55,16 @@ TEST(Arithmetic, AddsInOrderOverAnyInput)
     }
 }
 
+TEST(Arithmetic, LeavesMemoryAloneWithoutSamples)
+{
+    Values a(64, 2.0F), b(64, 3.0F), y(64, 7.0F);
+    float *in[] = {a.data() + 32, b.data() + 32}, *out[] = {y.data() + 32, y.data() + 32};
+    for (auto* call : {Basic_Arith_Abs, Basic_Arith_Multiply, Basic_Arith_Add, Basic_Logic_AbsMax})
+        for (const int size : {0, -1, -8, -9})
+            EXPECT_EQ(call(2, size, in, out), RT_OK);
+    EXPECT_EQ(y, Values(64, 7.0F));
+}
+
 TEST(SmoothedLevel, IsAOnePoleAverageOfTheMagnitude)
 {
     rig::Rig blk(EN_BASIC_ARITH_RMS, 2, 2);
