@@ -10,6 +10,7 @@
 #include <ctime>
 #include <limits>
 
+#include "../common/each_index.h"
 #include "../common/params.h"
 
 namespace {
@@ -121,31 +122,34 @@ template <class W, class Byte, class Each>
 void walk(Byte* stream, int n, int step, const Each& each)
 {
     if (step == 1) {
+        LBX_SAME_INDEX
         for (std::ptrdiff_t k = 0; k < n; ++k)
             each(k, stream + k * W::bytes);
     } else if (step == 2) {
+        LBX_SAME_INDEX
         for (std::ptrdiff_t k = 0; k < n; ++k)
             each(k, stream + k * 2 * W::bytes);
     } else {
+        LBX_SAME_INDEX
         for (std::ptrdiff_t k = 0; k < n; ++k)
             each(k, stream + k * step * W::bytes);
     }
 }
 
 template <class W>
-void read_floats(const LBX_BYTE* in, float* out, int n, int step = 1)
+[[gnu::noinline]] void read_floats(const LBX_BYTE* in, float* out, int n, int step = 1)
 {
     walk<W>(in, n, step, [out](std::ptrdiff_t k, const LBX_BYTE* p) { out[k] = load_float<W>(p); });
 }
 
 template <class W>
-void write_truncated(const float* in, LBX_BYTE* out, int n, int step = 1)
+[[gnu::noinline]] void write_truncated(const float* in, LBX_BYTE* out, int n, int step = 1)
 {
     walk<W>(out, n, step, [in](std::ptrdiff_t k, LBX_BYTE* p) { store_truncated<W>(p, in[k]); });
 }
 
 // Clips in the caller's buffer first: full scale then scales to 32767 exactly.
-void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
+[[gnu::noinline]] void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
 {
     for (int k = 0; k < n; ++k)
         in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k];
@@ -153,7 +157,7 @@ void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
                   [in](std::ptrdiff_t k, LBX_BYTE* p) { Word<2>::store(p, round_to_int(in[k] * 32767.0F)); });
 }
 
-void write_rounded24(const float* in, LBX_BYTE* out, int n, int step)
+[[gnu::noinline]] void write_rounded24(const float* in, LBX_BYTE* out, int n, int step)
 {
     walk<Word<3>>(out, n, step,
                   [in](std::ptrdiff_t k, LBX_BYTE* p) { Word<3>::store(p, round_to_int(in[k] * 8388607.0F)); });
@@ -163,7 +167,7 @@ struct FloatBytes {
     static constexpr int bytes = 4;
 };
 
-void write_float_bytes(const float* in, LBX_BYTE* out, int n, int step)
+[[gnu::noinline]] void write_float_bytes(const float* in, LBX_BYTE* out, int n, int step)
 {
     walk<FloatBytes>(out, n, step, [in](std::ptrdiff_t k, LBX_BYTE* p) { std::memcpy(p, &in[k], 4); });
 }

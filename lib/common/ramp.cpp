@@ -6,7 +6,6 @@
 
 #include "each_index.h"
 #include "lanes.h"
-#include "mix.h"
 
 namespace lbx {
 namespace {
@@ -76,8 +75,7 @@ void scale(const float* x, float* y, float gain, int n)
 
 void multiply(const float* x, const float* gains, float* y, int n)
 {
-    sum_paths(1, n, {y},
-              [=](auto sum, int, int, int t) { return load<decltype(sum)>(x + t) * load<decltype(sum)>(gains + t); });
+    each_index(n, [=](int i) { y[i] = x[i] * gains[i]; });
 }
 
 void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
