@@ -314,12 +314,14 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
             const f8 y = section[p].step(every<f8>(in[i]));
             sum[p] = mul_add(y, y, sum[p]);
         });
-    float words[16 * kPackets];
     repeat<kPackets>([&](auto p) {
-        write_words(words + 16 * p, section[p].state[0], section[p].state[1]);
+        float* words = state + 16 * p;
+        const int used = bank.bands - 8 * p;  // idle lanes have run, too
+        const f8 mask = join(mask_of(i4{0, 1, 2, 3} < used), mask_of(i4{4, 5, 6, 7} < used));
+        write_words(words, select(mask, section[p].state[0], read_words<0, 2, 4, 6>(words)),
+                    select(mask, section[p].state[1], read_words<1, 3, 5, 7>(words)));
         store(sums + 8 * p, sum[p]);
     });
-    std::copy_n(words, 2 * bank.bands, state);  // idle lanes have run, too
 }
 
 }  // namespace

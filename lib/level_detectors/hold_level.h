@@ -26,7 +26,8 @@ inline void hold_level(const HoldLaw& law, float sum, int n, float& smooth, int&
     const int longer = hold_count > law.hold_time - n ? law.hold_time : hold_count + n;
     const int shorter = hold_count - n;
     const float moved = follow(smooth, mean, law.weight);
-    smooth = rises || shorter < 1 ? moved : smooth;
+    const int moves = int{rises} | int{shorter < 1};
+    smooth = moves != 0 ? moved : smooth;
     hold_count = rises ? longer : std::max(shorter, 0);
 }
 

@@ -88,10 +88,12 @@ void measure_bands(const Banked<Core>& st, const float* in, int n)
     float sums[Bank::kLanes];
     run_bank(st.bank, core.stateBuffer, in, n, sums);
     const HoldLaw law = law_of(core);
-    for (int k = 0; k < st.bank.bands; ++k) {
-        hold_level(law, sums[k], n, core.smooth_rms[k], core.hold_count[k]);
-        core.rms_log[k] = level_db(core.smooth_rms[k], kAmplitudeDb);
-    }
+    const int bands = st.bank.bands;
+    float *smooth = core.smooth_rms, *level = core.rms_log;
+    for (int k = 0; k < bands; ++k)
+        hold_level(law, sums[k], n, smooth[k], core.hold_count[k]);
+    for (int k = 0; k < bands; ++k)
+        level[k] = level_db(smooth[k], kAmplitudeDb);
 }
 
 template <class Core>
