@@ -108,3 +108,28 @@ TEST(Loudness, ASetKeepsTheFiltersState)
     blk.set(vector);
     EXPECT_EQ(blk.run(signal), twin.run(signal));
 }
+
+TEST(Loudness, ChannelAfterChannelByDirectCallsIsTheWholeBlock)
+{
+    for (const bool pin : {false, true}) {
+        const int type = pin ? EN_LOUDNESS_LH_EXT : EN_LOUDNESS_LH, first = pin ? 1 : 0;
+        rig::Rig whole(type, 3 + first, 3), single(type, 3 + first, 3);
+        for (rig::Rig* blk : {&whole, &single}) {
+            blk->set({80, 30, 6000, 20, -9, 12});
+            blk->fill_noise();
+            if (pin)
+                std::ranges::fill(blk->in(0), 0.3F);
+        }
+        whole.process();
+        auto& core = single.core<Loudness_Core>();
+        for (int ch = 0; ch < 3; ++ch) {
+            float *x = single.in(ch + first).data(), *y = single.out(ch).data();
+            if (pin)
+                Loudness_Ext_Render(single.block(), &core, x, single.in(0).data(), y, 64, ch);
+            else
+                Loudness_Render(&core, x, y, 64, ch);
+        }
+        for (int ch = 0; ch < 3; ++ch)
+            EXPECT_EQ(rig::bits(single.out(ch)), rig::bits(whole.out(ch))) << pin << " " << ch;
+    }
+}
