@@ -156,7 +156,7 @@ int soak(const char* path, double seconds)
     const double last = run.run_to(seconds), drift = last / first;
     const long grown = resident_kib() - before;
     std::printf("audio %.2f h, changes %ld, not finite %ld, peak %.3f, memory %ld KiB %+ld, "
-                "first part %.5f, last part %.5f of real time (x %.3f)\n",
+                "cost %.5f at first, %.5f at last of real time (x %.3f)\n",
                 run.seconds() / kHour, run.changes(), run.not_finite(), static_cast<double>(run.peak()), before, grown,
                 first, last, drift);
 #ifdef __SANITIZE_ADDRESS__
