@@ -56,7 +56,9 @@ constexpr Category kCategories[] = {
 const Category& category_of(int type)
 {
     const unsigned index = (static_cast<unsigned>(type) & 0xff00U) >> 8U;
-    return index < sizeof kCategories / sizeof kCategories[0] ? kCategories[index] : kUnserved;
+    if (index < sizeof kCategories / sizeof kCategories[0]) [[likely]]
+        return kCategories[index];
+    return kUnserved;
 }
 
 }  // namespace

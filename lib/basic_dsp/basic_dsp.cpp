@@ -8,23 +8,29 @@
 
 namespace {
 
+// What a block does: with its record, or without one, on so many pins and samples.
+struct Process {
+    int (*of_block)(BlockAlgo* blk, float** xn, float** yn) = nullptr;
+    int (*of_pins)(int chanNum, int size, float** xn, float** yn) = nullptr;
+    constexpr Process(decltype(of_block) f) : of_block(f) {}
+    constexpr Process(decltype(of_pins) f) : of_pins(f) {}
+
+    int operator()(BlockAlgo* blk, float** xn, float** yn) const
+    {
+        return of_pins ? of_pins(blk->nInputs, blk->block_pro->nBlockSize, xn, yn) : of_block(blk, xn, yn);
+    }
+};
+
 // One row per run of types. A null function is nothing to do: the type has no state or no parameters of its own.
 struct Row {
     lbx::Codes codes;
-    int (*process)(BlockAlgo* blk, float** xn, float** yn);
+    Process process;
     int (*init)(BlockAlgo* blk) = nullptr;
     int (*set)(BlockAlgo* blk, float* param) = nullptr;
     int (*destroy)(BlockAlgo* blk) = nullptr;
     void (*print)(const char* label, const float* param) = nullptr;
     const char* label = nullptr;
 };
-
-// A block without a record of its own: it wants pin count and size.
-template <int (*F)(int chanNum, int size, float** xn, float** yn)>
-int per_pin(BlockAlgo* blk, float** xn, float** yn)
-{
-    return F(blk->nInputs, blk->block_pro->nBlockSize, xn, yn);
-}
 
 int one_float_init(BlockAlgo* blk) { return lbx::zeros(blk->pParam, 1) ? RT_OK : RT_ERR_MALLOC; }
 
@@ -74,26 +80,26 @@ void print_coefficients(const BlockAlgo* blk)
 
 // clang-format off
 constexpr Row kRows[] = {
-    {EN_BASIC_ARITH_ABS, per_pin<Basic_Arith_Abs>},
-    {EN_BASIC_ARITH_INV_SQRT, per_pin<Basic_Arith_InvSquareRoot>},
-    {EN_BASIC_ARITH_EXP2, per_pin<Basic_Arith_Exp2>},
-    {EN_BASIC_ARITH_LOG2, per_pin<Basic_Arith_Log2>},
-    {EN_BASIC_ARITH_LOG10, per_pin<Basic_Arith_Log10>},
-    {EN_BASIC_ARITH_SQRT, per_pin<Basic_Arith_SquareRoot>},
-    {EN_BASIC_ARITH_DIV, per_pin<Basic_Arith_Divide>},
-    {EN_BASIC_ARITH_MUL, per_pin<Basic_Arith_Multiply>},
-    {EN_BASIC_ARITH_INVERT, per_pin<Basic_Arith_Invert>},
-    {EN_BASIC_ARITH_ADD, per_pin<Basic_Arith_Add>},
-    {EN_BASIC_ARITH_SUB, per_pin<Basic_Arith_Subtract>},
+    {EN_BASIC_ARITH_ABS, Basic_Arith_Abs},
+    {EN_BASIC_ARITH_INV_SQRT, Basic_Arith_InvSquareRoot},
+    {EN_BASIC_ARITH_EXP2, Basic_Arith_Exp2},
+    {EN_BASIC_ARITH_LOG2, Basic_Arith_Log2},
+    {EN_BASIC_ARITH_LOG10, Basic_Arith_Log10},
+    {EN_BASIC_ARITH_SQRT, Basic_Arith_SquareRoot},
+    {EN_BASIC_ARITH_DIV, Basic_Arith_Divide},
+    {EN_BASIC_ARITH_MUL, Basic_Arith_Multiply},
+    {EN_BASIC_ARITH_INVERT, Basic_Arith_Invert},
+    {EN_BASIC_ARITH_ADD, Basic_Arith_Add},
+    {EN_BASIC_ARITH_SUB, Basic_Arith_Subtract},
     {EN_BASIC_ARITH_RMS, Basic_Arith_RmsWithTcProcess, Basic_Arith_RmsWithTcInit, Basic_Arith_RmsWithTcSetParam,
      Basic_Arith_RmsWithTcDestroy, print_level, "Basic Arith Rms"},
     {EN_BASIC_ARITH_SUMMAT, Basic_Arith_SummationProcess, Basic_Arith_SummationInit, nullptr,
      Basic_Arith_SummationDestroy},
     {EN_BASIC_ARITH_SQUARE_SUMMAT, Basic_Arith_SquareSummationProcess, Basic_Arith_SummationInit, nullptr,
      Basic_Arith_SummationDestroy},
-    {EN_BASIC_LOGIC_ABSMAX, per_pin<Basic_Logic_AbsMax>},
-    {EN_BASIC_LOGIC_MAX, per_pin<Basic_Logic_Max>},
-    {EN_BASIC_LOGIC_MIN, per_pin<Basic_Logic_Min>},
+    {EN_BASIC_LOGIC_ABSMAX, Basic_Logic_AbsMax},
+    {EN_BASIC_LOGIC_MAX, Basic_Logic_Max},
+    {EN_BASIC_LOGIC_MIN, Basic_Logic_Min},
 #define LBX_ONE_FLOAT(type, process, label) \
     {EN_BASIC_##type, process, one_float_init, one_float_set, nullptr, print_one, label}
     LBX_ONE_FLOAT(LOGIC_AB, Basic_Logic_ABCondition, "BASIC_LOGIC_AB"),
@@ -123,7 +129,14 @@ constexpr Row kRows[] = {
 };
 // clang-format on
 
-int refuse(const char* func, int type, int result)
+// Not inlined: with a call on its way, BlockAlgo_Basic_process would need a stack frame.
+[[gnu::noinline]] int refuse_null()
+{
+    LBX_LOG_AS("BlockAlgo_Basic_process", __LINE__, "Input is NULL\n\n");
+    return RT_ERR_NULL_PTR;
+}
+
+[[gnu::noinline]] int refuse(const char* func, int type, int result)
 {
     LBX_LOG_AS(func, __LINE__, "wrong input type in basic, type = %d\n\n", type);
     return result;
@@ -177,10 +190,8 @@ int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
 
 int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    if (!blk || !data_in || !data_out) {
-        LBX_LOG("Input is NULL\n\n");
-        return RT_ERR_NULL_PTR;
-    }
+    if (!blk || !data_in || !data_out)
+        return refuse_null();
     if (const Row* row = lbx::row_of<kRows>(blk->method_type))
         return row->process(blk, data_in, data_out);
     if (blk->method_type < EN_BASIC_LOGIC_ABSMAX)

@@ -16,18 +16,26 @@
 
 namespace lbx {
 
-// f(0) ... f(size - 1): full registers first, then one by one, for up to seven are not worth vector loops of their own.
+// f(from) ... f(size - 1), one by one: for up to seven, which are not worth vector loops of their own.
 template <class F>
-LBX_INLINE void each_index(int size, F f)
+LBX_INLINE void each_left(int from, int size, F f)
 {
-    const int whole = std::max(size, 0) & ~7;
-    LBX_SAME_INDEX
-    for (int i = 0; i < whole; ++i)
-        f(i);
-    for (int i = whole; i < size; ++i) {
+    for (int i = std::max(from, 0); i < size; ++i) {
         __asm__ volatile("");
         f(i);
     }
+}
+
+// f(0) ... f(size - 1): full registers first. Blocks are mostly such that none is left.
+template <class F>
+LBX_INLINE void each_index(int size, F f)
+{
+    const int whole = size & ~7;
+    LBX_SAME_INDEX
+    for (int i = 0; i < whole; ++i)
+        f(i);
+    if (whole < size) [[unlikely]]
+        each_left(whole, size, f);
 }
 
 }  // namespace lbx

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "each_index.h"
 #include "lanes.h"
 #include "ramp.h"
 
@@ -64,10 +65,7 @@ LBX_INLINE void sum_paths(int paths, int n, float* const (&y)[Outs], Add add)
         sum_some<f8, kVectors>(paths, t, y, add);
     for (; t <= n - 8; t += 8)
         sum_some<f8, 1>(paths, t, y, add);
-    for (; t < n; ++t) {
-        __asm__ volatile("");  // up to seven are not worth vector loops of their own
-        sum_some<float, 1>(paths, t, y, add);
-    }
+    each_left(t, n, [&](int i) { sum_some<float, 1>(paths, i, y, add); });
 }
 
 // At most a tile; quicker than a call of memcpy.
