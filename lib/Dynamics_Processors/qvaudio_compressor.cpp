@@ -154,16 +154,7 @@ template <class V>
 LBX_KERNEL void sums_in_lanes(const float* const* in, int n, float* sums)
 {
     V sum = {};
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        V x[4];
-        load_four(in, i, x);
-        repeat<4>([&](auto k) { sum = mul_add(x[k], x[k], sum); });
-    }
-    for (; i < n; ++i) {
-        const V x = load_one<V>(in, i);
-        sum = mul_add(x, x, sum);
-    }
+    each_sample<V>(in, nullptr, n, [&](V x, int) { return sum = mul_add(x, x, sum); });
     store(sums, sum);
 }
 

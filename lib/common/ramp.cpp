@@ -47,8 +47,10 @@ void one_line(float& gain, float step, float* row, int n)
     gain = g;
 }
 
+}  // namespace
+
 template <bool kClamped>
-void all_lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
+void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
 {
     for (; count > 4; count -= 8, gain += 8 * stride, step += 8 * stride, rows += 8 * kTile)
         some_lines<f8, kClamped>(gain, step, stride, std::min(count, 8), rows, n);
@@ -57,8 +59,8 @@ void all_lines(float* gain, const float* step, std::ptrdiff_t stride, int count,
     else if (count > 0)
         some_lines<f4, kClamped>(gain, step, stride, count, rows, n);
 }
-
-}  // namespace
+template void lines<false>(float*, const float*, std::ptrdiff_t, int, float*, int);
+template void lines<true>(float*, const float*, std::ptrdiff_t, int, float*, int);
 
 void copy(const float* x, float* y, int n)
 {
@@ -78,20 +80,10 @@ void multiply(const float* x, const float* gains, float* y, int n)
     each_index(n, [=](int i) { y[i] = x[i] * gains[i]; });
 }
 
-void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
-{
-    all_lines<false>(gain, step, stride, count, rows, n);
-}
-
-void clamped_lines(float* gain, const float* step, int count, float* rows, int n)
-{
-    all_lines<true>(gain, step, 1, count, rows, n);
-}
-
 void ramp(const Glide& g, float* const* in, float* const* out, int channels, int n)
 {
     float gain = g.from;
-    if (channels == 1) {  // whose products wait for the sums anyway
+    if (channels == 1) [[likely]] {  // so that its loop is aligned; its products wait for the sums anyway
         for (int i = 0; i < n; ++i)
             out[0][i] = in[0][i] * (gain += g.step);
         return;

@@ -23,10 +23,10 @@ void scale(const float* x, float* y, float gain, int n);  // y = x * gain
 void multiply(const float* x, const float* gains, float* y, int n);
 
 // The next n <= kTile running gains of each of `count` gains, a row of kTile floats each, rows_for(count) rows in all.
-// The gains, `stride` apart, are left where the row ends. The clamped form keeps every one of them from falling below
-// 0; what is no number becomes 0.
+// The gains, `stride` apart, are left where the row ends. Clamped, none of them falls below 0, and what is no number
+// becomes 0.
+template <bool kClamped = false>
 void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n);
-void clamped_lines(float* gain, const float* step, int count, float* rows, int n);
 
 // One line for all channels.
 void ramp(const Glide& g, float* const* in, float* const* out, int channels, int n);

@@ -23,13 +23,8 @@ LBX_INLINE void store_four(float* const* out, int i, V (&x)[4])
     transpose(x);
     repeat<4>([&](auto k) { each_half(x[k], [&](int h, f4 y) { store(out[4 * h + k] + i, y); }); });
 }
-template <class V>
-LBX_INLINE V load_one(const float* const* in, int i)
-{
-    return lanes_of<V>([&](int l) { return in[l][i]; });
-}
 
-// out[l][i] = step(x, i), x being in[l][i] of every lane l of V.
+// out[l][i] = step(x, i), x being in[l][i] of every lane l of V. Null for `out`: nothing is written.
 template <class V, class Step>
 LBX_INLINE void each_sample(const float* const* in, float* const* out, int n, Step step)
 {
@@ -38,10 +33,14 @@ LBX_INLINE void each_sample(const float* const* in, float* const* out, int n, St
         V x[4];
         load_four(in, i, x);
         repeat<4>([&](auto k) { x[k] = step(x[k], i + k); });
-        store_four(out, i, x);
+        if (out)
+            store_four(out, i, x);
     }
-    for (; i < n; ++i)
-        each_lane(step(load_one<V>(in, i), i), [&](int l, float y) { out[l][i] = y; });
+    for (; i < n; ++i) {
+        const V y = step(lanes_of<V>([&](int l) { return in[l][i]; }), i);
+        if (out)
+            each_lane(y, [&](int l, float v) { out[l][i] = v; });
+    }
 }
 
 // Lanes of the packet that so many channels fill.

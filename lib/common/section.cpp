@@ -82,16 +82,6 @@ LBX_KERNEL void series(const Stage* stage, const Lanes& lanes, int at, f4 signs,
     repeat<kDepth>([&](auto d) { write_state(section[d], state_of(d)); });
 }
 
-// At most `depth` sections of as many as fit the registers.
-template <class V, bool kWhole>
-void series(const Stage* stage, int depth, const Lanes& lanes, int at, f4 signs, int n)
-{
-    repeat<kSeriesDepth<V>>([&](auto d) {
-        if (depth == d + 1)
-            series<V, d + 1, kWhole>(stage, lanes, at, signs, n);
-    });
-}
-
 constexpr int kMaxDepth = kSeriesDepth<f4>;
 constexpr int kMixedDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes differ
 
@@ -108,11 +98,17 @@ void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stage
         const Stage* stage = stages(k, depth);
         const bool whole = k + depth <= shortest;
         const f4 now = k + depth == sections ? signs : f4{};
+        const auto run = [&]<class V>(V, int at) {
+            repeat<kSeriesDepth<V>>([&](auto d) {
+                if (depth == d + 1)
+                    (whole ? series<V, d + 1, true> : series<V, d + 1, false>)(stage, lanes, at, now, n);
+            });
+        };
         if (width == 8 && depth <= kSeriesDepth<f8>)
-            (whole ? series<f8, true> : series<f8, false>)(stage, depth, lanes, 0, now, n);
+            run(f8{}, 0);
         else
             for (int at = 0; at < width; at += 4)
-                (whole ? series<f4, true> : series<f4, false>)(stage, depth, lanes, at, now, n);
+                run(f4{}, at);
         for (int l = 0; l < width; ++l) {
             lanes.in[l] = lanes.out[l];
             lanes.sections[l] -= depth;
@@ -286,28 +282,15 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
 
 namespace {
 
-// Lanes a .. d of pairs of vectors, from and to memory: the words of eight bands lie band by band.
-template <int a, int b, int c, int d>
-LBX_INLINE f8 read_words(const float* state)
-{
-    return join(mix<a, b, c, d>(load<f4>(state), load<f4>(state + 4)),
-                mix<a, b, c, d>(load<f4>(state + 8), load<f4>(state + 12)));
-}
-LBX_INLINE void write_words(float* state, f8 low, f8 high)
-{
-    each_half(mix<0, 4, 1, 5>(low, high), [=](int h, f4 words) { store(state + 8 * h, words); });
-    each_half(mix<2, 6, 3, 7>(low, high), [=](int h, f4 words) { store(state + 8 * h + 4, words); });
-}
-
 template <int kPackets>
 LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int n, float* sums)
 {
     SecondOrder<f8> section[kPackets];
     f8 sum[kPackets] = {};
     repeat<kPackets>([&](auto p) {
-        repeat<5>([&](auto j) { section[p].coeff[j] = load<f8>(bank.coeff[p][j]); });
-        section[p].state[0] = read_words<0, 2, 4, 6>(state + 16 * p);
-        section[p].state[1] = read_words<1, 3, 5, 7>(state + 16 * p);
+        read_section(
+            section[p], [&](int j) { return load<f8>(bank.coeff[p][j]); },
+            [&](int l) { return state + 2 * (8 * p + l); });
     });
     for (int i = 0; i < n; ++i)
         repeat<kPackets>([&](auto p) {
@@ -315,11 +298,8 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
             sum[p] = mul_add(y, y, sum[p]);
         });
     repeat<kPackets>([&](auto p) {
-        float* words = state + 16 * p;
-        const int used = bank.bands - 8 * p;  // idle lanes have run, too
-        const f8 mask = join(mask_of(i4{0, 1, 2, 3} < used), mask_of(i4{4, 5, 6, 7} < used));
-        write_words(words, select(mask, section[p].state[0], read_words<0, 2, 4, 6>(words)),
-                    select(mask, section[p].state[1], read_words<1, 3, 5, 7>(words)));
+        float idle[2];  // lanes that have run, too
+        write_state(section[p], [&](int l) { return 8 * p + l < bank.bands ? state + 2 * (8 * p + l) : idle; });
         store(sums + 8 * p, sum[p]);
     });
 }

@@ -45,14 +45,11 @@ LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y
 void convolve(const float* taps, int n_taps, const float* x, float* y, int n)
 {
     int i = 0;
-    const auto rows = [&]<int kRows>() {
+    repeat<4>([&](auto halvings) {
+        constexpr int kRows = 8 >> halvings;
         for (; i + kWide * kRows <= n; i += kWide * kRows)
             convolve<kRows>(taps, n_taps, x + i, y + i);
-    };
-    rows.operator()<8>();
-    rows.operator()<4>();
-    rows.operator()<2>();
-    rows.operator()<1>();
+    });
     if (i < n) {
         float last[kWide];
         convolve<1>(taps, n_taps, x + i, last);

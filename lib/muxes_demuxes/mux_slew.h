@@ -96,7 +96,7 @@ void slew_groups(Core* core, int n, Render render)
         core->steps[j] = core->delta_coeff[j] * step;
     for (int start = 0; start < n; start += kTile) {
         const int some = std::min(kTile, n - start);
-        clamped_lines(core->gains, core->steps, core->slots, core->rows, some);
+        lines<true>(core->gains, core->steps, 1, core->slots, core->rows, some);
         render(start, some);
     }
     // In single precision the gain stops below 1 once a step is less than its resolution: then, too, the slew is over.
