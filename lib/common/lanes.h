@@ -6,7 +6,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -235,23 +234,25 @@ LBX_INLINE void each_lane(V v, Take take)
     });
 }
 
-// Unaligned memory, lane 0 first; V may be a float.
-template <class V>
-LBX_INLINE V load(const void* p)
+// Unaligned memory, lane 0 first; V may be a float. Accesses to floats (of i4: to ints), not to bytes: so pointers need
+// not be read again after a store.
+template <class V, class T>
+LBX_INLINE V load(const T* p)
 {
+    static_assert(std::is_same_v<T, std::conditional_t<std::is_same_v<V, i4>, int, float>>);
     if constexpr (!std::is_class_v<V>) {
-        V v;
-        std::memcpy(&v, p, sizeof v);
-        return v;
+        using Unaligned [[gnu::aligned(4)]] = V;
+        return *reinterpret_cast<const Unaligned*>(p);
     } else {
-        return join(load<f4>(p), load<f4>(static_cast<const float*>(p) + 4));
+        return join(load<f4>(p), load<f4>(p + 4));
     }
 }
 template <class V>
 LBX_INLINE void store(float* p, V v)
 {
     if constexpr (!std::is_class_v<V>) {
-        std::memcpy(p, &v, sizeof v);
+        using Unaligned [[gnu::aligned(4)]] = V;
+        *reinterpret_cast<Unaligned*>(p) = v;
     } else {
         store(p, lower(v));
         store(p + 4, upper(v));

@@ -152,7 +152,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, 
         repeat<kGroups>([&](auto g) {
             SecondOrder<V> next = section[g];
             y[g] = next.step(y[g]);
-            const V mask = every<V>(load<f4>(kSteps + 15 - (reached + idle - 4 * g)));
+            const V mask = every<V>(mask_of(load<i4>(kSteps + 15 - (reached + idle - 4 * g))));
             repeat<2>([&](auto j) {
                 const V now = section[g].state[j];
                 section[g].state[j] = filling ? select(mask, next.state[j], now) : select(mask, now, next.state[j]);
