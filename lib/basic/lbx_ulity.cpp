@@ -121,7 +121,7 @@ LBX_INLINE void visit(Byte* stream, int from, int n, int step, const Each& each)
         each(k, stream + k * step * W::bytes);
 }
 
-// One and two channels, which most streams have, get a loop of their own with a constant step.
+// One and two channels, which most streams have, get a loop of their own with a constant step, but for three bytes.
 template <class W, class Byte, class Each>
 void walk(Byte* stream, int n, int step, const Each& each)
 {
@@ -173,8 +173,7 @@ template <class W>
 // Clips in the caller's buffer first: full scale then scales to 32767 exactly.
 [[gnu::noinline]] void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
 {
-    for (int k = 0; k < n; ++k)
-        in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k];
+    lbx::each_index(n, [in](int k) { in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k]; });
     write<Word<2>>(out, n, step, [in](std::ptrdiff_t k) { return round_to_int(in[k] * 32767.0F); });
 }
 
@@ -220,8 +219,7 @@ int lbx_bytes2floats(const LBX_BYTE* in, float* out, int in_size, int bSamples, 
     const bool scaled = bSamples == 16 || bSamples == 24;
     if (scaled && bs != kLittle && bs != kBig) {
         const float scale = bSamples == 16 ? 32767.0F : 8388607.0F;
-        for (int k = 0; k < in_size; ++k)
-            out[k] = out[k] / scale;
+        lbx::each_index(in_size, [=](int k) { out[k] = out[k] / scale; });
         return in_size;
     }
     with_word(bSamples, bs, [=](auto word) { read_floats<decltype(word)>(in, out, in_size); });

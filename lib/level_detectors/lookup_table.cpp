@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "../common/each_index.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "hold_level.h"
@@ -114,8 +115,9 @@ float entry_at(const float* table, int size, std::int64_t i)
 
 void render_2d(const float* table, const LookUpTable_2D_Core& core, const float* x, const float* y, float* out, int n)
 {
-    for (int i = 0; i < n; ++i)
-        out[i] = entry_at(table, core.table_size, to_int(x[i]) + std::int64_t{to_int(y[i])} * core.num_x);
+    each_index(n, [=, size = core.table_size, num_x = core.num_x](int i) {
+        out[i] = entry_at(table, size, to_int(x[i]) + std::int64_t{to_int(y[i])} * num_x);
+    });
 }
 
 }  // namespace
@@ -149,8 +151,8 @@ int LookUpTable_Index_param_invoke(BlockAlgo* blk)
 
 void LookUpTable_Index_Render(const LookUpTable_Index_Core* core, const float* in, float* out, int n)
 {
-    for (int i = 0; i < n; ++i)
-        out[i] = entry_at(core->table, core->table_size, to_int(in[i]));
+    each_index(
+        n, [=, table = core->table, size = core->table_size](int i) { out[i] = entry_at(table, size, to_int(in[i])); });
 }
 
 int LookUpTable_Index_process(BlockAlgo* blk, float** data_in, float** data_out)

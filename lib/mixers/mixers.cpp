@@ -6,6 +6,7 @@
 
 #include "../common/common.h"
 #include "../common/dispatch.h"
+#include "../common/each_index.h"
 #include "../common/log.h"
 #include "../common/new_block.h"
 #include "../math/fast_inline.h"
@@ -309,8 +310,7 @@ int Mixers_SigMergerProcess(int chanNum, int size, float** xn, float** yn)
 {
     sum_inputs(chanNum, size, xn, yn[0]);
     const auto channels = static_cast<float>(std::max(chanNum, 1));
-    for (int i = 0; i < size; ++i)
-        yn[0][i] /= channels;
+    lbx::each_index(size, [=, y = yn[0]](int i) { y[i] /= channels; });
     return RT_OK;
 }
 

@@ -5,8 +5,10 @@
 #include <limits>
 
 #include "../common/delay_line.h"
+#include "../common/each_index.h"
 #include "../common/lanes.h"
 #include "../common/params.h"
+#include "../common/ramp.h"
 
 namespace {
 
@@ -198,8 +200,7 @@ void render_stereo(Reverb_Core& core, const float* const* in, float* left, float
     float *x = core.scratch, *wet_left = x + n, *wet_right = wet_left + n;
     left = left ? left : wet_left;
     right = right ? right : wet_right;
-    for (int i = 0; i < n; ++i)
-        x[i] = 0.0625F * (in[0][i] + in[1][i]);
+    lbx::each_index(n, [=](int i) { x[i] = 0.0625F * (in[0][i] + in[1][i]); });
     run_channel(core, 0, x, wet_left, n);
     run_channel(core, 1, x, wet_right, n);
     const f4 wet1 = lbx::every<f4>(core.wet1), wet2 = lbx::every<f4>(core.wet2), dry = lbx::every<f4>(core.dry_level);
@@ -217,11 +218,10 @@ void render_alone(Reverb_Core& core, int channel, const float* in, float* out, i
 {
     float *x = core.scratch, *wet = x + n;
     out = out ? out : wet;
-    for (int i = 0; i < n; ++i)
-        x[i] = 0.125F * in[i];
+    lbx::scale(in, x, 0.125F, n);
     run_channel(core, channel, x, wet, n);
-    for (int i = 0; i < n; ++i)
-        out[i] = std::fma(in[i], core.dry_level, wet[i] * core.wet1);
+    lbx::each_index(
+        n, [=, dry = core.dry_level, wet1 = core.wet1](int i) { out[i] = std::fma(in[i], dry, wet[i] * wet1); });
 }
 
 }  // namespace
