@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <string>
 
-#include "engine.h"
-#include "flush_to_zero.h"
+#include "engine/engine.h"
+#include "engine/flush_to_zero.h"
 #include "pins.h"
 #include "types.h"
 

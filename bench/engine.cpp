@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the engine costs: a schematic of a hundred gains in a row, and the same hundred calls of process in a loop.
-#include "engine.h"
+#include "engine/engine.h"
 
 #include <deque>
 
 #include "measure.h"
-#include "schematic.h"
+#include "schematic/schematic.h"
 
 namespace bench {
 namespace {

@@ -6,8 +6,8 @@
 #include <map>
 #include <vector>
 
-#include "catalog.h"
-#include "engine.h"
+#include "catalog/catalog.h"
+#include "engine/engine.h"
 #include "support/every_block.h"
 
 namespace {

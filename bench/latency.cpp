@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "flush_to_zero.h"
+#include "engine/flush_to_zero.h"
 #include "pins.h"
 #include "types.h"
 

@@ -18,8 +18,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "engine.h"
-#include "schematic.h"
+#include "engine/engine.h"
+#include "schematic/schematic.h"
 
 namespace {
 

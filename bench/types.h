@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 #include "support/every_block.h"
 
 namespace bench {

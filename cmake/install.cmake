@@ -6,14 +6,9 @@ install(TARGETS vantoro EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# Public headers have include guards, so that they serve C as well; private ones have #pragma once.
-file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR}/lib CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/lib/*.h)
-foreach(header IN LISTS headers)
-    file(STRINGS ${PROJECT_SOURCE_DIR}/lib/${header} guard REGEX "^#ifndef VANTORO_")
-    if(guard)
-        cmake_path(GET header PARENT_PATH directory)
-        install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
-    endif()
+foreach(header IN LISTS vantoro_public_headers)
+    cmake_path(GET header PARENT_PATH directory)
+    install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
 endforeach()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)

@@ -4,7 +4,7 @@
 // outside. Pins that do not fit a type are the host's fault: init may accept them, process is then not called.
 #include <vector>
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 #include "exit_trap.h"
 #include "input.h"
 #include "scratch.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine.h"
-#include "schematic.h"
+#include "engine/engine.h"
+#include "schematic/schematic.h"
 
 namespace {
 

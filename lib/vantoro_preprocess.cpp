@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "common/category.h"
-#include "common/log.h"
-#include "common/new_block.h"
+#include "framework/log.h"
+#include "framework/new_block.h"
 
 BlockPro g_block_pro = {48000, 16, 64, 0, 0};
 

@@ -2,7 +2,7 @@
 // The rows of every category; their sources are this directory's other files.
 #pragma once
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 namespace vantoro::rows {
 

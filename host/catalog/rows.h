@@ -2,7 +2,7 @@
 // The words that catalog rows are written in.
 #pragma once
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 namespace vantoro::rows {
 

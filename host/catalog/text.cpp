@@ -7,8 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "catalog.h"
-#include "catalog/decimal.h"
+#include "catalog/catalog.h"
+#include "support/decimal.h"
 
 namespace vantoro {
 namespace {

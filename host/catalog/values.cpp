@@ -8,9 +8,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "catalog.h"
-#include "catalog/decimal.h"
-#include "json_text.h"
+#include "catalog/catalog.h"
+#include "support/decimal.h"
+#include "support/json_text.h"
 
 namespace vantoro {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 #include "commands/commands.h"
 
 namespace vantoro {

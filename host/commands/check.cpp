@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "commands/commands.h"
-#include "engine.h"
+#include "engine/engine.h"
 
 namespace vantoro {
 namespace {

@@ -9,7 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "schematic.h"
+#include "schematic/schematic.h"
 
 namespace vantoro {
 

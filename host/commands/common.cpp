@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "commands/commands.h"
-#include "engine.h"
+#include "engine/engine.h"
 
 namespace vantoro {
 

@@ -8,8 +8,8 @@
 #include <sstream>
 
 #include "commands/commands.h"
-#include "part_file.h"
-#include "program.h"
+#include "io/part_file.h"
+#include "io/program.h"
 
 namespace vantoro {
 namespace {

@@ -8,13 +8,13 @@
 #include <memory>
 #include <optional>
 
+#include "analysis/measure.h"
+#include "analysis/plot.h"
+#include "analysis/probe.h"
+#include "analysis/speaker.h"
 #include "commands/commands.h"
-#include "measure.h"
-#include "part_file.h"
-#include "plot.h"
-#include "probe.h"
-#include "program.h"
-#include "speaker.h"
+#include "io/part_file.h"
+#include "io/program.h"
 
 namespace vantoro {
 namespace {

@@ -10,12 +10,12 @@
 #include <memory>
 #include <optional>
 
-#include "audio_file.h"
+#include "analysis/levels.h"
+#include "analysis/meters.h"
 #include "commands/commands.h"
-#include "engine.h"
-#include "levels.h"
-#include "meters.h"
-#include "raw_pcm.h"
+#include "engine/engine.h"
+#include "io/audio_file.h"
+#include "io/raw_pcm.h"
 
 namespace vantoro {
 namespace {

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "../common/each_index.h"
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/ramp.h"
-#include "../common/recursion.h"
-#include "../math/follower.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/each_index.h"
+#include "../kernels/follower.h"
+#include "../kernels/ramp.h"
+#include "../kernels/recursion.h"
 
 using namespace lbx;
 

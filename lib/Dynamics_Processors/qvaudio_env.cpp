@@ -5,9 +5,9 @@
 #include <cmath>
 #include <limits>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../math/follower.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/follower.h"
 
 using namespace lbx;
 

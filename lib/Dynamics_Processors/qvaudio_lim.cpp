@@ -5,10 +5,10 @@
 #include <bit>
 #include <cmath>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/recursion.h"
-#include "../math/follower.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/follower.h"
+#include "../kernels/recursion.h"
 
 using namespace lbx;
 

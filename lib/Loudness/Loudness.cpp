@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/recursion.h"
-#include "../common/section.h"
-#include "../common/slew.h"
-#include "../math/follower.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/follower.h"
+#include "../kernels/recursion.h"
+#include "../kernels/section.h"
+#include "../kernels/slew.h"
 
 using namespace lbx;
 

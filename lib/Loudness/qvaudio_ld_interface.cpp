@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/category.h"
-#include "../common/dispatch.h"
+#include "../framework/dispatch.h"
 #include "Loudness.h"
 
 namespace {

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "../common/dispatch.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
-#include "../math/fast_inline.h"
+#include "../framework/dispatch.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/fast_inline.h"
+#include "../kernels/ramp.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <utility>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/ramp.h"
 
 float time_example[6] = {0.0F, 2.0F, 502.0F, 504.0F, 1004.0F, 1104.0F};
 float gainsdB_example[6] = {-100.0F, 0.0F, -100.0F, 0.0F, -70.0F, 0.0F};

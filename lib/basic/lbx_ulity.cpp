@@ -10,9 +10,9 @@
 #include <ctime>
 #include <limits>
 
-#include "../common/each_index.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
+#include "../framework/params.h"
+#include "../kernels/each_index.h"
+#include "../kernels/ramp.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "basic_dsp.h"
 
-#include "../common/dispatch.h"
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/dispatch.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <cmath>
 #include <cstring>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
-#include "../common/ring.h"
-#include "../math/fast_inline.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/fast_inline.h"
+#include "../kernels/ramp.h"
+#include "../kernels/ring.h"
 
 namespace {
 

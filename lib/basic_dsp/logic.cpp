@@ -6,8 +6,8 @@
 #include <functional>
 
 #include "../common/common.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
 #include "pins.h"
 
 namespace {

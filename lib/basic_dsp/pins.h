@@ -6,8 +6,8 @@
 #include <algorithm>
 
 #include "../common/block_types.h"
-#include "../common/each_index.h"
-#include "../common/ramp.h"
+#include "../kernels/each_index.h"
+#include "../kernels/ramp.h"
 
 namespace lbx {
 

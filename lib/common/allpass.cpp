@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "delay_line.h"
-#include "log.h"
+#include "../framework/log.h"
+#include "../kernels/delay_line.h"
 
 namespace {
 

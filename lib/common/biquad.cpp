@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "new_block.h"
-#include "section.h"
+#include "../framework/new_block.h"
+#include "../kernels/section.h"
 
 namespace {
 constexpr int kCoefficients = BIQUAD_A2 + 1;

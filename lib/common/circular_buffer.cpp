@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "new_block.h"
-#include "params.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
 
 namespace {
 

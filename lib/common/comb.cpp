@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "delay_line.h"
+#include "../kernels/delay_line.h"
 
 qv_comb* comb_init(void)
 {

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "log.h"
-#include "new_block.h"
-#include "ring.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/ring.h"
 
 int ParamAdapt(int min, int max, int value, const char* name)
 {

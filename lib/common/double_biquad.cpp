@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "new_block.h"
+#include "../framework/new_block.h"
 
 namespace {
 constexpr int kCoefficients = DOUBLE_BIQUAD_A4 + 1;

@@ -14,11 +14,11 @@
 #include <cstddef>
 #include <iterator>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/section.h"
-#include "../math/level.h"
-#include "../math/section_design.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/level.h"
+#include "../kernels/section.h"
+#include "../kernels/section_design.h"
 
 namespace lbx {
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "../common/lanes.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/lanes.h"
 
 namespace {
 

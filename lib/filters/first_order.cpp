@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "first_order.h"
 
-#include "../math/level.h"
-#include "../math/section_design.h"
+#include "../kernels/level.h"
+#include "../kernels/section_design.h"
 #include "section_block.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "../common/slew.h"
+#include "../kernels/slew.h"
 #include "../math/lbx_math.h"
 #include "section_block.h"
 

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <span>
 
+#include "../kernels/level.h"
+#include "../kernels/section_design.h"
 #include "../math/filter_design.h"
-#include "../math/level.h"
-#include "../math/section_design.h"
 #include "look_up.h"
 
 namespace {

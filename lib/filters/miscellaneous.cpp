@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/section.h"
-#include "../math/section_design.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/section.h"
+#include "../kernels/section_design.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "../math/section_design.h"
+#include "../kernels/section_design.h"
 #include "section_block.h"
 
 namespace {

@@ -5,9 +5,9 @@
 #include <numbers>
 #include <span>
 
+#include "../kernels/level.h"
+#include "../kernels/section_design.h"
 #include "../math/filter_design.h"
-#include "../math/level.h"
-#include "../math/section_design.h"
 #include "second_order.h"
 
 namespace {

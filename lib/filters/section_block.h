@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <span>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
-#include "../common/section.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/ramp.h"
+#include "../kernels/section.h"
 
 namespace lbx {
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "../math/follower.h"
+#include "../kernels/follower.h"
 
 namespace lbx {
 

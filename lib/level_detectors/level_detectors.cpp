@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "level_detectors.h"
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/ramp.h"
-#include "../common/section.h"
-#include "../math/section_design.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/ramp.h"
+#include "../kernels/section.h"
+#include "../kernels/section_design.h"
 #include "hold_level.h"
 
 using namespace lbx;

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <limits>
 
-#include "../common/each_index.h"
-#include "../common/log.h"
-#include "../common/new_block.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/each_index.h"
 #include "hold_level.h"
 
 using namespace lbx;

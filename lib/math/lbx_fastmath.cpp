@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "fast_inline.h"
+#include "../kernels/fast_inline.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lbx_math.h"
 
-#include "fast_inline.h"
+#include "../kernels/fast_inline.h"
 
 namespace {
 

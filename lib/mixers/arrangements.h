@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "../common/mix.h"
+#include "../kernels/mix.h"
 
 namespace lbx {
 

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "../common/common.h"
-#include "../common/dispatch.h"
-#include "../common/each_index.h"
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../math/fast_inline.h"
+#include "../framework/dispatch.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../kernels/each_index.h"
+#include "../kernels/fast_inline.h"
 #include "arrangements.h"
 
 namespace {

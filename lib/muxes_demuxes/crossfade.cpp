@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "../common/each_index.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
-#include "../math/fast_inline.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/each_index.h"
+#include "../kernels/fast_inline.h"
+#include "../kernels/ramp.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <span>
 
-#include "../common/mix.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../math/fast_inline.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/fast_inline.h"
+#include "../kernels/mix.h"
 
 namespace lbx {
 

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "../common/new_block.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/ramp.h"
 
 BlockAlgo* State_Machine_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {

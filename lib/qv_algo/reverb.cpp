@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <limits>
 
-#include "../common/delay_line.h"
-#include "../common/each_index.h"
-#include "../common/lanes.h"
-#include "../common/params.h"
-#include "../common/ramp.h"
+#include "../framework/params.h"
+#include "../kernels/delay_line.h"
+#include "../kernels/each_index.h"
+#include "../kernels/lanes.h"
+#include "../kernels/ramp.h"
 
 namespace {
 

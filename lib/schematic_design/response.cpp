@@ -5,14 +5,14 @@
 #include <numbers>
 #include <utility>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
 #include "../filters/crossover.h"
 #include "../filters/fir.h"
 #include "../filters/first_order.h"
 #include "../filters/look_up.h"
 #include "../filters/miscellaneous.h"
 #include "../filters/second_order.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
 #include "../math/lbx_fastmath.h"
 #include "schematic_design.h"
 #include "speaker_file.h"

@@ -2,9 +2,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
 #include "schematic_design.h"
 
 namespace {

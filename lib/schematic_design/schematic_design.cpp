@@ -4,10 +4,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "../common/each_index.h"
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
+#include "../kernels/each_index.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "../common/log.h"
+#include "../framework/log.h"
 
 namespace {
 

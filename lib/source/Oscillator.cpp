@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Oscillator.h"
 
-#include "../math/fast_inline.h"
+#include "../kernels/fast_inline.h"
 #include "source.h"
 
 namespace {

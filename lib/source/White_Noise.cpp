@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "../math/fast_inline.h"
+#include "../kernels/fast_inline.h"
 #include "source.h"
 
 namespace {

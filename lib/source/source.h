@@ -7,9 +7,9 @@
 #include <limits>
 #include <numbers>
 
-#include "../common/log.h"
-#include "../common/new_block.h"
-#include "../common/params.h"
+#include "../framework/log.h"
+#include "../framework/new_block.h"
+#include "../framework/params.h"
 #include "source_types.h"
 
 namespace lbx {

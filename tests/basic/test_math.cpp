@@ -6,7 +6,7 @@
 #include <complex>
 #include <numbers>
 
-#include "math/fast_inline.h"
+#include "kernels/fast_inline.h"
 #include "math/lbx_fastmath.h"
 #include "math/lbx_math.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "common/params.h"
+#include "framework/params.h"
 #include "support/rig.h"
 
 TEST(ParamAdapt, ClampsWithAReport)

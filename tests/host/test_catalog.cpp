@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The catalog against the library that it describes, and the vectors it builds.
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The engine: what arrives where, in which buffers, when changes take place, and what processing costs the thread.
-#include "engine.h"
+#include "engine/engine.h"
 
 #include <algorithm>
 #include <bit>

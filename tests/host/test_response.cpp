@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Responses: from coefficients against formulas, measured against coefficients, and what becomes of them on paper.
-#include "response.h"
+#include "analysis/response.h"
 
 #include <cmath>
 #include <filesystem>
@@ -13,10 +13,10 @@
 
 #include <gtest/gtest.h>
 
-#include "measure.h"
-#include "plot.h"
-#include "probe.h"
-#include "speaker.h"
+#include "analysis/measure.h"
+#include "analysis/plot.h"
+#include "analysis/probe.h"
+#include "analysis/speaker.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Schematics: what is found wrong with them, the pins that follow from wires, the order, and changes in time.
-#include "schematic.h"
+#include "schematic/schematic.h"
 
 #include <algorithm>
 #include <fstream>

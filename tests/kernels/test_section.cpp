@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "common/section.h"
+#include "kernels/section.h"
 #include "support/rig.h"
 
 namespace {

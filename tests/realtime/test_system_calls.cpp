@@ -14,8 +14,8 @@
 
 #include <linux/seccomp.h>
 
-#include "catalog.h"
-#include "engine.h"
+#include "catalog/catalog.h"
+#include "engine/engine.h"
 #include "support/every_block.h"
 #include "support/rig.h"
 

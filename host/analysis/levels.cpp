@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "analysis/levels.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+
+namespace vantoro {
+
+// On the bits of the magnitudes, as integers: the compiler makes this vectors, and NaN needs no care.
+void Levels::add(const float* const* channels, int frames)
+{
+    constexpr std::int32_t kFullScale = std::bit_cast<std::int32_t>(1.0F);
+    constexpr std::int32_t kInfinite = 0x7f800000;
+    for (std::size_t ch = 0; ch < peaks_.size(); ++ch) {
+        std::int32_t peak = peaks_[ch];
+        std::int32_t above = 0;
+        std::int32_t odd = 0;
+        for (int i = 0; i < frames; ++i) {
+            const std::int32_t magnitude = std::bit_cast<std::int32_t>(channels[ch][i]) & 0x7fffffff;
+            const bool finite = magnitude < kInfinite;
+            peak = std::max(peak, finite ? magnitude : 0);
+            above += magnitude > kFullScale ? 1 : 0;
+            odd += finite ? 0 : 1;
+        }
+        peaks_[ch] = peak;
+        above_ += above;
+        not_finite_ += odd;
+    }
+}
+
+double Levels::peak_db(int channel) const
+{
+    return 20 * std::log10(static_cast<double>(std::bit_cast<float>(peaks_[static_cast<std::size_t>(channel)])));
+}
+
+std::string Levels::text() const
+{
+    if (peaks_.empty())
+        return "";
+    std::string out = ", peak";
+    char number[32];
+    for (int ch = 0; ch < static_cast<int>(peaks_.size()); ++ch) {
+        std::snprintf(number, sizeof number, " %.2f", peak_db(ch));
+        out += number;
+    }
+    out += " dBFS, " + std::to_string(above_) + " samples above full scale";
+    return not_finite_ == 0 ? out : out + " (" + std::to_string(not_finite_) + " not finite)";
+}
+
+}  // namespace vantoro

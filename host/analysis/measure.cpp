@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "analysis/measure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+#include <kissfft.hh>
+
+namespace vantoro {
+
+namespace {
+
+constexpr double kSettleSeconds = 2;
+constexpr double kLongestWindow = 64;  // s
+constexpr double kPatience = 300;      // s of audio
+constexpr double kTail = 1e-10;        // of the energy: what may still ring in the last eighth of a window
+constexpr double kSame = 1e-4;         // of an output's peak: 0.001 dB
+
+std::size_t index(int n) { return static_cast<std::size_t>(n); }
+
+using Signal = std::vector<double>;
+
+// The graph twice: on the stimulus, and on silence.
+class Pair {
+public:
+    Pair(const Schematic& schematic, int rate, int from)
+        : heard_(schematic, rate), silent_(schematic, rate), from_(index(from))
+    {}
+
+    double seconds() const { return static_cast<double>(blocks_) * heard_.block_size() / heard_.rate(); }
+    int outputs() const { return heard_.outputs(); }
+
+    // What `stimulus`, and silence behind it, makes of each output: `length` samples.
+    std::vector<Signal> respond(std::span<const float> stimulus, std::size_t length)
+    {
+        std::vector<Signal> response(index(outputs()));
+        float* in = heard_.input()[from_];
+        const std::size_t size = index(heard_.block_size());
+        for (std::size_t done = 0; done < length; done += size) {
+            const std::size_t fed = std::min(size, stimulus.size() - std::min(done, stimulus.size()));
+            std::fill_n(std::copy_n(stimulus.data() + (fed > 0 ? done : 0), fed, in), size - fed, 0.0F);
+            run(heard_);
+            run(silent_);
+            ++blocks_;
+            for (std::size_t out = 0; out < response.size(); ++out)
+                add(response[out], heard_.output()[out], silent_.output()[out], std::min(size, length - done));
+        }
+        std::fill_n(in, size, 0.0F);
+        return response;
+    }
+
+private:
+    static void run(Engine& engine)
+    {
+        if (!engine.process())
+            throw std::runtime_error(engine.failure());
+    }
+
+    static void add(Signal& signal, const float* heard, const float* silent, std::size_t n)
+    {
+        for (std::size_t i = 0; i < n; ++i) {
+            signal.push_back(static_cast<double>(heard[i]) - static_cast<double>(silent[i]));
+            if (!std::isfinite(signal.back()))
+                throw std::runtime_error("an output is not a finite number: a filter on the way is unstable");
+        }
+    }
+
+    Engine heard_, silent_;
+    std::size_t from_;
+    std::int64_t blocks_ = 0;
+};
+
+double energy(std::span<const double> signal)
+{
+    double sum = 0;
+    for (const double x : signal)
+        sum += x * x;
+    return sum;
+}
+
+bool silent(std::span<const double> signal)
+{
+    return std::ranges::all_of(signal, [](double x) { return x == 0; });
+}
+
+// Whether a response is over within its window.
+bool ended(const Signal& response)
+{
+    return energy(std::span(response).last(response.size() / 8)) <= kTail * energy(response);
+}
+
+// ---- transforms ----
+
+Spectrum transform(const kissfft<double>& fft, const Signal& signal)
+{
+    Spectrum in(signal.begin(), signal.end());
+    Spectrum out(in.size());
+    fft.transform(in.data(), out.data());
+    return out;
+}
+
+// The axis' frequencies of an impulse response as long as a multiple of its transform.
+Spectrum on_axis(const Signal& response, const Axis& axis)
+{
+    if (silent(response))
+        return {};
+    const Spectrum all = transform({response.size(), false}, response);
+    const std::size_t every = all.size() / index(axis.size);
+    Spectrum values;
+    for (const int bin : axis.bins)
+        values.push_back(all[index(bin) * every]);
+    return values;
+}
+
+// ---- stimuli ----
+
+// An exponential sine sweep to half the rate, from an octave and more below the lowest frequency of interest.
+std::vector<float> sweep(int rate, std::size_t length, double level_db)
+{
+    constexpr double kStart = 5;  // Hz
+    const double octaves = std::log(0.5 * rate / kStart);
+    const double seconds = static_cast<double>(length) / rate;
+    const double level = std::pow(10, level_db / 20);
+    std::vector<float> samples;
+    for (std::size_t i = 0; i < length; ++i) {
+        const double part = static_cast<double>(i) / static_cast<double>(length);
+        const double turns = kStart * seconds / octaves * std::expm1(part * octaves);
+        samples.push_back(static_cast<float>(level * std::sin(2 * std::numbers::pi * (turns - std::floor(turns)))));
+    }
+    return samples;
+}
+
+// What turns `stimulus` into `response`. The first half of it: the second holds the harmonics, which arrive before the
+// fundamental does, and in a circle that is at the end.
+Signal deconvolved(const Signal& response, std::span<const float> stimulus)
+{
+    const std::size_t size = response.size();
+    Signal padded(stimulus.begin(), stimulus.end());
+    padded.resize(size);
+    const kissfft<double> forward(size, false);
+    const Spectrum x = transform(forward, padded);
+    Spectrum y = transform(forward, response);
+    for (std::size_t i = 0; i < size; ++i)
+        y[i] /= x[i] * static_cast<double>(size);
+    Spectrum time(size);
+    kissfft<double>(size, true).transform(y.data(), time.data());
+    Signal first;
+    for (std::size_t i = 0; i < size / 2; ++i)
+        first.push_back(time[i].real());
+    return first;
+}
+
+std::vector<Signal> impulse_responses(Pair& pair, std::size_t length, const Axis& axis, Stimulus stimulus,
+                                      double level_db)
+{
+    if (stimulus == Stimulus::impulse)
+        return pair.respond(std::vector{1.0F}, length);
+    const std::vector<float> signal = sweep(axis.rate, length, level_db);
+    std::vector<Signal> responses = pair.respond(signal, 2 * length);
+    for (Signal& response : responses)
+        if (silent(response))
+            response.resize(length);
+        else
+            response = deconvolved(response, signal);
+    return responses;
+}
+
+// ---- whether a measurement can be believed ----
+
+bool same(const Spectrum& a, const Spectrum& b)
+{
+    double peak = 0;
+    double difference = 0;
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+        peak = std::max(peak, std::abs(a[i]));
+        difference = std::max(difference, std::abs(a[i] - b[i]));
+    }
+    return a.size() == b.size() && difference <= kSame * peak;
+}
+
+bool same(const std::vector<Spectrum>& a, const std::vector<Spectrum>& b)
+{
+    return std::ranges::equal(a, b, [](const Spectrum& x, const Spectrum& y) { return same(x, y); });
+}
+
+}  // namespace
+
+std::vector<Spectrum> measure(const Schematic& schematic, int from, const Axis& axis, Stimulus stimulus,
+                              double level_db)
+{
+    Pair pair(schematic, axis.rate, from);
+    pair.respond({}, static_cast<std::size_t>(kSettleSeconds * axis.rate));
+    std::vector<Spectrum> before;
+    std::size_t length = index(axis.size);
+    while (pair.seconds() < kPatience) {
+        const std::vector<Signal> responses = impulse_responses(pair, length, axis, stimulus, level_db);
+        if (!std::ranges::all_of(responses, ended)) {
+            length *= 2;
+            if (static_cast<double>(length) > kLongestWindow * axis.rate)
+                throw std::runtime_error("the response does not die away within " +
+                                         std::to_string(static_cast<int>(kLongestWindow)) + " s");
+            continue;
+        }
+        std::vector<Spectrum> now(responses.size());
+        std::ranges::transform(responses, now.begin(), [&](const Signal& response) { return on_axis(response, axis); });
+        if (same(before, now))
+            return now;
+        before = std::move(now);
+    }
+    throw std::runtime_error("the response still changes after " + std::to_string(static_cast<int>(kPatience)) +
+                             " s: a gain on the way keeps moving");
+}
+
+}  // namespace vantoro

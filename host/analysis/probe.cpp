@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "analysis/probe.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "schematic/wiring.h"
+
+namespace vantoro {
+
+namespace {
+
+std::size_t index(int n) { return static_cast<std::size_t>(n); }
+
+bool carries_signal(const Block& block, int pin)
+{
+    const PinNote* note = note_of(*block.type, PinNote::Side::input, pin, block.pins);
+    return !note || (!note->control && note->name != "sidechain");
+}
+
+std::vector<int> signal_pins(const Block& block)
+{
+    std::vector<int> pins;
+    for (int pin = 0; pin < block.pins.inputs; ++pin)
+        if (carries_signal(block, pin))
+            pins.push_back(pin);
+    return pins;
+}
+
+int find_block(const Schematic& schematic, const std::string& id)
+{
+    const auto found = std::ranges::find(schematic.blocks, id, &Block::id);
+    if (found != schematic.blocks.end())
+        return static_cast<int>(found - schematic.blocks.begin());
+    std::vector<std::string_view> ids;
+    for (const Block& block : schematic.blocks)
+        ids.push_back(block.id);
+    const std::string near = nearest(id, ids);
+    throw std::invalid_argument(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
+}
+
+// "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".
+std::string name_of(const Schematic& schematic, const Source& source)
+{
+    if (source.block < 0)
+        return source.block == Source::kTerminal ? "input" : "silence";
+    const Block& block = schematic.blocks[index(source.block)];
+    const PinNote* note = note_of(*block.type, PinNote::Side::output, source.pin, block.pins);
+    const bool note_tells = note && (note->first == note->last || note->every >= block.pins.outputs);
+    std::string name = block.title.empty() ? block.id : block.title;
+    if (block.pins.outputs > 1 && (block.title.empty() || !note_tells))
+        name += '.' + std::to_string(source.pin);
+    if (note)
+        name += ' ' + std::string(note->name);
+    return name;
+}
+
+// The blocks that an output hears, through others too.
+std::vector<bool> heard_blocks(const Schematic& schematic)
+{
+    std::vector<bool> heard(schematic.blocks.size());
+    std::vector<const std::vector<Source>*> open = {&schematic.outputs};
+    while (!open.empty()) {
+        const std::vector<Source>& sources = *open.back();
+        open.pop_back();
+        for (const Source& source : sources)
+            if (source.block >= 0 && !heard[index(source.block)]) {
+                heard[index(source.block)] = true;
+                open.push_back(&schematic.blocks[index(source.block)].sources);
+            }
+    }
+    return heard;
+}
+
+// Drops the blocks that no output hears.
+void reduce(Schematic& schematic)
+{
+    const std::vector<bool> heard = heard_blocks(schematic);
+    std::vector<int> place(heard.size());
+    std::vector<Block> blocks;
+    for (std::size_t b = 0; b < heard.size(); ++b) {
+        place[b] = static_cast<int>(blocks.size());
+        if (heard[b])
+            blocks.push_back(std::move(schematic.blocks[b]));
+    }
+    const auto move = [&](std::vector<Source>& sources) {
+        for (Source& source : sources)
+            if (source.block >= 0)
+                source.block = place[index(source.block)];
+    };
+    for (Block& block : blocks)
+        move(block.sources);
+    move(schematic.outputs);
+    schematic.blocks = std::move(blocks);
+}
+
+void put_in_order(Schematic& schematic)
+{
+    std::vector<Node> nodes;
+    std::vector<std::vector<Source>> sources;
+    for (const Block& block : schematic.blocks) {
+        nodes.push_back({block.id, block.type, block.pins.inputs, block.pins.outputs});
+        sources.push_back(block.sources);
+    }
+    std::vector<Problem> problems;
+    schematic.order = order_of(nodes, sources, static_cast<int>(nodes.size()), problems);
+    if (!problems.empty())
+        throw std::invalid_argument("a control of these blocks hears a later one of them: " + problems.front().value);
+}
+
+Probe finish(Schematic schematic)
+{
+    schematic.changes.clear();
+    reduce(schematic);
+    put_in_order(schematic);
+    Probe probe{std::move(schematic), {}};
+    for (const Source& source : probe.schematic.outputs)
+        probe.names.push_back(name_of(probe.schematic, source));
+    return probe;
+}
+
+}  // namespace
+
+Probe probe_graph(Schematic schematic)
+{
+    Probe probe = finish(std::move(schematic));
+    for (std::size_t out = 0; out < probe.names.size(); ++out) {
+        const int block = probe.schematic.outputs[out].block;
+        if (block < 0 || probe.schematic.blocks[index(block)].title.empty())
+            probe.names[out] = "output " + std::to_string(out) + " (" + probe.names[out] + ')';
+    }
+    return probe;
+}
+
+Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
+{
+    std::vector<int> chain;
+    for (const std::string& id : ids) {
+        chain.push_back(find_block(schematic, id));
+        if (std::ranges::count(chain, chain.back()) > 1)
+            throw std::invalid_argument(id + ": named twice; a chain has every block once");
+    }
+    for (Block& block : schematic.blocks)
+        for (Source& source : block.sources)
+            if (source.block == Source::kTerminal)
+                source = {};
+    for (std::size_t n = 0; n < chain.size(); ++n) {
+        Block& block = schematic.blocks[index(chain[n])];
+        const std::vector<int> pins = signal_pins(block);
+        const int width = n == 0 ? static_cast<int>(pins.size()) : schematic.blocks[index(chain[n - 1])].pins.outputs;
+        if (n == 0)
+            schematic.inputs = width;
+        for (int i = 0; i < static_cast<int>(pins.size()); ++i)
+            block.sources[index(pins[index(i)])] =
+                i < width ? Source{n == 0 ? Source::kTerminal : chain[n - 1], i} : Source{};
+    }
+    schematic.outputs.clear();
+    for (int pin = 0; pin < schematic.blocks[index(chain.back())].pins.outputs; ++pin)
+        schematic.outputs.push_back({chain.back(), pin});
+    return finish(std::move(schematic));
+}
+
+}  // namespace vantoro

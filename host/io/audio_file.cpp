@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "io/audio_file.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <filesystem>
+
+namespace vantoro {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kChunkSamples = 32768;  // per call of libsndfile: few system calls, and it stays in the cache
+
+std::size_t chunk_frames(int channels)
+{
+    return std::max<std::size_t>(kChunkSamples / static_cast<std::size_t>(channels), 64);
+}
+
+struct Extension {
+    std::string_view name;
+    int format;
+    bool lossy;  // the format brings its own encoding
+};
+constexpr Extension kExtensions[] = {
+    {"wav", SF_FORMAT_WAV, false},
+    {"w64", SF_FORMAT_W64, false},
+    {"rf64", SF_FORMAT_RF64, false},
+    {"flac", SF_FORMAT_FLAC, false},
+    {"aiff", SF_FORMAT_AIFF, false},
+    {"aif", SF_FORMAT_AIFF, false},
+    {"caf", SF_FORMAT_CAF, false},
+    {"au", SF_FORMAT_AU, false},
+    {"ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, true},
+    {"oga", SF_FORMAT_OGG | SF_FORMAT_VORBIS, true},
+    {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, true},
+    {"mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, true},
+};
+
+int subtype(Encoding encoding)
+{
+    switch (encoding) {
+    case Encoding::pcm16:
+        return SF_FORMAT_PCM_16;
+    case Encoding::pcm32:
+        return SF_FORMAT_PCM_32;
+    case Encoding::real:
+        return SF_FORMAT_FLOAT;
+    default:
+        return SF_FORMAT_PCM_24;
+    }
+}
+
+int bits_of(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_16:
+        return 16;
+    case SF_FORMAT_PCM_24:
+        return 24;
+    case SF_FORMAT_PCM_32:
+        return 32;
+    default:
+        return 0;
+    }
+}
+
+SF_INFO format_of(const std::string& path, Encoding encoding, int channels, int rate)
+{
+    std::string wanted = fs::path(path).extension().string();
+    std::ranges::transform(wanted, wanted.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto* row =
+        std::ranges::find_if(kExtensions, [&](const Extension& e) { return wanted == '.' + std::string(e.name); });
+    if (row == std::end(kExtensions)) {
+        std::string known;
+        for (const Extension& e : kExtensions)
+            known += (known.empty() ? "" : ", ") + std::string(e.name);
+        throw AudioError(path + ": the extension names the format, one of " + known);
+    }
+    if (row->lossy && encoding != Encoding::natural)
+        throw AudioError(path + ": " + std::string(row->name) + " has its own encoding; leave --format out");
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = channels;
+    info.format = row->lossy ? row->format : row->format | subtype(encoding);
+    if (!sf_format_check(&info))
+        throw AudioError(path + ": " + std::string(row->name) + " does not take " + std::to_string(channels) +
+                         " channels of " + std::to_string(rate) + " Hz in this encoding");
+    return info;
+}
+
+// The nearest code, left-justified in 32 bits as libsndfile takes it. Its own conversion scales by one code less than
+// full scale, so that reading and writing would not return the same samples.
+std::int32_t code_of(float sample, float scale, float top, int shift)
+{
+    float v = sample * scale;
+    v = v < top ? v : top;
+    v = v > -scale ? v : -scale;
+    v = sample == sample ? v : 0.0F;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::int32_t>(std::nearbyintf(v)))
+                                     << shift);
+}
+
+}  // namespace
+
+// ---- reading ----
+
+AudioReader::AudioReader(const std::string& path) : path_(path)
+{
+    file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
+    if (!file_)
+        throw AudioError(path + ": " + sf_strerror(nullptr));
+    chunk_.resize(chunk_frames(info_.channels) * static_cast<std::size_t>(info_.channels));
+}
+
+std::optional<std::int64_t> AudioReader::frames() const
+{
+    if (info_.frames < 0 || info_.frames == SF_COUNT_MAX)
+        return {};
+    return info_.frames;
+}
+
+void AudioReader::fill()
+{
+    position_ = 0;
+    size_ = sf_readf_float(file_.get(), chunk_.data(), static_cast<sf_count_t>(chunk_frames(info_.channels)));
+    if (size_ <= 0 && sf_error(file_.get()) != SF_ERR_NO_ERROR)
+        throw AudioError(path_ + ": " + sf_strerror(file_.get()));
+}
+
+int AudioReader::read(float* const* channels, int frames)
+{
+    int done = 0;
+    while (done < frames) {
+        if (position_ == size_)
+            fill();
+        if (size_ <= 0)
+            break;
+        const int n = static_cast<int>(std::min<sf_count_t>(frames - done, size_ - position_));
+        for (int ch = 0; ch < info_.channels; ++ch) {
+            const float* from = chunk_.data() + position_ * info_.channels + ch;
+            for (int i = 0; i < n; ++i)
+                channels[ch][done + i] = from[static_cast<std::ptrdiff_t>(i) * info_.channels];
+        }
+        position_ += n;
+        done += n;
+    }
+    for (int ch = 0; ch < info_.channels; ++ch)
+        std::fill(channels[ch] + done, channels[ch] + frames, 0.0F);
+    return done;
+}
+
+// ---- writing ----
+
+void AudioWriter::check(const std::string& path, Encoding encoding, int channels, int rate)
+{
+    format_of(path, encoding, channels, rate);
+    if (const std::string why = PartFile::refusal(path); !why.empty())
+        throw AudioError(why);
+}
+
+AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channels, int rate,
+                         std::optional<std::int64_t> frames)
+    : part_(path), channels_(channels)
+{
+    constexpr double kMaxWavBytes = 4e9;
+    SF_INFO info = format_of(path, encoding, channels, rate);
+    bits_ = bits_of(info.format);
+    if (const double bytes = static_cast<double>(frames.value_or(0)) * channels * (bits_ ? bits_ / 8 : 4);
+        bytes > kMaxWavBytes && (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV)
+        info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
+    file_.reset(sf_open(part_.part().c_str(), SFM_WRITE, &info));
+    if (!file_)
+        fail(sf_strerror(nullptr));
+    sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
+    sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    chunk_.resize(chunk_frames(channels) * static_cast<std::size_t>(channels));
+    codes_.resize(bits_ ? chunk_.size() : 0);
+}
+
+void AudioWriter::write(const float* const* channels, int frames)
+{
+    const std::size_t room = chunk_frames(channels_);
+    for (int done = 0; done < frames;) {
+        const int n = static_cast<int>(std::min(room - filled_, static_cast<std::size_t>(frames - done)));
+        for (int ch = 0; ch < channels_; ++ch) {
+            float* to = chunk_.data() + filled_ * static_cast<std::size_t>(channels_) + ch;
+            for (int i = 0; i < n; ++i)
+                to[static_cast<std::ptrdiff_t>(i) * channels_] = channels[ch][done + i];
+        }
+        filled_ += static_cast<std::size_t>(n);
+        done += n;
+        if (filled_ == room)
+            flush();
+    }
+}
+
+void AudioWriter::flush()
+{
+    const auto frames = static_cast<sf_count_t>(filled_);
+    const std::size_t samples = filled_ * static_cast<std::size_t>(channels_);
+    filled_ = 0;
+    sf_count_t written;
+    if (bits_ > 0) {
+        const float scale = std::ldexp(1.0F, bits_ - 1);
+        const float top = bits_ == 32 ? std::nextafter(scale, 0.0F) : scale - 1;
+        for (std::size_t i = 0; i < samples; ++i)
+            codes_[i] = code_of(chunk_[i], scale, top, 32 - bits_);
+        written = sf_writef_int(file_.get(), codes_.data(), frames);
+    } else {
+        written = sf_writef_float(file_.get(), chunk_.data(), frames);
+    }
+    if (written != frames || sf_error(file_.get()) != SF_ERR_NO_ERROR)
+        fail(sf_strerror(file_.get()));
+}
+
+void AudioWriter::commit()
+{
+    flush();
+    if (const int error = sf_close(file_.release()))
+        fail(sf_error_number(error));
+    part_.commit();
+}
+
+void AudioWriter::fail(const std::string& why) const { throw AudioError(part_.path() + ": cannot be written: " + why); }
+
+}  // namespace vantoro

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sound files, a block of planar samples at a time. Memory does not grow with a file's length.
+// Everything throws AudioError.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <sndfile.h>
+
+#include "io/part_file.h"
+
+namespace vantoro {
+
+class AudioError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct CloseSound {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using Sound = std::unique_ptr<SNDFILE, CloseSound>;
+
+// Where audio comes from.
+class AudioSource {
+public:
+    virtual ~AudioSource() = default;
+    virtual int rate() const = 0;  // Hz
+    virtual int channels() const = 0;
+    virtual std::optional<std::int64_t> frames() const = 0;  // unknown for some streams
+
+    // Up to `frames` samples a channel; the rest of each buffer is zeroed. Returns how many came, 0 at the end.
+    virtual int read(float* const* channels, int frames) = 0;
+};
+
+// Where it goes.
+class AudioSink {
+public:
+    virtual ~AudioSink() = default;
+    virtual void write(const float* const* channels, int frames) = 0;
+    virtual void commit() = 0;  // flushes, closes and puts a file in its place
+};
+
+// Reads whatever libsndfile reads.
+class AudioReader : public AudioSource {
+public:
+    explicit AudioReader(const std::string& path);
+
+    int rate() const override { return info_.samplerate; }
+    int channels() const override { return info_.channels; }
+    std::optional<std::int64_t> frames() const override;
+    int read(float* const* channels, int frames) override;
+
+private:
+    void fill();
+
+    SF_INFO info_{};
+    Sound file_;
+    std::string path_;
+    std::vector<float> chunk_;  // interleaved
+    sf_count_t position_ = 0, size_ = 0;
+};
+
+// How samples are stored. PCM: the nearest code, full scale 1.0, what lies beyond is clipped. `natural`: 24-bit PCM, or
+// what a lossy format has.
+enum class Encoding {
+    natural,
+    pcm16,
+    pcm24,
+    pcm32,
+    real  // 32-bit float, exact
+};
+
+// Writes a file whose format follows from its extension. It takes its place with commit(), not before.
+class AudioWriter : public AudioSink {
+public:
+    // Whether the path's extension and the encoding name a format that can be written. Throws if not.
+    static void check(const std::string& path, Encoding encoding, int channels, int rate);
+
+    // `frames`: the length to come, where it is known; very long WAV files become RF64.
+    AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
+
+    void write(const float* const* channels, int frames) override;
+    void commit() override;
+
+private:
+    void flush();
+    [[noreturn]] void fail(const std::string& why) const;
+
+    PartFile part_;
+    int channels_;
+    int bits_;  // of PCM; 0: float
+    Sound file_;
+    std::vector<float> chunk_;         // interleaved
+    std::vector<std::int32_t> codes_;  // the same as PCM
+    std::size_t filled_ = 0;           // frames in the chunk
+};
+
+}  // namespace vantoro

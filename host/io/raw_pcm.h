@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+// Headerless PCM, from a file or through a pipe ("-": standard input and output), by the library's own converters.
+// Everything throws AudioError.
+#pragma once
+
+#include <cstdio>
+#include <map>
+
+#include "io/audio_file.h"
+
+namespace vantoro {
+
+struct RawFormat {
+    int bits;  // 16 or 24, packed
+    bool big_endian;
+};
+const std::map<std::string, RawFormat>& raw_formats();  // by name: s16le, s16be, s24le, s24be
+
+struct CloseStream {
+    void operator()(std::FILE* file) const;  // standard streams stay open
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+// Interleaved frames. The most negative word lies a little below -1, as the library scales it.
+class RawReader : public AudioSource {
+public:
+    RawReader(const std::string& path, RawFormat format, int channels, int rate);
+
+    int rate() const override { return rate_; }
+    int channels() const override { return channels_; }
+    std::optional<std::int64_t> frames() const override { return {}; }
+    int read(float* const* channels, int frames) override;
+
+private:
+    std::string path_;
+    RawFormat format_;
+    int channels_, rate_;
+    Stream stream_;
+    std::vector<unsigned char> bytes_;
+    std::vector<float> samples_;  // interleaved
+};
+
+// The nearest word; what lies beyond full scale is clipped, NaN is 0. A file takes its place with commit(); standard
+// output gets every block at once.
+class RawWriter : public AudioSink {
+public:
+    static void check(const std::string& path);  // throws when the file cannot be made
+
+    RawWriter(const std::string& path, RawFormat format, int channels);
+
+    void write(const float* const* channels, int frames) override;
+    void commit() override;
+
+private:
+    [[noreturn]] void fail() const;
+
+    std::string path_;
+    RawFormat format_;
+    int channels_;
+    std::optional<PartFile> part_;  // not for standard output
+    Stream stream_;
+    std::vector<float> samples_;  // channel after channel
+    std::vector<float*> pins_;
+    std::vector<unsigned char> bytes_;
+};
+
+}  // namespace vantoro

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// Type code to module: one row per run of codes. Categories differ in their rows, not in code.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include "../common/block_types.h"
+#include "log.h"
+
+namespace lbx {
+
+// The type codes that a row serves: one, or a run with both ends included.
+struct Codes {
+    int first, last;
+    constexpr Codes(int only) : first(only), last(only) {}
+    constexpr Codes(int from, int to) : first(from), last(to) {}
+};
+
+struct BlockOps {
+    Codes codes;
+    BlockAlgo* (*init)(int nInputs, int nOutputs, BlockPro* pro, int type);
+    int (*param_set)(BlockAlgo* blk, float* vector);
+    int (*param_update)(BlockAlgo* blk);
+    int (*param_invoke)(BlockAlgo* blk);
+    int (*process)(BlockAlgo* blk, float** in, float** out);
+    int (*destroy)(BlockAlgo* blk);
+};
+
+// True when each row goes on where the one before ended, within one category.
+template <class Row, std::size_t kCount>
+constexpr bool dense(const Row (&rows)[kCount])
+{
+    for (std::size_t i = 0; i < kCount; ++i)
+        if (rows[i].codes.first > rows[i].codes.last || (i > 0 && rows[i].codes.first != rows[i - 1].codes.last + 1))
+            return false;
+    return (rows[0].codes.first & 0xff00) == (rows[kCount - 1].codes.last & 0xff00);
+}
+
+// Code after code from the first row's on, the row that serves it.
+template <const auto& kRows>
+inline constexpr auto kRowIndex = [] {
+    static_assert(dense(kRows), "a table's codes follow on one another");
+    constexpr int kFirst = kRows[0].codes.first;
+    std::array<std::uint8_t, std::end(kRows)[-1].codes.last - kFirst + 1> index = {};
+    for (std::size_t row = 0; row < std::size(kRows); ++row)
+        for (int code = kRows[row].codes.first; code <= kRows[row].codes.last; ++code)
+            index[static_cast<std::size_t>(code - kFirst)] = static_cast<std::uint8_t>(row);
+    return index;
+}();
+
+// The row that serves `type`, or null. Two loads: every call of every block comes through here.
+template <const auto& kRows>
+constexpr const auto* row_of(int type)
+{
+    const std::size_t at = static_cast<unsigned>(type) - static_cast<unsigned>(kRows[0].codes.first);
+    return at < kRowIndex<kRows>.size() ? &kRows[kRowIndex<kRows>[at]] : nullptr;
+}
+
+// Some modules take their vector as void*; a table has one form.
+template <auto Set>
+int set_with(BlockAlgo* blk, float* vector)
+{
+    return Set(blk, vector);
+}
+
+// An update that applies the stored vector again: set without a vector.
+template <auto Set>
+int reapply(BlockAlgo* blk)
+{
+    return Set(blk, nullptr);
+}
+
+// The six functions of a module that follows the common naming.
+#define LBX_OPS(stem)                                                                                       \
+    stem##_init, lbx::set_with<stem##_param_set>, stem##_param_update, stem##_param_invoke, stem##_process, \
+        stem##_destroy
+
+}  // namespace lbx
+
+// Defines the six functions of a category over its table. An unserved type logs `message` and yields `refused` (init:
+// null). A category with a deviation takes the parts it shares.
+#define LBX_CATEGORY(prefix, table, message, refused)    \
+    LBX_CATEGORY_INIT(prefix, table, message)            \
+    LBX_CATEGORY_PARAMS(prefix, table, message, refused) \
+    LBX_CATEGORY_RUN(prefix, table, message, refused)
+
+#define LBX_CATEGORY_INIT(prefix, table, message)                                            \
+    BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type) \
+    {                                                                                        \
+        if (const lbx::BlockOps* ops = lbx::row_of<table>(type))                             \
+            return ops->init(nInputs, nOutputs, pro, type);                                  \
+        LBX_LOG(message);                                                                    \
+        return nullptr;                                                                      \
+    }
+
+#define LBX_CATEGORY_PARAMS(prefix, table, message, refused)                                                     \
+    LBX_CATEGORY_CALL(prefix, param_reset, param_set, table, message, refused, (BlockAlgo * blk, float* vector), \
+                      (blk, vector))                                                                             \
+    LBX_CATEGORY_CALL(prefix, param_update, param_update, table, message, refused, (BlockAlgo * blk), (blk))     \
+    LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, (BlockAlgo * blk), (blk))
+
+#define LBX_CATEGORY_RUN(prefix, table, message, refused)                                             \
+    LBX_CATEGORY_CALL(prefix, process, process, table, message, refused,                              \
+                      (BlockAlgo * blk, float** data_in, float** data_out), (blk, data_in, data_out)) \
+    LBX_CATEGORY_CALL(prefix, destroy, destroy, table, message, refused, (BlockAlgo * blk), (blk))
+
+#define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args) \
+    int BlockAlgo_##prefix##_##name params                                         \
+    {                                                                              \
+        if (const lbx::BlockOps* ops = lbx::row_of<table>(blk->method_type))       \
+            return ops->op args;                                                   \
+        LBX_LOG(message);                                                          \
+        return refused;                                                            \
+    }
