@@ -17,6 +17,7 @@
 #include "basic_dsp/logic.h"
 #include "common/allpass.h"
 #include "common/biquad.h"
+#include "common/block_info.h"
 #include "common/block_types.h"
 #include "common/category.h"
 #include "common/circular_buffer.h"

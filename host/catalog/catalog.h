@@ -20,6 +20,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "support/problem.h"
 #include "vantoro.h"
 
 namespace vantoro {
@@ -156,11 +157,7 @@ const PinNote* note_of(const BlockType& type, PinNote::Side side, int pin, Pins 
 
 // ---- values ----
 
-// A fault of a parameter: where (a JSON pointer below the parameters: "/bands/3/q"), what stands there, and what would
-// be right ("a number from 0.01 to 16", "one of Gen_Param, ...", "unknown; did you mean boostDb?").
-struct Problem {
-    std::string where, value, wanted;
-};
+// Faults are reported with their place below the parameters: "/bands/3/q".
 
 // The vector of a block of `type` with `pins` (which must fit). `params` is an object or null; absent values are
 // defaults. Every fault is appended to `problems`; the vector is of use only when there is none.

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "catalog/catalog.h"
+#include "support/problem.h"
 
 namespace vantoro {
 

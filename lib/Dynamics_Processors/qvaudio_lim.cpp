@@ -9,12 +9,11 @@
 #include "../framework/new_block.h"
 #include "../kernels/follower.h"
 #include "../kernels/recursion.h"
+#include "qvaudio_lim_info.h"
 
 using namespace lbx;
 
 namespace {
-
-constexpr float kDefaults[kLimiterModuleSize] = {200.0F, 200.0F, -3.0F};
 
 void derive(BlockAlgo* blk)
 {
@@ -109,7 +108,7 @@ BlockAlgo* Limiter_init(int nInputs, int nOutputs, BlockPro* block_pro, int type
     if (!core || !zeros(blk->pParam, kLimiterModuleSize) || !zeros(core->smooth_rms, nInputs) ||
         !zeros(core->smooth_gain, nInputs))
         return nullptr;
-    copy_params(blk->pParam, kDefaults, kLimiterModuleSize);
+    copy_params(blk->pParam, kInitial<limiter::kLayout>.data(), kLimiterModuleSize);
     std::fill_n(core->smooth_gain, nInputs, 1.0F);
     core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize);
     derive(blk.get());

@@ -144,7 +144,7 @@ int AdjustableGain_param_set(BlockAlgo* blk, float* param)
 int AdjustableSlewGain_param_set(BlockAlgo* blk, float* param)
 {
     derive_gains(blk, param);
-    const float rate = lbx::clamp_back(blk->pParam[kAdjustableGainSlewRate], 1.0F, 23.0F);
+    const float rate = lbx::clamp_back(blk->pParam[kAdjustableGainSlewRate], {1.0F, 23.0F});
     core_of(blk)->attack_gain = lbx::slew_alpha(rate, static_cast<float>(blk->block_pro->nSamplingRate),
                                                 static_cast<float>(blk->block_pro->nBlockSize));
     return 0;

@@ -195,7 +195,7 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
     int inverted[Split::kMaxBands] = {};
     for (int f = 0; f < way.filters; ++f) {
         const Filter& filter = way.filter[f];
-        const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_to(param[filter.gain], kLevelRange));
+        const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_back(param[filter.gain], kLevelRange));
         float ba[kFilterDesignSize];
         design(coeff, ba, rate_hz, to_int(param[filter.type]), param[filter.fc], gain, filter.kind);
         coeff += std::ptrdiff_t{5} * sections[f];

@@ -118,7 +118,7 @@ struct EqBand {
 };
 inline EqBand eq_band(float rate_hz, float fc_hz, float q, float boost_db)
 {
-    return {corner(fc_hz * 6.2831855F / rate_hz), clamp_to(q, kQRange), clamp_to(boost_db, kLevelRange)};
+    return {corner(fc_hz * 6.2831855F / rate_hz), clamp_back(q, kQRange), clamp_back(boost_db, kLevelRange)};
 }
 
 enum EqCommonType {
@@ -134,7 +134,7 @@ inline bool eq_common(int type, const EqBand& band, Sos& h, float& gain)
 {
     const float A = std::pow(10.0F, band.boost_db / 40.0F);
     float slope = band.q;  // within the range of a Q already
-    clamp_to(slope, kSlopeRange);
+    clamp_back(slope, kSlopeRange);
     switch (type) {
     case kEqPeaking:
         h = peaking_eq(band.corner, A, alpha_q(band.corner, band.q));

@@ -3,13 +3,12 @@
 
 #include "../kernels/level.h"
 #include "../kernels/section_design.h"
+#include "first_order_info.h"
 #include "section_block.h"
 
 namespace {
 
 using namespace lbx;
-
-constexpr float kDefaults[kFilter1stModuleSize] = {1, 0, LP1st, 0, 1000, 0};
 
 // V is the boost as a linear gain.
 constexpr Sos (*kResponses[])(float w, float V) = {
@@ -22,10 +21,16 @@ constexpr Sos (*kResponses[])(float w, float V) = {
 
 }  // namespace
 
+void lbx::first_order::linear_model(const BlockAlgo* blk, const Paths& paths)
+{
+    const auto* core = core_of<FirstOrder_Core>(blk);
+    each_section_path(core, blk->nInputs, paths, [&] { paths.first_order(core->coeffArray); });
+}
+
 void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sampleRate)
 {
-    const float gain_db = clamp_to(pParameter[kFilter1stGainDB], kLevelRange);
-    const float boost_db = clamp_to(pParameter[kFilter1stBoostDB], kLevelRange);
+    const float gain_db = clamp_back(pParameter[kFilter1stGainDB], first_order::kGainDb.clamp);
+    const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kBoostDb.clamp);
     const int type = to_int(pParameter[kFilter1stType]);
     if (type < LP1st || type > HS1st) {
         LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
@@ -42,7 +47,7 @@ BlockAlgo* FirstOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, i
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FirstOrder_destroy);
-    auto* core = new_section_core<FirstOrder_Core>(blk, kDefaults, 3, Input_pin);
+    auto* core = new_section_core<FirstOrder_Core>(blk, kInitial<first_order::kLayout>, 3, Input_pin);
     if (!core)
         return nullptr;
     calculateFilter1stCoeffs(core, blk->pParam, rounded_rate(block_pro));

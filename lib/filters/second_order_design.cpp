@@ -51,7 +51,7 @@ struct Request {
     float half_angle;
     Corner c;
 
-    float fourth(Range range) const { return clamp_to(entry[kFourth], range); }
+    float fourth(VantoroRange range) const { return clamp_back(entry[kFourth], range); }
     float A() const { return std::pow(10.0F, entry[kBoostDb] / 40.0F); }
     float q() const { return alpha_q(c, fourth(kQRange)); }
     float slope() const { return alpha_slope(c, A(), fourth(kSlopeRange)); }
@@ -87,9 +87,9 @@ constexpr Sos (*kResponses[])(R) = {
 bool write_response(int response, bool has_boost, float* entry, int rate, float* coeff)
 {
     write_pass_through(coeff);
-    const float gain_db = clamp_to(entry[kGainDb], kLevelRange);
+    const float gain_db = clamp_back(entry[kGainDb], kLevelRange);
     if (has_boost)
-        clamp_to(entry[kBoostDb], kLevelRange);
+        clamp_back(entry[kBoostDb], kLevelRange);
     if (response < 0 || response >= std::ssize(kResponses))
         return false;
     const float w = angle_of(entry[kFc], rate);
@@ -156,8 +156,8 @@ void write_first_orders(const float* entry, int rate, const char* func, float* c
 
 void write_first_order_shelf(float* entry, int rate, float* coeff)
 {
-    const float gain = linear_gain(clamp_to(entry[kGainDb], kLevelRange));
-    const float V = linear_gain(clamp_to(entry[kBoostDb], kLevelRange));
+    const float gain = linear_gain(clamp_back(entry[kGainDb], kLevelRange));
+    const float V = linear_gain(clamp_back(entry[kBoostDb], kLevelRange));
     const float w = angle_of(entry[kFc], rate);
     const int type = to_int(entry[kType]);
     if (type == 0)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <span>
 
+#include "../framework/info.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/ramp.h"
@@ -31,6 +32,17 @@ void run_section_block(const Core* core, RunSection run, float* state, const flo
         copy_pins(in, out, channels, n);
     else
         run(core->coeffArray, state, in, out, channels, n, core->polarity != 0);
+}
+
+// The linear model: switched off the block copies, whatever the polarity; else `tell` tells of its sections.
+template <class Core, class Tell>
+void each_section_path(const Core* core, int channels, const info::Paths& paths, Tell&& tell)
+{
+    for (int ch = 0; ch < channels; ++ch) {
+        paths.path(ch, ch, core->enable != 0 && core->polarity != 0 ? -1 : 1);
+        if (core->enable != 0)
+            tell();
+    }
 }
 
 // The record of a new block: enabled, not inverted, silent. Null when memory is short.

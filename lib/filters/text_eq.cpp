@@ -27,7 +27,7 @@ struct Text {
 float octaves(const EqBand& band)
 {
     float width = band.q;  // within the range of a Q already
-    return alpha_octaves(band.corner, clamp_to(width, kOctaveRange));
+    return alpha_octaves(band.corner, clamp_back(width, kOctaveRange));
 }
 
 }  // namespace

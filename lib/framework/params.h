@@ -6,6 +6,7 @@
 #include <limits>
 #include <span>
 
+#include "../common/block_info.h"
 #include "log.h"
 
 namespace lbx {
@@ -36,12 +37,12 @@ inline void copy_params(float* own, const float* vector, int n)
 }
 
 // Silent clamp; the entry then holds what is used. NaN passes.
-inline float clamp_back(float& entry, float lo, float hi)
+inline float clamp_back(float& entry, VantoroRange range)
 {
-    if (entry > hi)
-        entry = hi;
-    if (entry < lo)
-        entry = lo;
+    if (entry > range.max)
+        entry = range.max;
+    if (entry < range.min)
+        entry = range.min;
     return entry;
 }
 

@@ -8,11 +8,10 @@
 #include <limits>
 
 #include "../common/block_types.h"
+#include "../framework/context.h"
 #include "fast_inline.h"
 
 namespace lbx {
-
-inline float rate_of(const BlockPro* pro) { return static_cast<float>(pro->nSamplingRate); }
 
 // Weight of a new mean square. It grows with the time: a larger one follows faster.
 inline float growing_weight(float ms, float samples, float rate_hz)

@@ -32,15 +32,11 @@ void write_first_order(const Sos& h, float gain, float* coeff);
 void write_pass_through(float* coeff);
 
 // What the fourth parameter of a response may be. Blocks clamp it and hand the clamped value back to their vector.
-struct Range {
-    float lo, hi;
-};
-constexpr Range kQRange = {0.01F, 16.0F};
-constexpr Range kSlopeRange = {0.01F, 2.0F};
-constexpr Range kOctaveRange = {0.01F, 11.0F};
-constexpr Range kRippleRange = {0.1F, 10.0F};   // dB
-constexpr Range kLevelRange = {-50.0F, 50.0F};  // dB, of gains and boosts
-inline float clamp_to(float& entry, Range range) { return clamp_back(entry, range.lo, range.hi); }
+constexpr VantoroRange kQRange = {0.01F, 16.0F};
+constexpr VantoroRange kSlopeRange = {0.01F, 2.0F};
+constexpr VantoroRange kOctaveRange = {0.01F, 11.0F};
+constexpr VantoroRange kRippleRange = {0.1F, 10.0F};   // dB
+constexpr VantoroRange kLevelRange = {-50.0F, 50.0F};  // dB, of gains and boosts
 
 // The half width `alpha` of RBJ, by what the user states.
 float alpha_q(const Corner& c, float q);                   // sin / (2 Q)

@@ -7,6 +7,9 @@
 
 #include <cmath>
 
+#include "../framework/context.h"
+#include "fast_inline.h"
+
 namespace lbx {
 
 struct Glide {
@@ -14,7 +17,13 @@ struct Glide {
     float step;      // per sample inside the block
 };
 
-// alpha is SlewAlphaGet's factor, pre_div is 1 / (block size + 1).
+// SlewAlphaGet's factor for a slew rate and the context of a block.
+inline float slew_alpha(float slew_rate, const BlockPro* pro)
+{
+    return slew_alpha(slew_rate, rate_of(pro), static_cast<float>(pro->nBlockSize));
+}
+
+// alpha is slew_alpha's factor, pre_div the context's sample_share.
 inline Glide glide(float now, float target, float alpha, float pre_div)
 {
     const float to = std::fma(now, alpha, (1.0F - alpha) * target);

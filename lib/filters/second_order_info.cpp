@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../framework/info.h"
+#include "../framework/info_list.h"
+
+namespace lbx::info {
+
+constinit const InfoRows kSecondOrderInfo = {};
+constinit const InfoRows kNonBareInfo = {};  // its code stands apart
+
+}  // namespace lbx::info
