@@ -14,7 +14,7 @@ constexpr const InfoRows* kModules[] = {
 #undef LBX_ADDRESS
 };
 
-const InfoRow* row_of(int type)
+const InfoRow* find_row(int type)
 {
     for (const InfoRows* module : kModules)
         for (const InfoRow& row : *module)
@@ -27,7 +27,7 @@ const InfoRow* row_of(int type)
 
 const VantoroBlockInfo* Vantoro_block_info(int type)
 {
-    const InfoRow* row = row_of(type);
+    const InfoRow* row = find_row(type);
     return row ? &row->info : nullptr;
 }
 
@@ -60,7 +60,7 @@ int Vantoro_initial_vector(const VantoroBlockInfo* info, int inputs, int outputs
 
 int Vantoro_block_linear(const BlockAlgo* blk, const VantoroLinearVisitor* visitor)
 {
-    const InfoRow* row = row_of(blk->method_type);
+    const InfoRow* row = find_row(blk->method_type);
     if (!row || !row->linear_model)
         return 0;
     row->linear_model(blk, Paths(*visitor));

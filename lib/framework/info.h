@@ -117,6 +117,23 @@ constexpr ParamWords gain_db(std::string_view name, float initial, VantoroRange 
     return real(name, "dB", initial, range, help).decibel().valid_in({-kInfinity, kMostGainDb});
 }
 
+// A gain that the coarse exponential converts (LBX_DB2Gain): within 0.35 dB, and 0 dB is -0.256 dB. From -1000 dB on
+// the factor is 0, and far below, from -6158 dB on, no number.
+inline constexpr float kLeastCoarseGainDb = -1000;
+constexpr ParamWords coarse_gain_db(std::string_view name, float initial, VantoroRange range, const char* help)
+{
+    return gain_db(name, initial, range, help).valid_in({kLeastCoarseGainDb, kMostGainDb});
+}
+
+// What slew_alpha takes. Beyond the upper end a glide takes minutes, and where its factor rounds to 1 it is a jump.
+inline constexpr VantoroRange kSlewRates = {1, 23};
+constexpr ParamWords slew_rate(float initial)
+{
+    return real("slewRate", "", initial, kSlewRates, "glide: a time constant of 0.0416 ms x 2^(rate - 1); 12 is 85 ms")
+        .in_steps(0.1F)
+        .valid_in({-kInfinity, kSlewRates.max});
+}
+
 constexpr ParamWords whole(std::string_view name, float initial, VantoroRange range, const char* help)
 {
     return param(VANTORO_INTEGER, name, "", initial, range, help);
@@ -124,7 +141,7 @@ constexpr ParamWords whole(std::string_view name, float initial, VantoroRange ra
 
 constexpr ParamWords flag(std::string_view name, float initial, const char* help)
 {
-    return param(VANTORO_FLAG, name, "", initial, {0, 1}, help);
+    return param(VANTORO_FLAG, name, "", initial, {0, 1}, help).valid_in({0, 1});
 }
 
 template <std::size_t kCount>
@@ -235,7 +252,8 @@ constexpr VantoroSlot first_of(const VantoroTable& table, int column)
 }
 
 // The number that `per` means for these pins.
-constexpr int count_per(VantoroPer per, int inputs, int outputs)
+template <class Int>
+constexpr Int count_per(VantoroPer per, Int inputs, Int outputs)
 {
     switch (per) {
     case VANTORO_PER_NOTHING:
@@ -325,18 +343,19 @@ inline constexpr VantoroPinRule kTwoOne = rule("2 -> 1", pins(2), pins(1), 2, 1)
 inline constexpr VantoroPinRule kNoneToMany = rule("0 -> n", pins(0), pins(VANTORO_N), 0, 1);
 
 // What one side says of its unknown: (pins - fixed) / times. False when the division leaves something.
-constexpr bool unknown_of(VantoroPinCount side, int pins, int& number)
+constexpr bool unknown_of(VantoroPinCount side, int pins, long long& number)
 {
+    const long long counted = static_cast<long long>(pins) - side.fixed;
     if (side.of == VANTORO_NONE)
-        return pins == side.fixed;
-    number = (pins - side.fixed) / side.times;
-    return number * side.times == pins - side.fixed;
+        return counted == 0;
+    number = counted / side.times;
+    return number * side.times == counted;
 }
 
 // Whether the two sides agree on n, whatever n is: what a module checks that leaves n itself open.
 constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    int in = 0, out = 0;
+    long long in = 0, out = 0;
     if (!unknown_of(rule.inputs, inputs, in) || !unknown_of(rule.outputs, outputs, out))
         return false;
     return rule.inputs.of != VANTORO_N || rule.outputs.of != VANTORO_N || in == out;
@@ -344,11 +363,11 @@ constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 
 constexpr bool pins_fit(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    int in = 1, out = 1;
+    long long in = 1, out = 1;
     if (inputs < 0 || outputs < 0 || !pins_agree(rule, inputs, outputs) || !unknown_of(rule.inputs, inputs, in) ||
         !unknown_of(rule.outputs, outputs, out) || in < 1 || out < 1)
         return false;
-    const auto groups = [&](VantoroPinCount side, int kn, int n) {
+    const auto groups = [&](VantoroPinCount side, long long kn, long long n) {
         return side.of != VANTORO_KN || (kn % n == 0 && kn / n >= rule.min_k);
     };
     const bool limited = rule.max_n > 0 && ((rule.inputs.of == VANTORO_N && in > rule.max_n) ||
@@ -425,7 +444,7 @@ inline constexpr char kLoudness[] = "Loudness", kBasic[] = "Basic", kDynamics[] 
                       kSwitching[] = "Switching", kNonLinear[] = "Non-linear", kSources[] = "Sources",
                       kVolume[] = "Volume", kInputs[] = "Inputs", kOutputs[] = "Outputs", kReverb[] = "Reverb";
 
-// A type: LBX_TYPE(DP_LIMITER, kDynamics, "limiter", kSame).params(kLimiterLayout).traits(VANTORO_DENORMALS)
+// A type: LBX_TYPE(DP_LIMITER, kDynamics, "limiter", kSame).params(kLayout, VANTORO_KEEPS).traits(VANTORO_DENORMALS)
 struct InfoRow {
     VantoroBlockInfo info;
     LinearModel linear_model = nullptr;
