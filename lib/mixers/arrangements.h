@@ -9,7 +9,8 @@
 
 namespace lbx {
 
-struct Pins {
+// The pins of one block of samples.
+struct PinBuffers {
     int inputs, outputs;
     float* const* x;
     float* const* y;
@@ -19,7 +20,7 @@ struct Pins {
 inline constexpr int kSplitGroup = 8;  // outputs of a splitter whose gains run side by side
 
 // Where an arrangement takes its gains from: at(first, stride, count, n) serves `count` gains for the next n samples.
-struct Constant {
+struct PlainGains {
     const float* gain;
 
     ConstantGain at(std::ptrdiff_t first, std::ptrdiff_t stride, int /*count*/, int /*n*/) const
@@ -28,7 +29,7 @@ struct Constant {
     }
 };
 
-struct Moving {
+struct SlewedGains {
     float* now;         // the running gains
     const float* step;  // per sample
     float* rows;        // room for the paths of an output, and for kSplitGroup
@@ -50,31 +51,31 @@ auto weighted(Gain gain, Pin pin)
     };
 }
 
-template <class Source>
-void multi(Pins pins, Source source)
+template <class Gains>
+void multi(PinBuffers pins, Gains gains)
 {
     for (int start = 0; start < pins.n; start += kTile) {
         const int n = std::min(kTile, pins.n - start);
         sum_paths(pins.inputs, n, {pins.y[0] + start},
-                  weighted(source.at(0, 1, pins.inputs, n), [=, x = pins.x](int k, int) { return x[k] + start; }));
+                  weighted(gains.at(0, 1, pins.inputs, n), [=, x = pins.x](int k, int) { return x[k] + start; }));
     }
 }
 
-template <class Source>
-void stereo(Pins pins, Source source)
+template <class Gains>
+void stereo(PinBuffers pins, Gains gains)
 {
     const int pairs = pins.inputs / 2;
     for (int start = 0; start < pins.n; start += kTile) {
         const int n = std::min(kTile, pins.n - start);
         sum_paths(
             pairs, n, {pins.y[0] + start, pins.y[1] + start},
-            weighted(source.at(0, 1, pairs, n), [=, x = pins.x](int k, int out) { return x[2 * k + out] + start; }));
+            weighted(gains.at(0, 1, pairs, n), [=, x = pins.x](int k, int out) { return x[2 * k + out] + start; }));
     }
 }
 
 // The inputs are copied first, to kTile floats each in `copies`.
-template <class Source>
-void cross(Pins pins, Source source, float* copies)
+template <class Gains>
+void cross(PinBuffers pins, Gains gains, float* copies)
 {
     const auto copy_of = [=](int i, int) { return copies + std::ptrdiff_t{i} * kTile; };
     for (int start = 0; start < pins.n; start += kTile) {
@@ -83,12 +84,12 @@ void cross(Pins pins, Source source, float* copies)
             copy_tile(pins.x[i] + start, copy_of(i, 0), n);
         for (int j = 0; j < pins.outputs; ++j)
             sum_paths(pins.inputs, n, {pins.y[j] + start},
-                      weighted(source.at(j, pins.outputs, pins.inputs, n), copy_of));
+                      weighted(gains.at(j, pins.outputs, pins.inputs, n), copy_of));
     }
 }
 
-template <class Source>
-void split(Pins pins, Source source)
+template <class Gains>
+void split(PinBuffers pins, Gains gains)
 {
     alignas(32) float x[kTile];
     for (int start = 0; start < pins.n; start += kTile) {
@@ -96,7 +97,7 @@ void split(Pins pins, Source source)
         copy_tile(pins.x[0] + start, x, n);
         for (int first = 0; first < pins.outputs; first += kSplitGroup) {
             const int outputs = std::min(kSplitGroup, pins.outputs - first);
-            const auto gain = source.at(first, 1, outputs, n);
+            const auto gain = gains.at(first, 1, outputs, n);
             for (int j = 0; j < outputs; ++j)
                 sum_paths(1, n, {pins.y[first + j] + start}, [&](auto sum, int, int, int t) {
                     using V = decltype(sum);

@@ -11,88 +11,71 @@
 #include "../kernels/each_index.h"
 #include "../kernels/fast_inline.h"
 #include "arrangements.h"
+#include "mixers_info.h"
+
+using namespace lbx;
 
 namespace {
-
-using lbx::kTile;
-
-constexpr float kDefaultSlewRate = 15.0F;
 
 int merge(BlockAlgo* blk, float** xn, float** yn)
 {
     return Mixers_SigMergerProcess(blk->nInputs, blk->block_pro->nBlockSize, xn, yn);
 }
 
-enum class Gains : std::uint8_t {
-    kNone,
-    kOne,
-    kInputs,
-    kPairs,
-    kMatrix,
-    kOutputs
+struct GainCount {
+    int fixed;
+    VantoroPer per;
 };
+constexpr GainCount kNone = {0, VANTORO_PER_NOTHING}, kOne = {1, VANTORO_PER_NOTHING}, kInputs = {0, VANTORO_PER_INPUT},
+                    kPairs = {0, VANTORO_PER_INPUT_PAIR}, kMatrix = {0, VANTORO_PER_CROSSPOINT},
+                    kOutputs = {0, VANTORO_PER_OUTPUT};
 
 struct MixType {
-    lbx::Codes codes;
-    Gains gains;
+    Codes codes;
+    GainCount gains;
     int inputs, outputs;  // pins it cannot do without
     int (*process)(BlockAlgo* blk, float** xn, float** yn);
+
+    bool has_gains() const { return gains.fixed > 0 || gains.per != VANTORO_PER_NOTHING; }
+    bool runs(const BlockAlgo* blk) const { return blk->nInputs >= inputs && blk->nOutputs >= outputs; }
 };
 
 constexpr MixType kTypes[] = {
-    {EN_MIXERS_MERGE, Gains::kNone, 0, 1, merge},
-    {EN_MIXERS_SINGLE, Gains::kOne, 0, 1, Mixers_SingleProcess},
-    {EN_MIXERS_MULTI, Gains::kInputs, 0, 1, Mixers_MultiProcess},
-    {EN_MIXERS_STEREO, Gains::kPairs, 0, 2, Mixers_StereoProcess},
-    {EN_MIXERS_CROSS, Gains::kMatrix, 0, 0, Mixers_NxMProcess},
-    {EN_SPLIT_SINGLE, Gains::kOne, 1, 1, Splitters_SingleProcess},
-    {EN_SPLIT_MULTI, Gains::kOutputs, 1, 0, Splitters_MultiProcess},
-    {EN_SPLIT_T_CONNECT, Gains::kNone, 1, 0, Splitters_TConnect_Process},
-    {EN_MIXERS_SINGLE_SLEW, Gains::kOne, 0, 1, Mixers_SingleSlewProcess},
-    {EN_MIXERS_MULTI_SLEW, Gains::kInputs, 0, 1, Mixers_MultiSlewProcess},
-    {EN_MIXERS_STEREO_SLEW, Gains::kPairs, 0, 2, Mixers_StereoSlewProcess},
-    {EN_MIXERS_CROSS_SLEW, Gains::kMatrix, 0, 0, Mixers_NxMSlewProcess},
-    {EN_SPLIT_SINGLE_SLEW, Gains::kOne, 1, 1, Splitters_SingleSlewProcess},
-    {EN_SPLIT_MULTI_SLEW, Gains::kOutputs, 1, 0, Splitters_MultiSlewProcess},
+    {EN_MIXERS_MERGE, kNone, 0, 1, merge},
+    {EN_MIXERS_SINGLE, kOne, 0, 1, Mixers_SingleProcess},
+    {EN_MIXERS_MULTI, kInputs, 0, 1, Mixers_MultiProcess},
+    {EN_MIXERS_STEREO, kPairs, 0, 2, Mixers_StereoProcess},
+    {EN_MIXERS_CROSS, kMatrix, 0, 0, Mixers_NxMProcess},
+    {EN_SPLIT_SINGLE, kOne, 1, 1, Splitters_SingleProcess},
+    {EN_SPLIT_MULTI, kOutputs, 1, 0, Splitters_MultiProcess},
+    {EN_SPLIT_T_CONNECT, kNone, 1, 0, Splitters_TConnect_Process},
+    {EN_MIXERS_SINGLE_SLEW, kOne, 0, 1, Mixers_SingleSlewProcess},
+    {EN_MIXERS_MULTI_SLEW, kInputs, 0, 1, Mixers_MultiSlewProcess},
+    {EN_MIXERS_STEREO_SLEW, kPairs, 0, 2, Mixers_StereoSlewProcess},
+    {EN_MIXERS_CROSS_SLEW, kMatrix, 0, 0, Mixers_NxMSlewProcess},
+    {EN_SPLIT_SINGLE_SLEW, kOne, 1, 1, Splitters_SingleSlewProcess},
+    {EN_SPLIT_MULTI_SLEW, kOutputs, 1, 0, Splitters_MultiSlewProcess},
 };
 
 constexpr bool is_slewed(int type) { return type >= EN_MIXERS_SINGLE_SLEW; }
 constexpr bool is_cross(int type) { return type == EN_MIXERS_CROSS || type == EN_MIXERS_CROSS_SLEW; }
 
-inline std::ptrdiff_t Mix_GetGainNum(const BlockAlgo* blk)
+std::ptrdiff_t Mix_GetGainNum(const BlockAlgo* blk)
 {
-    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
+    const MixType* row = row_of<kTypes>(blk->method_type);
+    if (!row)
+        return 0;
     const std::ptrdiff_t inputs = std::max(blk->nInputs, 0);
     const std::ptrdiff_t outputs = std::max(blk->nOutputs, 0);
-    switch (row ? row->gains : Gains::kNone) {
-    case Gains::kOne:
-        return 1;
-    case Gains::kInputs:
-        return inputs;
-    case Gains::kPairs:
-        return inputs / 2;
-    case Gains::kMatrix:
-        return inputs * outputs;
-    case Gains::kOutputs:
-        return outputs;
-    case Gains::kNone:
-        break;
-    }
-    return 0;
+    return row->gains.fixed + info::count_per(row->gains.per, inputs, outputs);
 }
 
 int block_size(const BlockAlgo* blk) { return blk->block_pro->nBlockSize; }
 
-float slew_factor(const BlockAlgo* blk, float rate)
-{
-    return lbx::slew_alpha(rate, static_cast<float>(blk->block_pro->nSamplingRate),
-                           static_cast<float>(block_size(blk)));
-}
-
 // The cross types copy their inputs first, a tile at a time.
 bool scratch(BlockAlgo* blk)
 {
-    return !is_cross(blk->method_type) || lbx::zeros(blk->pState, std::ptrdiff_t{blk->nInputs} * kTile + lbx::kLine);
+    return !is_cross(blk->method_type) || zeros(blk->pState, std::ptrdiff_t{blk->nInputs} * kTile + kLine);
 }
 
 // All gains of a slewed block are one array: old, set, and for more than one gain new, dlt and tmp; then the rows, as
@@ -102,8 +85,8 @@ bool slew_arrays(MixSlewSt* st, std::ptrdiff_t gains, int inputs)
     const bool lone = gains == 1;
     const std::ptrdiff_t held = (lone ? 2 : 5) * gains;
     const std::ptrdiff_t rows =
-        lbx::rows_for(std::max<std::ptrdiff_t>(std::min<std::ptrdiff_t>(gains, inputs), lbx::kSplitGroup));
-    if (!lbx::zeros(st->old_gain, held + rows * kTile + lbx::kLine))
+        rows_for(std::max<std::ptrdiff_t>(std::min<std::ptrdiff_t>(gains, inputs), kSplitGroup));
+    if (!zeros(st->old_gain, held + rows * kTile + kLine))
         return false;
     st->set_gain = st->old_gain + gains;
     st->new_gain = lone ? nullptr : st->old_gain + 2 * gains;
@@ -136,11 +119,10 @@ Running running(MixSlewSt* st)
 
 void sum_inputs(int channels, int n, float** xn, float* y)
 {
-    lbx::sum_paths(channels, n, {y},
-                   [=](auto sum, int k, int, int t) { return sum + lbx::load<decltype(sum)>(xn[k] + t); });
+    sum_paths(channels, n, {y}, [=](auto sum, int k, int, int t) { return sum + load<decltype(sum)>(xn[k] + t); });
 }
 
-lbx::Pins pins(const BlockAlgo* blk, float** xn, float** yn)
+PinBuffers pins(const BlockAlgo* blk, float** xn, float** yn)
 {
     return {blk->nInputs, blk->nOutputs, xn, yn, block_size(blk)};
 }
@@ -149,21 +131,21 @@ lbx::Pins pins(const BlockAlgo* blk, float** xn, float** yn)
 template <class Arrangement>
 int plain(BlockAlgo* blk, Arrangement arrangement)
 {
-    arrangement(lbx::Constant{static_cast<const float*>(blk->AlgoCore)});
+    arrangement(PlainGains{core_of<float>(blk)});
     return RT_OK;
 }
 
 template <class Arrangement>
 int slewed(BlockAlgo* blk, Arrangement arrangement)
 {
-    auto* st = static_cast<MixSlewSt*>(blk->AlgoCore);
+    auto* st = core_of<MixSlewSt>(blk);
     const int gains = static_cast<int>(Mix_GetGainNum(blk));
     Mixers_SlewGainEnter(st, gains);
     const Running gain = running(st);
     if (st->conv_flag)
-        arrangement(lbx::Moving{gain.now, gain.step, lbx::line_aligned(st->rows)});
+        arrangement(SlewedGains{gain.now, gain.step, line_aligned(st->rows)});
     else
-        arrangement(lbx::Constant{gain.now});
+        arrangement(PlainGains{gain.now});
     Mixers_SlewGainOut(st, gains);
     return RT_OK;
 }
@@ -173,15 +155,15 @@ void one_gain(BlockAlgo* blk, float* x, float* y)
 {
     const int n = block_size(blk);
     if (!is_slewed(blk->method_type)) {
-        lbx::scale(x, y, *static_cast<const float*>(blk->AlgoCore), n);
+        scale(x, y, *core_of<float>(blk), n);
         return;
     }
-    auto* st = static_cast<MixSlewSt*>(blk->AlgoCore);
+    auto* st = core_of<MixSlewSt>(blk);
     Mixers_SlewGainEnter(st, 1);
     if (st->conv_flag)
-        lbx::ramp({st->lone[2], st->lone[0], st->lone[1]}, &x, &y, 1, n);
+        ramp({st->lone[2], st->lone[0], st->lone[1]}, &x, &y, 1, n);
     else
-        lbx::scale(x, y, st->set_gain[0], n);
+        scale(x, y, st->set_gain[0], n);
     Mixers_SlewGainOut(st, 1);
 }
 
@@ -196,7 +178,7 @@ int split_one_gain(BlockAlgo* blk, float** xn, float** yn)
 {
     one_gain(blk, xn[0], yn[0]);
     for (int j = 1; j < blk->nOutputs; ++j)
-        lbx::copy(yn[0], yn[j], block_size(blk));
+        copy(yn[0], yn[j], block_size(blk));
     return RT_OK;
 }
 
@@ -222,16 +204,54 @@ void print_gains(const char* func, const BlockAlgo* blk, const float* gains)
         LBX_LOG_AS(func, __LINE__, "%f, \n", static_cast<double>(gains[k]));
 }
 
+// The place of a path's gain; -1: there is no such path.
+std::ptrdiff_t gain_of(const MixType& type, const BlockAlgo* blk, int in, int out)
+{
+    switch (type.gains.per) {
+    case VANTORO_PER_INPUT:
+        return in;
+    case VANTORO_PER_OUTPUT:
+        return out;
+    case VANTORO_PER_INPUT_PAIR:
+        return in % 2 == out && in / 2 < blk->nInputs / 2 ? in / 2 : -1;
+    case VANTORO_PER_CROSSPOINT:
+        return std::ptrdiff_t{in} * blk->nOutputs + out;
+    default:
+        return 0;
+    }
+}
+
+// The gains in force, or those that are to be reached.
+const float* gains_of(const BlockAlgo* blk)
+{
+    return is_slewed(blk->method_type) ? core_of<MixSlewSt>(blk)->set_gain : core_of<float>(blk);
+}
+
 }  // namespace
+
+// A splitter has one input; a sum goes to the outputs that its type cannot do without. Without gains it is a mean.
+void lbx::mixers::linear_model(const BlockAlgo* blk, const Paths& paths)
+{
+    const MixType& type = *row_of<kTypes>(blk->method_type);
+    if (!type.runs(blk))
+        return;
+    const int inputs = type.inputs > 0 ? type.inputs : blk->nInputs;
+    const int outputs = type.inputs == 0 && type.outputs > 0 ? type.outputs : blk->nOutputs;
+    for (int in = 0; in < inputs; ++in)
+        for (int out = 0; out < outputs; ++out)
+            if (const std::ptrdiff_t at = gain_of(type, blk, in, out); at >= 0)
+                paths.path(in, out, type.has_gains() ? static_cast<double>(gains_of(blk)[at]) : 1.0 / inputs);
+}
 
 int Mixers_Init(BlockAlgo* blk)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
     float* linear = nullptr;
-    const bool held = lbx::zeros(linear, gains + 1);  // never empty: destroy tells a missing array
+    const bool held = zeros(linear, gains + 1);  // never empty: destroy tells a missing array
     blk->AlgoCore = linear;
-    if (!held || !lbx::zeros(blk->pParam, gains + 1) || !scratch(blk))
+    if (!held || !zeros(blk->pParam, gains + 1) || !scratch(blk))
         return RT_ERR_MALLOC;
+    static_assert(mixers::kGain.initial == 0.0F && mixers::kOneGain.initial == 0.0F, "as zeros() leaves them");
     std::fill_n(linear, gains, 1.0F);
     return RT_OK;
 }
@@ -240,37 +260,38 @@ int Mixers_SlewInit(BlockAlgo* blk)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
     MixSlewSt* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return RT_ERR_MALLOC;
     blk->AlgoCore = st;
-    if (!slew_arrays(st, gains, blk->nInputs) || !lbx::zeros(blk->pParam, gains + 1) || !scratch(blk))
+    if (!slew_arrays(st, gains, blk->nInputs) || !zeros(blk->pParam, gains + 1) || !scratch(blk))
         return RT_ERR_MALLOC;
-    blk->pParam[0] = kDefaultSlewRate;
+    blk->pParam[0] = mixers::kSlewRate.initial;
     std::fill_n(st->set_gain, gains, 1.0F);  // old_gain stays 0: a fresh block fades in from silence
-    st->attack_gain = slew_factor(blk, kDefaultSlewRate);
-    st->pre_div = 1.0F / (static_cast<float>(block_size(blk)) + 1.0F);
+    st->attack_gain = slew_alpha(mixers::kSlewRate.initial, blk->block_pro);
+    st->pre_div = sample_share(blk->block_pro);
     return RT_OK;
 }
 
 int Mixers_SetParam(BlockAlgo* blk, float* param)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
-    auto* linear = static_cast<float*>(blk->AlgoCore);
+    auto* linear = core_of<float>(blk);
     if (param)
         std::copy_n(param, gains, blk->pParam);
-    std::transform(blk->pParam, blk->pParam + gains, linear, lbx::db_to_gain);
+    std::transform(blk->pParam, blk->pParam + gains, linear, db_to_gain);
     return RT_OK;
 }
 
 int Mixers_SlewSetParam(BlockAlgo* blk, float* param)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
-    auto* st = static_cast<MixSlewSt*>(blk->AlgoCore);
+    auto* st = core_of<MixSlewSt>(blk);
     if (param)
         std::copy_n(param, gains + 1, blk->pParam);
-    blk->pParam[0] = ParamAdaptFloat(1.0F, 23.0F, blk->pParam[0], "MixSlewRate");
-    st->attack_gain = slew_factor(blk, blk->pParam[0]);
-    std::transform(blk->pParam + 1, blk->pParam + 1 + gains, st->set_gain, lbx::db_to_gain);
+    constexpr VantoroRange kRates = mixers::kSlewRate.clamp;
+    blk->pParam[0] = ParamAdaptFloat(kRates.min, kRates.max, blk->pParam[0], "MixSlewRate");
+    st->attack_gain = slew_alpha(blk->pParam[0], blk->block_pro);
+    std::transform(blk->pParam + 1, blk->pParam + 1 + gains, st->set_gain, db_to_gain);
     return RT_OK;
 }
 
@@ -278,7 +299,7 @@ int Mixers_Destroy(BlockAlgo* blk) { return release(blk); }
 
 int Mixers_SlewDestroy(BlockAlgo* blk)
 {
-    if (const auto* st = static_cast<MixSlewSt*>(blk->AlgoCore))
+    if (const auto* st = core_of<MixSlewSt>(blk))
         std::free(st->old_gain);
     return release(blk);
 }
@@ -290,8 +311,7 @@ void Mixers_SlewGainEnter(MixSlewSt* st, int chanNum)
     for (int k = 0; k < chanNum; ++k) {
         const float old = st->old_gain[k];
         const bool moves = old != st->set_gain[k];
-        const lbx::Glide g =
-            moves ? lbx::glide(old, st->set_gain[k], st->attack_gain, st->pre_div) : lbx::Glide{old, old, 0.0F};
+        const Glide g = moves ? glide(old, st->set_gain[k], st->attack_gain, st->pre_div) : Glide{old, old, 0.0F};
         gain.to[k] = g.to;
         gain.step[k] = g.step;
         gain.now[k] = g.from;
@@ -303,14 +323,14 @@ void Mixers_SlewGainOut(MixSlewSt* st, int chanNum)
 {
     const Running gain = running(st);
     for (int k = 0; k < chanNum; ++k)
-        st->old_gain[k] = lbx::settle({st->old_gain[k], gain.to[k], gain.step[k]}, st->set_gain[k]);
+        st->old_gain[k] = settle({st->old_gain[k], gain.to[k], gain.step[k]}, st->set_gain[k]);
 }
 
 int Mixers_SigMergerProcess(int chanNum, int size, float** xn, float** yn)
 {
     sum_inputs(chanNum, size, xn, yn[0]);
     const auto channels = static_cast<float>(std::max(chanNum, 1));
-    lbx::each_index(size, [=, y = yn[0]](int i) { y[i] /= channels; });
+    each_index(size, [=, y = yn[0]](int i) { y[i] /= channels; });
     return RT_OK;
 }
 
@@ -318,30 +338,30 @@ int Mixers_SingleProcess(BlockAlgo* blk, float** xn, float** yn) { return sum_on
 
 int Mixers_MultiProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { lbx::multi(pins(blk, xn, yn), gains); });
+    return plain(blk, [=](const auto& gains) { multi(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_StereoProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { lbx::stereo(pins(blk, xn, yn), gains); });
+    return plain(blk, [=](const auto& gains) { stereo(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_NxMProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { lbx::cross(pins(blk, xn, yn), gains, lbx::line_aligned(blk->pState)); });
+    return plain(blk, [=](const auto& gains) { cross(pins(blk, xn, yn), gains, line_aligned(blk->pState)); });
 }
 
 int Splitters_SingleProcess(BlockAlgo* blk, float** xn, float** yn) { return split_one_gain(blk, xn, yn); }
 
 int Splitters_MultiProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return plain(blk, [=](const auto& gains) { lbx::split(pins(blk, xn, yn), gains); });
+    return plain(blk, [=](const auto& gains) { split(pins(blk, xn, yn), gains); });
 }
 
 int Splitters_TConnect_Process(BlockAlgo* blk, float** xn, float** yn)
 {
     for (int j = 0; j < blk->nOutputs; ++j)
-        lbx::copy(xn[0], yn[j], block_size(blk));
+        copy(xn[0], yn[j], block_size(blk));
     return RT_OK;
 }
 
@@ -349,53 +369,52 @@ int Mixers_SingleSlewProcess(BlockAlgo* blk, float** xn, float** yn) { return su
 
 int Mixers_MultiSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { lbx::multi(pins(blk, xn, yn), gains); });
+    return slewed(blk, [=](const auto& gains) { multi(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_StereoSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { lbx::stereo(pins(blk, xn, yn), gains); });
+    return slewed(blk, [=](const auto& gains) { stereo(pins(blk, xn, yn), gains); });
 }
 
 int Mixers_NxMSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk,
-                  [=](const auto& gains) { lbx::cross(pins(blk, xn, yn), gains, lbx::line_aligned(blk->pState)); });
+    return slewed(blk, [=](const auto& gains) { cross(pins(blk, xn, yn), gains, line_aligned(blk->pState)); });
 }
 
 int Splitters_SingleSlewProcess(BlockAlgo* blk, float** xn, float** yn) { return split_one_gain(blk, xn, yn); }
 
 int Splitters_MultiSlewProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    return slewed(blk, [=](const auto& gains) { lbx::split(pins(blk, xn, yn), gains); });
+    return slewed(blk, [=](const auto& gains) { split(pins(blk, xn, yn), gains); });
 }
 
 int BlockAlgo_Mixers_MulToOne(int in_chan, int size, float** xn, float** yn, float gain)
 {
     sum_inputs(in_chan, size, xn, yn[0]);
-    lbx::scale(yn[0], yn[0], lbx::db_to_gain(gain), size);
+    scale(yn[0], yn[0], db_to_gain(gain), size);
     return RT_OK;
 }
 
 BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int type)
 {
-    const MixType* row = lbx::row_of<kTypes>(type);
+    const MixType* row = row_of<kTypes>(type);
     if (!row) {
         LBX_LOG_AS(__func__, 568, "Wrong input type in basic, type = %d\n\n", type);  // "basic": kept
         return nullptr;
     }
-    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, pro, type, BlockAlgo_Mixers_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, pro, type, BlockAlgo_Mixers_destroy);
     if (!blk)
         return nullptr;
-    if (row->gains != Gains::kNone && (is_slewed(type) ? Mixers_SlewInit : Mixers_Init)(blk.get()) != RT_OK)
+    if (row->has_gains() && (is_slewed(type) ? Mixers_SlewInit : Mixers_Init)(blk.get()) != RT_OK)
         return nullptr;
     return blk.release();
 }
 
 int BlockAlgo_Mixers_param_reset(BlockAlgo* blk, float* param)
 {
-    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
-    if (!row || row->gains == Gains::kNone)
+    const MixType* row = row_of<kTypes>(blk->method_type);
+    if (!row || !row->has_gains())
         return RT_OK;
     return (is_slewed(blk->method_type) ? Mixers_SlewSetParam : Mixers_SetParam)(blk, param);
 }
@@ -405,7 +424,7 @@ int BlockAlgo_Mixers_param_update(BlockAlgo* blk) { return BlockAlgo_Mixers_para
 int BlockAlgo_Mixers_param_invoke(BlockAlgo* blk)
 {
     const int type = blk->method_type;
-    if (type == EN_MIXERS_MERGE || !lbx::row_of<kTypes>(type))
+    if (type == EN_MIXERS_MERGE || !row_of<kTypes>(type))
         return RT_OK;
     if (is_slewed(type)) {
         LBX_LOG("Mix Model = %d, slew = %f, gain = \n", type, static_cast<double>(blk->pParam[0]));
@@ -423,8 +442,8 @@ int BlockAlgo_Mixers_process(BlockAlgo* blk, float** data_in, float** data_out)
         LBX_LOG("Input is NULL\n\n");
         return RT_ERR_NULL_PTR;
     }
-    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
-    if (!row || blk->nInputs < row->inputs || blk->nOutputs < row->outputs)
+    const MixType* row = row_of<kTypes>(blk->method_type);
+    if (!row || !row->runs(blk))
         return RT_OK;
     return row->process(blk, data_in, data_out);
 }
@@ -432,8 +451,8 @@ int BlockAlgo_Mixers_process(BlockAlgo* blk, float** data_in, float** data_out)
 int BlockAlgo_Mixers_destroy(BlockAlgo* blk)
 {
     int result = RT_OK;
-    const MixType* row = lbx::row_of<kTypes>(blk->method_type);
-    if (row && row->gains != Gains::kNone)
+    const MixType* row = row_of<kTypes>(blk->method_type);
+    if (row && row->has_gains())
         result = (is_slewed(blk->method_type) ? Mixers_SlewDestroy : Mixers_Destroy)(blk);
     std::free(blk);
     return result;
