@@ -37,7 +37,7 @@ typedef struct Demultiplexers_Core {
     float slew_rate;     // smoothing factor per block
     float* gains;        // [groups] start: 1 for group 0, 0 for the others
     float* delta_coeff;  // [groups] share of a block's step
-    int slots;           // private: groups, and the silence behind them
+    int slots;           // private: groups, and the silence after them
     float* steps;        // private: [slots] step per sample in this block
     float* rows;         // private: running gains of a tile
 } Demultiplexers_Core;

@@ -18,7 +18,7 @@ template <class Core>
 void set_slew(Core* core, const BlockPro* pro, float flag, float rate)
 {
     core->slew_flag = to_int(flag);
-    core->slew_rate = slew_alpha(rate, static_cast<float>(pro->nSamplingRate), static_cast<float>(pro->nBlockSize));
+    core->slew_rate = slew_alpha(rate, pro);
 }
 
 // A block with group 0 selected. A demultiplexer has one slot more than groups: silence. `defaults` end with slew flag
@@ -40,7 +40,7 @@ BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int 
     core->rows = line_aligned(core->steps + n);
     core->gains[0] = 1.0F;
     core->delta_coeff[0] = 1.0F;
-    core->pre_div = 1.0F / (static_cast<float>(pro->nBlockSize) + 1.0F);
+    core->pre_div = sample_share(pro);
     set_slew(core, pro, *(defaults.end() - 2), *(defaults.end() - 1));
     return blk.release();
 }

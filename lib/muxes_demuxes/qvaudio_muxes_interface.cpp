@@ -6,13 +6,15 @@
 #include "multiplexers.h"
 #include "state_machine.h"
 
+using namespace lbx;
+
 namespace {
 
 // A form of a module: the forms share the module's destroy.
 #define FORM(stem, destroy) \
     stem##_init, stem##_param_set, stem##_param_update, stem##_param_invoke, stem##_process, destroy
 
-constexpr lbx::BlockOps kMuxes[] = {
+constexpr BlockOps kMuxes[] = {
     {EN_MUXES_MUXES_SWITCH, FORM(Multiplexers_Switch, Multiplexers_destroy)},
     {EN_MUXES_MUXES_INDEX, FORM(Multiplexers_Index, Multiplexers_destroy)},
     {EN_MUXES_DEMUXES_SWITCH, FORM(DeMultiplexers_Switch, DeMultiplexers_destroy)},

@@ -4,7 +4,7 @@
 //   EN_MUXES_STATE_MACHINE   n + 1 in, n out   pin 0: control, its first sample, read once per block
 //
 // The buffers of the data pins are one run of n * nBlockSize floats that begins at pin 1, and the outputs are one run
-// that begins at output 0: lay them out one behind another. No other pointer of the pin arrays is read. The output run
+// that begins at output 0: lay them out one after another. No other pointer of the pin arrays is read. The output run
 // may be the data run.
 //
 // There is no parameter vector: the ranges are in the block's pParam, lower and upper bound of each output, both
