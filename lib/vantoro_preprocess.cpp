@@ -7,6 +7,8 @@
 #include "framework/log.h"
 #include "framework/new_block.h"
 
+using namespace lbx;
+
 BlockPro g_block_pro = {48000, 16, 64, 0, 0};
 
 namespace {
@@ -14,7 +16,7 @@ namespace {
 // The terminals mark where the host moves audio in and out of its graph. They have nothing to set and nothing to run.
 BlockAlgo* terminal_init(int nInputs, int nOutputs, BlockPro* pro, int type)
 {
-    return lbx::new_block(nInputs, nOutputs, pro, type, lbx::free_block).release();
+    return new_block(nInputs, nOutputs, pro, type, free_block).release();
 }
 int terminal_set(BlockAlgo*, float*) { return 0; }
 int terminal_call(BlockAlgo*) { return 0; }
@@ -36,7 +38,7 @@ struct Category {
 
 constexpr Category kUnserved = {};
 // A terminal is not processed: the host moves the audio itself.
-constexpr Category kTerminal = {terminal_init, terminal_set, terminal_call, terminal_call, nullptr, lbx::free_block};
+constexpr Category kTerminal = {terminal_init, terminal_set, terminal_call, terminal_call, nullptr, free_block};
 
 // Indexed by the category byte, (type & 0xff00) >> 8.
 constexpr Category kCategories[] = {
@@ -79,7 +81,7 @@ void Vantoro_version_invoke(void)
 void* BlockAlgo_BlockPro_init(int nSamplingRate, int bitRate, int nBlockSize)
 {
     BlockPro* pro = nullptr;
-    if (lbx::zeros(pro, 1))
+    if (zeros(pro, 1))
         *pro = {nSamplingRate, bitRate, nBlockSize, 0, 0};
     return pro;
 }

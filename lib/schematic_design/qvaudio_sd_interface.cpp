@@ -3,8 +3,10 @@
 #include "../framework/dispatch.h"
 #include "schematic_design.h"
 
+using namespace lbx;
+
 namespace {
-constexpr lbx::BlockOps kNlp[] = {
+constexpr BlockOps kNlp[] = {
     {{EN_NLP_CLIPPERS_HARD, EN_NLP_CHANNEL_COPY}, LBX_OPS(Nlp)},
 };
 }  // namespace

@@ -8,20 +8,21 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/each_index.h"
+#include "schematic_design_info.h"
+
+using namespace lbx;
 
 namespace {
-
-constexpr float kDefaultAlpha = 0.5F;
 
 bool serves(int inputs, int outputs, int type)
 {
     switch (type) {
     case EN_NLP_CLIPPERS_HARD:
-        return outputs == static_cast<long>(inputs) - 2;
+        return info::pins_agree(schematic_design::kLimited, inputs, outputs);
     case EN_NLP_CLIPPERS_SOFT:
-        return outputs == inputs;
+        return info::pins_agree(info::kSame, inputs, outputs);
     case EN_NLP_CHANNEL_COPY:
-        return inputs == 1;
+        return info::pins_agree(info::kFromOne, inputs, outputs);
     default:
         return false;
     }
@@ -42,27 +43,33 @@ float soft_clip(float inverse, float alpha, float x)
 
 }  // namespace
 
+void lbx::schematic_design::copy_model(const BlockAlgo* blk, const Paths& paths)
+{
+    for (int pin = 0; pin < blk->nOutputs; ++pin)
+        paths.path(0, pin);
+}
+
 BlockAlgo* Nlp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
     if (!serves(Input_pin, Output_pin, type)) {
         LBX_LOG("wrong method type or pin number in NLP\n");
         return nullptr;
     }
-    lbx::NewBlock blk = lbx::new_block(Input_pin, Output_pin, block_pro, type, Nlp_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, Nlp_destroy);
     if (!blk || type != EN_NLP_CLIPPERS_SOFT)
         return blk.release();
-    auto* core = lbx::new_core<NLP_Core>(blk);
-    if (!core || !lbx::zeros(blk->pParam, kNLPModuleSize))
+    auto* core = new_core<NLP_Core>(blk);
+    if (!core || !zeros(blk->pParam, kNLPModuleSize))
         return nullptr;
-    core->alpha = blk->pParam[kNLPAlpha] = kDefaultAlpha;
+    core->alpha = blk->pParam[kNLPAlpha] = schematic_design::kAlpha.initial;
     return blk.release();
 }
 
 int Nlp_param_set(BlockAlgo* blk, void* param)
 {
     if (blk->method_type == EN_NLP_CLIPPERS_SOFT) {
-        lbx::copy_params(blk->pParam, static_cast<const float*>(param), kNLPModuleSize);
-        lbx::core_of<NLP_Core>(blk)->alpha = blk->pParam[kNLPAlpha];
+        copy_params(blk->pParam, static_cast<const float*>(param), kNLPModuleSize);
+        core_of<NLP_Core>(blk)->alpha = blk->pParam[kNLPAlpha];
     }
     return RT_OK;
 }
@@ -82,7 +89,7 @@ void HardClip_Controll(float** buffer_in, float** buffer_out, float* aBuffer_ext
     for (int pin = 2; pin < input_pin; ++pin) {
         const float* in = buffer_in[pin];
         float* out = buffer_out[pin - 2];
-        lbx::each_index(nBlocksize, [=](int i) { out[i] = hard_clip(aBuffer_ext[i], aBuffer_ext2[i], in[i]); });
+        each_index(nBlocksize, [=](int i) { out[i] = hard_clip(aBuffer_ext[i], aBuffer_ext2[i], in[i]); });
     }
 }
 
@@ -99,11 +106,11 @@ void SoftClip_Cal(float** buffer_in, float** buffer_out, int input_pin, float al
     for (int pin = 0; pin < input_pin; ++pin) {
         const float* in = buffer_in[pin];
         float* out = buffer_out[pin];
-        if (alpha == 0.0F) {  // the curve has no width left; its formula would make a NaN of every zero
-            lbx::each_index(nBlocksize, [=](int i) { out[i] = std::copysign(0.0F, in[i]); });
+        if (alpha == 0.0F) {  // the curve has no width; its formula would turn every zero into a NaN
+            each_index(nBlocksize, [=](int i) { out[i] = std::copysign(0.0F, in[i]); });
             continue;
         }
-        lbx::each_index(nBlocksize, [=](int i) { out[i] = soft_clip(inverse, alpha, in[i]); });
+        each_index(nBlocksize, [=](int i) { out[i] = soft_clip(inverse, alpha, in[i]); });
     }
 }
 
@@ -136,7 +143,7 @@ int Nlp_process(BlockAlgo* blk, float** data_in, float** data_out)
         HardClip_Controll_Quick(data_in, data_out, blk->nInputs, pro.nBlockSize, pro.bitRate);
         break;
     case EN_NLP_CLIPPERS_SOFT:
-        SoftClip_Controll(lbx::core_of<NLP_Core>(blk), data_in, data_out, blk->nInputs, pro.nBlockSize, pro.bitRate);
+        SoftClip_Controll(core_of<NLP_Core>(blk), data_in, data_out, blk->nInputs, pro.nBlockSize, pro.bitRate);
         break;
     case EN_NLP_CHANNEL_COPY:
         ChannelCopy(data_in[0], data_out, blk->nOutputs, pro.nBlockSize);
@@ -147,4 +154,4 @@ int Nlp_process(BlockAlgo* blk, float** data_in, float** data_out)
     return RT_OK;
 }
 
-int Nlp_destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+int Nlp_destroy(BlockAlgo* blk) { return free_block(blk); }

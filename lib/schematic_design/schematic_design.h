@@ -51,7 +51,7 @@ void ChannelCopy(float* buffer_in, float** buffer_out, int output_pin, int nBloc
 // resolution up to below half of `In_sampleRate`, which need not be the blocks' own rate. Levels are in dB, phases in
 // degrees within -180 .. 180; enable and polarity flags do not count.
 //
-// Evaluated with the fast functions of lbx_fastmath.h, whose cosine reads like a frequency up to 0.1 % beside: away
+// Evaluated with the fast functions of lbx_fastmath.h, whose cosine is that of a frequency up to 0.1 % off: away
 // from notches a section is within 0.06 dB and 0.4 degrees of its exact response up to Q 0.7, within 0.12 dB and 0.8
 // degrees up to Q 2, and within 1 dB and 7 degrees for a peak of 20 dB and Q 16.
 //
