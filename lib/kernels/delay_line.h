@@ -55,7 +55,7 @@ float* line_group(Line& line)
     return line.buffer + line.bufIdx;
 }
 
-// On by `samples`, whole groups that lie before the end.
+// Moves on by `samples`: whole groups that end before the line does.
 template <class Line>
 void line_advance(Line& line, int samples)
 {

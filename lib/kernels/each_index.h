@@ -7,7 +7,7 @@
 
 #include "lanes.h"
 
-// Otherwise GCC checks for overlaps before each loop, and carries another one for them. Clang does so on.
+// Otherwise GCC checks for overlap before each loop and carries a second one for it. Clang still does.
 #if defined(__clang__)
 #define LBX_SAME_INDEX
 #else
@@ -16,7 +16,7 @@
 
 namespace lbx {
 
-// f(from) ... f(size - 1), one by one: for up to seven, which are not worth vector loops of their own.
+// f(from) ... f(size - 1), one by one: at most seven, too few for a vector loop.
 template <class F>
 LBX_INLINE void each_left(int from, int size, F f)
 {
@@ -26,7 +26,7 @@ LBX_INLINE void each_left(int from, int size, F f)
     }
 }
 
-// f(0) ... f(size - 1): full registers first. Blocks are mostly such that none is left.
+// f(0) ... f(size - 1): full registers first. Most block sizes leave none over.
 template <class F>
 LBX_INLINE void each_index(int size, F f)
 {

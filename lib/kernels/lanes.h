@@ -17,9 +17,10 @@
 
 // Small functions on registers: a call would put the lanes into memory.
 #define LBX_INLINE [[gnu::always_inline]] inline
-#define LBX_INLINED __attribute__((always_inline))  // for a lambda, behind its parameters
-// A loop over lanes in one piece with what it calls.
+#define LBX_INLINED __attribute__((always_inline))  // for a lambda, after its parameters
+// A loop over lanes, with everything it calls inlined.
 #define LBX_KERNEL [[gnu::noinline, gnu::flatten]]
+
 namespace lbx {
 
 // body(0) ... body(kCount - 1), the index a constant: arrays of vectors stay in registers only if no loop indexes them.
@@ -80,8 +81,8 @@ inline constexpr bool kWideRegisters = true;  // one holds an f8
 inline constexpr bool kWideRegisters = false;
 #endif
 
-// Nothing is scheduled across this. Where loads are instructions of their own, a compiler that hides their latency has
-// otherwise more of them under way than there are registers.
+// Nothing is scheduled across this. Where loads are separate instructions, a compiler that hides their latency would
+// otherwise have more of them under way than there are registers.
 LBX_INLINE void keep_order()
 {
     if constexpr (!kWideRegisters)
@@ -234,8 +235,8 @@ LBX_INLINE void each_lane(V v, Take take)
     });
 }
 
-// Unaligned memory, lane 0 first; V may be a float. Accesses to floats (of i4: to ints), not to bytes: so pointers need
-// not be read again after a store.
+// Unaligned memory, lane 0 first; V may be a float. Accessed as floats (i4: as ints), not as bytes, so that pointers
+// need not be read again after a store.
 template <class V, class T>
 LBX_INLINE V load(const T* p)
 {

@@ -68,13 +68,13 @@ LBX_INLINE void sum_paths(int paths, int n, float* const (&y)[Outs], Add add)
     each_left(t, n, [&](int i) { sum_some<float, 1>(paths, i, y, add); });
 }
 
-// At most a tile; quicker than a call of memcpy.
+// At most a tile; faster than a call of memcpy.
 LBX_INLINE void copy_tile(const float* x, float* y, int n)
 {
     sum_paths(1, n, {y}, [=](auto sum, int, int, int t) { return load<decltype(sum)>(x + t); });
 }
 
-// The first cache line within an array of kLine floats too many. Vectors that straddle lines cost twice, and the
+// The first cache line of an array that has kLine floats to spare. Vectors that straddle lines cost twice, and the
 // allocator aligns to 16 bytes only.
 inline constexpr int kLine = 64 / sizeof(float);
 inline float* line_aligned(float* p)

@@ -10,7 +10,7 @@
 namespace lbx {
 namespace {
 
-// Not below 0, and a number.
+// At least 0; NaN becomes 0.
 f4 positive(f4 v) { return v > 0.0F ? v : f4{}; }
 f8 positive(f8 v) { return join(positive(lower(v)), positive(upper(v))); }
 

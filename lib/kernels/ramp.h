@@ -23,8 +23,7 @@ void scale(const float* x, float* y, float gain, int n);  // y = x * gain
 void multiply(const float* x, const float* gains, float* y, int n);
 
 // The next n <= kTile running gains of each of `count` gains, a row of kTile floats each, rows_for(count) rows in all.
-// The gains, `stride` apart, are left where the row ends. Clamped, none of them falls below 0, and what is no number
-// becomes 0.
+// The gains, `stride` apart, are left where the row ends. Clamped, none of them falls below 0, and NaN becomes 0.
 template <bool kClamped = false>
 void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Laws that wait for their own last result, the same on every channel: up to eight channels run side by side, so that
-// they wait together. For every channel the operations and their order are those of the plain loop.
+// Recursions, the same on every channel: each sample waits for the one before, so up to eight channels run side by side
+// and wait together. For every channel the operations and their order are those of the plain loop.
 #pragma once
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // Three drivers carry the recursion over a block; which one runs is decided in the run_ functions.
 //   each_recursion()   one section; lanes are channels
 //   series             lanes are channels, or bands of channels; each runs through up to four sections
-//   skew               lanes are the sections of one channel (two in an f8), each one sample behind the one before
+//   skew               lanes are the sections of one channel (two in an f8), each one sample later than the one before
 // State is in registers while a block runs, and exact after every block.
 #include "section.h"
 
@@ -45,13 +45,14 @@ struct Lanes {
 template <class V, class Coeff, class Where>
 LBX_INLINE void read_section(SecondOrder<V>& section, Coeff coeff, Where where)
 {
-    repeat<5>([&](auto j) { section.coeff[j] = coeff(j); });
-    repeat<2>([&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
+    repeat<kSosCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
+    repeat<kSosWords>([&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
 }
 template <class V, class Where>
 LBX_INLINE void write_state(const SecondOrder<V>& section, Where where)
 {
-    repeat<2>([&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
+    repeat<kSosWords>(
+        [&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
 }
 
 // Lanes `at` and up. Whole: all run through all sections.
@@ -61,7 +62,7 @@ LBX_KERNEL void series(const Stage* stage, const Lanes& lanes, int at, f4 signs,
     SecondOrder<V> section[kDepth];
     V live[kDepth];  // lanes whose chain is that long
     const auto lengths = load<i4>(lanes.sections + at);
-    float nowhere[2] = {};
+    float nowhere[kSosWords] = {};
     const auto state_of = [&](int d) {
         return [&, d](int l) {
             return kWhole || d < lanes.sections[at + l] ? lanes.state[at + l] + stage[d].word : nowhere;
@@ -125,12 +126,12 @@ constexpr int kSteps[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 
 template <class V, int kGroups>
 LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, int n)
 {
-    const int delay = 4 * kGroups - idle - 1;  // of the last lane behind the first
+    const int delay = 4 * kGroups - idle - 1;  // from the first lane to the last
     const V entry = every<V>(mask_of(i4{0, 1, 2, 3} == idle));
     SecondOrder<V> section[kGroups];
     V y[kGroups] = {};
     const auto state_of = [&](int g) {
-        return [&, g](int l) { return channel.state[l / 4] + std::ptrdiff_t{2} * group[g].band[l % 4]; };
+        return [&, g](int l) { return channel.state[l / 4] + std::ptrdiff_t{kSosWords} * group[g].band[l % 4]; };
     };
     repeat<kGroups>([&](auto g) {
         read_section(
@@ -153,7 +154,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, 
             SecondOrder<V> next = section[g];
             y[g] = next.step(y[g]);
             const V mask = every<V>(mask_of(load<i4>(kSteps + 15 - (reached + idle - 4 * g))));
-            repeat<2>([&](auto j) {
+            repeat<kSosWords>([&](auto j) {
                 const V now = section[g].state[j];
                 section[g].state[j] = filling ? select(mask, next.state[j], now) : select(mask, now, next.state[j]);
             });
@@ -217,9 +218,9 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
     const auto stages = [&](int k, int depth) {
         for (int d = 0, at = cascade.idle() + k; d < depth; ++d, ++at) {
             const CascadeGroup& group = cascade.first()[at / 4];
-            for (int j = 0; j < 5; ++j)
+            for (int j = 0; j < kSosCoeffs; ++j)
                 stage[d].coeff[j] = every<f4>(group.coeff[j][at % 4]);
-            stage[d].word = std::ptrdiff_t{2} * group.band[at % 4];
+            stage[d].word = std::ptrdiff_t{kSosWords} * group.band[at % 4];
         }
         return stage;
     };
@@ -272,7 +273,7 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
         Lanes lanes;
         for (int l = 0; l < 8; ++l) {
             const int k = std::min(c + l % 4, channels - 1);
-            lanes.set(l, in[k], out[k], (l < 4 ? from.state : to.state) + 2 * k, 1);
+            lanes.set(l, in[k], out[k], (l < 4 ? from.state : to.state) + kSosWords * k, 1);
         }
         fade_four(from, to, gain, step, lanes, n);
     }
@@ -290,7 +291,7 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
     repeat<kPackets>([&](auto p) {
         read_section(
             section[p], [&](int j) { return load<f8>(bank.coeff[p][j]); },
-            [&](int l) { return state + 2 * (8 * p + l); });
+            [&](int l) { return state + kSosWords * (8 * p + l); });
     });
     for (int i = 0; i < n; ++i)
         repeat<kPackets>([&](auto p) {
@@ -298,8 +299,8 @@ LBX_KERNEL void bank_lanes(const Bank& bank, float* state, const float* in, int 
             sum[p] = mul_add(y, y, sum[p]);
         });
     repeat<kPackets>([&](auto p) {
-        float idle[2];  // lanes that have run, too
-        write_state(section[p], [&](int l) { return 8 * p + l < bank.bands ? state + 2 * (8 * p + l) : idle; });
+        float idle[kSosWords];  // lanes that have run, too
+        write_state(section[p], [&](int l) { return 8 * p + l < bank.bands ? state + kSosWords * (8 * p + l) : idle; });
         store(sums + 8 * p, sum[p]);
     });
 }
@@ -330,7 +331,7 @@ void run_split(const Split& split, float* state, const float* const* in, float* 
             for (int l = 0; l < 8; ++l) {
                 const int c = first + std::min(l / width, some - 1), b = split.band_of(l);
                 lanes.set(l, scratch + kSplitTile * c, out[split.bands * c + b] + start,
-                          state + 2 * (split.sections * c + split.first[b]), split.band[b].sections);
+                          state + kSosWords * (split.sections * c + split.first[b]), split.band[b].sections);
             }
             chains(lanes, width * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; });
         }

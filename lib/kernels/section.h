@@ -53,6 +53,9 @@ struct FirstOrder {
     }
 };
 
+// The floats of a second-order section: where many stand in one array.
+inline constexpr int kSosCoeffs = SecondOrder<float>::kCoeffs, kSosWords = SecondOrder<float>::kWords;
+
 // A section with the same coefficients in all lanes.
 template <template <class> class Section, class V>
 LBX_INLINE Section<V> section_of(const float* coeff)
@@ -93,7 +96,7 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
 // Sections one after another, the same for every channel. A section that is switched off costs nothing;
 // zero-initialised the cascade is an identity.
 struct CascadeGroup {  // four sections in lanes
-    float coeff[5][4];
+    float coeff[kSosCoeffs][4];
     int band[4];
 };
 struct Cascade {
@@ -109,14 +112,14 @@ struct Cascade {
 void release(Cascade& cascade);
 void put_first(Cascade& cascade, const float* coeff, int band);  // before the others; its state is words 2 * band, + 1
 
-// Takes the bands of `coeff` (5 floats each) that `active(band)` selects; reserve() made room for all of them.
+// Takes the bands of `coeff` (kSosCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
 template <class Active>
 void arrange(Cascade& cascade, const float* coeff, int bands, Active active)
 {
     cascade.sections = 0;
     for (int k = bands - 1; k >= 0; --k)
         if (active(k))
-            put_first(cascade, coeff + std::ptrdiff_t{5} * k, k);
+            put_first(cascade, coeff + std::ptrdiff_t{kSosCoeffs} * k, k);
 }
 
 // Channel c's state begins at state[words_per_channel * c].
@@ -125,19 +128,19 @@ void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_
 
 // Sections side by side on one input, for meters: sums[k] becomes the sum of squares of band k's output over the block,
 // fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word. Sums and state have room for kLanes
-// bands; behind the bands in use sums are scratch, and the state stays.
+// bands; past the bands in use sums are scratch, and the state stays.
 struct Bank {
     static constexpr int kMaxBands = 10, kLanes = 16;
     int bands;
-    float coeff[2][5][8];  // lane by lane
+    float coeff[2][kSosCoeffs][8];  // lane by lane
 };
-void set_bank(Bank& bank, const float* coeff, int bands);  // 5 floats per band
+void set_bank(Bank& bank, const float* coeff, int bands);  // kSosCoeffs floats per band
 void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums);
 
 // One step of chains that run side by side: the coefficients of four lanes (the next four have the same), and how far
-// behind the start of a chain's state its words are.
+// from the start of a chain's state its words are.
 struct Stage {
-    f4 coeff[5];
+    f4 coeff[kSosCoeffs];
     std::ptrdiff_t word;
 };
 
@@ -161,7 +164,7 @@ struct Split {
     int lanes_per_channel() const { return bands == 3 ? 4 : bands; }
     int band_of(int lane) const { return lane % lanes_per_channel() < bands ? lane % lanes_per_channel() : bands - 1; }
 };
-void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // 5 floats per section
+void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // kSosCoeffs floats per section
 
 // `scratch`: kSplitTile floats per channel, for a copy of the inputs. Outputs may share buffers with inputs in any way.
 constexpr int kSplitTile = 64;

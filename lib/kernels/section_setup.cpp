@@ -33,7 +33,7 @@ void put_first(Cascade& cascade, const float* coeff, int band)
     CascadeGroup& group = cascade.groups[cascade.capacity - cascade.used()];
     const int own = cascade.idle();
     for (int l = 0; l <= own; ++l) {
-        for (int j = 0; j < 5; ++j)
+        for (int j = 0; j < kSosCoeffs; ++j)
             group.coeff[j][l] = l == own ? coeff[j] : 0.0F;
         group.band[l] = band;
     }
@@ -43,8 +43,8 @@ void set_bank(Bank& bank, const float* coeff, int bands)
 {
     bank.bands = bands;
     for (int k = 0; k < Bank::kLanes; ++k)
-        for (int j = 0; j < 5 && bands > 0; ++j)
-            bank.coeff[k / 8][j][k % 8] = coeff[5 * std::min(k, bands - 1) + j];
+        for (int j = 0; j < kSosCoeffs && bands > 0; ++j)
+            bank.coeff[k / 8][j][k % 8] = coeff[kSosCoeffs * std::min(k, bands - 1) + j];
 }
 
 void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
@@ -58,13 +58,13 @@ void set_split(Split& split, const float* coeff, const SplitBand* band, int band
         split.depth = std::max(split.depth, band[b].sections);
     }
     for (int k = 0; k < split.depth; ++k)
-        split.stage[k].word = std::ptrdiff_t{2} * k;
+        split.stage[k].word = std::ptrdiff_t{kSosWords} * k;
     for (int l = 0; l < 4; ++l) {
         const int b = split.band_of(l);
         split.signs[l] = sign_bit(band[b].negate);
         for (int k = 0; k < band[b].sections; ++k)
-            for (int j = 0; j < 5; ++j)
-                split.stage[k].coeff[j][l] = coeff[5 * (split.first[b] + k) + j];
+            for (int j = 0; j < kSosCoeffs; ++j)
+                split.stage[k].coeff[j][l] = coeff[kSosCoeffs * (split.first[b] + k) + j];
     }
 }
 

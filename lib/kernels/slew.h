@@ -36,7 +36,7 @@ inline bool still(float step) { return step < 1e-10F && step > -1e-10F; }
 // The gain to start the next block from.
 inline float settle(const Glide& g, float target) { return still(g.step) || g.to == g.from ? target : g.to; }
 
-// As settle; but a step that is no number, as out of an infinite gain, ends the glide, too.
+// As settle, but a step that is not a number, which an infinite gain makes, ends the glide too.
 inline float settle_any(const Glide& g, float target)
 {
     const bool moves = g.step >= 1e-10F || g.step <= -1e-10F;
