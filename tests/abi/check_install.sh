@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the build into a fresh prefix and builds and runs the examples against it, through the CMake package and
-# through pkg-config. Usage: check_install.sh BUILD_DIR SOURCE_DIR
+# through pkg-config, and the programs shown in the pages. Usage: check_install.sh BUILD_DIR SOURCE_DIR
 set -euo pipefail
 build=$1 source=$2
 work=$(mktemp -d)
@@ -16,10 +16,15 @@ grep -q 'peak at the end: 0.501' "$work/output"
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
 LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libvantoro.so')")
 export PKG_CONFIG_PATH LD_LIBRARY_PATH
-# The page that everybody reads first compiles as it is shown.
-# shellcheck disable=SC2016
-sed -n '/^```c$/,/^```$/p' "$source/README.md" | grep -v '^```' >"$work/readme.c"
-for program in "$source/examples/minimal.c" "$work/readme.c"; do
+# Every whole program of these pages compiles as it is shown, and runs.
+for page in README.md docs/embedding.md; do
+    awk -v file="$work/$(basename "$page" .md)_" '/^```$/ { shown = 0 }
+        shown { print > (file count ".c") }
+        /^```c$/ { shown = 1; ++count }' "$source/$page"
+done
+mapfile -t programs < <(grep -l '^int main' "$work"/README_*.c "$work"/embedding_*.c)
+[ ${#programs[@]} -ge 2 ] || { echo "check_install: the pages lost their programs" >&2; exit 1; }
+for program in "$source/examples/minimal.c" "${programs[@]}"; do
     # shellcheck disable=SC2046
     cc -std=c11 -Wall -Wextra -Wpedantic -Werror "$program" $(pkg-config --cflags --libs vantoro) -lm -o "$work/program"
     "$work/program" >/dev/null
