@@ -18,7 +18,7 @@ constexpr VantoroPin kPins[] = {
 constexpr InfoRow kRows[] = {
     LBX_TYPE(MUXES_CROSSFADE, kSwitching, "one of each pair of inputs, by a pin, with a fade", kPinRule)
         .pins(kPins)
-        .params(kLayout, VANTORO_GLIDES)
+        .params(kLayout, VANTORO_KEEPS)
         .linear(linear_model),
 };
 

@@ -20,7 +20,7 @@ constexpr InfoRow kRows[] = {
         .linear(linear_model),
     LBX_TYPE(MUXES_DEMUXES_INDEX, kSwitching, "the inputs to one of k groups of outputs, by a pin", kIndexPins)
         .pins(kGroup)
-        .params(kIndexLayout, VANTORO_GLIDES)
+        .params(kIndexLayout, VANTORO_KEEPS)
         .traits(kTraits)
         .linear(linear_model),
 };

@@ -16,7 +16,7 @@ constexpr InfoRow kRows[] = {
         .linear(linear_model),
     LBX_TYPE(MUXES_MUXES_INDEX, kSwitching, "one of k groups of inputs, by a pin", kIndexPins)
         .pins(kGroup)
-        .params(kIndexLayout, VANTORO_GLIDES)
+        .params(kIndexLayout, VANTORO_KEEPS)
         .linear(linear_model),
 };
 

@@ -11,7 +11,7 @@ using namespace lbx::info;
 inline constexpr VantoroPinRule kLimited = rule("n + 2 -> n", pins(VANTORO_N, 1, 2), pins(VANTORO_N), 3, 1);
 
 inline constexpr VantoroParam kAlpha =
-    real("alpha", "", 0.5F, {0, 1}, "input level from which on the output is flat, at 0.667 of it; 0 silences")
+    real("alpha", "", 0.5F, {0, 2}, "input level from which on the output is flat, at 0.667 of it; 0 silences")
         .valid_in({0, kInfinity});
 inline constexpr VantoroSlot kSoftLayout[] = {value(kAlpha)};
 
