@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <span>
 #include <string_view>
@@ -115,6 +116,15 @@ inline constexpr float kMostGainDb = 60;  // beyond this a gain is a mistake
 constexpr ParamWords gain_db(std::string_view name, float initial, VantoroRange range, const char* help)
 {
     return real(name, "dB", initial, range, help).decibel().valid_in({-kInfinity, kMostGainDb});
+}
+
+// What slew_alpha takes. Beyond the upper end a glide takes minutes, and where its factor rounds to 1 it is a jump.
+inline constexpr VantoroRange kSlewRates = {1, 23};
+constexpr ParamWords slew_rate(float initial)
+{
+    return real("slewRate", "", initial, kSlewRates, "glide: a time constant of 0.0416 ms x 2^(rate - 1); 12 is 85 ms")
+        .in_steps(0.1F)
+        .valid_in({-kInfinity, kSlewRates.max});
 }
 
 constexpr ParamWords whole(std::string_view name, float initial, VantoroRange range, const char* help)
@@ -325,18 +335,19 @@ inline constexpr VantoroPinRule kTwoOne = rule("2 -> 1", pins(2), pins(1), 2, 1)
 inline constexpr VantoroPinRule kNoneToMany = rule("0 -> n", pins(0), pins(VANTORO_N), 0, 1);
 
 // What one side says of its unknown: (pins - fixed) / times. False when the division leaves something.
-constexpr bool unknown_of(VantoroPinCount side, int pins, int& number)
+constexpr bool unknown_of(VantoroPinCount side, int pins, std::int64_t& number)
 {
     if (side.of == VANTORO_NONE)
         return pins == side.fixed;
-    number = (pins - side.fixed) / side.times;
-    return number * side.times == pins - side.fixed;
+    const std::int64_t counted = std::int64_t{pins} - side.fixed;  // of any int that a host asks for
+    number = counted / side.times;
+    return number * side.times == counted;
 }
 
 // Whether the two sides agree on n, whatever n is: what a module checks that leaves n itself open.
 constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    int in = 0, out = 0;
+    std::int64_t in = 0, out = 0;
     if (!unknown_of(rule.inputs, inputs, in) || !unknown_of(rule.outputs, outputs, out))
         return false;
     return rule.inputs.of != VANTORO_N || rule.outputs.of != VANTORO_N || in == out;
@@ -344,11 +355,11 @@ constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 
 constexpr bool pins_fit(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    int in = 1, out = 1;
+    std::int64_t in = 1, out = 1;
     if (inputs < 0 || outputs < 0 || !pins_agree(rule, inputs, outputs) || !unknown_of(rule.inputs, inputs, in) ||
         !unknown_of(rule.outputs, outputs, out) || in < 1 || out < 1)
         return false;
-    const auto groups = [&](VantoroPinCount side, int kn, int n) {
+    const auto groups = [&](VantoroPinCount side, std::int64_t kn, std::int64_t n) {
         return side.of != VANTORO_KN || (kn % n == 0 && kn / n >= rule.min_k);
     };
     const bool limited = rule.max_n > 0 && ((rule.inputs.of == VANTORO_N && in > rule.max_n) ||
