@@ -10,17 +10,18 @@
 #include "../kernels/follower.h"
 #include "../kernels/ramp.h"
 #include "../kernels/recursion.h"
+#include "qvaudio_compressor_info.h"
 
 using namespace lbx;
 
 namespace {
 
-constexpr int kMaxPoints = 10;
+constexpr int kMaxPoints = compressor::kCurve.max_rows;
 constexpr int kLevels = kCompressorParamOffset;
 constexpr int kGroup = 8;    // channels side by side
 constexpr int kSteps = 100;  // of the gain table, which has one entry more
 
-constexpr float kDefaults[] = {200, 0, 200, 0, 0, 5, -80, -60, -40, -20, 0, -80, -60, -40, -20, 0};
+constexpr auto& kDefaults = kInitial<compressor::kRmsLayout>;
 
 // The gain of a table entry is at least this; after init another floor than once set. Kept, though the curve of init is
 // the identity and never meets it.
@@ -28,6 +29,12 @@ constexpr float kFloorAtInit = 0.01F;
 constexpr float kFloorWhenSet = 0.001F;
 
 bool has_sidechain(int type) { return type == EN_DP_COMPRESSOR_EXT_RMS || type == EN_DP_COMPRESSOR_EXT_PEAK; }
+
+bool pins_of_type(int nInputs, int nOutputs, int type)
+{
+    return has_sidechain(type) ? info::pins_agree(info::kControlled, nInputs, nOutputs)
+                               : info::pins_agree(info::kSame, nInputs, nOutputs);
+}
 
 // dB to a factor, not below `floor`; a NaN gives the floor.
 float gain_of(float db, float floor)
@@ -45,7 +52,7 @@ int count_segments(const float* x, int points)
     return points - 1;
 }
 
-// Samples segment k of the curve into `entries` gains behind entry `first`.
+// Samples one segment of the curve into `entries` gains after entry `first`.
 void sample_segment(Compressor_Core* core, const float* x, const float* y, int first, int entries, float floor)
 {
     const float dx = x[1] - x[0];
@@ -60,7 +67,7 @@ void sample_segment(Compressor_Core* core, const float* x, const float* y, int f
     }
 }
 
-// A segment shorter than a step of the table ends the building; it and those behind it are left without entries, so
+// A segment shorter than a step of the table ends the building; it and those after it are left without entries, so
 // that a level in one of them takes the gain of the last point reached. An unordered curve may ask for more entries
 // than there are: the rest is cut.
 void build_table(Compressor_Core* core, const float* x, const float* y, float floor)
@@ -92,14 +99,14 @@ void take_curve(BlockAlgo* blk, int points, float floor)
         build_table(core, x, x + points, floor);
 }
 
-// What both laws of the time constants leave alike.
+// What a fresh block and one that was set derive by the same laws.
 void take_common(BlockAlgo* blk)
 {
     auto* core = core_of<Compressor_Core>(blk);
     core->hold_time = hold_samples(blk->pParam[kCompressorHoldTime], blk->block_pro);
     core->hold_count = 0;
     core->max_rms = 0.0F;
-    // Divided by 10, not 20: kept, make-up gains are set by ear against it.
+    // A power ratio: divided by 10, not 20. Kept, make-up gains are set by ear against it.
     core->post_gain = std::pow(10.0F, blk->pParam[kCompressorPostGain] / 10.0F);
 }
 
@@ -139,7 +146,7 @@ void hold_and_decay(Compressor_Core* core, float& level, float value, int n)
 void peaks(const float* const* in, int channels, int n, float* values)
 {
     for (int ch = 0; ch < channels; ++ch) {
-        float top[8] = {};  // of every eighth sample; NaN is nobody's peak, so their order does not matter
+        float top[8] = {};  // of every eighth sample; a NaN is never a peak, so their order does not matter
         int i = 0;
         for (; i + 8 <= n; i += 8)
             for (int k = 0; k < 8; ++k)
@@ -158,7 +165,7 @@ LBX_KERNEL void sums_in_lanes(const float* const* in, int n, float* sums)
     store(sums, sum);
 }
 
-// Sums of squares, which wait together.
+// Sums of squares, of several channels side by side: each addition waits for the one before it.
 void sums(const float* const* in, int channels, int n, float* values)
 {
     if (channels == 1) {
@@ -234,7 +241,7 @@ void render(BlockAlgo* blk, Compressor_Core* core, float** in, const float* side
 
 BlockAlgo* Compressor_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (std::int64_t{nInputs} != std::int64_t{nOutputs} + (has_sidechain(type) ? 1 : 0)) {
+    if (!pins_of_type(nInputs, nOutputs, type)) {
         LBX_LOG("wrong input %d pin and output %d pin in compressor\n", nInputs, nOutputs);
         return nullptr;
     }

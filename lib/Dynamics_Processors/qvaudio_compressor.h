@@ -5,8 +5,8 @@
 //   EN_DP_COMPRESSOR_EXT_RMS, _EXT_PEAK  n + 1 in, n out   pin 0 is the sidechain of all channels
 //
 // Levels are dB re full scale 1.0. No parameter is clamped; the output is, to [-1, 1]. Levels at or below the curve get
-// the gain of its first point, levels at or above its last point in use get unity gain. An output may share its own
-// input's buffer.
+// the gain of its first point, levels at or above its last point in use get unity gain. Vantoro_block_info has the
+// defaults. An output may share its own input's buffer.
 #ifndef VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_COMPRESSOR_H
 #define VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_COMPRESSOR_H
 
@@ -15,13 +15,13 @@
 LBX_BEGIN_C
 
 enum CompressorParam {
-    kCompressorRmstc,       // ms [200]  larger follows faster; _RMS types
-    kCompressorHoldTime,    // ms [0]    before a level may fall; one counter for all channels
-    kCompressorDecayTime,   // ms [200]  of the level, and of the gain on its way down
-    kCompressorSoftKnee,    // [0]       stored and printed only
-    kCompressorPostGain,    // dB [0]    make-up, as a power: 6 dB is a factor of 3.98
-    kCompressorTableLen,    // points of the curve n, 0 to 10 [5]; with 0 or 1 there is no curve: unity gain
-    kCompressorParamOffset  // n input levels, ascending, then n output levels [-80, -60, -40, -20, 0, both]
+    kCompressorRmstc,       // _RMS types: about the fall of the mean square in silence, dB/s; larger follows faster
+    kCompressorHoldTime,    // ms, before a level may fall; one counter for all channels
+    kCompressorDecayTime,   // fall of the level in silence, 2.5 (_RMS) or 5 (_PEAK) dB/s each; delays a falling gain
+    kCompressorSoftKnee,    // stored and printed only
+    kCompressorPostGain,    // dB, make-up as a power: 6 dB is a factor of 3.98
+    kCompressorTableLen,    // points of the curve n, 0 to 10; with 0 or 1 there is no curve: unity gain
+    kCompressorParamOffset  // n input levels in dB, ascending, then n output levels
 };
 
 typedef struct Compressor_Core {

@@ -8,19 +8,18 @@
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/follower.h"
+#include "qvaudio_env_info.h"
 
 using namespace lbx;
 
 namespace {
 
-constexpr float kDefaults[kEnvModuleSize] = {0.0F, 200.0F, 200.0F};
-
-// Divisors of the decay law. A block that was never set decays more slowly than the same time decays once it is set;
-// kept, for graphs are tuned with it.
+// Divisors of the decay law. A block that was never set decays more slowly than by the same setting once it is set.
+// Kept, graphs are tuned with it.
 constexpr float kDecayAtInit = 10.0F;
 constexpr float kDecayWhenSet = 8.0F;
 
-// Vector entries that the type has.
+// Entries of the type's vector.
 int params_of(int type)
 {
     if (type == EN_DP_ENV_RMS)
@@ -28,11 +27,11 @@ int params_of(int type)
     return type == EN_DP_ENV ? kEnvDecayTime + 1 : kEnvHoldTime + 1;
 }
 
-bool pins_fit(int nInputs, int nOutputs, int type)
+bool pins_of_type(int nInputs, int nOutputs, int type)
 {
     if (type == EN_DP_ENV_EXT_DECAY)
-        return nInputs > 1 && nOutputs == 1;
-    return (type == EN_DP_ENV || type == EN_DP_ENV_RMS) && nInputs == 1 && nOutputs == 1;
+        return info::pins_fit(env::kDecayAndSignal, nInputs, nOutputs);
+    return (type == EN_DP_ENV || type == EN_DP_ENV_RMS) && info::pins_fit(info::kOneOne, nInputs, nOutputs);
 }
 
 void derive(BlockAlgo* blk, float decay_divisor)
@@ -55,15 +54,15 @@ int clamp_hold(int count, int hold) { return std::min(std::max(count, hold_sub(0
 
 BlockAlgo* Env_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (!pins_fit(nInputs, nOutputs, type)) {
+    if (!pins_of_type(nInputs, nOutputs, type)) {
         LBX_LOG("wrong method type or pin number in Envelope\n");
         return nullptr;
     }
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Env_destroy);
-    // Three entries for every type, for all three are printed.
+    // Three entries for every type: all three are printed.
     if (!new_core<Envelope_Core>(blk) || !zeros(blk->pParam, kEnvModuleSize))
         return nullptr;
-    copy_params(blk->pParam, kDefaults, params_of(type));
+    copy_params(blk->pParam, kInitial<env::kRmsLayout>.data(), params_of(type));
     derive(blk.get(), kDecayAtInit);
     return blk.release();
 }
@@ -86,7 +85,7 @@ int Env_param_invoke(BlockAlgo* blk)
 }
 
 // Nothing counts the hold down here: with a hold time the envelope keeps its highest peak and only rises, until the
-// parameters are set again. Wanted of this type.
+// parameters are set again. Kept.
 void Env_Render(Envelope_Core* core, const float* in, float* out, int n)
 {
     const float decay = core->decay_coeff;

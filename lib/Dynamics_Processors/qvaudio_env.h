@@ -2,10 +2,10 @@
 // Envelope followers: one signal in, its level out, with a hold and a decay.
 //
 //   EN_DP_ENV            1 in,          1 out   peak, at most 1
-//   EN_DP_ENV_EXT_DECAY  2 or more in,  1 out   peak, at most 1; pin 0: decay time per sample, pin 1: signal
+//   EN_DP_ENV_EXT_DECAY  2 or more in,  1 out   peak, at most 1; pin 0: decay per sample, 4 dB/s each; pin 1: signal
 //   EN_DP_ENV_RMS        1 in,          1 out   mean square, not limited to 1
 //
-// Parameters are used as they come; times are in ms. Output and signal may share a buffer.
+// Parameters are used as they come; Vantoro_block_info has their defaults. Output and signal may share a buffer.
 #ifndef VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_ENV_H
 #define VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_ENV_H
 
@@ -14,9 +14,9 @@
 LBX_BEGIN_C
 
 enum EnvParam {
-    kEnvHoldTime,   // ms [0]    before the envelope may fall
-    kEnvDecayTime,  // ms [200]  EN_DP_ENV and EN_DP_ENV_RMS
-    kEnvRmstc,      // ms [200]  EN_DP_ENV_RMS; larger follows faster
+    kEnvHoldTime,   // ms, before the envelope may fall
+    kEnvDecayTime,  // EN_DP_ENV: fall in silence, 5 dB/s each. EN_DP_ENV_RMS: the larger, the later it falls
+    kEnvRmstc,      // EN_DP_ENV_RMS: dB/s, fall of the mean square in silence; larger follows faster both ways
     kEnvModuleSize
 };
 

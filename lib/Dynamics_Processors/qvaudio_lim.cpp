@@ -2,7 +2,6 @@
 #include "qvaudio_lim.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 #include "../framework/log.h"
@@ -21,38 +20,27 @@ void derive(BlockAlgo* blk)
     const float* param = blk->pParam;
     const float rate_hz = rate_of(blk->block_pro);
     core->rmstc_coeff = growing_weight(param[kLimiterRmstc], 1.0F, rate_hz);
-    // Weighs the old gain although it is near 0, so the gain follows its target almost at once. Kept.
+    // The weight of the old gain, and near 0: the gain follows its target almost at once. Kept.
     core->decay_coeff = 1.0F - decay_factor(param[kLimiterDecayTime], 1.0F, rate_hz, 8.0F);
-    // 10^(dB / 10), for log2(10) / 10 is 0.33219.
+    // 10^(dB / 10): log2(10) / 10 is 0.33219.
     core->threshold = std::pow(2.0F, static_cast<float>(static_cast<double>(param[kLimiterThreshold]) * 0.33219));
     core->process_state = 0.0F;
 }
 
 // The gain that puts a mean square on the threshold.
-float target_gain(float mean_square, float threshold)
-{
-    return mean_square > threshold ? fast_sqrt(threshold / mean_square) : 1.0F;
-}
-
-// The same in lanes: fast_sqrt, and then the choice.
 template <class V>
 LBX_INLINE V target_gain(V mean_square, V threshold)
 {
-    if constexpr (requires { mean_square > threshold; }) {
-        using Bits [[gnu::vector_size(sizeof(V))]] = std::uint32_t;
-        const V x = threshold / mean_square;
-        const V half = 0.5F * x;
-        V g = std::bit_cast<V>(0x5f3759dfU - (std::bit_cast<Bits>(x) >> 1U));
-        g = g * (1.5F - half * g * g);
-        g = g * (1.5F - half * g * g);
-        return mean_square > threshold ? g * x : every<V>(1.0F);
-    } else {
+    if constexpr (std::is_class_v<V>) {
         return join(target_gain(lower(mean_square), lower(threshold)),
                     target_gain(upper(mean_square), upper(threshold)));
+    } else {
+        const V gain = fast_sqrt(threshold / mean_square);
+        return mean_square > threshold ? gain : every<V>(1.0F);
     }
 }
 
-// A block's coefficients, in all lanes alike.
+// A block's coefficients, the same in all lanes.
 template <class V>
 struct Law {
     V weight, keep_level, keep_gain, fresh_gain, threshold;
@@ -99,7 +87,7 @@ void limit_one(const Law<float>& law, float& level, float& gain, const float* in
 
 BlockAlgo* Limiter_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (nInputs != nOutputs) {
+    if (!info::pins_agree(info::kSame, nInputs, nOutputs)) {
         LBX_LOG("wrong input pin number in Limiter\n");
         return nullptr;
     }

@@ -3,7 +3,7 @@
 //
 //   EN_DP_LIMITER  n in, n out   each channel measures and turns down itself
 //
-// Parameters are used as they come. An output may share its own input's buffer.
+// Parameters are used as they come; Vantoro_block_info has their defaults. An output may share its own input's buffer.
 #ifndef VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_LIM_H
 #define VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_LIM_H
 
@@ -12,9 +12,9 @@
 LBX_BEGIN_C
 
 enum LimiterParam {
-    kLimiterRmstc,      // ms [200]  larger follows faster
-    kLimiterDecayTime,  // ms [200]  of the gain; 0: the gain follows at once
-    kLimiterThreshold,  // dB re full scale, of the mean square [-3]
+    kLimiterRmstc,      // dB/s, fall of the mean square in silence; larger follows faster both ways
+    kLimiterDecayTime,  // the larger, the later the gain follows; 0: at once
+    kLimiterThreshold,  // dB re full scale, of the mean square
     kLimiterModuleSize
 };
 

@@ -2,19 +2,17 @@
 // The limiter's parameters.
 #pragma once
 
-#include "../framework/info.h"
+#include "dynamics_info.h"
 
 namespace lbx::limiter {
 
 using namespace lbx::info;
 
-inline constexpr VantoroParam kRmstc =
-    real("rmstc", "ms", 200, {1, 2000}, "time constant of the mean square; larger follows faster").logarithmic();
 inline constexpr VantoroParam kDecayTime =
-    real("decayTime", "ms", 200, {0, 5000}, "return of the gain; 0 follows at once").in_steps(1);
+    dynamics::decay_time("how late the gain follows; a sample or two over the whole range");
 inline constexpr VantoroParam kThreshold =
-    gain_db("thresholdDb", -3, {-60, 0}, "level of the mean square that is not passed");
+    gain_db("thresholdDb", -3, {-60, 0}, "level of the mean square that is not exceeded");
 
-inline constexpr VantoroSlot kLayout[] = {value(kRmstc), value(kDecayTime), value(kThreshold)};
+inline constexpr VantoroSlot kLayout[] = {value(dynamics::kRmstc), value(kDecayTime), value(kThreshold)};
 
 }  // namespace lbx::limiter

@@ -10,13 +10,13 @@
 #include "../kernels/recursion.h"
 #include "../kernels/section.h"
 #include "../kernels/slew.h"
+#include "Loudness_info.h"
 
 using namespace lbx;
 
 namespace {
 
-constexpr float kDefaults[kLoudnessModuleSize] = {60, 0.9F, 7000, 0.9F, 0, -30};
-constexpr float kDefaultSlewRate = 12.0F;
+constexpr int kCoeffs = FirstOrder<float>::kCoeffs;
 
 // How much bass and treble are raised, in dB at volume `v` dB, per unit of their gain.
 double bass_raise(double v) { return 8.0 - 0.1 * v; }
@@ -40,11 +40,10 @@ void design_both(BlockAlgo* blk, double bass_db, double treble_db)
 
 void take_slew(BlockAlgo* blk)
 {
-    core_of<Loudness_Core>(blk)->attack_gain = slew_alpha(blk->pParam[kLoudnessSlewRate], rate_of(blk->block_pro),
-                                                          static_cast<float>(blk->block_pro->nBlockSize));
+    core_of<Loudness_Core>(blk)->attack_gain = slew_alpha(blk->pParam[kLoudnessSlewRate], blk->block_pro);
 }
 
-// A fresh block has laws of its own: a fixed bass part, and a treble gain that is no percentage. Kept, for graphs are
+// A fresh block has laws of its own: a fixed bass part, and a treble gain that is no percentage. Kept, graphs are
 // tuned with it.
 void start(BlockAlgo* blk)
 {
@@ -56,7 +55,7 @@ void start(BlockAlgo* blk)
         design_both(blk, -8.1, std::min(-1.0, 0.7 * v + treble_raise(v) * treble));
     } else {
         design_both(blk, 0.0, 0.0);
-        param[kLoudnessSlewRate] = kDefaultSlewRate;
+        param[kLoudnessSlewRate] = loudness::kSlewRate.initial;
         take_slew(blk);
     }
 }
@@ -77,7 +76,7 @@ void set_by_volume(BlockAlgo* blk)
 // A shelf's factor for an amount in dB, at most -1 dB.
 float shelf_gain(double db) { return coarse_gain(db < -1.0 ? db : -1.0); }
 
-// The volume after n samples, summed as they sum it. A step that is lost in rounding once is lost from then on.
+// The volume after n samples, summed as render_some sums it. A step that is lost in rounding once is lost from then on.
 float walk(float volume, float step, int n)
 {
     for (int i = 0; i < n; ++i) {
@@ -105,7 +104,7 @@ float step_or_arrive(Loudness_Core* core)
 }
 
 // Up to eight channels, from `ch` on, through both filters; per sample the volume moves by its step and scales low,
-// high and dry part. The volume is one for all: every channel goes on where the one before has ended.
+// high and dry part. There is one volume: every channel goes on where the one before has ended.
 void render_some(Loudness_Core* core, float low_gain, float high_gain, float (*next_step)(Loudness_Core*),
                  const float* const* in, float* const* out, int channels, int n, int ch)
 {
@@ -146,18 +145,32 @@ void take_volume(const BlockAlgo* blk, Loudness_Core* core, float volume)
 
 }  // namespace
 
+// Half the sum of the dry signal, the bass and the treble, at the volume.
+void lbx::loudness::linear_model(const BlockAlgo* blk, const Paths& paths)
+{
+    const auto* core = core_of<Loudness_Core>(blk);
+    const double gain = 0.5 * static_cast<double>(core->post_gain);
+    for (int ch = 0; ch < std::min(blk->nInputs, blk->nOutputs); ++ch) {
+        paths.path(ch, ch, gain);
+        for (const FirstOrder_Core* part : {&core->LP_Core, &core->HP_Core}) {
+            paths.path(ch, ch, gain);
+            paths.first_order(part->coeffArray);
+        }
+    }
+}
+
 BlockAlgo* Loudness_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Loudness_destroy);
     auto* core = new_core<Loudness_Core>(blk);
-    // One entry more than there are parameters, for it is printed.
-    if (!core || !zeros(blk->pParam, kLoudnessModuleSize + 1) || !zeros(blk->pState, 2 * 3) ||
+    // One entry more than there are parameters: it is printed.
+    if (!core || !zeros(blk->pParam, kLoudnessModuleSize + 1) || !zeros(blk->pState, 2 * kCoeffs) ||
         !zeros(blk->pStateB, std::ptrdiff_t{2} * nOutputs))
         return nullptr;
     core->LP_Core = {1, 0, blk->pState, blk->pStateB};
-    core->HP_Core = {1, 0, blk->pState + 3, blk->pStateB + nOutputs};
-    core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize + 1);
-    copy_params(blk->pParam, kDefaults, kLoudnessModuleSize);
+    core->HP_Core = {1, 0, blk->pState + kCoeffs, blk->pStateB + nOutputs};
+    core->pre_div = sample_share(block_pro);
+    copy_params(blk->pParam, kInitial<loudness::kLayout>.data(), kLoudnessModuleSize);
     start(blk.get());
     return blk.release();
 }

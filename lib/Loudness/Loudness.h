@@ -5,7 +5,7 @@
 //   EN_LOUDNESS_LH      n in,     n out   volume in dB from the vector
 //   EN_LOUDNESS_LH_EXT  n + 1 in, n out   pin 0: volume as a factor, 0.001 to 1, read once per block; then the signals
 //
-// An output may share its own signal's buffer.
+// Vantoro_block_info has the defaults. An output may share its own signal's buffer.
 #ifndef VANTORO_LOUDNESS_LOUDNESS_H
 #define VANTORO_LOUDNESS_LOUDNESS_H
 
@@ -15,13 +15,13 @@
 LBX_BEGIN_C
 
 enum LoudnessParam {
-    kLoudnessBassFreq,                      // Hz [60]
-    kLoudnessBassGain,                      // percent [0.9]
-    kLoudnessTrebleFreq,                    // Hz [7000]
-    kLoudnessTrebleGain,                    // percent [0.9]
-    kLoudnessFilterType,                    // [0] stored and printed only
-    kLoudnessSlewRate,                      // EN_LOUDNESS_LH_EXT: each step doubles the time of the volume's slew [12]
-    kLoudnessPostGain = kLoudnessSlewRate,  // EN_LOUDNESS_LH: volume, dB [-30]. The two share the entry on purpose
+    kLoudnessBassFreq,                      // Hz
+    kLoudnessBassGain,                      // percent
+    kLoudnessTrebleFreq,                    // Hz
+    kLoudnessTrebleGain,                    // percent
+    kLoudnessFilterType,                    // stored and printed only
+    kLoudnessSlewRate,                      // EN_LOUDNESS_LH_EXT: each step doubles the time of the volume's slew
+    kLoudnessPostGain = kLoudnessSlewRate,  // EN_LOUDNESS_LH: volume, dB. The two share the entry on purpose
     kLoudnessModuleSize
 };
 

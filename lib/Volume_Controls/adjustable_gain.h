@@ -7,10 +7,10 @@
 //   EN_VC_MULTI_CONTROL_SLEW     n in,     n out   one per channel     vector: slew rate, volumes
 //   EN_VC_SIG_EXT_CONTROL_SLEW   n + 1 in, n out   gain on pin 0       vector: slew rate
 //
-// Volumes default to 0 dB and are not limited. The slew rate defaults to 12 (see SlewAlphaGet) and is silently limited
-// to 1 .. 23 and written back. A slewed block starts from silence: once per block a one-pole step toward the target,
-// inside the block a straight line, at the end exactly the target. The control of the last type is a linear gain, its
-// first sample of the block. Output k may share its buffer with its own input.
+// Volumes are not limited. The slew rate (see SlewAlphaGet) is silently limited to 1 .. 23 and written back.
+// Vantoro_block_info has the defaults. A slewed block starts from silence: once per block a one-pole step toward the
+// target, inside the block a straight line, at the end exactly the target. The control of the last type is a linear
+// gain, its first sample of the block. Output k may share its buffer with its own input.
 #ifndef VANTORO_VOLUME_CONTROLS_ADJUSTABLE_GAIN_H
 #define VANTORO_VOLUME_CONTROLS_ADJUSTABLE_GAIN_H
 

@@ -9,17 +9,19 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/ramp.h"
+#include "gain_envelope_info.h"
 
-float time_example[6] = {0.0F, 2.0F, 502.0F, 504.0F, 1004.0F, 1104.0F};
-float gainsdB_example[6] = {-100.0F, 0.0F, -100.0F, 0.0F, -70.0F, 0.0F};
+using namespace lbx;
+using gain_envelope::kBursts;
+
+float time_example[6] = {kBursts[0], kBursts[2], kBursts[4], kBursts[6], kBursts[8], kBursts[10]};
+float gainsdB_example[6] = {kBursts[1], kBursts[3], kBursts[5], kBursts[7], kBursts[9], kBursts[11]};
 
 namespace {
 
-constexpr int kExamplePoints = 6;
-constexpr float kFloorDb = -120.0F;
-constexpr int kTableSize = 146;  // -120 .. 25 dB
-
-GainEnvelope_Core* core_of(const BlockAlgo* blk) { return lbx::core_of<GainEnvelope_Core>(blk); }
+constexpr int kExamplePoints = gain_envelope::kPoints.initial_rows;
+constexpr float kFloorDb = gain_envelope::kGainDb.clamp.min;
+constexpr int kTableSize = to_int(gain_envelope::kGainDb.valid.max - kFloorDb) + 1;  // of whole dB, both ends included
 
 constexpr std::ptrdiff_t vector_size(int points) { return kGainEnvelopeParamOffset + 2 * std::ptrdiff_t{points}; }
 
@@ -28,17 +30,17 @@ float to_gain(double db) { return static_cast<float>(std::pow(10.0, db / 20.0));
 // Samples and whole dB are subtracted as integers: a float counts samples only to 2^24, six minutes at 48 kHz.
 float difference(int a, int b) { return static_cast<float>(std::int64_t{a} - b); }
 
-// Segment `gear`; behind the last point everything is the last point.
+// Segment `gear`; after the last point everything is the last point.
 void load_segment(GainEnvelope_Core* core, int gear)
 {
     const int last = core->numControl - 1;
     const int from = std::min(gear, last);
     const int to = from < last ? from + 1 : last;
     core->gear = gear;
-    core->gain_dB_s = lbx::to_int(core->Gains_dB[from]);
-    core->gain_dB_e = lbx::to_int(core->Gains_dB[to]);
-    core->point_s = lbx::to_int(core->Points[from]);
-    core->point_e = lbx::to_int(core->Points[to]);
+    core->gain_dB_s = to_int(core->Gains_dB[from]);
+    core->gain_dB_e = to_int(core->Gains_dB[to]);
+    core->point_s = to_int(core->Points[from]);
+    core->point_e = to_int(core->Points[to]);
     const float run = difference(core->point_e, core->point_s);
     core->rate = run == 0.0F ? 0.0F : difference(core->gain_dB_e, core->gain_dB_s) / run;
 }
@@ -84,23 +86,21 @@ Edges advance(GainEnvelope_Core* core, int n)
 // The curve in samples and the state at its start, from the vector held.
 void derive_curve(BlockAlgo* blk, int points)
 {
-    GainEnvelope_Core* core = core_of(blk);
+    auto* core = core_of<GainEnvelope_Core>(blk);
     const float* ms = blk->pParam + kGainEnvelopeParamOffset;
     float* db = blk->pParam + kGainEnvelopeParamOffset + points;
-    core->loopFlag = lbx::to_int(blk->pParam[kGainEnvelopeLoopFlag]);
+    core->loopFlag = to_int(blk->pParam[kGainEnvelopeLoopFlag]);
     core->numControl = points;
     core->Points = blk->pState;
     core->Gains_dB = blk->pState + points;
     for (int k = 0; k < points; ++k) {
-        if (db[k] < kFloorDb)
-            db[k] = kFloorDb;
-        core->Gains_dB[k] = db[k];
+        core->Gains_dB[k] = clamp_back(db[k], gain_envelope::kGainDb.clamp);
         core->Points[k] =
-            static_cast<float>(lbx::to_int(static_cast<double>(ms[k]) / 1000.0 * blk->block_pro->nSamplingRate));
+            static_cast<float>(to_int(static_cast<double>(ms[k]) / 1000.0 * blk->block_pro->nSamplingRate));
     }
     if (points > 0) {
         core->gain_e = to_gain(static_cast<double>(db[points - 1]));
-        core->maxPoint = lbx::to_int(core->Points[points - 1]);
+        core->maxPoint = to_int(core->Points[points - 1]);
         restart(core);
     }
 }
@@ -109,19 +109,19 @@ void derive_curve(BlockAlgo* blk, int points)
 
 BlockAlgo* GainEnvelope_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (static_cast<long long>(nInputs) - nOutputs != 1) {
+    if (!info::pins_agree(info::kControlled, nInputs, nOutputs)) {
         LBX_LOG("wrong input pin number in Input_pin\n");
         return nullptr;
     }
-    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, block_pro, type, GainEnvelope_destroy);
-    auto* core = lbx::new_core<GainEnvelope_Core>(blk);
-    if (!core || !lbx::zeros(blk->pStateC, kTableSize))
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, GainEnvelope_destroy);
+    auto* core = new_core<GainEnvelope_Core>(blk);
+    if (!core || !zeros(blk->pStateC, kTableSize))
         return nullptr;
     core->gains_table = blk->pStateC;
     for (int i = 0; i < kTableSize; ++i)
-        core->gains_table[i] = to_gain(i - 120);
+        core->gains_table[i] = to_gain(static_cast<double>(kFloorDb) + i);
     core->gain_s = 1.0F;
-    float vector[kGainEnvelopeParamOffset + 2 * kExamplePoints] = {0.0F, kExamplePoints};
+    float vector[kGainEnvelopeParamOffset + 2 * kExamplePoints] = {gain_envelope::kLoop.initial, kExamplePoints};
     std::ranges::copy(time_example, vector + kGainEnvelopeParamOffset);
     std::ranges::copy(gainsdB_example, vector + kGainEnvelopeParamOffset + kExamplePoints);
     return GainEnvelope_param_set(blk.get(), vector) == 0 ? blk.release() : nullptr;
@@ -130,11 +130,11 @@ BlockAlgo* GainEnvelope_init(int nInputs, int nOutputs, BlockPro* block_pro, int
 int GainEnvelope_param_set(BlockAlgo* blk, float* param)
 {
     const float* source = param ? param : blk->pParam;
-    const int points = std::max(lbx::to_int(source[kGainEnvelopeNumPoints]), 0);
+    const int points = std::max(to_int(source[kGainEnvelopeNumPoints]), 0);
     float* vector = blk->pParam;
-    if (!vector || points != core_of(blk)->numControl) {
+    if (!vector || points != core_of<GainEnvelope_Core>(blk)->numControl) {
         float* curve = nullptr;
-        if (!lbx::zeros(vector, vector_size(points)) || !lbx::zeros(curve, 2 * std::ptrdiff_t{points})) {
+        if (!zeros(vector, vector_size(points)) || !zeros(curve, 2 * std::ptrdiff_t{points})) {
             std::free(vector);
             return RT_ERR_MALLOC;
         }
@@ -162,7 +162,7 @@ float GainTableFindNeast(float* table, float dB)
 {
     const float above = dB - kFloorDb;
     const float position = above > 0.0F ? std::min(above, static_cast<float>(kTableSize - 1)) : 0.0F;
-    const int i = std::min(lbx::to_int(position), kTableSize - 2);
+    const int i = std::min(to_int(position), kTableSize - 2);
     const float f = position - static_cast<float>(i);
     return (1.0F - f) * table[i] + f * table[i + 1];
 }
@@ -173,23 +173,23 @@ void GainEnvelope_Render(float** data_in, float** data_out, int nOutputs, int nB
     float gain = gain_first;
     const float step = (gain_last - gain_first) / static_cast<float>(nBlockSize);
     // The rows are sums after each step; this line is used before it, so it begins one entry earlier.
-    alignas(32) float storage[8 + lbx::rows_for(1) * lbx::kTile];
+    alignas(32) float storage[8 + rows_for(1) * kTile];
     float* rows = storage + 8;
-    for (int start = 0; start < nBlockSize; start += lbx::kTile) {
-        const int n = std::min(lbx::kTile, nBlockSize - start);
+    for (int start = 0; start < nBlockSize; start += kTile) {
+        const int n = std::min(kTile, nBlockSize - start);
         rows[-1] = gain;
-        lbx::lines(&gain, &step, 1, 1, rows, n);
+        lines(&gain, &step, 1, 1, rows, n);
         for (int ch = 0; ch < nOutputs; ++ch)
-            lbx::multiply(data_in[ch + 1] + start, rows - 1, data_out[ch] + start, n);
+            multiply(data_in[ch + 1] + start, rows - 1, data_out[ch] + start, n);
     }
 }
 
 int GainEnvelope_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     const int n = blk->block_pro->nBlockSize;
-    const Edges gain = advance(core_of(blk), n);
+    const Edges gain = advance(core_of<GainEnvelope_Core>(blk), n);
     GainEnvelope_Render(data_in, data_out, blk->nOutputs, n, gain.first, gain.last);
     return 0;
 }
 
-int GainEnvelope_destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+int GainEnvelope_destroy(BlockAlgo* blk) { return free_block(blk); }

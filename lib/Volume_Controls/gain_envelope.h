@@ -6,8 +6,8 @@
 // Between two points the level moves by a constant number of dB per sample, between their whole dB. It is evaluated at
 // the first and the last sample of a block; inside, the gain is a straight line. A curve that runs once holds the last
 // point's gain from the first sample of the block in which it ends; one in a loop repeats after the last point's time.
-// Without points the gain is 1. Points out of order are safe, but what they sound like is not defined.
-// Output k may share its buffer with input k + 1.
+// Without points the gain is 1. Points out of order are safe, but what they sound like is not defined. Gains above 25
+// dB are 25 dB on the way. Vantoro_block_info has the defaults. Output k may share its buffer with input k + 1.
 #ifndef VANTORO_VOLUME_CONTROLS_GAIN_ENVELOPE_H
 #define VANTORO_VOLUME_CONTROLS_GAIN_ENVELOPE_H
 
@@ -17,8 +17,8 @@ LBX_BEGIN_C
 
 // The vector: 2 + 2 n floats.
 enum GainEnvelopeParam {
-    kGainEnvelopeLoopFlag,    // [0]  1: loop
-    kGainEnvelopeNumPoints,   // [6]  n; below 0 is 0
+    kGainEnvelopeLoopFlag,    // 1: loop
+    kGainEnvelopeNumPoints,   // n; below 0 is 0
     kGainEnvelopeParamOffset  // from here n times in ms, then n gains in dB (below -120: raised to it, written back)
 };
 
@@ -29,7 +29,7 @@ typedef struct GainEnvelope_Core {
     int loopFlag;
     int numControl;            // points
     float* Gains_dB;           // [points]
-    float* Points;             // [points] times in whole samples; with Gains_dB behind them the record's pState
+    float* Points;             // [points] times in whole samples, then Gains_dB; the record's pState
     float* gains_table;        // [146] 10^((i - 120) / 20); the record's pStateC
     float gain_s;              // gain without points
     float gain_e;              // gain of the last point
@@ -49,7 +49,7 @@ int GainEnvelope_param_invoke(BlockAlgo* blk);
 int GainEnvelope_process(BlockAlgo* blk, float** data_in, float** data_out);  // 0
 int GainEnvelope_destroy(BlockAlgo* blk);
 
-// Every output: input ch + 1 under a line that begins at gain_first and would reach gain_last behind the block.
+// Every output: input ch + 1 under a line that begins at gain_first and would reach gain_last after the block.
 void GainEnvelope_Render(float** data_in, float** data_out, int nOutputs, int nBlockSize, float gain_first,
                          float gain_last);
 

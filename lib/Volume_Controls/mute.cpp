@@ -6,39 +6,48 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/ramp.h"
+#include "mute_info.h"
+
+using namespace lbx;
 
 namespace {
 
-constexpr float kDefaults[kMuteModuleSize] = {0.0F, 1.0F};
-constexpr lbx::ParamLabel kLabels[] = {{"Switch"}, {"SlewFlag"}};
-
-Mute_Core* core_of(const BlockAlgo* blk) { return lbx::core_of<Mute_Core>(blk); }
+constexpr ParamLabel kLabels[] = {{"Switch"}, {"SlewFlag"}};
+constexpr float kSlewAlpha = 0.98F;
 
 }  // namespace
 
+void lbx::mute::linear_model(const BlockAlgo* blk, const Paths& paths)
+{
+    const auto* core = core_of<Mute_Core>(blk);
+    const bool off = core->slew_flag != 0 ? core->gain_now == 0.0F : core->switch_state == 1;
+    for (int ch = 0; ch < blk->nOutputs; ++ch)
+        paths.path(ch, ch, off ? 0 : 1);
+}
+
 BlockAlgo* Mute_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (nInputs < 1 || nInputs != nOutputs) {
+    if (!info::pins_fit(info::kSame, nInputs, nOutputs)) {
         LBX_LOG("wrong input pin number in Mute\n");
         return nullptr;
     }
-    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, block_pro, type, Mute_destroy);
-    auto* core = lbx::new_core<Mute_Core>(blk);
-    if (!core || !lbx::zeros(blk->pParam, kMuteModuleSize))
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Mute_destroy);
+    auto* core = new_core<Mute_Core>(blk);
+    if (!core || !zeros(blk->pParam, kMuteModuleSize))
         return nullptr;
-    std::ranges::copy(kDefaults, blk->pParam);
-    core->pre_div = 1.0F / (static_cast<float>(block_pro->nBlockSize) + 1.0F);
-    core->slew_rate = 0.98F;
+    std::ranges::copy(kInitial<mute::kLayout>, blk->pParam);
+    core->pre_div = sample_share(block_pro);
+    core->slew_rate = kSlewAlpha;
     Mute_param_set(blk.get(), nullptr);
     return blk.release();
 }
 
 int Mute_param_set(BlockAlgo* blk, float* param)
 {
-    Mute_Core* core = core_of(blk);
-    lbx::copy_params(blk->pParam, param, kMuteModuleSize);
-    core->switch_state = lbx::to_int(blk->pParam[kMuteSwitch]);
-    core->slew_flag = lbx::to_int(blk->pParam[kMuteSlewFlag]);
+    auto* core = core_of<Mute_Core>(blk);
+    copy_params(blk->pParam, param, kMuteModuleSize);
+    core->switch_state = to_int(blk->pParam[kMuteSwitch]);
+    core->slew_flag = to_int(blk->pParam[kMuteSlewFlag]);
     if (core->switch_state == 0)
         core->gain_now = 1.0F;
     if (core->switch_state == 1)
@@ -50,7 +59,7 @@ int Mute_param_update(BlockAlgo* /*blk*/) { return 0; }
 
 int Mute_param_invoke(BlockAlgo* blk)
 {
-    lbx::print_params(__func__, "Mute", kLabels, blk->pParam);
+    print_params(__func__, "Mute", kLabels, blk->pParam);
     return 0;
 }
 
@@ -59,9 +68,9 @@ void Mute_Render_noslew(Mute_Core* /*core*/, float** data_in, float** data_out, 
 {
     for (int ch = 0; ch < nChannels; ++ch)
         if (switch_state == 1)
-            lbx::clear(data_out[ch], nBlockSize);
+            clear(data_out[ch], nBlockSize);
         else
-            lbx::copy(data_in[ch], data_out[ch], nBlockSize);
+            copy(data_in[ch], data_out[ch], nBlockSize);
 }
 
 void Mute_Render_slew(Mute_Core* core, float** data_in, float** data_out, int nChannels, int nBlockSize,
@@ -71,17 +80,17 @@ void Mute_Render_slew(Mute_Core* core, float** data_in, float** data_out, int nC
         Mute_Render_noslew(core, data_in, data_out, nChannels, nBlockSize, switch_state);
         return;
     }
-    const lbx::Glide g = lbx::glide(core->old_gain, core->gain_now, core->slew_rate, core->pre_div);
-    lbx::ramp(g, data_in, data_out, nChannels, nBlockSize);
-    core->old_gain = lbx::settle_any(g, core->gain_now);
+    const Glide g = glide(core->old_gain, core->gain_now, core->slew_rate, core->pre_div);
+    ramp(g, data_in, data_out, nChannels, nBlockSize);
+    core->old_gain = settle_any(g, core->gain_now);
 }
 
 int Mute_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    Mute_Core* core = core_of(blk);
+    auto* core = core_of<Mute_Core>(blk);
     const auto render = core->slew_flag != 0 ? Mute_Render_slew : Mute_Render_noslew;
     render(core, data_in, data_out, blk->nOutputs, blk->block_pro->nBlockSize, core->switch_state);
     return 0;
 }
 
-int Mute_destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+int Mute_destroy(BlockAlgo* blk) { return free_block(blk); }

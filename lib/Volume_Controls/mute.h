@@ -4,7 +4,8 @@
 //   EN_VC_MUTE   n in, n out, n >= 1
 //
 // The slew moves the gain by 2 % of the way per block, in a straight line inside the block, and ends exactly on 0 or 1.
-// A fresh block with slew fades in from silence. Output k may share its buffer with input k.
+// A fresh block with slew fades in from silence. Without slew the gain reached is not kept: switched on again, the slew
+// goes on from where it last stood. Vantoro_block_info has the defaults. Output k may share its buffer with input k.
 #ifndef VANTORO_VOLUME_CONTROLS_MUTE_H
 #define VANTORO_VOLUME_CONTROLS_MUTE_H
 
@@ -13,8 +14,8 @@
 LBX_BEGIN_C
 
 enum MuteParam {
-    kMuteSwitch,    // [0]  1 mutes, 0 passes; other values keep the gain that was aimed for
-    kMuteSlewFlag,  // [1]  not 0: slew
+    kMuteSwitch,    // 1 mutes, 0 passes; other values keep the gain that was aimed for
+    kMuteSlewFlag,  // not 0: slew
     kMuteModuleSize
 };
 

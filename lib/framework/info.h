@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <span>
 #include <string_view>
@@ -343,9 +344,9 @@ inline constexpr VantoroPinRule kTwoOne = rule("2 -> 1", pins(2), pins(1), 2, 1)
 inline constexpr VantoroPinRule kNoneToMany = rule("0 -> n", pins(0), pins(VANTORO_N), 0, 1);
 
 // What one side says of its unknown: (pins - fixed) / times. False when the division leaves something.
-constexpr bool unknown_of(VantoroPinCount side, int pins, long long& number)
+constexpr bool unknown_of(VantoroPinCount side, int pins, std::int64_t& number)
 {
-    const long long counted = static_cast<long long>(pins) - side.fixed;
+    const std::int64_t counted = std::int64_t{pins} - side.fixed;
     if (side.of == VANTORO_NONE)
         return counted == 0;
     number = counted / side.times;
@@ -355,7 +356,7 @@ constexpr bool unknown_of(VantoroPinCount side, int pins, long long& number)
 // Whether the two sides agree on n, whatever n is: what a module checks that leaves n itself open.
 constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    long long in = 0, out = 0;
+    std::int64_t in = 0, out = 0;
     if (!unknown_of(rule.inputs, inputs, in) || !unknown_of(rule.outputs, outputs, out))
         return false;
     return rule.inputs.of != VANTORO_N || rule.outputs.of != VANTORO_N || in == out;
@@ -363,11 +364,11 @@ constexpr bool pins_agree(const VantoroPinRule& rule, int inputs, int outputs)
 
 constexpr bool pins_fit(const VantoroPinRule& rule, int inputs, int outputs)
 {
-    long long in = 1, out = 1;
+    std::int64_t in = 1, out = 1;
     if (inputs < 0 || outputs < 0 || !pins_agree(rule, inputs, outputs) || !unknown_of(rule.inputs, inputs, in) ||
         !unknown_of(rule.outputs, outputs, out) || in < 1 || out < 1)
         return false;
-    const auto groups = [&](VantoroPinCount side, long long kn, long long n) {
+    const auto groups = [&](VantoroPinCount side, std::int64_t kn, std::int64_t n) {
         return side.of != VANTORO_KN || (kn % n == 0 && kn / n >= rule.min_k);
     };
     const bool limited = rule.max_n > 0 && ((rule.inputs.of == VANTORO_N && in > rule.max_n) ||

@@ -6,7 +6,9 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 
+#include "lanes.h"
 #include "level.h"
 
 namespace lbx {
@@ -61,21 +63,40 @@ inline float fast_cos(float angle)
     return positive ? magnitude : -magnitude;
 }
 
-// Estimate of 1 / sqrt(x), 3.4 % off at most: C. Lomont, "Fast Inverse Square Root". Shifted with the sign.
-inline float inv_sqrt_estimate(float x)
+// Estimate of 1 / sqrt(x), 3.4 % off at most: C. Lomont, "Fast Inverse Square Root". Shifted with the sign. V: one
+// float, or lanes, as in the two functions after it.
+template <class V>
+LBX_INLINE V inv_sqrt_estimate(V x)
 {
-    const auto half = static_cast<std::uint32_t>(std::bit_cast<std::int32_t>(x) >> 1);
-    return std::bit_cast<float>(0x5f3759dfU - half);
+    if constexpr (std::is_class_v<V>) {
+        return join(inv_sqrt_estimate(lower(x)), inv_sqrt_estimate(upper(x)));
+    } else {
+        using Signed [[gnu::vector_size(sizeof(V))]] = std::int32_t;
+        using Bits [[gnu::vector_size(sizeof(V))]] = std::uint32_t;
+        return std::bit_cast<V>(0x5f3759dfU - std::bit_cast<Bits>(std::bit_cast<Signed>(x) >> 1));
+    }
 }
 
 // One Newton step. The products are taken in this order so that x = 0 never meets an infinite square.
-inline float inv_sqrt_step(float x, float g) { return g * (1.5F - ((0.5F * x) * g) * g); }
+template <class V>
+LBX_INLINE V inv_sqrt_step(V x, V g)
+{
+    return g * (every<V>(1.5F) - every<V>(0.5F) * x * g * g);
+}
 
 // Relative error below 0.18 %.
-inline float fast_inv_sqrt(float x) { return inv_sqrt_step(x, inv_sqrt_estimate(x)); }
+template <class V>
+LBX_INLINE V fast_inv_sqrt(V x)
+{
+    return inv_sqrt_step(x, inv_sqrt_estimate(x));
+}
 
 // Relative error below 5e-6; 0 gives 0.
-inline float fast_sqrt(float x) { return inv_sqrt_step(x, fast_inv_sqrt(x)) * x; }
+template <class V>
+LBX_INLINE V fast_sqrt(V x)
+{
+    return inv_sqrt_step(x, fast_inv_sqrt(x)) * x;
+}
 
 // 10^(db / 20) by the coarse exponential: a few per cent off, and 0 dB gives 0.97100782.
 inline float db_to_gain(float db) { return static_cast<float>(fast_exp(static_cast<double>(db * 0.115129255F))); }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The laws by which level followers turn a time in ms into a weight, and what they share around it. `samples` is the
-// number of samples that one step of the follower covers. The laws differ on purpose and are tuned by ear: a time is a
-// setting of its own law, not a duration to compare between blocks.
+// The laws by which level followers turn a setting into a weight, and what they share around it. `samples` is the
+// number of samples that one step of the follower covers. To rise_weight and hold_samples the setting is a time; to the
+// other two it is a speed, although parameters call it a time. Kept, graphs are tuned with it.
 #pragma once
 
 #include <cmath>
@@ -13,16 +13,18 @@
 
 namespace lbx {
 
-// Weight of a new mean square. It grows with the time: a larger one follows faster.
-inline float growing_weight(float ms, float samples, float rate_hz)
+// Weight of a new mean square, which in silence then falls by about so many dB per second: what a step keeps is
+// 2 - 10^x, near 10^-x for small x. Above x = 0.3 the mean square overshoots, above 0.477 it grows without end.
+inline float growing_weight(float db_per_s, float samples, float rate_hz)
 {
-    return std::fabs(1.0F - std::pow(10.0F, samples * ms / ((rate_hz + 1e-6F) * 10.0F)));
+    return std::fabs(1.0F - std::pow(10.0F, samples * db_per_s / ((rate_hz + 1e-6F) * 10.0F)));
 }
 
-// 10^(-2 ms samples / (rate divisor)): below 1, and the smaller the longer the time.
-inline float decay_factor(float ms, float samples, float rate_hz, float divisor)
+// 10^(-2 speed samples / (rate divisor)): an amplitude multiplied by it at each step falls by 40 speed / divisor dB per
+// second, a power by half of that.
+inline float decay_factor(float speed, float samples, float rate_hz, float divisor)
 {
-    return 1.0F / std::pow(10.0F, (ms + ms) * samples / ((rate_hz + 1e-6F) * divisor));
+    return 1.0F / std::pow(10.0F, (speed + speed) * samples / ((rate_hz + 1e-6F) * divisor));
 }
 
 // Weight of a new block of a one-pole follower that rises from 10 % to 90 % in `ms` (2.2 time constants).

@@ -15,7 +15,7 @@ inline float linear_gain(float db) { return std::pow(10.0F, db / 20.0F); }
 
 // e^y by writing y into the exponent field of a double whose low word stays 0: N. Schraudolph, "A Fast, Compact
 // Approximation of the Exponential Function". Relative error -2.9 % .. +2.98 %; e^0 gives 0.97100782. Kept as coarse as
-// this, for gains are tuned by ear through it.
+// this, gains are tuned by ear through it.
 inline double fast_exp(double y)
 {
     const auto high = static_cast<std::uint32_t>(to_int(1512775.3951951857 * y + 1072632447.0));

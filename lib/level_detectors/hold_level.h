@@ -4,21 +4,19 @@
 
 #include <algorithm>
 
+#include "../framework/context.h"
 #include "../kernels/follower.h"
 
 namespace lbx {
 
-// 1 / (block size + 1): the mean of a block comes out that little too small. Kept, for meters are calibrated with it.
-inline float block_div(const BlockPro* pro) { return 1.0F / static_cast<float>(pro->nBlockSize + 1); }
-
 struct HoldLaw {
-    float weight;   // of a new block, rising and falling alike
-    float pre_div;  // block_div()
+    float weight;   // of a new block, whether it rises or falls
+    float pre_div;  // 1 / (block size + 1): a mean comes out that little too small. Kept, meters are calibrated with it
     int hold_time;  // samples, not negative
 };
 
 // The sum of squares of `n` samples moves the smoothed mean square. Every rise lengthens the hold by a block, up to the
-// hold time; a fall waits until the hold is used up. Rise and fall are not branches, for they alternate at random.
+// hold time; a fall waits until the hold is used up. Rise and fall are not branches: they alternate at random.
 inline void hold_level(const HoldLaw& law, float sum, int n, float& smooth, int& hold_count)
 {
     const float mean = sum * law.pre_div;

@@ -7,6 +7,7 @@
 #include "../kernels/section.h"
 #include "../kernels/section_design.h"
 #include "hold_level.h"
+#include "level_detectors_info.h"
 
 using namespace lbx;
 
@@ -16,15 +17,17 @@ constexpr int kSevenBands = 7;
 constexpr int kMaxBands = Bank::kMaxBands;
 constexpr int kBandSize = kMultiLevelDetectorsFilterParamSize;
 constexpr int kHeader = kMultiLevelDetectorsParamOffset;
+constexpr int kCoeffs = SecondOrder<float>::kCoeffs, kWords = SecondOrder<float>::kWords;
+static_assert(level_detectors::kBands.max_rows == kMaxBands);
 
-constexpr float kDefaults[kLevelDetectorsModuleSize] = {1, 200, 0, 200};
-constexpr float kMultiDefaults[kHeader + kBandSize] = {1, 200, 0, 200, 1, Detector_BP, 1000, 1};
-constexpr float kSevenLayout[kSevenBands][kBandSize] = {
+constexpr auto& kDefaults = kInitial<level_detectors::kLayout>;
+constexpr auto& kMultiDefaults = kInitial<level_detectors::kMultiLayout>;
+constexpr float kFixedBands[kSevenBands][kBandSize] = {
     {Detector_LP, 100, 0.7F},  {Detector_BP, 250, 1.2F},  {Detector_BP, 500, 1.2F},   {Detector_BP, 1000, 1.2F},
     {Detector_BP, 2500, 1.2F}, {Detector_BP, 5000, 1.2F}, {Detector_HP, 10000, 0.7F},
 };
 
-// A module's record with its bands lane by lane behind it.
+// A module's record, then its bands lane by lane.
 template <class Core>
 struct Banked {
     Core core;
@@ -68,13 +71,13 @@ void design_seven(SevenLevelDetector_Core* core, int sampleRate)
 {
     Sos band[kSevenBands];
     for (int k = 0; k < kSevenBands; ++k)
-        band[k] = design_band(kSevenLayout[k], sampleRate);
+        band[k] = design_band(kFixedBands[k], sampleRate);
     band[6].a0 = band[5].a0;  // the 10 kHz band is scaled by its neighbour's divisor, on purpose
     for (int k = 0; k < kSevenBands; ++k)
-        write_section(band[k], 1.0F, core->coeffArray + 5 * k);
+        write_section(band[k], 1.0F, core->coeffArray + kCoeffs * k);
 }
 
-// Pin 0 through to output pin 0. After the measurement: its chains leave the time for it.
+// Copies pin 0. After the measurement: while its chains wait for their results, there is time for it.
 void pass_through(const BlockAlgo* blk, float** in, float** out)
 {
     if (blk->nInputs > 0 && blk->nOutputs > 0)
@@ -108,6 +111,8 @@ int process_bands(BlockAlgo* blk, float** in, float** out)
 
 }  // namespace
 
+void lbx::level_detectors::linear_model(const BlockAlgo* /*blk*/, const Paths& paths) { paths.path(0, 0); }
+
 const float* LevelDetector_levels(const BlockAlgo* blk, int* count)
 {
     const float* levels = nullptr;
@@ -137,9 +142,9 @@ BlockAlgo* SingleLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_p
     auto* core = new_core<SingleLevelDetector_Core>(blk);
     if (!core || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 1))
         return nullptr;
-    copy_params(blk->pParam, kDefaults, kLevelDetectorsModuleSize);
+    copy_params(blk->pParam, kDefaults.data(), kLevelDetectorsModuleSize);
     core->rms_log = blk->pState;
-    core->pre_div = block_div(block_pro);
+    core->pre_div = sample_share(block_pro);
     core->bit_norm = bit_norm(block_pro->bitRate);
     take_times(core, blk->pParam, block_pro);
     return blk.release();
@@ -185,16 +190,16 @@ BlockAlgo* SevenLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, SevenLevelDetector_destroy);
     auto* st = new_core<Banked<SevenLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 3 * kSevenBands) ||
-        !zeros(blk->pStateB, 5 * kSevenBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
+        !zeros(blk->pStateB, kCoeffs * kSevenBands) || !zeros(blk->pStateC, kWords * Bank::kLanes))
         return nullptr;
     SevenLevelDetector_Core* core = &st->core;
-    copy_params(blk->pParam, kDefaults, kLevelDetectorsModuleSize);
+    copy_params(blk->pParam, kDefaults.data(), kLevelDetectorsModuleSize);
     core->smooth_rms = blk->pState;
     core->hold_count = reinterpret_cast<int*>(blk->pState + kSevenBands);
     core->rms_log = blk->pState + 2 * kSevenBands;
     core->coeffArray = blk->pStateB;
     core->stateBuffer = blk->pStateC;
-    core->pre_div = block_div(block_pro);
+    core->pre_div = sample_share(block_pro);
     core->bit_norm = bit_norm(block_pro->bitRate);
     take_times(core, blk->pParam, block_pro);
     design_seven(core, block_pro->nSamplingRate);
@@ -228,14 +233,14 @@ int SevenLevelDetector_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* MultiLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (nInputs != 1 || nOutputs != 1) {
+    if (!info::pins_fit(info::kOneOne, nInputs, nOutputs)) {
         LBX_LOG("MultiLevel Detector only support single input and single output\n");
         return nullptr;
     }
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, MultiLevelDetector_destroy);
     auto* st = new_core<Banked<MultiLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kHeader + kBandSize * kMaxBands) || !zeros(blk->pState, 3 * kMaxBands) ||
-        !zeros(blk->pStateB, 5 * kMaxBands) || !zeros(blk->pStateC, 2 * Bank::kLanes))
+        !zeros(blk->pStateB, kCoeffs * kMaxBands) || !zeros(blk->pStateC, kWords * Bank::kLanes))
         return nullptr;
     MultiLevelDetector_Core* core = &st->core;
     core->rms_log = blk->pState;
@@ -244,8 +249,8 @@ BlockAlgo* MultiLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
     core->coeffArray = blk->pStateB;
     core->stateBuffer = blk->pStateC;
     core->frameSize = block_pro->nBlockSize;
-    core->pre_div = block_div(block_pro);
-    copy_params(blk->pParam, kMultiDefaults, kHeader + kBandSize);
+    core->pre_div = sample_share(block_pro);
+    std::ranges::copy(kMultiDefaults, blk->pParam);
     MultiLevelDetector_param_set(blk.get(), nullptr);
     return blk.release();
 }
@@ -264,7 +269,8 @@ int MultiLevelDetector_param_set(BlockAlgo* blk, float* param)
     }
     copy_params(own + kHeader, param ? param + kHeader : nullptr, kBandSize * bands);
     for (int k = 0; k < bands; ++k)
-        calculateDetectorCoeffs(own + kHeader + kBandSize * k, blk->block_pro->nSamplingRate, core->coeffArray + 5 * k);
+        calculateDetectorCoeffs(own + kHeader + kBandSize * k, blk->block_pro->nSamplingRate,
+                                core->coeffArray + kCoeffs * k);
     set_bank(st->bank, core->coeffArray, bands);
     core->numBand = bands;
     core->rmstc = own[kMultiLevelDetectorsRmstc];

@@ -6,7 +6,7 @@
 //   EN_DETECTORS_MULTI_BAND   1 in, 1 out   up to ten bands of the vector
 //
 // The first two take other pin counts too, equal ones or one input; only pin 0 is read and written. Output and input
-// may share a buffer. Parameters are used as they come.
+// may share a buffer. Parameters are used as they come; Vantoro_block_info has their defaults.
 //
 // Levels are read between process calls. They are 20 log10 of the mean square re full scale 1.0, so twice its level in
 // dB; -180 is silence, 0 before the first block. The host's meters expect this scale.
@@ -18,10 +18,10 @@
 LBX_BEGIN_C
 
 enum LevelDetectorsParam {
-    kLevelDetectorsEnable,     // flag [1]; 0: the levels stand still
-    kLevelDetectorsRmstc,      // ms [200]  a step takes this long from 10 % to 90 %, up and down
-    kLevelDetectorsHoldTime,   // ms [0]    before a level may fall
-    kLevelDetectorsDecayTime,  // ms [200]  not used by the measurement
+    kLevelDetectorsEnable,     // flag; 0: the levels stand still
+    kLevelDetectorsRmstc,      // ms, a step takes this long from 10 % to 90 %, up and down
+    kLevelDetectorsHoldTime,   // ms, before a level may fall; each rise adds a block to it, up to this
+    kLevelDetectorsDecayTime,  // ms, not used by the measurement
     kLevelDetectorsModuleSize
 };
 
@@ -30,8 +30,8 @@ enum MultiLevelDetectorsParam {  // the first four as above
     kMultiLevelDetectorsRmstc,
     kMultiLevelDetectorsHoldTime,
     kMultiLevelDetectorsDecayTime,
-    kMultiLevelDetectorsNumBand,     // 0 to 10 [1]
-    kMultiLevelDetectorsParamOffset  // first band [Detector_BP, 1000, 1]
+    kMultiLevelDetectorsNumBand,     // 0 to 10
+    kMultiLevelDetectorsParamOffset  // first band
 };
 
 enum MultiLevelDetectorsFilterParam {  // of each band
@@ -63,7 +63,7 @@ typedef struct SevenLevelDetector_Core {
     int enable_flag;
     float rmstc_coeff;
     float decay_coeff;  // not used
-    float* smooth_rms;  // 7; the block's pState holds smooth_rms, hold_count and rms_log, one behind the other
+    float* smooth_rms;  // 7; the block's pState holds smooth_rms, hold_count and rms_log, one after the other
     float* rms_log;     // 7
     float pre_div;
     float bit_norm;  // not used

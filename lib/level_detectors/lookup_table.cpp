@@ -8,19 +8,17 @@
 #include "../framework/new_block.h"
 #include "../kernels/each_index.h"
 #include "hold_level.h"
+#include "lookup_table_info.h"
 
 using namespace lbx;
 
-const float table_example[6] = {1, 2, 3, 4, 5, 6};
+const float table_example[6] = {lookup_table::kOneToSix[0], lookup_table::kOneToSix[1], lookup_table::kOneToSix[2],
+                                lookup_table::kOneToSix[3], lookup_table::kOneToSix[4], lookup_table::kOneToSix[5]};
 
 namespace {
 
 constexpr float kLowestDb = -90.0F;
 constexpr float kHighestDb = 6.0F;
-
-constexpr float kIndexDefaults[] = {6, 1, 2, 3, 4, 5, 6};
-constexpr float kRmsDefaults[] = {200, 0, 200, 6, 1, 2, 3, 4, 5, 6};
-constexpr float k2DDefaults[] = {0, 2, 3, 0, 0, 0, 0, 0, 0};
 
 // Number of entries, rows or columns: a negative one is none.
 int count_of(float entry) { return std::max(to_int(entry), 0); }
@@ -93,8 +91,8 @@ bool set_2d(BlockAlgo* blk, const float* param)
     return true;
 }
 
-// The last segment answers for every level inside the grid, extrapolated from its two entries: wanted of this block,
-// whose tables are drawn for it. Only where rounding left the grid's end short of +6 dB does the last entry stand in.
+// Every level inside the grid is read from the last segment, extrapolated from its two entries. Kept, tables are drawn
+// for it. Only where rounding left the grid's end short of +6 dB is the last entry taken.
 float value_at(const LookUpTable_RMS_Core& core, float level)
 {
     const int last = core.table_size - 1;
@@ -129,7 +127,7 @@ BlockAlgo* LookUpTable_Index_init(int nInputs, int nOutputs, BlockPro* block_pro
         return nullptr;
     }
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_Index_destroy);
-    if (!new_core<LookUpTable_Index_Core>(blk) || !set_index(blk.get(), kIndexDefaults))
+    if (!new_core<LookUpTable_Index_Core>(blk) || !set_index(blk.get(), kInitial<lookup_table::kIndexLayout>.data()))
         return nullptr;
     return blk.release();
 }
@@ -173,9 +171,9 @@ BlockAlgo* LookUpTable_RMS_init(int nInputs, int nOutputs, BlockPro* block_pro, 
     }
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_RMS_destroy);
     auto* core = new_core<LookUpTable_RMS_Core>(blk);
-    if (!core || !set_rms(blk.get(), kRmsDefaults))
+    if (!core || !set_rms(blk.get(), kInitial<lookup_table::kRmsLayout>.data()))
         return nullptr;
-    core->pre_div = block_div(block_pro);
+    core->pre_div = sample_share(block_pro);
     core->bit_norm = bit_norm(block_pro->bitRate);
     take_times(blk.get());
     return blk.release();
@@ -222,12 +220,12 @@ int LookUpTable_RMS_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* LookUpTable_2D_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    if (nInputs != 2 || nOutputs != 1) {
+    if (!info::pins_fit(info::kTwoOne, nInputs, nOutputs)) {
         LBX_LOG("wrong input pin number in LookUpTable_2D\n");
         return nullptr;
     }
     NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_2D_destroy);
-    if (!new_core<LookUpTable_2D_Core>(blk) || !set_2d(blk.get(), k2DDefaults))
+    if (!new_core<LookUpTable_2D_Core>(blk) || !set_2d(blk.get(), kInitial<lookup_table::k2DLayout>.data()))
         return nullptr;
     return blk.release();
 }

@@ -6,7 +6,8 @@
 //   EN_DETECTORS_LOOKUP_2D     2 in, 1 out   pin 0: column, pin 1: row; both truncated
 //
 // The first two take other pin counts too, equal ones or one input; only pin 0 is read and written. Indexes are clamped
-// into the table; an empty table gives 0. The output may share a buffer with an input.
+// into the table; an empty table gives 0. Vantoro_block_info has the defaults. The output may share a buffer with an
+// input.
 #ifndef VANTORO_LEVEL_DETECTORS_LOOKUP_TABLE_H
 #define VANTORO_LEVEL_DETECTORS_LOOKUP_TABLE_H
 
@@ -18,23 +19,23 @@ LBX_BEGIN_C
 extern const float table_example[6];
 
 enum LookUpTableIndexParam {
-    kLookUpTableIndexSize,        // entries [6]
-    kLookUpTableIndexParamOffset  // the entries [table_example]
+    kLookUpTableIndexSize,        // entries
+    kLookUpTableIndexParamOffset  // the entries
 };
 
 enum LookUpTableRMSParam {
-    kLookUpTableRMSRmstc,       // ms [200]  a step of the level takes this long from 10 % to 90 %
-    kLookUpTableRMSHoldTime,    // ms [0]    before the level may fall
-    kLookUpTableRMSDecayTime,   // ms [200]  not used by the measurement
-    kLookUpTableRMSSize,        // entries [6]
-    kLookUpTableRMSParamOffset  // the entries, evenly from -90 dB to +6 dB [table_example]
+    kLookUpTableRMSRmstc,       // ms, a step of the level takes this long from 10 % to 90 %
+    kLookUpTableRMSHoldTime,    // ms, before the level may fall; each rise adds a block to it, up to this
+    kLookUpTableRMSDecayTime,   // ms, not used by the measurement
+    kLookUpTableRMSSize,        // entries
+    kLookUpTableRMSParamOffset  // the entries, evenly from -90 dB to +6 dB
 };
 
 enum LookUpTable2DParam {
-    kLookUpTable2DDB,          // flag [0]: the output is the entry itself, else 10^(entry / 20)
-    kLookUpTable2DX,           // columns [2]
-    kLookUpTable2DY,           // rows [3]
-    kLookUpTable2DParamOffset  // the entries in dB, row by row [all 0]
+    kLookUpTable2DDB,          // flag: the output is the entry itself, else 10^(entry / 20)
+    kLookUpTable2DX,           // columns
+    kLookUpTable2DY,           // rows
+    kLookUpTable2DParamOffset  // the entries in dB, row by row
 };
 
 typedef struct LookUpTable_Index_Core {

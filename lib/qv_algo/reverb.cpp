@@ -9,43 +9,42 @@
 #include "../kernels/each_index.h"
 #include "../kernels/lanes.h"
 #include "../kernels/ramp.h"
+#include "reverb_info.h"
+
+using namespace lbx;
 
 namespace {
 
-using lbx::f4;
-using lbx::f8;
-
 constexpr int kCombs = 8;
 constexpr int kAllpasses = 4;
-constexpr float kDefaults[kReverbModuleSize] = {0.0F, 80.0F, 40.0F, 0.95F, 0.2F, 100.0F};
 // Delays in ms, and what each channel adds to all of its own so that the channels' echoes never coincide.
 constexpr float kCombTuning[kCombs] = {25.31F, 26.94F, 28.96F, 30.75F, 32.24F, 33.81F, 35.31F, 36.67F};
 constexpr float kAllpassTuning[kAllpasses] = {12.61F, 10.0F, 7.73F, 5.1F};
 constexpr float kSpread[] = {0.0F, 0.5668F, -0.4668F, -0.96356F};
 constexpr float kAllpassFeedback = 0.5F;
 
-constexpr lbx::ParamLabel kLabels[kReverbModuleSize] = {{"Enable"},   {"DryLevel"}, {"WetLevel"},
-                                                        {"RoomSize"}, {"Damp"},     {"Width"}};
+constexpr ParamLabel kLabels[kReverbModuleSize] = {{"Enable"},   {"DryLevel"}, {"WetLevel"},
+                                                   {"RoomSize"}, {"Damp"},     {"Width"}};
 
 int delay_samples(float tuning_ms, int channel, int rate)
 {
     const float spread_ms = kSpread[std::min<std::size_t>(static_cast<std::size_t>(channel), std::size(kSpread) - 1)];
-    const int samples = lbx::to_int((tuning_ms + spread_ms) * static_cast<float>(rate) / 1000.0F);
-    return std::max(samples / lbx::kGroup * lbx::kGroup, lbx::kGroup);
+    const int samples = to_int((tuning_ms + spread_ms) * static_cast<float>(rate) / 1000.0F);
+    return std::max(samples / kGroup * kGroup, kGroup);
 }
 
 bool build_channel(Reverb_Core& core, int channel, int rate)
 {
-    if (!lbx::zeros(core.combs[channel], kCombs) || !lbx::zeros(core.allpasss[channel], kAllpasses))
+    if (!zeros(core.combs[channel], kCombs) || !zeros(core.allpasss[channel], kAllpasses))
         return false;
     for (int j = 0; j < kCombs; ++j)
-        if (!lbx::line_resize(core.combs[channel][j], delay_samples(kCombTuning[j], channel, rate)))
+        if (!line_resize(core.combs[channel][j], delay_samples(kCombTuning[j], channel, rate)))
             return false;
     for (int j = 0; j < kAllpasses; ++j) {
         qv_allpass& allpass = core.allpasss[channel][j];
         allpass.feedback = kAllpassFeedback;
         allpass.decay = 1.0F;
-        if (!lbx::line_resize(allpass, delay_samples(kAllpassTuning[j], channel, rate)))
+        if (!line_resize(allpass, delay_samples(kAllpassTuning[j], channel, rate)))
             return false;
     }
     return true;
@@ -64,7 +63,7 @@ void free_lines(Line** channels, int num_channel, int lines)
 
 void apply(Reverb_Core& core, const float* param)
 {
-    core.enbale_flag = lbx::to_int(param[kReverbEnable]);
+    core.enbale_flag = to_int(param[kReverbEnable]);
     core.dry_level = param[kReverbDryLevel] / 100.0F;
     core.wet_level = param[kReverbWetLevel] / 100.0F;
     core.room_size = 0.7F + 0.28F * param[kReverbRoomSize];
@@ -96,7 +95,7 @@ struct Run {
     void finish(Line* lines) const
     {
         for (int l = 0; l < N; ++l)
-            lbx::line_advance(lines[l], length);
+            line_advance(lines[l], length);
     }
 };
 
@@ -108,11 +107,11 @@ struct CombBank {
     f8 stored[4];  // the low-pass outputs of the last group, as rows
 
     explicit CombBank(const qv_comb* combs)
-        : damp(lbx::lanes_of<f8>([=](int l) { return combs[l].damp; })), fresh(lbx::every<f8>(1.0F) - damp),
-          low(lbx::lanes_of<f8>([=](int l) { return combs[l].filterstore[3]; }))
+        : damp(lanes_of<f8>([=](int l) { return combs[l].damp; })), fresh(every<f8>(1.0F) - damp),
+          low(lanes_of<f8>([=](int l) { return combs[l].filterstore[3]; }))
     {
         for (int k = 0; k < 4; ++k)
-            feedback[k] = lbx::join(lbx::every<f4>(combs[k].feedback), lbx::every<f4>(combs[k + 4].feedback));
+            feedback[k] = join(every<f4>(combs[k].feedback), every<f4>(combs[k + 4].feedback));
     }
 
     // Four samples on; the sum of the eight outputs, added in their order.
@@ -120,20 +119,20 @@ struct CombBank {
     {
         f8 y[4];
         for (int k = 0; k < 4; ++k)
-            y[k] = lbx::join(lbx::load<f4>(at[k] + t), lbx::load<f4>(at[k + 4] + t));
-        f4 sum = lbx::every<f4>(0.0F);
+            y[k] = join(load<f4>(at[k] + t), load<f4>(at[k + 4] + t));
+        f4 sum = every<f4>(0.0F);
         for (int k = 0; k < 4; ++k)
-            sum = sum + lbx::lower(y[k]);
+            sum = sum + lower(y[k]);
         for (int k = 0; k < 4; ++k)
-            sum = sum + lbx::upper(y[k]);
-        lbx::transpose(y);
+            sum = sum + upper(y[k]);
+        transpose(y);
         for (int k = 0; k < 4; ++k)
-            stored[k] = low = lbx::mul_add(damp, low, fresh * y[k]);
-        lbx::transpose(stored);
+            stored[k] = low = mul_add(damp, low, fresh * y[k]);
+        transpose(stored);
         for (int k = 0; k < 4; ++k) {
-            const f8 back = lbx::mul_add(stored[k], feedback[k], lbx::every<f8>(x));
-            lbx::store(at[k] + t, lbx::lower(back));
-            lbx::store(at[k + 4] + t, lbx::upper(back));
+            const f8 back = mul_add(stored[k], feedback[k], every<f8>(x));
+            store(at[k] + t, lower(back));
+            store(at[k + 4] + t, upper(back));
         }
         return sum;
     }
@@ -141,8 +140,8 @@ struct CombBank {
     void keep(qv_comb* combs) const
     {
         for (int k = 0; k < 4; ++k) {
-            lbx::store(combs[k].filterstore, lbx::lower(stored[k]));
-            lbx::store(combs[k + 4].filterstore, lbx::upper(stored[k]));
+            store(combs[k].filterstore, lower(stored[k]));
+            store(combs[k + 4].filterstore, upper(stored[k]));
         }
     }
 };
@@ -152,8 +151,8 @@ void run_combs(qv_comb* combs, const float* x, float* wet, int n)
     CombBank bank(combs);
     for (int done = 0; done < n;) {
         const Run<kCombs, qv_comb> run(combs, n - done);
-        for (int t = 0; t < run.length; t += lbx::kGroup)
-            lbx::store(wet + done + t, bank.group(run.at, t, lbx::load<f4>(x + done + t)));
+        for (int t = 0; t < run.length; t += kGroup)
+            store(wet + done + t, bank.group(run.at, t, load<f4>(x + done + t)));
         run.finish(combs);
         done += run.length;
     }
@@ -164,15 +163,15 @@ void run_combs(qv_comb* combs, const float* x, float* wet, int n)
 template <class V>
 LBX_INLINE void allpass_packet(const qv_allpass* allpasses, float* const* at, int t, float* x)
 {
-    V v = lbx::load<V>(x);
+    V v = load<V>(x);
     for (int k = 0; k < kAllpasses; ++k) {
-        const V gain = lbx::every<V>(allpasses[k].feedback);
-        const V delayed = lbx::load<V>(at[k] + t);
-        const V w = lbx::mul_add(delayed, gain, v);
-        lbx::store(at[k] + t, w);
-        v = lbx::mul_sub(w, gain, delayed);
+        const V gain = every<V>(allpasses[k].feedback);
+        const V delayed = load<V>(at[k] + t);
+        const V w = mul_add(delayed, gain, v);
+        store(at[k] + t, w);
+        v = mul_sub(w, gain, delayed);
     }
-    lbx::store(x, v);
+    store(x, v);
 }
 
 void run_allpasses(qv_allpass* allpasses, float* x, int n)
@@ -200,17 +199,17 @@ void render_stereo(Reverb_Core& core, const float* const* in, float* left, float
     float *x = core.scratch, *wet_left = x + n, *wet_right = wet_left + n;
     left = left ? left : wet_left;
     right = right ? right : wet_right;
-    lbx::each_index(n, [=](int i) { x[i] = 0.0625F * (in[0][i] + in[1][i]); });
+    each_index(n, [=](int i) { x[i] = 0.0625F * (in[0][i] + in[1][i]); });
     run_channel(core, 0, x, wet_left, n);
     run_channel(core, 1, x, wet_right, n);
-    const f4 wet1 = lbx::every<f4>(core.wet1), wet2 = lbx::every<f4>(core.wet2), dry = lbx::every<f4>(core.dry_level);
-    for (int i = 0; i < n; i += lbx::kGroup) {
-        const f4 in_left = lbx::load<f4>(in[0] + i), in_right = lbx::load<f4>(in[1] + i);
-        const f4 own_left = lbx::load<f4>(wet_left + i), own_right = lbx::load<f4>(wet_right + i);
-        const f4 done = lbx::mul_add(in_left, dry, lbx::mul_add(own_right, wet2, own_left * wet1));
-        lbx::store(left + i, done);
+    const f4 wet1 = every<f4>(core.wet1), wet2 = every<f4>(core.wet2), dry = every<f4>(core.dry_level);
+    for (int i = 0; i < n; i += kGroup) {
+        const f4 in_left = load<f4>(in[0] + i), in_right = load<f4>(in[1] + i);
+        const f4 own_left = load<f4>(wet_left + i), own_right = load<f4>(wet_right + i);
+        const f4 done = mul_add(in_left, dry, mul_add(own_right, wet2, own_left * wet1));
+        store(left + i, done);
         // The right cross term takes the finished left output, dry part included. Kept: it vanishes at full width.
-        lbx::store(right + i, lbx::mul_add(in_right, dry, lbx::mul_add(done, wet2, own_right * wet1)));
+        store(right + i, mul_add(in_right, dry, mul_add(done, wet2, own_right * wet1)));
     }
 }
 
@@ -218,10 +217,9 @@ void render_alone(Reverb_Core& core, int channel, const float* in, float* out, i
 {
     float *x = core.scratch, *wet = x + n;
     out = out ? out : wet;
-    lbx::scale(in, x, 0.125F, n);
+    scale(in, x, 0.125F, n);
     run_channel(core, channel, x, wet, n);
-    lbx::each_index(
-        n, [=, dry = core.dry_level, wet1 = core.wet1](int i) { out[i] = std::fma(in[i], dry, wet[i] * wet1); });
+    each_index(n, [=, dry = core.dry_level, wet1 = core.wet1](int i) { out[i] = std::fma(in[i], dry, wet[i] * wet1); });
 }
 
 }  // namespace
@@ -232,28 +230,28 @@ BlockAlgo* Reverb_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
         LBX_LOG("wrong input pin number in Reverb\n");
         return nullptr;
     }
-    lbx::NewBlock blk = lbx::new_block(nInputs, nOutputs, block_pro, type, Reverb_destroy);
-    auto* core = lbx::new_core<Reverb_Core>(blk);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Reverb_destroy);
+    auto* core = new_core<Reverb_Core>(blk);
     if (!core)
         return nullptr;
     core->num_channel = nInputs;
     core->gain = 0.1F;
     core->frame_size = static_cast<short>(std::clamp<int>(block_pro->nBlockSize, 0, std::numeric_limits<short>::max()));
-    if (!lbx::zeros(blk->pParam, kReverbModuleSize) || !lbx::zeros(core->combs, nInputs) ||
-        !lbx::zeros(core->allpasss, nInputs) || !lbx::zeros(core->scratch, 3 * core->frame_size))
+    if (!zeros(blk->pParam, kReverbModuleSize) || !zeros(core->combs, nInputs) || !zeros(core->allpasss, nInputs) ||
+        !zeros(core->scratch, 3 * core->frame_size))
         return nullptr;
     for (int c = 0; c < nInputs; ++c)
         if (!build_channel(*core, c, block_pro->nSamplingRate))
             return nullptr;
-    std::ranges::copy(kDefaults, blk->pParam);
+    std::ranges::copy(kInitial<reverb::kLayout>, blk->pParam);
     apply(*core, blk->pParam);
     return blk.release();
 }
 
 int Reverb_param_set(BlockAlgo* blk, float* param)
 {
-    lbx::copy_params(blk->pParam, param, kReverbModuleSize);
-    apply(*lbx::core_of<Reverb_Core>(blk), blk->pParam);
+    copy_params(blk->pParam, param, kReverbModuleSize);
+    apply(*core_of<Reverb_Core>(blk), blk->pParam);
     return RT_OK;
 }
 
@@ -261,14 +259,14 @@ int Reverb_param_update(BlockAlgo* blk) { return Reverb_param_set(blk, nullptr);
 
 int Reverb_param_invoke(BlockAlgo* blk)
 {
-    lbx::print_params("Reverb_param_invoke", "Reverb", kLabels, blk->pParam);
+    print_params("Reverb_param_invoke", "Reverb", kLabels, blk->pParam);
     return RT_OK;
 }
 
 int Reverb_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    auto& core = *lbx::core_of<Reverb_Core>(blk);
-    const int n = core.frame_size / lbx::kGroup * lbx::kGroup;
+    auto& core = *core_of<Reverb_Core>(blk);
+    const int n = core.frame_size / kGroup * kGroup;
     if (core.enbale_flag == 0 || n <= 0)
         return RT_OK;
     const auto pin = [=](int c) { return c < blk->nOutputs ? data_out[c] : nullptr; };
@@ -283,10 +281,10 @@ int Reverb_process(BlockAlgo* blk, float** data_in, float** data_out)
 
 int Reverb_destroy(BlockAlgo* blk)
 {
-    if (auto* core = blk ? lbx::core_of<Reverb_Core>(blk) : nullptr) {
+    if (auto* core = blk ? core_of<Reverb_Core>(blk) : nullptr) {
         free_lines(core->combs, core->num_channel, kCombs);
         free_lines(core->allpasss, core->num_channel, kAllpasses);
         std::free(core->scratch);
     }
-    return lbx::free_block(blk);
+    return free_block(blk);
 }

@@ -6,10 +6,10 @@
 // Two channels share the sum of both inputs and are crossed by the width; with any other count each channel is alone.
 // Output c belongs to input c: outputs beyond the inputs are never written. Works in place.
 //
-// Groups of four samples: the last nBlockSize mod 4 samples of every block are not written. Neither is anything while
-// the reverb is disabled; it starts disabled. Tails go on over every parameter change, being switched off included.
-// Delay lengths are fixed at init: whole groups of four, at least one. From the fourth channel on all channels have the
-// same lengths. A block counts up to 32767 samples.
+// It runs in groups of four samples: the last nBlockSize mod 4 samples of every block are not written, nor any above
+// 32764. Neither is anything while the reverb is disabled; it starts disabled. Tails go on over every parameter change,
+// being switched off included. Delay lengths are fixed at init: whole groups of four, at least one. From the fourth
+// channel on all channels have the same lengths.
 #ifndef VANTORO_QV_ALGO_REVERB_H
 #define VANTORO_QV_ALGO_REVERB_H
 
@@ -19,14 +19,14 @@
 
 LBX_BEGIN_C
 
-// Nothing is clamped.
+// Nothing is clamped. Vantoro_block_info has the defaults.
 enum ReverbParam {
-    kReverbEnable,    // flag [0]
-    kReverbDryLevel,  // %    [80]   share of the input
-    kReverbWetLevel,  // %    [40]   share of the reverberation
-    kReverbRoomSize,  // 0..1 [0.95] decay length: comb feedback 0.7 .. 0.98
-    kReverbDamp,      // 0..1 [0.2]  high-frequency loss in the combs
-    kReverbWidth,     // %    [100]  stereo width
+    kReverbEnable,    // flag
+    kReverbDryLevel,  // %, share of the input
+    kReverbWetLevel,  // %, share of the reverberation
+    kReverbRoomSize,  // 0 to 1, decay length: comb feedback 0.7 to 0.98
+    kReverbDamp,      // 0 to 1, high-frequency loss in the combs
+    kReverbWidth,     // %, stereo width
     kReverbModuleSize
 };
 
