@@ -247,7 +247,7 @@ int Mixers_Init(BlockAlgo* blk)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
     float* linear = nullptr;
-    const bool held = zeros(linear, gains + 1);  // never empty: destroy tells a missing array
+    const bool held = zeros(linear, gains + 1);  // never empty: destroy reports a missing array
     blk->AlgoCore = linear;
     if (!held || !zeros(blk->pParam, gains + 1) || !scratch(blk))
         return RT_ERR_MALLOC;
