@@ -34,7 +34,7 @@ void first_order::linear_model(const BlockAlgo* blk, const info::Paths& paths)
 void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sampleRate)
 {
     const float gain_db = clamp_back(pParameter[kFilter1stGainDB], first_order::kSectionGainDb.clamp);
-    const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kBoostDb.clamp);
+    const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kSectionBoostDb.clamp);
     const int type = to_int(pParameter[kFilter1stType]);
     if (type < 0 || type >= std::ssize(kResponses)) {
         LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");

@@ -14,10 +14,9 @@ inline constexpr VantoroChoice kResponses[] = {LBX_CHOICE(LP1st, kNoBoost), LBX_
                                                LBX_CHOICE(AP1st, kNoBoost), LBX_CHOICE(LS1st), LBX_CHOICE(HS1st)};
 inline constexpr VantoroParam kType = choice("type", kResponses, LP1st, "response");
 inline constexpr VantoroParam kFc = corner_hz("fc", 1000, "corner");
-inline constexpr VantoroParam kBoostDb = gain_db("boostDb", 0, {-24, 24}, "of the shelves").clamped(kLevelRange);
 
 inline constexpr VantoroSlot kLayout[] = {value(kEnable),        value(kPolarity), value(kType),
-                                          value(kSectionGainDb), value(kFc),       value(kBoostDb)};
+                                          value(kSectionGainDb), value(kFc),       value(kSectionBoostDb)};
 
 // The section that a block holds, whatever its flags.
 void section(const BlockAlgo* blk, const Paths& paths);

@@ -13,8 +13,7 @@ using namespace lbx::info;
 
 inline constexpr VantoroParam kFc = corner_hz("fc", 1000, "corner or centre");
 inline constexpr VantoroParam kQ = kQuality.starting_at(1.41F);
-inline constexpr VantoroParam kBoostDb =
-    gain_db("boostDb", 3, {-24, 24}, "of the peak and the shelves").clamped(kLevelRange);
+inline constexpr VantoroParam kBoostDb = kSectionBoostDb.starting_at(3);
 
 // What responses make of it other than Q and boost; in the order of the entries.
 inline constexpr VantoroReading kAsShelf[] = {reads(kGeneralQ, kSlope)};
