@@ -10,7 +10,7 @@ using namespace lbx::miscellaneous;
 static_assert(std::size(kStateVariableLayout) == kStateVariableModuleSize);
 
 constexpr VantoroPin kStateVariable[] = {output(0, "low"), output(1, "high"), output(2, "band")};
-constexpr VantoroPin kStateVariableQ[] = {control(0, "q", "above 0, once a block"), input(1, "signal"),
+constexpr VantoroPin kStateVariableQ[] = {control(0, "q", "above 0; read once a block"), input(1, "signal"),
                                           output(0, "low"), output(1, "high"), output(2, "band")};
 
 constexpr InfoRow kRows[] = {

@@ -146,9 +146,9 @@ inline constexpr VantoroParam kNonBareQ =
     real("q", "", 1.41F, {0.1F, 4}, "bandwidth as a multiple of the centre; stable while q * fc is below half the rate")
         .logarithmic()
         .valid_in(kAboveZero);
-inline constexpr VantoroParam kNonBareK = real("k", "", 3.5F, {0, 10}, "stored, not used").flagged(VANTORO_UNUSED);
+inline constexpr VantoroParam kNonBareK = real("k", "", 3.5F, {0, 10}, "kept, not used").flagged(VANTORO_UNUSED);
 inline constexpr VantoroParam kNonBareGainDb =
-    gain_db("gainDb", 0, {-50, 24}, "stored, not used").flagged(VANTORO_UNUSED);
+    gain_db("gainDb", 0, {-50, 24}, "kept, not used").flagged(VANTORO_UNUSED);
 inline constexpr VantoroSlot kNonBareLayout[] = {value(kEnable),   value(kPolarity), value(kNonBareFc),
                                                  value(kNonBareQ), value(kNonBareK), value(kNonBareGainDb)};
 

@@ -23,7 +23,7 @@ inline constexpr ParamWords kSlope =
         .in_steps(0.01F)
         .clamped(kSlopeRange);
 inline constexpr ParamWords kBandwidth =
-    real("bandwidth", "octaves", 1, {0.05F, 8}, "between the -3 dB points").logarithmic().clamped(kOctaveRange);
+    real("width", "octaves", 1, {0.05F, 8}, "distance of the points 3 dB down").logarithmic().clamped(kOctaveRange);
 inline constexpr ParamWords kRippleDb =
     real("rippleDb", "dB", 1, {0.1F, 10}, "ripple of the pass band").decibel().clamped(kRippleRange);
 

@@ -32,7 +32,7 @@ inline constexpr VantoroChoice kResponses[] = {
 
 inline constexpr VantoroParam kColumns[] = {
     flag("enable", 1, "0 skips the band"),
-    flag("polarity", 0, "stored, not used").flagged(VANTORO_UNUSED),
+    flag("polarity", 0, "kept, not used").flagged(VANTORO_UNUSED),
     choice("type", kResponses, Text_Param, "response"),
     kSectionBoostDb,
     corner_hz("fc", 1000, "corner or centre"),
