@@ -5,16 +5,16 @@
 #include <cmath>
 #include <numbers>
 
+#include "../framework/context.h"
 #include "../framework/new_block.h"
-#include "../framework/params.h"
 #include "../kernels/level.h"
 #include "../kernels/section.h"
-#include "../kernels/section_design.h"
 #include "../math/filter_design.h"
-
-namespace {
+#include "crossover_info.h"
 
 using namespace lbx;
+
+namespace {
 
 // ---- one filter
 
@@ -36,6 +36,9 @@ constexpr Response kResponses[] = {
     {3, 0, kDesignButterworth, 2},  // LR36
     {4, 0, kDesignButterworth, 2},  // LR48
 };
+static_assert(std::ranges::equal(kResponses, crossover::kLowTypes.list, [](const Response& r, const VantoroChoice& c) {
+    return (r.times == 2) == (c.reading_count > 0);  // reads its gain twice
+}));
 
 // Every type has one, known or not.
 int sections_of(int type) { return type <= Bessel12 ? 1 : type <= Bessel24 ? 2 : 4; }
@@ -45,7 +48,7 @@ void designed_pair(const Response& response, float wn, int kind, float gain, flo
     filter_design(response.order, 0.0F, wn, response.algorithm, kind, ba);
     write_section({1.0F, ba[0], ba[1], 1.0F, ba[2], ba[3]}, ba[kFilterDesignGain] * gain, coeff);
     const float* second = ba + kFilterDesignStride;
-    write_section({1.0F, second[0], second[1], 1.0F, second[2], second[3]}, 1.0F, coeff + 5);
+    write_section({1.0F, second[0], second[1], 1.0F, second[2], second[3]}, 1.0F, coeff + kSosCoeffs);
 }
 
 // LR12: two equal real poles. `omega` is pi Fc, `theta` that per sample.
@@ -64,10 +67,10 @@ void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float
     if (type < 0 || type >= std::ssize(kResponses))
         return;
     const Response& response = kResponses[type];
-    int floats = 5;
+    int floats = kSosCoeffs;
     if (response.order > 2) {
         designed_pair(response, 2.0F * fc_hz / rate_hz, kind, gain, coeff, ba);
-        floats = 10;
+        floats = 2 * kSosCoeffs;
     } else {
         const auto omega = static_cast<float>(std::numbers::pi * static_cast<double>(fc_hz));
         const float theta = omega / rate_hz;
@@ -98,13 +101,12 @@ struct Ways {
     std::span<const ParamLabel> labels;
 };
 
-constexpr float kDefaults2[] = {LR24, 250, 0, LR24, 3000, 0, 0};
 constexpr ParamLabel kLabels2[] = {{"Low_Type"}, {"Low_Fc"},      {"Low_GaindB"}, {"High_Type"},
                                    {"High_Fc"},  {"High_GaindB"}, {"Polarity"}};
 constexpr Ways kTwoWays = {
     2,
     2,
-    kDefaults2,
+    kInitial<crossover::kTwoWayLayout>,
     {{kDesignLowPass, kCrossover2WayLowType, kCrossover2WayLowFc, kCrossover2WayLowGainDB},
      {kDesignHighPass, kCrossover2WayHighType, kCrossover2WayHighFc, kCrossover2WayHighGainDB}},
     {kCrossover2WayPolarity, -1},
@@ -112,7 +114,6 @@ constexpr Ways kTwoWays = {
     kLabels2,
 };
 
-constexpr float kDefaults3[] = {LR24, 250, 0, LR24, 3000, 0, LR24, 3000, LR24, 250, 0, 0, 0};
 constexpr ParamLabel kLabels3[] = {{"Low_Type", true},    {"Low_Fc"},      {"Low_GaindB"},        {"High_Type", true},
                                    {"High_Fc"},           {"High_GaindB"}, {"Med_Lp_Type", true}, {"Med_Lp_Fc"},
                                    {"Med_Hp_Type", true}, {"Med_Hp_Fc"},   {"Med_GaindB"},        {"Polarity1"},
@@ -120,7 +121,7 @@ constexpr ParamLabel kLabels3[] = {{"Low_Type", true},    {"Low_Fc"},      {"Low
 constexpr Ways kThreeWays = {
     3,
     4,
-    kDefaults3,
+    kInitial<crossover::kThreeWayLayout>,
     {{kDesignLowPass, kCrossover3WayLowType, kCrossover3WayLowFc, kCrossover3WayLowGainDB},
      {kDesignHighPass, kCrossover3WayHighType, kCrossover3WayHighFc, kCrossover3WayHighGainDB},
      {kDesignLowPass, kCrossover3WayMedLpType, kCrossover3WayMedLpFc, kCrossover3WayMedGainDB},
@@ -169,9 +170,9 @@ bool resized_copy(float*& fresh, const float* old, std::ptrdiff_t old_n, std::pt
 template <class Core>
 bool make_room(BlockAlgo* blk, Crossover<Core>* core, int sections)
 {
-    const std::ptrdiff_t words = std::ptrdiff_t{2} * blk->nInputs, old = core->split.sections;
+    const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * blk->nInputs, old = core->split.sections;
     float *coeff = nullptr, *state = nullptr;
-    if (!resized_copy(coeff, core->coeffArray, 5 * old, std::ptrdiff_t{5} * sections) ||
+    if (!resized_copy(coeff, core->coeffArray, kSosCoeffs * old, std::ptrdiff_t{kSosCoeffs} * sections) ||
         !resized_copy(state, core->stateArray, words * old, words * sections)) {
         std::free(coeff);
         return false;
@@ -190,15 +191,16 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
     const Ways& way = ways(core);
     float* param = blk->pParam;
     float* coeff = core->coeffArray;
-    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
+    const float rate_hz = rate_of(blk->block_pro);
+    const VantoroRange gain_clamp = crossover::kLowGainDb.clamp;  // of every band
     SplitBand band[Split::kMaxBands] = {};
     int inverted[Split::kMaxBands] = {};
     for (int f = 0; f < way.filters; ++f) {
         const Filter& filter = way.filter[f];
-        const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_back(param[filter.gain], kLevelRange));
+        const float gain = filter.gain == kNoGain ? 1.0F : linear_gain(clamp_back(param[filter.gain], gain_clamp));
         float ba[kFilterDesignSize];
         design(coeff, ba, rate_hz, to_int(param[filter.type]), param[filter.fc], gain, filter.kind);
-        coeff += std::ptrdiff_t{5} * sections[f];
+        coeff += std::ptrdiff_t{kSosCoeffs} * sections[f];
         band[std::min(f, way.bands - 1)].sections += sections[f];
     }
     for (int b = 0; b < way.bands; ++b) {
@@ -264,7 +266,40 @@ int print(const char* func, const BlockAlgo* blk)
     return RT_OK;
 }
 
+// ---- what the block does
+
+template <class Visit>
+void visit_core(const BlockAlgo* blk, Visit&& visit)
+{
+    if (blk->method_type == EN_FILTER_CROSSOVER_2WAY)
+        visit(core_of<Crossover<Crossover2Way_Core>>(blk));
+    else
+        visit(core_of<Crossover<Crossover3Way_Core>>(blk));
+}
+
 }  // namespace
+
+int crossover::bands(const BlockAlgo* blk) { return blk->method_type == EN_FILTER_CROSSOVER_2WAY ? 2 : 3; }
+
+void crossover::band_sections(const BlockAlgo* blk, int band, const info::Paths& paths)
+{
+    visit_core(blk, [&](const auto* core) {
+        const float* coeff = core->coeffArray + std::ptrdiff_t{kSosCoeffs} * core->split.first[band];
+        for (int k = 0; k < core->split.band[band].sections; ++k)
+            paths.second_order(coeff + std::ptrdiff_t{kSosCoeffs} * k);
+    });
+}
+
+void crossover::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    visit_core(blk, [&](const auto* core) {
+        for (int out = 0; out < blk->nInputs * bands(blk); ++out) {
+            const int band = out % bands(blk);
+            paths.path(out / bands(blk), out, core->split.band[band].negate ? -1 : 1);
+            band_sections(blk, band, paths);
+        }
+    });
+}
 
 void calculateLP(float* coeff, float* ba, float sampleRate, int type, float Fc, float gain)
 {
@@ -278,7 +313,7 @@ void calculateHP(float* coeff, float* ba, float sampleRate, int type, float Fc, 
 
 BlockAlgo* Crossover2Way_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin <= 0 || static_cast<double>(Output_pin) / Input_pin != 2.0) {
+    if (!info::pins_fit(crossover::kTwoWay, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in Crossover 2Way\n");
         return nullptr;
     }

@@ -50,33 +50,33 @@ typedef struct Crossover3Way_Core {
     float* inputBuffer;
 } Crossover3Way_Core;
 
-// Types are CROSSOVER_FILTER_TYPE [LR24], corners in Hz and not clamped, gains in dB -50..50 [0] and clamped: the
-// vector then holds what is used. An unknown type keeps whatever sections are there, silent when they are new.
+// Types are CROSSOVER_FILTER_TYPE, corners in Hz and not clamped, gains in dB -50..50 and clamped: the vector then
+// holds what is used. An unknown type keeps whatever sections are there, silent when they are new.
 enum Crossover2WayParam {
     kCrossover2WayLowType,
-    kCrossover2WayLowFc,  // [250]
+    kCrossover2WayLowFc,
     kCrossover2WayLowGainDB,
     kCrossover2WayHighType,
-    kCrossover2WayHighFc,  // [3000]
+    kCrossover2WayHighFc,
     kCrossover2WayHighGainDB,
-    kCrossover2WayPolarity,  // flag [0]
+    kCrossover2WayPolarity,  // flag, low
     kCrossover2WayModuleSize
 };
 
 enum Crossover3WayParam {
     kCrossover3WayLowType,
-    kCrossover3WayLowFc,  // [250]
+    kCrossover3WayLowFc,
     kCrossover3WayLowGainDB,
     kCrossover3WayHighType,
-    kCrossover3WayHighFc,  // [3000]
+    kCrossover3WayHighFc,
     kCrossover3WayHighGainDB,
     kCrossover3WayMedLpType,
-    kCrossover3WayMedLpFc,  // [3000]
+    kCrossover3WayMedLpFc,
     kCrossover3WayMedHpType,
-    kCrossover3WayMedHpFc,  // [250]
+    kCrossover3WayMedHpFc,
     kCrossover3WayMedGainDB,
-    kCrossover3WayPolarity1,  // flag [0], low
-    kCrossover3WayPolarity2,  // flag [0], mid
+    kCrossover3WayPolarity1,  // flag, low
+    kCrossover3WayPolarity2,  // flag, mid
     kCrossover3WayModuleSize
 };
 

@@ -7,18 +7,17 @@
 //   kStride, kFlag                floats per band, and the flag's place among them
 //   runs(flag)                    whether a band with that flag filters
 //   design(coeff, rate, band)     one band from its floats
-//   kDefaults                     the vector of a new block
+//   kDefaults                     the vector of a new block, an array
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 
+#include "../framework/context.h"
 #include "../framework/new_block.h"
-#include "../framework/params.h"
 #include "../kernels/level.h"
 #include "../kernels/section.h"
-#include "../kernels/section_design.h"
+#include "section_info.h"
 
 namespace lbx {
 
@@ -41,8 +40,8 @@ template <class Kind>
     const int bands = std::max(to_int(param[0]), 0);
     const std::ptrdiff_t sections = bands;
     float *coeff = nullptr, *state = nullptr, *flags = nullptr, *vector = nullptr;
-    if (!zeros(coeff, 5 * sections) || !zeros(state, 2 * sections * blk->nInputs) || !zeros(flags, sections) ||
-        !zeros(vector, eq_vector_floats<Kind>(bands)) || !reserve(core->cascade, bands)) {
+    if (!zeros(coeff, kSosCoeffs * sections) || !zeros(state, kSosWords * sections * blk->nInputs) ||
+        !zeros(flags, sections) || !zeros(vector, eq_vector_floats<Kind>(bands)) || !reserve(core->cascade, bands)) {
         for (float* array : {coeff, state, flags, vector})
             std::free(array);
         return false;
@@ -64,14 +63,14 @@ void eq_apply(const BlockAlgo* blk)
 {
     auto* core = core_of<Equaliser<Kind>>(blk);
     float* flags = core->*Kind::kFlags;
-    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
+    const float rate_hz = rate_of(blk->block_pro);
     const float* band = blk->pParam + 1;
     for (int k = 0; k < core->numFilter; ++k, band += Kind::kStride) {
         flags[k] = band[Kind::kFlag];
-        Kind::design(core->coeffArray + std::ptrdiff_t{5} * k, rate_hz, band);
+        Kind::design(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k, rate_hz, band);
     }
     arrange(core->cascade, core->coeffArray, core->numFilter, [&](int k) { return Kind::runs(flags[k]); });
-    std::fill_n(core->stateBuffer, std::ptrdiff_t{2} * core->numFilter * blk->nInputs, 0.0F);
+    std::fill_n(core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter * blk->nInputs, 0.0F);
 }
 
 template <class Kind>
@@ -90,7 +89,7 @@ template <class Kind>
 BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
 {
     NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
-    if (!new_core<Equaliser<Kind>>(blk) || eq_set<Kind>(blk.get(), Kind::kDefaults) != RT_OK)
+    if (!new_core<Equaliser<Kind>>(blk) || eq_set<Kind>(blk.get(), Kind::kDefaults.data()) != RT_OK)
         return nullptr;
     return blk.release();
 }
@@ -98,9 +97,21 @@ BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*des
 template <class Kind>
 void eq_run(const typename Kind::Core* core, const float* const* in, float* const* out, int first, int channels, int n)
 {
-    const std::ptrdiff_t words = std::ptrdiff_t{2} * core->numFilter;
+    const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * core->numFilter;
     run_cascade(static_cast<const Equaliser<Kind>*>(core)->cascade, core->stateBuffer + words * first, words, in, out,
                 channels, n);
+}
+
+template <class Kind>
+void eq_linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    const auto* core = core_of<Equaliser<Kind>>(blk);
+    for (int ch = 0; ch < blk->nInputs; ++ch) {
+        paths.path(ch, ch);
+        for (int k = 0; k < core->numFilter; ++k)
+            if (Kind::runs((core->*Kind::kFlags)[k]))
+                paths.second_order(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k);
+    }
 }
 
 template <class Kind>
@@ -114,11 +125,16 @@ int eq_destroy(BlockAlgo* blk)
 // What a band starts from. The constant is 2 pi in single precision: all of the design is.
 struct EqBand {
     Corner corner;
-    float q, boost_db;
+    float fourth, boost_db;  // clamped: Q, slope or octaves, as the type reads it
 };
-inline EqBand eq_band(float rate_hz, float fc_hz, float q, float boost_db)
+template <std::size_t kTypes>
+EqBand eq_band(float rate_hz, float fc_hz, float fourth, float boost_db, int type,
+               const std::array<VantoroRange, kTypes>& clamps)
 {
-    return {corner(fc_hz * 6.2831855F / rate_hz), clamp_back(q, kQRange), clamp_back(boost_db, kLevelRange)};
+    const auto number = static_cast<std::size_t>(type);
+    return {corner(fc_hz * 6.2831855F / rate_hz),
+            number < kTypes ? clamp_back(fourth, clamps[number]) : fourth,  // an unknown type designs nothing
+            clamp_back(boost_db, info::kSectionBoostDb.clamp)};
 }
 
 enum EqCommonType {
@@ -133,23 +149,21 @@ enum EqCommonType {
 inline bool eq_common(int type, const EqBand& band, Sos& h, float& gain)
 {
     const float A = std::pow(10.0F, band.boost_db / 40.0F);
-    float slope = band.q;  // within the range of a Q already
-    clamp_back(slope, kSlopeRange);
     switch (type) {
     case kEqPeaking:
-        h = peaking_eq(band.corner, A, alpha_q(band.corner, band.q));
+        h = peaking_eq(band.corner, A, alpha_q(band.corner, band.fourth));
         return true;
     case kEqLowShelf:
-        h = low_shelf(band.corner, A, alpha_slope(band.corner, A, slope));
+        h = low_shelf(band.corner, A, alpha_slope(band.corner, A, band.fourth));
         return true;
     case kEqHighShelf:
-        h = high_shelf(band.corner, A, alpha_slope(band.corner, A, slope));
+        h = high_shelf(band.corner, A, alpha_slope(band.corner, A, band.fourth));
         return true;
     case kEqLowPass:
-        h = low_pass(band.corner, alpha_q(band.corner, band.q));
+        h = low_pass(band.corner, alpha_q(band.corner, band.fourth));
         break;
     case kEqHighPass:
-        h = high_pass(band.corner, alpha_q(band.corner, band.q));
+        h = high_pass(band.corner, alpha_q(band.corner, band.fourth));
         break;
     default:
         return false;

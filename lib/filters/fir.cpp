@@ -7,13 +7,11 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/lanes.h"
-
-namespace {
+#include "fir_info.h"
 
 using namespace lbx;
 
-constexpr float kDefaults[] = {10, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-constexpr int kDefaultTaps = std::size(kDefaults) - 1;
+namespace {
 
 constexpr int kWide = kLanes<f8>;
 constexpr int kPass = 256;  // samples per pass; the more, the less it costs to unroll the past
@@ -141,14 +139,28 @@ bool start_again(BlockAlgo* blk, int taps, const float* source)
 
 }  // namespace
 
+void fir::impulse_response(const BlockAlgo* blk, const info::Paths& paths)
+{
+    const auto* core = core_of<FIR_Core>(blk);
+    paths.taps(core->coeffs, core->fir_len);
+}
+
+void fir::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    for (int ch = 0; ch < blk->nInputs; ++ch) {
+        paths.path(ch, ch);
+        impulse_response(blk, paths);
+    }
+}
+
 BlockAlgo* FIR_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != Output_pin) {
+    if (!info::pins_agree(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in FIR\n");
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FIR_destroy);
-    if (!new_core<Fir>(blk) || !start_again(blk.get(), kDefaultTaps, kDefaults))
+    if (!new_core<Fir>(blk) || !start_again(blk.get(), fir::kTaps.initial_rows, kInitial<fir::kLayout>.data()))
         return nullptr;
     return blk.release();
 }

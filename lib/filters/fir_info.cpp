@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../framework/info.h"
+#include "fir_info.h"
+
 #include "../framework/info_list.h"
 
-namespace lbx::info {
+namespace {
 
-constinit const InfoRows kFirInfo = {};
+using namespace lbx::fir;
 
-}  // namespace lbx::info
+constexpr InfoRow kRows[] = {
+    LBX_TYPE(FILTER_FIR, kFilters, "FIR filter", kSame).params(kLayout, VANTORO_KEEPS).linear(linear_model),
+};
+
+}  // namespace
+
+constinit const lbx::info::InfoRows lbx::info::kFirInfo = kRows;

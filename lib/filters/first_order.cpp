@@ -2,13 +2,12 @@
 #include "first_order.h"
 
 #include "../kernels/level.h"
-#include "../kernels/section_design.h"
 #include "first_order_info.h"
 #include "section_block.h"
 
-namespace {
-
 using namespace lbx;
+
+namespace {
 
 // V is the boost as a linear gain.
 constexpr Sos (*kResponses[])(float w, float V) = {
@@ -18,21 +17,26 @@ constexpr Sos (*kResponses[])(float w, float V) = {
     first_order_low_shelf,
     first_order_high_shelf,
 };
+static_assert(std::size(kResponses) == std::size(first_order::kResponses));
 
 }  // namespace
 
-void lbx::first_order::linear_model(const BlockAlgo* blk, const Paths& paths)
+void first_order::section(const BlockAlgo* blk, const info::Paths& paths)
 {
-    const auto* core = core_of<FirstOrder_Core>(blk);
-    each_section_path(core, blk->nInputs, paths, [&] { paths.first_order(core->coeffArray); });
+    paths.first_order(core_of<FirstOrder_Core>(blk)->coeffArray);
+}
+
+void first_order::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    each_section_path(core_of<FirstOrder_Core>(blk), blk->nInputs, paths, [&] { section(blk, paths); });
 }
 
 void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sampleRate)
 {
-    const float gain_db = clamp_back(pParameter[kFilter1stGainDB], first_order::kGainDb.clamp);
-    const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kBoostDb.clamp);
+    const float gain_db = clamp_back(pParameter[kFilter1stGainDB], first_order::kSectionGainDb.clamp);
+    const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kSectionBoostDb.clamp);
     const int type = to_int(pParameter[kFilter1stType]);
-    if (type < LP1st || type > HS1st) {
+    if (type < 0 || type >= std::ssize(kResponses)) {
         LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
         std::exit(-1);
     }
@@ -47,7 +51,8 @@ BlockAlgo* FirstOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, i
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FirstOrder_destroy);
-    auto* core = new_section_core<FirstOrder_Core>(blk, kInitial<first_order::kLayout>, 3, Input_pin);
+    auto* core =
+        new_section_core<FirstOrder_Core>(blk, kInitial<first_order::kLayout>, FirstOrder<float>::kCoeffs, Input_pin);
     if (!core)
         return nullptr;
     calculateFilter1stCoeffs(core, blk->pParam, rounded_rate(block_pro));

@@ -3,7 +3,7 @@
 //
 //   EN_FILTER_1ST   n in, n out   channels are independent
 //
-// Runs from creation on with the defaults: low-pass at 1000 Hz. Outputs may be the inputs' buffers.
+// Runs from creation on, with the defaults that Vantoro_block_info gives. Outputs may be the inputs' buffers.
 #ifndef VANTORO_FILTERS_FIRST_ORDER_H
 #define VANTORO_FILTERS_FIRST_ORDER_H
 
@@ -20,12 +20,12 @@ typedef struct FirstOrder_Core {
 } FirstOrder_Core;
 
 enum Filter1stParam {
-    kFilter1stEnable,    // flag [1]
-    kFilter1stPolarity,  // flag [0]
-    kFilter1stType,      // FIRST_ORDER_TYPE [LP1st]
-    kFilter1stGainDB,    // dB -50..50 [0]   clamped; the vector then holds what is used
-    kFilter1stFc,        // Hz [1000]        not clamped
-    kFilter1stBoostDB,   // dB -50..50 [0]   clamped likewise; the shelves' boost, without effect elsewhere
+    kFilter1stEnable,    // flag
+    kFilter1stPolarity,  // flag
+    kFilter1stType,      // FIRST_ORDER_TYPE
+    kFilter1stGainDB,    // dB -50..50: clamped, and the vector then holds what is used
+    kFilter1stFc,        // Hz, not clamped
+    kFilter1stBoostDB,   // dB -50..50, clamped likewise; read by the shelves only
     kFilter1stModuleSize
 };
 

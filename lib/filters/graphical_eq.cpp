@@ -2,16 +2,17 @@
 #include "graphical_eq.h"
 
 #include "equaliser.h"
-
-namespace {
+#include "graphical_eq_info.h"
 
 using namespace lbx;
+
+namespace {
 
 struct Graphical {
     using Core = GraphicalEQ_Core;
     static constexpr auto kFlags = &GraphicalEQ_Core::bypassFlags;
     static constexpr int kStride = kFilterParamSize, kFlag = kFilterBypass;
-    static constexpr float kDefaults[] = {1, 1000, 5, 1.41F, GraphicalEQ_Param, 0};
+    static constexpr auto kDefaults = kInitial<graphical_eq::kLayout>;
 
     static bool runs(float bypass) { return bypass == 0.0F; }
     static void design(float* coeff, float rate_hz, const float* band)
@@ -21,11 +22,14 @@ struct Graphical {
     }
 };
 
+constexpr std::array kFourthClamps =
+    info::clamps_by_choice(graphical_eq::kResponses, kFilterQ, graphical_eq::kColumns[kFilterQ]);
+
 }  // namespace
 
 void calculateEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost)
 {
-    const EqBand band = eq_band(fs, fc, Q, boost);
+    const EqBand band = eq_band(fs, fc, Q, boost, filterType, kFourthClamps);
     const float half = band.corner.w * 0.5F;
     Sos h = {};
     float gain = 1.0F;
@@ -51,9 +55,14 @@ void calculateEQCoeffs(float* coeffArray, float fs, int filterType, float fc, fl
     write_section(h, gain, coeffArray);
 }
 
+void graphical_eq::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    eq_linear_model<Graphical>(blk, paths);
+}
+
 BlockAlgo* GraphicalEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin < 1 || Input_pin != Output_pin) {
+    if (!info::pins_fit(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in GraphicalEQ\n");
         return nullptr;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Graphical equaliser: up to as many bands as the host likes, one after another, the same on every channel.
+// Graphical equaliser: as many bands as the host likes, one after another, the same on every channel.
 //
 //   EN_FILTER_GRAPHICAL_EQ   n in, n out   n >= 1; channels are independent
 //
@@ -18,16 +18,16 @@ typedef struct GraphicalEQ_Core {
     float* stateBuffer;  // channel c, band k: words 2 (c numFilter + k) and the next
 } GraphicalEQ_Core;
 
-// The vector: the number of bands, then kFilterParamSize floats per band, here with the only band of a new block. A
-// number below 1 is none: the block copies. Nothing is written back.
+// The vector: the number of bands, then kFilterParamSize floats per band; a new block has one band. A number below 1 is
+// none: the block copies. Nothing is written back.
 enum GraphicalEQParam {
     kNumFilter = 0,
     kFilterParamOffset = 1,
-    kFilterFc = 0,   // Hz [1000]   not clamped
-    kFilterBoostDB,  // dB -50..50 [5]   the gain of the pass band for low- and high-pass; nothing for types 5 to 8
-    kFilterQ,        // 0.01..16 [1.41]   of shelves the slope, 0.01..2
-    kFilterType,     // GRAPHICALEQ_FILTER_TYPE [0]
-    kFilterBypass,   // not 0: skipped [0]
+    kFilterFc = 0,   // Hz, not clamped
+    kFilterBoostDB,  // dB -50..50; of low- and high-pass the gain of the pass band; types 5 to 8 do not read it
+    kFilterQ,        // 0.01..16; of shelves the slope, 0.01..2; types 5 to 8 do not read it
+    kFilterType,     // GRAPHICALEQ_FILTER_TYPE
+    kFilterBypass,   // not 0: skipped
     kFilterParamSize
 };
 

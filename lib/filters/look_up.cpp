@@ -4,40 +4,36 @@
 #include <algorithm>
 
 #include "../kernels/slew.h"
-#include "../math/lbx_math.h"
+#include "look_up_info.h"
 #include "section_block.h"
+
+using namespace lbx;
+using look_up::kCurvesEntry;
 
 namespace {
 
-using namespace lbx;
-
-constexpr float kTonePeakDefaults[] = {LookUp_LS, 4, 10, -10, -5, 0.707F, 300, 12};
 constexpr ParamLabel kTonePeakLabels[] = {{"Type"},   {"Curves"}, {"BoostdB_Max"}, {"BoostdB_Min"},
                                           {"GaindB"}, {"Q"},      {"Fc"},          {"SlewRate"}};
-
-constexpr float kCommonDefaults[] = {LookUp_General_LP, 4, -5, 0.707F, 300, 100, 12};
 constexpr ParamLabel kCommonLabels[] = {{"Type"}, {"Curves"}, {"GaindB"}, {"Q"}, {"Fc_Max"}, {"Fc_Min"}, {"SlewRate"}};
-
-constexpr float kButterBesselDefaults[] = {LookUp_Butter_LP, 4, -5, 300, 100, 12};
 constexpr ParamLabel kButterBesselLabels[] = {{"Type"}, {"Curves"}, {"GaindB"}, {"Fc_Max"}, {"Fc_Min"}, {"SlewRate"}};
 
-constexpr int kCurves = 1;  // in every layout
+struct Type {
+    std::span<const float> defaults;
+    std::span<const ParamLabel> labels;
 
-struct Layout {
-    int size;
-    const float* defaults;
-    const ParamLabel* labels;
+    int size() const { return static_cast<int>(defaults.size()); }
 };
-constexpr Layout kLayouts[] = {
-    {kTonePeakModuleSize, kTonePeakDefaults, kTonePeakLabels},
-    {kGeneralChebyshevModuleSize, kCommonDefaults, kCommonLabels},
-    {kButterBesselModuleSize, kButterBesselDefaults, kButterBesselLabels},
+constexpr Type kTypes[] = {
+    {kInitial<look_up::kTonePeakLayout>, kTonePeakLabels},
+    {kInitial<look_up::kCommonLayout>, kCommonLabels},
+    {kInitial<look_up::kButterBesselLayout>, kButterBesselLabels},
 };
 
-const Layout* layout_of(int type)
+// Null for a code of another module.
+const Type* find_type(int code)
 {
-    return type >= EN_FILTER_LOOKUP_TONE_PEAK && type <= EN_FILTER_LOOKUP_BUTTER_BESSEL
-               ? &kLayouts[type - EN_FILTER_LOOKUP_TONE_PEAK]
+    return code >= EN_FILTER_LOOKUP_TONE_PEAK && code <= EN_FILTER_LOOKUP_BUTTER_BESSEL
+               ? &kTypes[code - EN_FILTER_LOOKUP_TONE_PEAK]
                : nullptr;
 }
 
@@ -46,7 +42,7 @@ int limited(int index, int curves) { return std::max(std::min(index, curves - 1)
 // Room for `curves`, with the curves there are kept.
 bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
 {
-    if (!resize(blk->pState, std::ptrdiff_t{5} * core->num_curves, std::ptrdiff_t{5} * curves))
+    if (!resize(blk->pState, std::ptrdiff_t{kSosCoeffs} * core->num_curves, std::ptrdiff_t{kSosCoeffs} * curves))
         return false;
     core->coeffArray = blk->pState;
     core->num_curves = curves;
@@ -56,23 +52,22 @@ bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
 }
 
 // What follows from the stored vector.
-void derive(BlockAlgo* blk, const Layout& layout)
+void derive(BlockAlgo* blk, const Type& row)
 {
     auto* core = core_of<LookUp_Core>(blk);
     const BlockPro* pro = blk->block_pro;
-    core->slew_rate = SlewAlphaGet(blk->pParam[layout.size - 1], static_cast<float>(pro->nSamplingRate),
-                                   static_cast<float>(pro->nBlockSize));
+    core->slew_rate = slew_alpha(blk->pParam[row.size() - 1], pro);
     calculateLookUpCoeffs(core, blk->pParam, pro->nSamplingRate, blk->method_type);
 }
 
 Curve heard(const LookUp_Core* core, std::ptrdiff_t word)
 {
-    return {core->coeffArray + std::ptrdiff_t{5} * core->idx_pre, core->stateBuffer_pre + word};
+    return {core->coeffArray + std::ptrdiff_t{kSosCoeffs} * core->idx_pre, core->stateBuffer_pre + word};
 }
 
 Curve selected(const LookUp_Core* core, std::ptrdiff_t word)
 {
-    return {core->coeffArray + std::ptrdiff_t{5} * core->idx_now, core->stateBuffer_now + word};
+    return {core->coeffArray + std::ptrdiff_t{kSosCoeffs} * core->idx_now, core->stateBuffer_now + word};
 }
 
 // The old curve fades toward 0.
@@ -80,19 +75,19 @@ Glide fade(const LookUp_Core* core) { return glide(core->gain_now, 0.0F, core->s
 
 void run_heard(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)
 {
-    const Curve curve = heard(core, std::ptrdiff_t{2} * first);
+    const Curve curve = heard(core, std::ptrdiff_t{kSosWords} * first);
     run_sections<SecondOrder>(curve.coeff, curve.state, in, out, channels, n, false);
 }
 
 void run_slew(const LookUp_Core* core, int first, const float* const* in, float* const* out, int channels, int n)
 {
-    const std::ptrdiff_t word = std::ptrdiff_t{2} * first;
+    const std::ptrdiff_t word = std::ptrdiff_t{kSosWords} * first;
     run_fade(heard(core, word), selected(core, word), core->gain_now, fade(core).step, in, out, channels, n);
 }
 
 void end_fade(LookUp_Core* core, int channels)
 {
-    const std::ptrdiff_t words = std::ptrdiff_t{2} * channels;
+    const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * channels;
     core->idx_pre = core->idx_now;
     core->change_flag = 0;
     std::copy_n(core->stateBuffer_now, words, core->stateBuffer_pre);
@@ -101,45 +96,62 @@ void end_fade(LookUp_Core* core, int channels)
 
 }  // namespace
 
+int look_up::curves(const BlockAlgo* blk) { return core_of<LookUp_Core>(blk)->num_curves; }
+
+void look_up::curve_section(const BlockAlgo* blk, int curve, const info::Paths& paths)
+{
+    paths.second_order(core_of<LookUp_Core>(blk)->coeffArray + std::ptrdiff_t{kSosCoeffs} * curve);
+}
+
+// The curve selected, as if the fade were over. Without curves the block copies.
+void look_up::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    for (int ch = 0; ch < blk->nOutputs; ++ch) {
+        paths.path(ch + 1, ch);
+        if (curves(blk) > 0)
+            curve_section(blk, limited(core_of<LookUp_Core>(blk)->idx_now, curves(blk)), paths);
+    }
+}
+
 BlockAlgo* LookUp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin < 2 || Output_pin != Input_pin - 1) {
+    if (!info::pins_fit(info::kControlled, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in LookUp Filter\n");
         return nullptr;
     }
-    const Layout* layout = layout_of(type);
-    if (!layout) {
+    const Type* row = find_type(type);
+    if (!row) {
         LBX_LOG("wrong input type in LookUp\n");
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, LookUp_destroy);
     auto* core = new_core<LookUp_Core>(blk);
-    const std::ptrdiff_t words = std::ptrdiff_t{2} * Output_pin;
-    if (!core || !zeros(blk->pParam, layout->size) || !zeros(blk->pStateB, words) || !zeros(blk->pStateC, words) ||
-        !resize_curves(blk.get(), core, to_int(layout->defaults[kCurves])))
+    const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * Output_pin;
+    if (!core || !zeros(blk->pParam, row->size()) || !zeros(blk->pStateB, words) || !zeros(blk->pStateC, words) ||
+        !resize_curves(blk.get(), core, to_int(row->defaults[kCurvesEntry])))
         return nullptr;
-    std::copy_n(layout->defaults, layout->size, blk->pParam);
+    std::ranges::copy(row->defaults, blk->pParam);
     core->stateBuffer_pre = blk->pStateB;
     core->stateBuffer_now = blk->pStateC;
-    core->pre_div = 1.0F / (static_cast<float>(block_pro->nBlockSize) + 1.0F);
-    derive(blk.get(), *layout);
+    core->pre_div = sample_share(block_pro);
+    derive(blk.get(), *row);
     return blk.release();
 }
 
 int LookUp_param_set(BlockAlgo* blk, void* param)
 {
-    const Layout* layout = layout_of(blk->method_type);
-    if (!layout) {
+    const Type* row = find_type(blk->method_type);
+    if (!row) {
         LBX_LOG("wrong input type in LookUp\n");
         return RT_OK;
     }
     auto* core = core_of<LookUp_Core>(blk);
     const float* vector = param ? static_cast<const float*>(param) : blk->pParam;
-    const int curves = std::max(to_int(vector[kCurves]), 0);
+    const int curves = std::max(to_int(vector[kCurvesEntry]), 0);
     if (curves != core->num_curves && !resize_curves(blk, core, curves))
         return RT_ERR_MALLOC;
-    copy_params(blk->pParam, static_cast<const float*>(param), layout->size);
-    derive(blk, *layout);
+    copy_params(blk->pParam, static_cast<const float*>(param), row->size());
+    derive(blk, *row);
     return RT_OK;
 }
 
@@ -147,8 +159,8 @@ int LookUp_param_update(BlockAlgo* blk) { return LookUp_param_set(blk, nullptr);
 
 int LookUp_param_invoke(BlockAlgo* blk)
 {
-    if (const Layout* layout = blk ? layout_of(blk->method_type) : nullptr)
-        print_params(__func__, "LookUp", {layout->labels, static_cast<std::size_t>(layout->size)}, blk->pParam);
+    if (const Type* row = blk ? find_type(blk->method_type) : nullptr)
+        print_params(__func__, "LookUp", row->labels, blk->pParam);
     return RT_OK;
 }
 

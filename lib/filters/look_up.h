@@ -45,33 +45,33 @@ enum LOOKUP_FILTER_TYPE {
 // Nothing is clamped. Curve k of N has the boost BoostDBMin + k (BoostDBMax - BoostDBMin) / (N - 1), the minimum where
 // N is 1, or the corner FcMin + k (FcMax - FcMin) / N, which stops one step short of FcMax.
 enum LookUpTonePeakParam {
-    kTonePeakType,        // [LookUp_LS]
-    kTonePeakCurves,      // [4]
-    kTonePeakBoostDBMax,  // dB [10]
-    kTonePeakBoostDBMin,  // dB [-10]
-    kTonePeakGainDB,      // dB [-5]
-    kTonePeakQ,           // [0.707]
-    kTonePeakFc,          // Hz [300]
-    kTonePeakSlewRate,    // [12]  doubling scale of SlewAlphaGet
+    kTonePeakType,  // LOOKUP_FILTER_TYPE
+    kTonePeakCurves,
+    kTonePeakBoostDBMax,  // dB
+    kTonePeakBoostDBMin,  // dB
+    kTonePeakGainDB,      // dB
+    kTonePeakQ,
+    kTonePeakFc,        // Hz
+    kTonePeakSlewRate,  // doubling scale of SlewAlphaGet
     kTonePeakModuleSize
 };
 enum LookUpGeneralChebyshevParam {
-    kGeneralChebyshevType,      // [LookUp_General_LP]
-    kGeneralChebyshevCurves,    // [4]
-    kGeneralChebyshevGainDB,    // dB [-5]
-    kGeneralChebyshevQ,         // [0.707]
-    kGeneralChebyshevFcMax,     // Hz [300]
-    kGeneralChebyshevFcMin,     // Hz [100]
-    kGeneralChebyshevSlewRate,  // [12]
+    kGeneralChebyshevType,  // LOOKUP_FILTER_TYPE
+    kGeneralChebyshevCurves,
+    kGeneralChebyshevGainDB,  // dB
+    kGeneralChebyshevQ,
+    kGeneralChebyshevFcMax,  // Hz
+    kGeneralChebyshevFcMin,  // Hz
+    kGeneralChebyshevSlewRate,
     kGeneralChebyshevModuleSize
 };
 enum LookUpButterBesselParam {
-    kButterBesselType,      // [LookUp_Butter_LP]
-    kButterBesselCurves,    // [4]
-    kButterBesselGainDB,    // dB [-5]
-    kButterBesselFcMax,     // Hz [300]
-    kButterBesselFcMin,     // Hz [100]
-    kButterBesselSlewRate,  // [12]
+    kButterBesselType,  // LOOKUP_FILTER_TYPE
+    kButterBesselCurves,
+    kButterBesselGainDB,  // dB
+    kButterBesselFcMax,   // Hz
+    kButterBesselFcMin,   // Hz
+    kButterBesselSlewRate,
     kButterBesselModuleSize
 };
 

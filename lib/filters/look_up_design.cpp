@@ -5,15 +5,13 @@
 #include <span>
 
 #include "../kernels/level.h"
-#include "../kernels/section_design.h"
+#include "../kernels/section.h"
 #include "../math/filter_design.h"
-#include "look_up.h"
-
-namespace {
+#include "look_up_info.h"
 
 using namespace lbx;
 
-constexpr int kType = 0, kCurves = 1;  // in every layout
+namespace {
 
 // One curve: its vector, and its own boost in dB or corner in Hz.
 struct Request {
@@ -65,6 +63,10 @@ constexpr Response kButterBessel[] = {
     [](R r) { return bilinear_high_pass(r.half_angle(), kBessel); },
 };
 
+static_assert(std::size(kTonePeak) == std::size(look_up::kTonePeakTypes) &&
+              std::size(kCommon) == std::size(look_up::kCommonTypes) &&
+              std::size(kButterBessel) == std::size(look_up::kButterBesselTypes));
+
 struct Family {
     int type;
     std::span<const Response> responses;
@@ -95,8 +97,8 @@ void calculateLookUpCoeffs(LookUp_Core* st, float* pParameter, int sampleRate, i
     const auto* family = std::ranges::find(kFamilies, type, &Family::type);
     if (family == std::end(kFamilies))
         return;
-    const int curves = to_int(pParameter[kCurves]);
-    const int type_number = to_int(pParameter[kType]);
+    const int curves = to_int(pParameter[look_up::kCurvesEntry]);
+    const int type_number = to_int(pParameter[look_up::kTypeEntry]);
     if (curves > 0 && (type_number < 0 || type_number >= std::ssize(family->responses))) {
         LBX_LOG("ErrorXXX: You should choose a %s type!\n\n", family->name);
         return;
@@ -105,6 +107,6 @@ void calculateLookUpCoeffs(LookUp_Core* st, float* pParameter, int sampleRate, i
     for (int k = 0; k < curves; ++k) {
         const Request request = {pParameter, sampleRate, curve_value(*family, pParameter, k, curves)};
         const Sos h = family->responses[static_cast<std::size_t>(type_number)](request);
-        write_section(h, gain, st->coeffArray + std::ptrdiff_t{5} * k);
+        write_section(h, gain, st->coeffArray + std::ptrdiff_t{kSosCoeffs} * k);
     }
 }

@@ -7,16 +7,17 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/section.h"
-#include "../kernels/section_design.h"
+#include "miscellaneous_info.h"
+
+using namespace lbx;
+using miscellaneous::kOutputs;
 
 namespace {
 
-using namespace lbx;
-
 constexpr float kDcCoeffs[] = {1.0F, -1.0F, -0.9999F};
-constexpr float kDefaults[kStateVariableModuleSize] = {73.0F, 0.707F};
-constexpr float kDefaultInverseQ = 1.4144272F;  // of 0.707, as the default design has it
-constexpr int kBands = 3, kCoeffs = 11, kStateWords = 6;
+constexpr float kDefaultInverseQ = 1.4144272F;   // of 0.707, as the default design has it
+constexpr int kDenominator = 2, kNumerator = 3;  // floats
+constexpr int kCoeffs = kDenominator + kOutputs * kNumerator, kStateWords = kOutputs * kSosWords;
 
 // What the kernel wants of a StateVariable_Core.
 struct StateVariable : StateVariable_Core {
@@ -26,6 +27,15 @@ struct StateVariable : StateVariable_Core {
 // As in H. Chamberlin, "Musical Applications of Microprocessors".
 float frequency_coefficient(float fc_hz, int rate_hz) { return 2.0F * std::sin(angle_of(fc_hz, rate_hz) * 0.5F); }
 
+// The section of one output: b0, b1, a1, b2, a2.
+void write_output(const StateVariable_Core* core, int output, float* section)
+{
+    const float* a = core->coeffArray;
+    const float* b = a + kDenominator + kNumerator * output;
+    const float coeffs[kSosCoeffs] = {b[0], b[1], a[0], b[2], a[1]};
+    std::ranges::copy(coeffs, section);
+}
+
 // damping: f / Q.
 void design(StateVariable* core, float f, float damping)
 {
@@ -33,24 +43,22 @@ void design(StateVariable* core, float f, float damping)
     std::ranges::copy(coeffs, core->coeffArray);
     core->w0 = f;
 
-    float section[kBands][5];
-    for (int b = 0; b < kBands; ++b) {
-        const float* numerator = coeffs + 2 + 3 * b;
-        const float filter[] = {numerator[0], numerator[1], coeffs[0], numerator[2], coeffs[1]};
-        std::ranges::copy(filter, section[b]);
-    }
-    constexpr SplitBand kBand[kBands] = {{1, false}, {1, false}, {1, false}};
-    set_split(core->split, section[0], kBand, kBands);
+    float sections[kOutputs * kSosCoeffs];
+    for (int k = 0; k < kOutputs; ++k)
+        write_output(core, k, sections + kSosCoeffs * k);
+    constexpr SplitBand kBands[kOutputs] = {{1, false}, {1, false}, {1, false}};
+    set_split(core->split, sections, kBands, kOutputs);
 }
 
-BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, int params, float q, float inverse_q,
-                              int (*destroy)(BlockAlgo*))
+BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, std::span<const float> defaults,
+                              float q, float inverse_q, int (*destroy)(BlockAlgo*))
 {
     NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
     auto* core = new_core<StateVariable>(blk);
-    if (!core || !zeros(blk->pParam, params) || !zeros(blk->pState, kCoeffs) || !zeros(blk->pStateB, kStateWords))
+    if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, kCoeffs) ||
+        !zeros(blk->pStateB, kStateWords))
         return nullptr;
-    std::copy_n(kDefaults, params, blk->pParam);
+    std::ranges::copy(defaults, blk->pParam);
     core->coeffArray = blk->pState;
     core->stateBuffer = blk->pStateB;
     core->Q = q;
@@ -73,8 +81,8 @@ void filter(const StateVariable* core, const float* in, float** out, int outputs
     const float silence[kSplitTile] = {};
     for (int start = 0; start < n; start += kSplitTile) {
         const float* signal = in ? in + start : silence;
-        float* bands[kBands];
-        for (int b = 0; b < kBands; ++b)
+        float* bands[kOutputs];
+        for (int b = 0; b < kOutputs; ++b)
             bands[b] = b < outputs ? out[b] + start : nowhere;
         run_split(core->split, core->stateBuffer, &signal, bands, 1, std::min(n - start, kSplitTile), scratch);
     }
@@ -90,9 +98,38 @@ void follow_q(StateVariable* core, float q)
 
 }  // namespace
 
+void miscellaneous::dc_section(const BlockAlgo* blk, const info::Paths& paths)
+{
+    paths.first_order(core_of<DCBlocking_Core>(blk)->coeffArray);
+}
+
+void miscellaneous::dc_linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    for (int ch = 0; ch < blk->nInputs; ++ch) {
+        paths.path(ch, ch);
+        dc_section(blk, paths);
+    }
+}
+
+void miscellaneous::state_variable_section(const BlockAlgo* blk, int output, const info::Paths& paths)
+{
+    float section[kSosCoeffs];
+    write_output(core_of<StateVariable_Core>(blk), output, section);
+    paths.second_order(section);
+}
+
+void miscellaneous::state_variable_linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    const int signal = blk->method_type == EN_FILTER_MISCE_STATEVARIABLEQ ? 1 : 0;
+    for (int k = 0; signal < blk->nInputs && k < std::min(blk->nOutputs, kOutputs); ++k) {
+        paths.path(signal, k);
+        state_variable_section(blk, k, paths);
+    }
+}
+
 BlockAlgo* DCBlocking_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin < 1 || Input_pin != Output_pin) {
+    if (!info::pins_fit(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in DCBlocking\n");
         return nullptr;
     }
@@ -142,12 +179,12 @@ int DCBlocking_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* StateVariable_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != 1 && Output_pin != kBands) {  // one right count is enough, on purpose
+    if (Input_pin != 1 && Output_pin != kOutputs) {  // one right count is enough, on purpose
         LBX_LOG("wrong input pin number in StateVariable\n");
         return nullptr;
     }
-    return new_state_variable(Input_pin, Output_pin, block_pro, type, kStateVariableModuleSize,
-                              kDefaults[kStateVariableQ], kDefaultInverseQ, StateVariable_destroy);
+    return new_state_variable(Input_pin, Output_pin, block_pro, type, kInitial<miscellaneous::kStateVariableLayout>,
+                              miscellaneous::kQ.initial, kDefaultInverseQ, StateVariable_destroy);
 }
 
 int StateVariable_param_set(BlockAlgo* blk, float* param)
@@ -180,16 +217,17 @@ int StateVariable_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* StateVariableQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != 2 && Output_pin != kBands) {
+    if (Input_pin != 2 && Output_pin != kOutputs) {
         LBX_LOG("wrong input pin number in StateVariableQ\n");
         return nullptr;
     }
-    return new_state_variable(Input_pin, Output_pin, block_pro, type, 1, 1.0F, 1.0F, StateVariableQ_destroy);
+    return new_state_variable(Input_pin, Output_pin, block_pro, type, kInitial<miscellaneous::kStateVariableQLayout>,
+                              1.0F, 1.0F, StateVariableQ_destroy);
 }
 
 int StateVariableQ_param_set(BlockAlgo* blk, float* param)
 {
-    copy_params(blk->pParam, param, 1);
+    copy_params(blk->pParam, param, std::size(miscellaneous::kStateVariableQLayout));
     restart(blk, core_of<StateVariable>(blk));
     return RT_OK;
 }
@@ -208,7 +246,7 @@ void StateVariableQ_Render(StateVariable_Core* core, float** data_in, float** da
     auto* full = static_cast<StateVariable*>(core);
     if (tickSize > 0)
         follow_q(full, data_in[0][0]);
-    filter(full, data_in[1], data_out, kBands, tickSize);
+    filter(full, data_in[1], data_out, kOutputs, tickSize);
 }
 
 int StateVariableQ_process(BlockAlgo* blk, float** data_in, float** data_out)

@@ -38,8 +38,8 @@ typedef struct StateVariable_Core {
 } StateVariable_Core;
 
 enum StateVariableParam {
-    kStateVariableFc,  // Hz [73]   not clamped
-    kStateVariableQ,   // [0.707]   not clamped: 0 gives no numbers. The block with a Q pin has the first entry only
+    kStateVariableFc,  // Hz, not clamped
+    kStateVariableQ,   // not clamped: 0 gives no numbers. The block with a Q pin has the first entry only
     kStateVariableModuleSize
 };
 

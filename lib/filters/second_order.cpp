@@ -3,55 +3,48 @@
 
 #include <cmath>
 
-#include "../kernels/section_design.h"
+#include "second_order_info.h"
 #include "section_block.h"
-
-namespace {
 
 using namespace lbx;
 
-// The first four layouts are one list, cut where a type ends.
-constexpr float kResponseDefaults[] = {1, 0, 0, 0, 1000, 1.41F, 3};
+namespace {
+
+// Of the first four types, as far as their layouts go.
 constexpr ParamLabel kResponseLabels[] = {
     {"Enable", true}, {"Polarity", true}, {"Type", true}, {"Gain_dB"}, {"Fc"}, {"Q"}, {"Boost_dB"}};
-
-constexpr float kToneDefaults[] = {1, 0, 10000, 3, 1000, 3};
 constexpr ParamLabel kToneLabels[] = {{"Enable", true},    {"Polarity", true}, {"Fc_Treble"},
                                       {"Boost_dB_Treble"}, {"Fc_Bass"},        {"Boost_dB_Bass"}};
-
-constexpr float kIIRDefaults[] = {1, 0, 1, 0, 0, 0, 0};
 constexpr ParamLabel kIIRLabels[] = {{"Enable", true}, {"Polarity", true}, {"b0"}, {"b1"}, {"b2"}, {"a1"}, {"a2"}};
-
-constexpr float kFirstOrdersDefaults[] = {1, 0, 0, 1000, 3, 2, 5000, 1};
 constexpr ParamLabel kFirstOrdersLabels[] = {{"Enable", true}, {"Polarity", true},   {"Filter1_Type", true},
                                              {"Filter1_Fc"},   {"Filter1_Boost_dB"}, {"Filter2_Type", true},
                                              {"Filter2_Fc"},   {"Filter2_Boost_dB"}};
 
-struct Layout {
+struct Type {
     const char* title;
-    int size;
-    const float* defaults;
+    std::span<const float> defaults;
     const ParamLabel* labels;
+
+    int size() const { return static_cast<int>(defaults.size()); }
 };
-constexpr Layout kLayouts[] = {
-    {"general", kGeneralModuleSize, kResponseDefaults, kResponseLabels},
-    {"param_shelf", kParamShelfModuleSize, kResponseDefaults, kResponseLabels},
-    {"common", kCommonModuleSize, kResponseDefaults, kResponseLabels},
-    {"bessel_butter", kBesselButterModuleSize, kResponseDefaults, kResponseLabels},
-    {"tone", kToneModuleSize, kToneDefaults, kToneLabels},
-    {"iir", kIIRModuleSize, kIIRDefaults, kIIRLabels},
-    {"firstorders", kFirstOrdersModuleSize, kFirstOrdersDefaults, kFirstOrdersLabels},
+constexpr Type kTypes[] = {
+    {"general", kInitial<second_order::kGeneralLayout>, kResponseLabels},
+    {"param_shelf", kInitial<second_order::kParamShelfLayout>, kResponseLabels},
+    {"common", kInitial<second_order::kCommonLayout>, kResponseLabels},
+    {"bessel_butter", kInitial<second_order::kBesselButterLayout>, kResponseLabels},
+    {"tone", kInitial<second_order::kToneLayout>, kToneLabels},
+    {"iir", kInitial<second_order::kIirLayout>, kIIRLabels},
+    {"firstorders", kInitial<second_order::kFirstOrdersLayout>, kFirstOrdersLabels},
 };
 
-const Layout* layout_of(int type)
+// Null for a code of another module.
+const Type* find_type(int code)
 {
-    return type >= EN_FILTER_2ND_GENERAL && type <= EN_FILTER_2ND_FIRSTORDERS ? &kLayouts[type - EN_FILTER_2ND_GENERAL]
+    return code >= EN_FILTER_2ND_GENERAL && code <= EN_FILTER_2ND_FIRSTORDERS ? &kTypes[code - EN_FILTER_2ND_GENERAL]
                                                                               : nullptr;
 }
 
-constexpr float kNonBareDefaults[] = {1, 0, 1000, 1.41F, 3.5F, 0};
-
-std::ptrdiff_t state_words(int channels) { return std::ptrdiff_t{2} * channels; }
+std::ptrdiff_t state_words(int channels) { return std::ptrdiff_t{kSosWords} * channels; }
 
 void design(BlockAlgo* blk, int rate)
 {
@@ -71,20 +64,29 @@ void design_all_pass(BlockAlgo* blk, int rate)
 
 }  // namespace
 
+void second_order::section(const BlockAlgo* blk, const info::Paths& paths)
+{
+    paths.second_order(core_of<SecondOrder_Core>(blk)->coeffArray);
+}
+
+void second_order::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+{
+    each_section_path(core_of<SecondOrder_Core>(blk), blk->nInputs, paths, [&] { section(blk, paths); });
+}
+
 BlockAlgo* SecondOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin <= 0 || Input_pin != Output_pin) {
+    if (!info::pins_fit(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in SecondOrder\n");
         return nullptr;
     }
-    const Layout* layout = layout_of(type);
-    if (!layout) {
+    const Type* row = find_type(type);
+    if (!row) {
         LBX_LOG("wrong input type in SecondOrder\n");
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, SecondOrder_destroy);
-    const std::span defaults(layout->defaults, static_cast<std::size_t>(layout->size));
-    if (!new_section_core<SecondOrder_Core>(blk, defaults, 5, state_words(Input_pin)))
+    if (!new_section_core<SecondOrder_Core>(blk, row->defaults, kSosCoeffs, state_words(Input_pin)))
         return nullptr;
     design(blk.get(), rounded_rate(block_pro));
     return blk.release();
@@ -92,12 +94,12 @@ BlockAlgo* SecondOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, 
 
 int SecondOrder_param_set(BlockAlgo* blk, void* param)
 {
-    const Layout* layout = layout_of(blk->method_type);
-    if (!layout) {
+    const Type* row = find_type(blk->method_type);
+    if (!row) {
         LBX_LOG("wrong input type in SecondOrder\n");
         return RT_OK;
     }
-    copy_params(blk->pParam, static_cast<const float*>(param), layout->size);
+    copy_params(blk->pParam, static_cast<const float*>(param), row->size());
     design(blk, blk->block_pro->nSamplingRate);
     restart_section(blk, core_of<SecondOrder_Core>(blk), state_words(blk->nInputs));
     return RT_OK;
@@ -107,8 +109,8 @@ int SecondOrder_param_update(BlockAlgo* blk) { return SecondOrder_param_set(blk,
 
 int SecondOrder_param_invoke(BlockAlgo* blk)
 {
-    if (const Layout* layout = blk ? layout_of(blk->method_type) : nullptr)
-        print_params(__func__, layout->title, {layout->labels, static_cast<std::size_t>(layout->size)}, blk->pParam);
+    if (const Type* row = blk ? find_type(blk->method_type) : nullptr)
+        print_params(__func__, row->title, {row->labels, row->defaults.size()}, blk->pParam);
     return RT_OK;
 }
 
@@ -130,12 +132,13 @@ int SecondOrder_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* NonBare_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != Output_pin) {
+    if (!info::pins_agree(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in Limiter\n");  // names another block; hosts know it so
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, NonBare_destroy);
-    if (!new_section_core<SecondOrder_Core>(blk, kNonBareDefaults, 5, state_words(Input_pin)))
+    if (!new_section_core<SecondOrder_Core>(blk, kInitial<second_order::kNonBareLayout>, kSosCoeffs,
+                                            state_words(Input_pin)))
         return nullptr;
     design_all_pass(blk.get(), rounded_rate(block_pro));
     return blk.release();

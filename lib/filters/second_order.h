@@ -4,8 +4,9 @@
 //   EN_FILTER_2ND_GENERAL .. EN_FILTER_2ND_FIRSTORDERS   n in, n out, n >= 1   SecondOrder_*
 //   EN_FILTER_NONBARE                                    n in, n out           NonBare_*
 //
-// Channels are independent and outputs may be the inputs' buffers. A block runs from creation on with the defaults in
-// brackets. Every parameter set designs anew, writes what it clamped back into the stored vector, and clears the state.
+// Channels are independent and outputs may be the inputs' buffers. A block runs from creation on, with the defaults
+// that Vantoro_block_info gives. Every parameter set designs anew, writes what it clamped back into the stored vector,
+// and clears the state.
 #ifndef VANTORO_FILTERS_SECOND_ORDER_H
 #define VANTORO_FILTERS_SECOND_ORDER_H
 
@@ -21,11 +22,11 @@ typedef struct SecondOrder_Core {
     float* stateBuffer;  // two words per channel
 } SecondOrder_Core;
 
-// The responses of EN_FILTER_2ND_GENERAL, and what entry 5 means to each. Three other types offer a part of them under
-// numbers of their own.
+// The responses of EN_FILTER_2ND_GENERAL, and what entry 5 is to each, clamped to that range. Three other types offer
+// some of them under numbers of their own.
 typedef enum GENERAL_TYPE {
     Gen_Param,      // peaking equaliser, peak = boost        Q 0.01..16
-    Gen_LS,         // low shelf                              slope 0.01..2, 1 is the steepest without overshoot
+    Gen_LS,         // low shelf                              slope 0.01..2; 1 is the steepest without overshoot
     Gen_HS,         // high shelf                             slope
     Gen_LP,         // low-pass                               Q
     Gen_HP,         // high-pass                              Q
@@ -68,84 +69,84 @@ typedef enum BESSEL_BUTTER_TYPE {
 // Layouts. Types and flags are truncated toward zero; gains and boosts are clamped to -50..50 dB; Fc is in Hz and not
 // clamped.
 enum Filter2ndGeneralParam {
-    kGeneralEnable,    // [1]
-    kGeneralPolarity,  // [0]
-    kGeneralType,      // [Gen_Param]
-    kGeneralGainDB,    // [0]
-    kGeneralFc,        // [1000]
-    kGeneralQ,         // [1.41]
-    kGeneralBoostDB,   // [3]  of the peaking equaliser and the shelves
+    kGeneralEnable,
+    kGeneralPolarity,
+    kGeneralType,
+    kGeneralGainDB,
+    kGeneralFc,
+    kGeneralQ,
+    kGeneralBoostDB,  // of the peaking equaliser and the shelves
     kGeneralModuleSize
 };
 enum Filter2ndParamShelfParam {
-    kParamShelfEnable,    // [1]
-    kParamShelfPolarity,  // [0]
-    kParamShelfType,      // [Parametric]
-    kParamShelfGainDB,    // [0]
-    kParamShelfFc,        // [1000]
-    kParamShelfQ,         // [1.41]
-    kParamShelfBoostDB,   // [3]
+    kParamShelfEnable,
+    kParamShelfPolarity,
+    kParamShelfType,
+    kParamShelfGainDB,
+    kParamShelfFc,
+    kParamShelfQ,
+    kParamShelfBoostDB,
     kParamShelfModuleSize
 };
 enum Filter2ndCommonParam {
-    kCommonEnable,    // [1]
-    kCommonPolarity,  // [0]
-    kCommonType,      // [GeneralLP]
-    kCommonGainDB,    // [0]
-    kCommonFc,        // [1000]
-    kCommonQ,         // [1.41]
+    kCommonEnable,
+    kCommonPolarity,
+    kCommonType,
+    kCommonGainDB,
+    kCommonFc,
+    kCommonQ,
     kCommonModuleSize
 };
 enum Filter2ndBesselButterParam {
-    kBesselButterEnable,    // [1]
-    kBesselButterPolarity,  // [0]
-    kBesselButterType,      // [BesselLP]
-    kBesselButterGainDB,    // [0]
-    kBesselButterFc,        // [1000]
+    kBesselButterEnable,
+    kBesselButterPolarity,
+    kBesselButterType,
+    kBesselButterGainDB,
+    kBesselButterFc,
     kBesselButterModuleSize
 };
 // Two first-order shelves. Above the bass corner the output is inverted.
 enum Filter2ndToneParam {
-    kToneEnable,         // [1]
-    kTonePolarity,       // [0]
-    kToneFcTreble,       // [10000]
-    kToneBoostDBTreble,  // [3]  not clamped
-    kToneFcBass,         // [1000]
-    kToneBoostDBBass,    // [3]  not clamped
+    kToneEnable,
+    kTonePolarity,
+    kToneFcTreble,
+    kToneBoostDBTreble,  // not clamped
+    kToneFcBass,
+    kToneBoostDBBass,  // not clamped
     kToneModuleSize
 };
 // The coefficients themselves; a1 and a2 as in 1 + a1 z^-1 + a2 z^-2. Nothing is checked, stability included.
 enum Filter2ndIIRParam {
-    kIIREnable,    // [1]
-    kIIRPolarity,  // [0]
-    kIIRB0,        // [1]
-    kIIRB1,        // [0]
-    kIIRB2,        // [0]
-    kIIRA1,        // [0]
-    kIIRA2,        // [0]
+    kIIREnable,
+    kIIRPolarity,
+    kIIRB0,
+    kIIRB1,
+    kIIRB2,
+    kIIRA1,
+    kIIRA2,
     kIIRModuleSize
 };
 // Two first-order sections, each 0 none, 1 low-pass, 2 high-pass or 3 all-pass; the boosts are plain gains of each
 // section, not clamped. Any other type of section 1 ends the process, status -1; of section 2 it leaves a pass-through.
 enum Filter2ndFirstOrdersParam {
-    kFirstOrdersEnable,          // [1]
-    kFirstOrdersPolarity,        // [0]
-    kFirstOrdersFilter1Type,     // [0]
-    kFirstOrdersFilter1Fc,       // [1000]
-    kFirstOrdersFilter1BoostDB,  // [3]
-    kFirstOrdersFilter2Type,     // [2]
-    kFirstOrdersFilter2Fc,       // [5000]
-    kFirstOrdersFilter2BoostDB,  // [1]
+    kFirstOrdersEnable,
+    kFirstOrdersPolarity,
+    kFirstOrdersFilter1Type,
+    kFirstOrdersFilter1Fc,
+    kFirstOrdersFilter1BoostDB,
+    kFirstOrdersFilter2Type,
+    kFirstOrdersFilter2Fc,
+    kFirstOrdersFilter2BoostDB,
     kFirstOrdersModuleSize
 };
 // The all-pass; nothing is clamped. Entries K and gain are stored for the host and not used.
 enum Filter2ndNoeBareParam {
-    kNonBareEnable,    // [1]
-    kNonBarePolarity,  // [0]
-    kNonBareFc,        // [1000]
-    kNonBareQ,         // [1.41]  width as a multiple of the centre: larger is wider
-    kNonBareK,         // [3.5]
-    kNonBareGainDB,    // [0]
+    kNonBareEnable,
+    kNonBarePolarity,
+    kNonBareFc,
+    kNonBareQ,  // width as a multiple of the centre: larger is wider
+    kNonBareK,
+    kNonBareGainDB,
     kNonBareModuleSize
 };
 

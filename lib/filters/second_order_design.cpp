@@ -6,34 +6,41 @@
 #include <span>
 
 #include "../kernels/level.h"
-#include "../kernels/section_design.h"
 #include "../math/filter_design.h"
-#include "second_order.h"
-
-namespace {
+#include "second_order_info.h"
 
 using namespace lbx;
 
-// Where the types 769 to 773 agree.
-constexpr int kType = 2, kGainDb = 3, kFc = 4, kFourth = 5, kBoostDb = 6;
+namespace {
 
-constexpr int kParamShelfResponses[] = {Gen_Param, Gen_LS, Gen_HS};
-constexpr int kCommonResponses[] = {Gen_LP,      Gen_HP,    Gen_BP,       Gen_BS,      Gen_APF,
-                                    Gen_Peaking, Gen_Notvh, Gen_Cheby_LP, Gen_Cheby_HP};
-constexpr int kBesselButterResponses[] = {Gen_Bessel_LP, Gen_Bessel_HP, Gen_Butter_LP, Gen_Butter_HP};
+// The types 769 to 773 agree: their vectors are read by the enumerators of the general layout.
+static_assert(int{kGeneralBoostDB} == int{kParamShelfBoostDB} && int{kGeneralQ} == int{kCommonQ} &&
+              int{kGeneralFc} == int{kBesselButterFc});
 
-// A block type whose responses are numbered in its own way.
+template <std::size_t kCount>
+constexpr std::array<int, kCount> responses_of(const second_order::Alias (&aliases)[kCount])
+{
+    std::array<int, kCount> responses = {};
+    for (const second_order::Alias& alias : aliases)
+        responses[static_cast<std::size_t>(alias.choice.value)] = alias.response;
+    return responses;
+}
+constexpr std::array kParamShelf = responses_of(second_order::kParamShelf);
+constexpr std::array kCommon = responses_of(second_order::kCommon);
+constexpr std::array kBesselButter = responses_of(second_order::kBesselButter);
+
+// A block type that numbers the responses in its own way.
 struct Family {
     int type;
     std::span<const int> responses;
-    bool has_boost;
+    int size;  // of the layout
     const char* name;
     int line;  // of its report
 };
 constexpr Family kFamilies[] = {
-    {EN_FILTER_2ND_PARAM_SHELF, kParamShelfResponses, true, "param_shelf", 414},
-    {EN_FILTER_2ND_COMMON, kCommonResponses, false, "common", 579},
-    {EN_FILTER_2ND_BESSEL_BUTTER, kBesselButterResponses, false, "bessel_butter", 638},
+    {EN_FILTER_2ND_PARAM_SHELF, kParamShelf, kParamShelfModuleSize, "param_shelf", 414},
+    {EN_FILTER_2ND_COMMON, kCommon, kCommonModuleSize, "common", 579},
+    {EN_FILTER_2ND_BESSEL_BUTTER, kBesselButter, kBesselButterModuleSize, "bessel_butter", 638},
 };
 
 // As one of GENERAL_TYPE, or -1.
@@ -43,23 +50,26 @@ int response_of(const Family& family, int number)
     return known ? family.responses[static_cast<std::size_t>(number)] : -1;
 }
 
-// A vector on its way to a section. Entry 5 is read only by the responses that have one, and left clamped; the boost
-// only by the peaking equaliser and the shelves.
+constexpr std::array kFourthClamps = info::clamps_by_choice(second_order::kResponses, kGeneralQ, second_order::kQ);
+
+// A vector on its way to a section. Only responses that read the fourth number or the boost ask for it, for the vector
+// may end before it; the fourth number is left clamped.
 struct Request {
     float* entry;
+    VantoroRange fourth_clamp;
     int rate;
     float half_angle;
     Corner c;
 
-    float fourth(VantoroRange range) const { return clamp_back(entry[kFourth], range); }
-    float A() const { return std::pow(10.0F, entry[kBoostDb] / 40.0F); }
-    float q() const { return alpha_q(c, fourth(kQRange)); }
-    float slope() const { return alpha_slope(c, A(), fourth(kSlopeRange)); }
-    float octaves() const { return alpha_octaves(c, fourth(kOctaveRange)); }
-    double half_width() const { return static_cast<double>(entry[kFc] / fourth(kQRange)) * std::numbers::pi / rate; }
+    float fourth() const { return clamp_back(entry[kGeneralQ], fourth_clamp); }
+    float A() const { return std::pow(10.0F, entry[kGeneralBoostDB] / 40.0F); }
+    float q() const { return alpha_q(c, fourth()); }
+    float slope() const { return alpha_slope(c, A(), fourth()); }
+    float octaves() const { return alpha_octaves(c, fourth()); }
+    double half_width() const { return static_cast<double>(entry[kGeneralFc] / fourth()) * std::numbers::pi / rate; }
     Sos ripple(int kind) const
     {
-        return chebyshev(fourth(kRippleRange), 2.0F * entry[kFc] / static_cast<float>(rate), kind);
+        return chebyshev(fourth(), 2.0F * entry[kGeneralFc] / static_cast<float>(rate), kind);
     }
 };
 
@@ -73,7 +83,7 @@ constexpr Sos (*kResponses[])(R) = {
     [](R r) { return band_pass(r.c, r.octaves()); },                     // Gen_BP
     [](R r) { return notch(r.c, r.octaves()); },                         // Gen_BS
     [](R r) { return all_pass_bandwidth(r.c, r.half_width()); },         // Gen_APF
-    [](R r) { return resonant_band_pass(r.c, r.fourth(kQRange)); },      // Gen_Peaking
+    [](R r) { return resonant_band_pass(r.c, r.fourth()); },             // Gen_Peaking
     [](R r) { return notch(r.c, r.q()); },                               // Gen_Notvh
     [](R r) { return r.ripple(kDesignLowPass); },                        // Gen_Cheby_LP
     [](R r) { return r.ripple(kDesignHighPass); },                       // Gen_Cheby_HP
@@ -82,19 +92,20 @@ constexpr Sos (*kResponses[])(R) = {
     [](R r) { return bilinear_low_pass(r.half_angle, kButterworth); },   // Gen_Butter_LP
     [](R r) { return bilinear_high_pass(r.half_angle, kButterworth); },  // Gen_Butter_HP
 };
+static_assert(std::size(kResponses) == kFourthClamps.size());
 
 // False, with a pass-through, when `response` is none of GENERAL_TYPE. Gain and boost are clamped either way.
-bool write_response(int response, bool has_boost, float* entry, int rate, float* coeff)
+bool write_response(int response, int size, float* entry, int rate, float* coeff)
 {
     write_pass_through(coeff);
-    const float gain_db = clamp_back(entry[kGainDb], kLevelRange);
-    if (has_boost)
-        clamp_back(entry[kBoostDb], kLevelRange);
+    const float gain_db = clamp_back(entry[kGeneralGainDB], second_order::kSectionGainDb.clamp);
+    if (size > kGeneralBoostDB)
+        clamp_back(entry[kGeneralBoostDB], second_order::kBoostDb.clamp);
     if (response < 0 || response >= std::ssize(kResponses))
         return false;
-    const float w = angle_of(entry[kFc], rate);
-    const Sos h = kResponses[response]({entry, rate, w * 0.5F, corner(w)});
-    write_section(h, linear_gain(gain_db), coeff);
+    const float w = angle_of(entry[kGeneralFc], rate);
+    const VantoroRange fourth_clamp = kFourthClamps[static_cast<std::size_t>(response)];
+    write_section(kResponses[response]({entry, fourth_clamp, rate, w * 0.5F, corner(w)}), linear_gain(gain_db), coeff);
     return true;
 }
 
@@ -116,12 +127,14 @@ Sos tone(const float* entry, int rate)
     };
 }
 
+// By the numbers of filter1Type and filter2Type.
 constexpr Sos (*kFirstOrders[])(float pole) = {
-    [](float) -> Sos { return {1.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F}; },  // 0: none
+    [](float) -> Sos { return {1.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F}; },
     first_order_low_pass,
     first_order_high_pass,
     first_order_all_pass,
 };
+static_assert(std::size(kFirstOrders) == std::size(second_order::kFilter1Choices.list));
 
 // False for an unknown type.
 bool first_order_section(float type, float fc, int rate, Sos& h)
@@ -156,10 +169,10 @@ void write_first_orders(const float* entry, int rate, const char* func, float* c
 
 void write_first_order_shelf(float* entry, int rate, float* coeff)
 {
-    const float gain = linear_gain(clamp_back(entry[kGainDb], kLevelRange));
-    const float V = linear_gain(clamp_back(entry[kBoostDb], kLevelRange));
-    const float w = angle_of(entry[kFc], rate);
-    const int type = to_int(entry[kType]);
+    const float gain = linear_gain(clamp_back(entry[kGeneralGainDB], second_order::kSectionGainDb.clamp));
+    const float V = linear_gain(clamp_back(entry[kGeneralBoostDB], second_order::kBoostDb.clamp));
+    const float w = angle_of(entry[kGeneralFc], rate);
+    const int type = to_int(entry[kGeneralType]);
     if (type == 0)
         write_section(first_order_low_shelf(w, V), gain, coeff);
     else if (type == 1)
@@ -170,7 +183,7 @@ void write_first_order_shelf(float* entry, int rate, float* coeff)
 
 void calculateFilter2ndGeneralCoeffs(SecondOrder_Core* st, float* pParameter, int sampleRate)
 {
-    if (!write_response(to_int(pParameter[kType]), true, pParameter, sampleRate, st->coeffArray))
+    if (!write_response(to_int(pParameter[kGeneralType]), kGeneralModuleSize, pParameter, sampleRate, st->coeffArray))
         LBX_LOG_AS(__func__, 294, "ErrorXXX: You should choose a bessel_butter type!\n\n");
 }
 
@@ -179,8 +192,8 @@ void calculateFilter2ndCoeffs(SecondOrder_Core* st, float* pParameter, int sampl
     float* coeff = st->coeffArray;
     const auto* family = std::ranges::find(kFamilies, type, &Family::type);
     if (family != std::end(kFamilies)) {
-        const int response = response_of(*family, to_int(pParameter[kType]));
-        if (!write_response(response, family->has_boost, pParameter, sampleRate, coeff))
+        const int response = response_of(*family, to_int(pParameter[kGeneralType]));
+        if (!write_response(response, family->size, pParameter, sampleRate, coeff))
             LBX_LOG_AS(__func__, family->line, "ErrorXXX: You should choose a %s type!\n\n", family->name);
         return;
     }

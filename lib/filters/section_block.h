@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <span>
 
+#include "../framework/context.h"
 #include "../framework/info.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
@@ -71,6 +72,6 @@ void restart_section(const BlockAlgo* blk, Core* core, std::ptrdiff_t state_word
 }
 
 // A new block designs for the rate as single precision holds it.
-inline int rounded_rate(const BlockPro* pro) { return to_int(static_cast<float>(pro->nSamplingRate)); }
+inline int rounded_rate(const BlockPro* pro) { return to_int(rate_of(pro)); }
 
 }  // namespace lbx

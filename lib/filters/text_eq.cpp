@@ -5,16 +5,17 @@
 
 #include "../common/biquad.h"
 #include "equaliser.h"
-
-namespace {
+#include "text_eq_info.h"
 
 using namespace lbx;
+
+namespace {
 
 struct Text {
     using Core = TextEQ_Core;
     static constexpr auto kFlags = &TextEQ_Core::enableFlags;
     static constexpr int kStride = kTextFilterParamSize, kFlag = kTextFilterEnable;
-    static constexpr float kDefaults[] = {1, 1, 0, Text_Param, 0, 1000, 0.71F, 0};
+    static constexpr auto kDefaults = kInitial<text_eq::kLayout>;
 
     static bool runs(float enable) { return enable != 0.0F; }
     static void design(float* coeff, float rate_hz, const float* band)
@@ -24,35 +25,32 @@ struct Text {
     }
 };
 
-float octaves(const EqBand& band)
-{
-    float width = band.q;  // within the range of a Q already
-    return alpha_octaves(band.corner, clamp_back(width, kOctaveRange));
-}
+constexpr std::array kFourthClamps =
+    info::clamps_by_choice(text_eq::kResponses, kTextFilterQ_Slp, text_eq::kColumns[kTextFilterQ_Slp]);
 
 }  // namespace
 
 void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost, float gainDB)
 {
-    const EqBand band = eq_band(fs, fc, Q, boost);
+    const EqBand band = eq_band(fs, fc, Q, boost, filterType, kFourthClamps);
     const Corner& c = band.corner;
     Sos h = {};
     float gain = 1.0F;
     switch (filterType) {
     case Text_BP:
-        h = band_pass(c, octaves(band));
+        h = band_pass(c, alpha_octaves(c, band.fourth));
         break;
     case Text_BS:
-        h = notch(c, octaves(band));
+        h = notch(c, alpha_octaves(c, band.fourth));
         break;
     case Text_APF:
-        h = all_pass_bandwidth(c, static_cast<double>(fc / band.q) * std::numbers::pi / fs);
+        h = all_pass_bandwidth(c, static_cast<double>(fc / band.fourth) * std::numbers::pi / fs);
         break;
     case Text_Peaking:
-        h = resonant_band_pass(c, band.q);
+        h = resonant_band_pass(c, band.fourth);
         break;
     case Text_Notch:
-        h = notch(c, alpha_q(c, band.q));
+        h = notch(c, alpha_q(c, band.fourth));
         break;
     case Text_LS1st:
         h = first_order_low_shelf(c.w, linear_gain(band.boost_db));
@@ -71,9 +69,11 @@ void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc
         coeffArray[b] *= linear_gain(gainDB);
 }
 
+void text_eq::linear_model(const BlockAlgo* blk, const info::Paths& paths) { eq_linear_model<Text>(blk, paths); }
+
 BlockAlgo* TextEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != Output_pin) {
+    if (!info::pins_agree(info::kSame, Input_pin, Output_pin)) {
         LBX_LOG("wrong input pin number in TextEQ\n");
         return nullptr;
     }

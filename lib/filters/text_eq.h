@@ -19,18 +19,18 @@ typedef struct TextEQ_Core {
     float* stateBuffer;  // channel c, band k: words 2 (c numFilter + k) and the next
 } TextEQ_Core;
 
-// The vector: the number of bands, then kTextFilterParamSize floats per band, here with the only band of a new block. A
-// number below 1 is none: the block copies. Nothing is written back.
+// The vector: the number of bands, then kTextFilterParamSize floats per band; a new block has one band. A number below
+// 1 is none: the block copies. Nothing is written back.
 enum TextEQParam {
     kTextNumFilter = 0,
     kTextFilterParamOffset = 1,
-    kTextFilterEnable = 0,  // not 0: runs [1]
-    kTextFilterPolarity,    // [0]   stored, without effect on the signal
-    kTextFilterFilterType,  // TEXT_FILTER_TYPE [0]
-    kTextFilterBoostDB,     // dB -50..50 [0]   the gain of the pass band for low- and high-pass
-    kTextFilterFreq,        // Hz [1000]   not clamped
-    kTextFilterQ_Slp,       // [0.71]   Q 0.01..16, slope of shelves 0.01..2, bandwidth in octaves 0.01..11
-    kTextFilterGainDB,      // dB [0]   not clamped; scales the band
+    kTextFilterEnable = 0,  // not 0: runs
+    kTextFilterPolarity,    // stored, without effect on the signal
+    kTextFilterFilterType,  // TEXT_FILTER_TYPE
+    kTextFilterBoostDB,     // dB -50..50; of low- and high-pass the gain of the pass band
+    kTextFilterFreq,        // Hz, not clamped
+    kTextFilterQ_Slp,       // Q 0.01..16, slope of shelves 0.01..2, bandwidth in octaves 0.01..11
+    kTextFilterGainDB,      // dB, not clamped; scales the band
     kTextFilterParamSize
 };
 

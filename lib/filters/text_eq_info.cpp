@@ -1,9 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../framework/info.h"
+#include "text_eq_info.h"
+
 #include "../framework/info_list.h"
 
-namespace lbx::info {
+namespace {
 
-constinit const InfoRows kTextEqInfo = {};
+using namespace lbx::text_eq;
 
-}  // namespace lbx::info
+static_assert(std::size(kColumns) == kTextFilterParamSize);
+
+constexpr InfoRow kRows[] = {
+    LBX_TYPE(FILTER_TEXTEQ, kFilters, "equaliser, all responses", kSame)
+        .params(kLayout, VANTORO_RESTARTS)
+        .traits(VANTORO_DENORMALS)
+        .linear(linear_model),
+};
+
+}  // namespace
+
+constinit const lbx::info::InfoRows lbx::info::kTextEqInfo = kRows;

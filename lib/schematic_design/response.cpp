@@ -5,17 +5,18 @@
 #include <numbers>
 #include <utility>
 
-#include "../filters/crossover.h"
-#include "../filters/fir.h"
-#include "../filters/first_order.h"
-#include "../filters/look_up.h"
-#include "../filters/miscellaneous.h"
-#include "../filters/second_order.h"
+#include "../filters/crossover_info.h"
+#include "../filters/fir_info.h"
+#include "../filters/first_order_info.h"
+#include "../filters/look_up_info.h"
+#include "../filters/miscellaneous_info.h"
+#include "../filters/second_order_info.h"
 #include "../framework/log.h"
-#include "../framework/new_block.h"
 #include "../math/lbx_fastmath.h"
 #include "schematic_design.h"
 #include "speaker_file.h"
+
+using namespace lbx;
 
 namespace {
 
@@ -23,13 +24,16 @@ using SingleGrid = std::unique_ptr<FreqResponseState, void (*)(FreqResponseState
 using MultiGrid = std::unique_ptr<Multi_FreqResponseState, void (*)(Multi_FreqResponseState*)>;
 
 // One curve of either kind of grid.
-struct Curve {
+struct GridCurve {
     const float* freq;
     float *mag, *deg;
     int lens, sample_rate;
 };
-Curve curve_of(const FreqResponseState& grid) { return {grid.freq, grid.mag, grid.deg, grid.lens, grid.sample_rate}; }
-Curve curve_of(const Multi_FreqResponseState& grid, int i)
+GridCurve curve_of(const FreqResponseState& grid)
+{
+    return {grid.freq, grid.mag, grid.deg, grid.lens, grid.sample_rate};
+}
+GridCurve curve_of(const Multi_FreqResponseState& grid, int i)
 {
     return {grid.freq, grid.mag[i], grid.deg[i], grid.lens, grid.sample_rate};
 }
@@ -41,11 +45,11 @@ Complex operator*(Complex p, Complex q) { return {p.re * q.re - p.im * q.im, p.r
 double power(Complex z) { return z.re * z.re + z.im * z.im; }
 
 // c0 + c1 z + c2 z^2, nested.
-Complex horner(Complex z, float c0, float c1, float c2)
+Complex horner(Complex z, double c0, double c1, double c2)
 {
-    const Complex inner = {z.re * static_cast<double>(c2) + static_cast<double>(c1), z.im * static_cast<double>(c2)};
+    const Complex inner = {z.re * c2 + c1, z.im * c2};
     const Complex outer = inner * z;
-    return {outer.re + static_cast<double>(c0), outer.im};
+    return {outer.re + c0, outer.im};
 }
 
 // A denominator of 0 gives 0, as in the other complex helpers.
@@ -58,13 +62,6 @@ Complex operator/(Complex p, Complex q)
     return {product.re / scale, product.im / scale};
 }
 
-// A rational section; the denominator begins with 1.
-struct Section {
-    float b0, b1, b2, a1, a2;
-};
-Section first_order(const float* coeff) { return {coeff[0], coeff[1], 0.0F, coeff[2], 0.0F}; }
-Section second_order(const float* coeff) { return {coeff[0], coeff[1], coeff[3], coeff[2], coeff[4]}; }
-
 // e^(-j 2 pi turns), turns 0 .. 1.
 Complex unit(double turns)
 {
@@ -72,11 +69,11 @@ Complex unit(double turns)
     return {static_cast<double>(lbx_fast_cos(omega)), static_cast<double>(lbx_fast_sin(omega))};
 }
 
-double turns_at(const Curve& curve, int k) { return static_cast<double>(curve.freq[k]) / curve.sample_rate; }
+double turns_at(const GridCurve& curve, int k) { return static_cast<double>(curve.freq[k]) / curve.sample_rate; }
 
 // Sections in series add dB and degrees; the sum of degrees is brought back by one turn at most. A response of 0 has no
 // phase to add.
-void add_point(const Curve& curve, int k, Complex h)
+void add_point(const GridCurve& curve, int k, Complex h)
 {
     const auto re = static_cast<float>(h.re), im = static_cast<float>(h.im);
     curve.mag[k] += 10.0F * lbx_fast_log2(static_cast<float>(power(h))) / lbx_fast_log2(10.0F);
@@ -86,18 +83,19 @@ void add_point(const Curve& curve, int k, Complex h)
     curve.deg[k] = sum > 180.0F ? sum - 360.0F : sum < -180.0F ? sum + 360.0F : sum;
 }
 
-// One section on the grid. In double precision apart from the two fast functions: near 0 Hz the sums nearly cancel.
-void calfiltercore(const Section& s, const Curve& curve)
+// One section on the grid: b0, b1, b2, a1, a2. In double precision apart from the two fast functions: near 0 Hz the
+// sums nearly cancel.
+void calfiltercore(const double* c, const GridCurve& curve)
 {
     for (int k = 0; k < curve.lens; ++k) {
         const Complex z = unit(turns_at(curve, k));
-        add_point(curve, k, horner(z, s.b0, s.b1, s.b2) / horner(z, 1.0F, s.a1, s.a2));
+        add_point(curve, k, horner(z, c[0], c[1], c[2]) / horner(z, 1.0, c[3], c[4]));
     }
 }
 
 // Every tap at its own angle: rotating on from tap to tap would raise the fast functions' error to the power of the
 // number of taps.
-void FirResponse_Cal(const float* taps, int count, const Curve& curve)
+void FirResponse_Cal(const float* taps, int count, const GridCurve& curve)
 {
     for (int k = 0; k < curve.lens; ++k) {
         Complex sum = {0.0, 0.0};
@@ -111,17 +109,27 @@ void FirResponse_Cal(const float* taps, int count, const Curve& curve)
     }
 }
 
-void add_sections(const float* coeff, int sections, const Curve& curve)
+// Puts the sections or taps that `tell` hands to its paths onto the curve. A module's functions for one section are
+// asked, not its linear model: flags do not count here.
+template <class Tell>
+void add_filter(GridCurve curve, Tell&& tell)
 {
-    for (std::ptrdiff_t i = 0; i < sections; ++i)
-        calfiltercore(second_order(coeff + 5 * i), curve);
+    const VantoroLinearVisitor visitor = {
+        &curve,
+        nullptr,
+        [](void* user, const double* section) { calfiltercore(section, *static_cast<const GridCurve*>(user)); },
+        [](void* user, const float* taps, int count) {
+            FirResponse_Cal(taps, count, *static_cast<const GridCurve*>(user));
+        },
+    };
+    tell(info::Paths(visitor));
 }
 
-void CalandAddFilter_FreqResponse(const BlockAlgo& blk, const Curve& curve)
+void CalandAddFilter_FreqResponse(const BlockAlgo& blk, const info::Paths& paths)
 {
     switch (blk.method_type) {
     case EN_FILTER_1ST:
-        calfiltercore(first_order(lbx::core_of<FirstOrder_Core>(&blk)->coeffArray), curve);
+        first_order::section(&blk, paths);
         break;
     case EN_FILTER_2ND_PARAM_SHELF:
     case EN_FILTER_2ND_COMMON:
@@ -129,62 +137,37 @@ void CalandAddFilter_FreqResponse(const BlockAlgo& blk, const Curve& curve)
     case EN_FILTER_2ND_TONE:
     case EN_FILTER_2ND_IIR:
     case EN_FILTER_2ND_FIRSTORDERS:
-        add_sections(lbx::core_of<SecondOrder_Core>(&blk)->coeffArray, 1, curve);
+        second_order::section(&blk, paths);
         break;
-    case EN_FILTER_FIR: {
-        const auto* core = lbx::core_of<FIR_Core>(&blk);
-        FirResponse_Cal(core->coeffs, core->fir_len, curve);
+    case EN_FILTER_FIR:
+        fir::impulse_response(&blk, paths);
         break;
-    }
     default:  // EN_FILTER_2ND_GENERAL too: it stays left out, on purpose
         LBX_LOG_AS("filter_response_check", __LINE__, "wrong filter type in Process\n\n");
     }
 }
 
-void Lookup_FreqResponse_Cal(const BlockAlgo& blk, const Multi_FreqResponseState& grid)
+// Curve i of the grid is curve, band or output i of the block.
+void add_filters(const Multi_FreqResponseState& grid, const BlockAlgo& blk,
+                 void (*part)(const BlockAlgo* blk, int i, const info::Paths& paths))
 {
-    const float* coeff = lbx::core_of<LookUp_Core>(&blk)->coeffArray;
     for (int i = 0; i < grid.num_curves; ++i)
-        add_sections(coeff + static_cast<std::ptrdiff_t>(5) * i, 1, curve_of(grid, i));
-}
-
-void Crossover_FreqResponse_Cal(const BlockAlgo& blk, const Multi_FreqResponseState& grid)
-{
-    if (blk.method_type == EN_FILTER_CROSSOVER_2WAY) {
-        const auto* core = lbx::core_of<Crossover2Way_Core>(&blk);
-        add_sections(core->coeffArray, core->sos_low, curve_of(grid, 0));
-        add_sections(core->coeffArray + 5 * core->sos_low, core->sos_high, curve_of(grid, 1));
-    } else {
-        const auto* core = lbx::core_of<Crossover3Way_Core>(&blk);
-        const float* high = core->coeffArray + 5 * core->sos_low;
-        add_sections(core->coeffArray, core->sos_low, curve_of(grid, 0));
-        add_sections(high, core->sos_high, curve_of(grid, 1));
-        add_sections(high + 5 * core->sos_high, core->sos_med_lp + core->sos_med_hp, curve_of(grid, 2));
-    }
-}
-
-void Miscell_FreqResponse_Cal(const BlockAlgo& blk, const Multi_FreqResponseState& grid)
-{
-    const float* a = lbx::core_of<StateVariable_Core>(&blk)->coeffArray;
-    for (int i = 0; i < 3; ++i) {
-        const float* b = a + 2 + 3 * i;
-        calfiltercore({b[0], b[1], b[2], a[0], a[1]}, curve_of(grid, i));
-    }
+        add_filter(curve_of(grid, i), [&](const info::Paths& paths) { part(&blk, i, paths); });
 }
 
 constexpr int kNoFile = 1;
 
-// The table on its way to the current directory. Every failure is reported once.
-class Table {
+// A table on its way to the current directory. Every failure is reported once.
+class Sheet {
 public:
-    explicit Table(const char* name) : name_(name), file_(std::fopen(name, "w"))
+    explicit Sheet(const char* name) : name_(name), file_(std::fopen(name, "w"))
     {
         if (!file_)
             LBX_LOG_AS("Response_Check", __LINE__, "cannot open %s\n\n", name_);
     }
-    ~Table() { close(); }
-    Table(const Table&) = delete;
-    Table& operator=(const Table&) = delete;
+    ~Sheet() { close(); }
+    Sheet(const Sheet&) = delete;
+    Sheet& operator=(const Sheet&) = delete;
 
     explicit operator bool() const { return file_ != nullptr; }
     std::FILE* file() { return file_; }
@@ -218,29 +201,29 @@ private:
     std::FILE* file_;
 };
 
-void write_single(Table& table, const FreqResponseState& grid)
+void write_single(Sheet& sheet, const FreqResponseState& grid)
 {
     const float* const columns[] = {grid.mag, grid.deg};
-    std::fprintf(table.file(), "%s\t%s\t%s\n", "Freq(Hz)", "Mag(dB)", "Deg(degrees)");
-    table.rows(grid.freq, grid.lens, columns, 2, "\n");
+    std::fprintf(sheet.file(), "%s\t%s\t%s\n", "Freq(Hz)", "Mag(dB)", "Deg(degrees)");
+    sheet.rows(grid.freq, grid.lens, columns, 2, "\n");
 }
 
 // Low and high, and mid where there are three.
-void write_bands(Table& table, const Multi_FreqResponseState& grid)
+void write_bands(Sheet& sheet, const Multi_FreqResponseState& grid)
 {
-    std::fprintf(table.file(), "%s\t%s\t%s", "Freq(Hz)", "Maglow(dB)", "Maghigh(dB)");
-    std::fputs(grid.num_curves == 3 ? "\tMagmid(dB)\n" : "\n", table.file());
-    table.rows(grid.freq, grid.lens, grid.mag, grid.num_curves, "\n");
+    std::fprintf(sheet.file(), "%s\t%s\t%s", "Freq(Hz)", "Maglow(dB)", "Maghigh(dB)");
+    std::fputs(grid.num_curves == 3 ? "\tMagmid(dB)\n" : "\n", sheet.file());
+    sheet.rows(grid.freq, grid.lens, grid.mag, grid.num_curves, "\n");
 }
 
 // Here every line ends with a tab.
-void write_curves(Table& table, const Multi_FreqResponseState& grid)
+void write_curves(Sheet& sheet, const Multi_FreqResponseState& grid)
 {
-    std::fputs("Freq(Hz)\t", table.file());
+    std::fputs("Freq(Hz)\t", sheet.file());
     for (int i = 1; i <= grid.num_curves; ++i)
-        std::fprintf(table.file(), "mag[%d](dB)\t", i);
-    std::fputc('\n', table.file());
-    table.rows(grid.freq, grid.lens, grid.mag, grid.num_curves, "\t\n");
+        std::fprintf(sheet.file(), "mag[%d](dB)\t", i);
+    std::fputc('\n', sheet.file());
+    sheet.rows(grid.freq, grid.lens, grid.mag, grid.num_curves, "\t\n");
 }
 
 // Why there is no grid.
@@ -255,24 +238,24 @@ MultiGrid multi_grid(int rate, int resolution, int curves)
     return {Multi_FreqResponse_param_Init(rate, resolution, curves), Multi_FreqResponse_Destroy};
 }
 
-int check_dc_blocker(const BlockAlgo& blk, Table& table, int rate, int resolution)
+int check_dc_blocker(const BlockAlgo& blk, Sheet& sheet, int rate, int resolution)
 {
     const SingleGrid grid = single_grid(rate, resolution);
     if (!grid)
         return refused(resolution);
-    calfiltercore(first_order(lbx::core_of<DCBlocking_Core>(&blk)->coeffArray), curve_of(*grid));
-    write_single(table, *grid);
-    return table.close();
+    add_filter(curve_of(*grid), [&](const info::Paths& paths) { miscellaneous::dc_section(&blk, paths); });
+    write_single(sheet, *grid);
+    return sheet.close();
 }
 
-int check_state_variable(const BlockAlgo& blk, Table& table, int rate, int resolution)
+int check_state_variable(const BlockAlgo& blk, Sheet& sheet, int rate, int resolution)
 {
-    const MultiGrid grid = multi_grid(rate, resolution, 3);
+    const MultiGrid grid = multi_grid(rate, resolution, miscellaneous::kOutputs);
     if (!grid)
         return refused(resolution);
-    Miscell_FreqResponse_Cal(blk, *grid);
-    write_bands(table, *grid);
-    return table.close();
+    add_filters(*grid, blk, miscellaneous::state_variable_section);
+    write_bands(sheet, *grid);
+    return sheet.close();
 }
 
 }  // namespace
@@ -282,15 +265,15 @@ int filter_response_check(BlockAlgo* st_ptr, int Band_Num, int In_SampleRate, in
     const SingleGrid grid = single_grid(In_SampleRate, resolution);
     if (!grid)
         return refused(resolution);
-    Table table("FilterCheck.xls");
-    if (!table)
+    Sheet sheet("FilterCheck.xls");
+    if (!sheet)
         return kNoFile;
     if (Spk_File)
-        lbx::SpeakerResponse_Init(Spk_File, grid.get());
+        SpeakerResponse_Init(Spk_File, grid.get());
     for (int i = 0; i < Band_Num; ++i)
-        CalandAddFilter_FreqResponse(st_ptr[i], curve_of(*grid));
-    write_single(table, *grid);
-    return table.close();
+        add_filter(curve_of(*grid), [&](const info::Paths& paths) { CalandAddFilter_FreqResponse(st_ptr[i], paths); });
+    write_single(sheet, *grid);
+    return sheet.close();
 }
 
 int LookupFilter_Response_Check(BlockAlgo* blk, int In_sampleRate, int Freqresol)
@@ -299,15 +282,15 @@ int LookupFilter_Response_Check(BlockAlgo* blk, int In_sampleRate, int Freqresol
         LBX_LOG("wrong input type in LookUpFilter\n");
         return RT_OK;
     }
-    const MultiGrid grid = multi_grid(In_sampleRate, Freqresol, lbx::core_of<LookUp_Core>(blk)->num_curves);
+    const MultiGrid grid = multi_grid(In_sampleRate, Freqresol, look_up::curves(blk));
     if (!grid)
         return refused(Freqresol);
-    Table table("LookupFilterCheck.xls");
-    if (!table)
+    Sheet sheet("LookupFilterCheck.xls");
+    if (!sheet)
         return kNoFile;
-    Lookup_FreqResponse_Cal(*blk, *grid);
-    write_curves(table, *grid);
-    return table.close();
+    add_filters(*grid, *blk, look_up::curve_section);
+    write_curves(sheet, *grid);
+    return sheet.close();
 }
 
 int CrossoverFilter_Response_Check(BlockAlgo* blk, int In_sampleRate, int Freqresol)
@@ -316,30 +299,30 @@ int CrossoverFilter_Response_Check(BlockAlgo* blk, int In_sampleRate, int Freqre
         LBX_LOG("wrong input type in CrossoverFilter\n");
         return RT_OK;
     }
-    const MultiGrid grid = multi_grid(In_sampleRate, Freqresol, blk->method_type == EN_FILTER_CROSSOVER_2WAY ? 2 : 3);
+    const MultiGrid grid = multi_grid(In_sampleRate, Freqresol, crossover::bands(blk));
     if (!grid)
         return refused(Freqresol);
-    Table table("CrossoverFilterCheck.xls");
-    if (!table)
+    Sheet sheet("CrossoverFilterCheck.xls");
+    if (!sheet)
         return kNoFile;
-    Crossover_FreqResponse_Cal(*blk, *grid);
-    write_bands(table, *grid);
-    return table.close();
+    add_filters(*grid, *blk, crossover::band_sections);
+    write_bands(sheet, *grid);
+    return sheet.close();
 }
 
 int MiscellFilter_Response_Check(BlockAlgo* blk, int In_sampleRate, int Freqresol)
 {
-    Table table("MiscellFilterCheck.xls");
-    if (!table)
+    Sheet sheet("MiscellFilterCheck.xls");
+    if (!sheet)
         return kNoFile;
     switch (blk->method_type) {
     case EN_FILTER_MISCE_DCBLOCKING:
-        return check_dc_blocker(*blk, table, In_sampleRate, Freqresol);
+        return check_dc_blocker(*blk, sheet, In_sampleRate, Freqresol);
     case EN_FILTER_MISCE_STATEVARIABLE:
     case EN_FILTER_MISCE_STATEVARIABLEQ:
-        return check_state_variable(*blk, table, In_sampleRate, Freqresol);
+        return check_state_variable(*blk, sheet, In_sampleRate, Freqresol);
     default:
         LBX_LOG("wrong input type in MiscellFilter\n");
-        return table.close();
+        return sheet.close();
     }
 }

@@ -7,6 +7,8 @@
 #include "../framework/params.h"
 #include "schematic_design.h"
 
+using namespace lbx;
+
 namespace {
 
 // Frequencies 0, r, 2r, ... by repeated addition.
@@ -34,13 +36,13 @@ FreqResponseState* FreqResponse_param_Init(int In_sampleRate, float Freqresol)
     if (!positive(__func__, Freqresol))
         return nullptr;
     FreqResponseState* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
     std::unique_ptr<FreqResponseState, decltype(&FreqResponse_Destroy)> owner(st, FreqResponse_Destroy);
     st->freq_resolution = Freqresol;
     st->sample_rate = In_sampleRate;
-    st->lens = lbx::to_int(static_cast<float>(In_sampleRate / 2) / Freqresol);
-    if (!lbx::zeros(st->freq, st->lens) || !lbx::zeros(st->mag, st->lens) || !lbx::zeros(st->deg, st->lens))
+    st->lens = to_int(static_cast<float>(In_sampleRate / 2) / Freqresol);
+    if (!zeros(st->freq, st->lens) || !zeros(st->mag, st->lens) || !zeros(st->deg, st->lens))
         return nullptr;
     fill_grid(st->freq, st->lens, Freqresol);
     return owner.release();
@@ -62,7 +64,7 @@ Multi_FreqResponseState* Multi_FreqResponse_param_Init(int In_sampleRate, int Fr
     if (!positive(__func__, resolution))
         return nullptr;
     Multi_FreqResponseState* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
     std::unique_ptr<Multi_FreqResponseState, decltype(&Multi_FreqResponse_Destroy)> owner(st,
                                                                                           Multi_FreqResponse_Destroy);
@@ -70,10 +72,10 @@ Multi_FreqResponseState* Multi_FreqResponse_param_Init(int In_sampleRate, int Fr
     st->sample_rate = In_sampleRate;
     st->lens = In_sampleRate / 2 / Freqresol;
     st->num_curves = num_curves;
-    if (!lbx::zeros(st->freq, st->lens) || !lbx::zeros(st->mag, num_curves) || !lbx::zeros(st->deg, num_curves))
+    if (!zeros(st->freq, st->lens) || !zeros(st->mag, num_curves) || !zeros(st->deg, num_curves))
         return nullptr;
     for (int i = 0; i < num_curves; ++i)
-        if (!lbx::zeros(st->mag[i], st->lens) || !lbx::zeros(st->deg[i], st->lens))
+        if (!zeros(st->mag[i], st->lens) || !zeros(st->deg[i], st->lens))
             return nullptr;
     fill_grid(st->freq, st->lens, resolution);
     return owner.release();

@@ -9,6 +9,8 @@
 
 #include "../framework/log.h"
 
+using namespace lbx;
+
 namespace {
 
 constexpr int kMaxRows = 100;
@@ -19,7 +21,7 @@ struct Row {
     float hz, db, deg;
 };
 
-struct Table {
+struct Measurement {
     Row rows[kMaxRows];
     int length;
 };
@@ -48,15 +50,15 @@ bool parse(const char* line, Row& row)
            number(deg, row.deg);
 }
 
-void read_table(std::FILE* file, Table& table)
+void read_rows(std::FILE* file, Measurement& measured)
 {
     char line[kMaxLine + 1];
     for (int i = 0; i < kHeaderLines; ++i)
         if (!next_line(file, line))
             return;
-    while (table.length < kMaxRows && next_line(file, line))
-        if (parse(line, table.rows[table.length]))
-            ++table.length;
+    while (measured.length < kMaxRows && next_line(file, line))
+        if (parse(line, measured.rows[measured.length]))
+            ++measured.length;
 }
 
 // The line through two rows, also beyond them. Rows of one frequency are a jump to the second's values.
@@ -65,12 +67,12 @@ float on_line(float hz, float hz0, float hz1, float v0, float v1)
     return hz1 != hz0 ? v0 + (v1 - v0) * ((hz - hz0) / (hz1 - hz0)) : v1;
 }
 
-Row at(const Table& table, float hz)
+Row at(const Measurement& measured, float hz)
 {
-    if (table.length == 1)
-        return table.rows[0];
+    if (measured.length == 1)
+        return measured.rows[0];
     const auto below = [](float f, const Row& row) { return f < row.hz; };
-    const auto inner = std::upper_bound(table.rows + 1, table.rows + table.length - 1, hz, below);
+    const auto inner = std::upper_bound(measured.rows + 1, measured.rows + measured.length - 1, hz, below);
     const Row &lo = *(inner - 1), &hi = *inner;
     return {hz, on_line(hz, lo.hz, hi.hz, lo.db, hi.db), on_line(hz, lo.hz, hi.hz, lo.deg, hi.deg)};
 }
@@ -84,15 +86,15 @@ void lbx::SpeakerResponse_Init(const char* filename, FreqResponseState* state)
         LBX_LOG("cannot open %s\n\n", filename);
         return;
     }
-    Table table = {};
-    read_table(file, table);
+    Measurement measured = {};
+    read_rows(file, measured);
     std::fclose(file);
-    if (table.length == 0) {
+    if (measured.length == 0) {
         LBX_LOG("no rows in %s\n\n", filename);
         return;
     }
     for (int k = 0; k < state->lens; ++k) {
-        const Row row = at(table, state->freq[k]);
+        const Row row = at(measured, state->freq[k]);
         state->mag[k] = row.db;
         state->deg[k] = row.deg;
     }
