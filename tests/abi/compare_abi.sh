@@ -21,4 +21,7 @@ abidiff --no-architecture --no-added-syms "$baseline" "$work/now.abi" || {
     echo "compare_abi: the binary interface changed, see above" >&2
     exit 1
 }
-echo "$(grep -c "type='func-type'" "$work/now.abi") functions as stored"
+names() { grep "type='func-type'" "$1" | sed -E "s/.* name='([^']*)'.*/\1/" | sort; }
+names "$baseline" >"$work/stored"
+names "$work/now.abi" | comm -13 "$work/stored" - | sed "s/^/compare_abi: not stored yet, see --renew: /"
+echo "$(wc -l <"$work/stored") functions as stored"
