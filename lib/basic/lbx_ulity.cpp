@@ -14,6 +14,8 @@
 #include "../kernels/each_index.h"
 #include "../kernels/ramp.h"
 
+using namespace lbx;
+
 namespace {
 
 enum ByteOrder {
@@ -70,17 +72,17 @@ struct RawByte {
 template <class W>
 int truncated(float v)
 {
-    return lbx::to_int(v * W::scale);
+    return to_int(v * W::scale);
 }
 template <>
 int truncated<RawByte>(float v)
 {
-    return static_cast<int>(lbx::to_uint(v));
+    return static_cast<int>(to_uint(v));
 }
 
-// Nearest integer, halves away from zero. The addend is the float below one half, so that nothing below a half is
-// carried over it; exact for every float.
-int round_to_int(float v) { return lbx::to_int(v + std::copysign(0x1.fffffep-2F, v)); }
+// Nearest integer, halves away from zero; exact for every float. The addend is the float just below one half: one half
+// itself would round what lies just below a half up.
+int round_to_int(float v) { return to_int(v + std::copysign(0x1.fffffep-2F, v)); }
 
 // Calls `run` with the sample layout; not at all for an unknown byte order.
 template <class Run>
@@ -103,7 +105,7 @@ std::ptrdiff_t stride(int samples) { return samples > 0 ? samples : 0; }
 
 int bytes_of(int bits) { return bits == 16 ? 2 : bits == 24 ? 3 : 1; }
 
-// A byte count as its rule gives it; beyond an int it wraps, as the C int of the interface does.
+// A number of bytes. Beyond an int it wraps.
 int count(int samples, int width, int channels = 1)
 {
     return static_cast<int>(static_cast<unsigned>(samples) * static_cast<unsigned>(width) *
@@ -115,13 +117,13 @@ template <class W, class Byte, class Each>
 LBX_INLINE void visit(Byte* stream, int from, int n, int step, const Each& each)
 {
     if constexpr (W::bytes == 3)
-        __asm__("" : "+r"(step));  // GCC knows it no longer, and does not shuffle bytes: single accesses take less time
+        __asm__("" : "+r"(step));  // hides the step from GCC, which would shuffle bytes: single accesses are faster
     LBX_SAME_INDEX
     for (std::ptrdiff_t k = from; k < n; ++k)
         each(k, stream + k * step * W::bytes);
 }
 
-// One and two channels, which most streams have, get a loop of their own with a constant step, but for three bytes.
+// One and two channels, which most streams have, get loops with a constant step; three-byte words do not.
 template <class W, class Byte, class Each>
 void walk(Byte* stream, int n, int step, const Each& each)
 {
@@ -138,7 +140,7 @@ template <class W, class Each>
 void read(const LBX_BYTE* in, int n, int step, const Each& each)
 {
     if constexpr (W::bytes == 3) {
-        if (n > 0)  // whose byte before may be nobody's
+        if (n > 0)  // the byte before the first word may not exist
             each(0, W::load(in));
         visit<W>(in, 1, n, step, [&](std::ptrdiff_t k, const LBX_BYTE* p) { each(k, W::load_with_last(p)); });
     } else {
@@ -156,10 +158,10 @@ template <class W>
 template <class W, class Value>
 LBX_INLINE void write(LBX_BYTE* out, int n, int step, const Value& value)
 {
-    for (std::ptrdiff_t at = 0; at < n; at += lbx::kTile) {
-        const int some = static_cast<int>(std::min<std::ptrdiff_t>(lbx::kTile, n - at));
-        int values[lbx::kTile];
-        lbx::each_index(some, [&](int k) { values[k] = value(at + k); });
+    for (std::ptrdiff_t at = 0; at < n; at += kTile) {
+        const int some = static_cast<int>(std::min<std::ptrdiff_t>(kTile, n - at));
+        int values[kTile];
+        each_index(some, [&](int k) { values[k] = value(at + k); });
         walk<W>(out + at * step * W::bytes, some, step, [&](std::ptrdiff_t k, LBX_BYTE* p) { W::store(p, values[k]); });
     }
 }
@@ -170,10 +172,10 @@ template <class W>
     write<W>(out, n, step, [in](std::ptrdiff_t k) { return truncated<W>(in[k]); });
 }
 
-// Clips in the caller's buffer first: full scale then scales to 32767 exactly.
+// Clips in the caller's buffer first, so that full scale becomes exactly 32767.
 [[gnu::noinline]] void write_clipped16(float* in, LBX_BYTE* out, int n, int step)
 {
-    lbx::each_index(n, [in](int k) { in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k]; });
+    each_index(n, [in](int k) { in[k] = in[k] >= 1.0F ? 1.0F : in[k] <= -1.0F ? -1.0F : in[k]; });
     write<Word<2>>(out, n, step, [in](std::ptrdiff_t k) { return round_to_int(in[k] * 32767.0F); });
 }
 
@@ -197,7 +199,7 @@ int frame_width(int bits) { return bits == 16 ? 2 : bits == 24 ? 3 : 4; }
 template <class W>
 constexpr int kShortShift = W::bytes == 3 ? 8 : 0;
 
-// A decimal field, read as far as its digits go; a text that ends before `position` has none.
+// A decimal field, read as far as its digits go; 0 in a text that ends before `position`.
 long field(const char* text, std::size_t length, std::size_t position)
 {
     return position < length ? std::strtol(text + position, nullptr, 10) : 0;
@@ -219,7 +221,7 @@ int lbx_bytes2floats(const LBX_BYTE* in, float* out, int in_size, int bSamples, 
     const bool scaled = bSamples == 16 || bSamples == 24;
     if (scaled && bs != kLittle && bs != kBig) {
         const float scale = bSamples == 16 ? 32767.0F : 8388607.0F;
-        lbx::each_index(in_size, [=](int k) { out[k] = out[k] / scale; });
+        each_index(in_size, [=](int k) { out[k] = out[k] / scale; });
         return in_size;
     }
     with_word(bSamples, bs, [=](auto word) { read_floats<decltype(word)>(in, out, in_size); });

@@ -6,6 +6,8 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 
+using namespace lbx;
+
 namespace {
 
 // What a block does: with its record, or without one, on so many pins and samples.
@@ -21,9 +23,9 @@ struct Process {
     }
 };
 
-// One row per run of types. A null function is nothing to do: the type has no state or no parameters of its own.
+// One row per run of types. A null function: nothing to do, for the type has no state or no parameters.
 struct Row {
-    lbx::Codes codes;
+    Codes codes;
     Process process;
     int (*init)(BlockAlgo* blk) = nullptr;
     int (*set)(BlockAlgo* blk, float* param) = nullptr;
@@ -32,13 +34,13 @@ struct Row {
     const char* label = nullptr;
 };
 
-int one_float_init(BlockAlgo* blk) { return lbx::zeros(blk->pParam, 1) ? RT_OK : RT_ERR_MALLOC; }
+int one_float_init(BlockAlgo* blk) { return zeros(blk->pParam, 1) ? RT_OK : RT_ERR_MALLOC; }
 
 int one_float_set(BlockAlgo* blk, float* param)
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
-    lbx::copy_params(blk->pParam, param, 1);
+    copy_params(blk->pParam, param, 1);
     return RT_OK;
 }
 
@@ -70,10 +72,10 @@ void print_gain_slew(const char* label, const float* p)
               shown(p[kBasicGainSlewRate]));
 }
 
-// The polynomial's further lines are its coefficients, which pParam does not hold.
+// The polynomial prints its coefficients too, which pParam does not hold.
 void print_coefficients(const BlockAlgo* blk)
 {
-    const int count = lbx::to_int(blk->pParam[0]);
+    const int count = to_int(blk->pParam[0]);
     for (int i = 0; i < count; ++i)
         LBX_PRINT("%f,\n", shown(blk->pState[i]));
 }
@@ -129,7 +131,7 @@ constexpr Row kRows[] = {
 };
 // clang-format on
 
-// Not inlined: with a call on its way, BlockAlgo_Basic_process would need a stack frame.
+// Not inlined: with this call in it, BlockAlgo_Basic_process would need a stack frame.
 [[gnu::noinline]] int refuse_null()
 {
     LBX_LOG_AS("BlockAlgo_Basic_process", __LINE__, "Input is NULL\n\n");
@@ -144,15 +146,15 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-// What the module's init says is not looked at: a block short of memory is handed out, and its calls tell.
+// The module's result is ignored: a block without its state is returned, and its calls report it.
 BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    const Row* row = lbx::row_of<kRows>(type);
+    const Row* row = row_of<kRows>(type);
     if (!row) {
         LBX_LOG("Wrong input type in basic, type = %d\n\n", type);
         return nullptr;
     }
-    BlockAlgo* blk = lbx::new_block(nInputs, nOutputs, block_pro, type, lbx::free_block).release();
+    BlockAlgo* blk = new_block(nInputs, nOutputs, block_pro, type, free_block).release();
     if (blk && row->init)
         row->init(blk);
     return blk;
@@ -160,7 +162,7 @@ BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, 
 
 int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 {
-    const Row* row = lbx::row_of<kRows>(blk->method_type);
+    const Row* row = row_of<kRows>(blk->method_type);
     if (!row)
         return refuse(__func__, blk->method_type, 1);
     return row->set ? row->set(blk, param) : RT_OK;
@@ -168,14 +170,14 @@ int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 
 int BlockAlgo_Basic_param_update(BlockAlgo* blk)
 {
-    if (!lbx::row_of<kRows>(blk->method_type))
+    if (!row_of<kRows>(blk->method_type))
         return refuse(__func__, blk->method_type, 1);
     return BlockAlgo_Basic_param_reset(blk, nullptr);
 }
 
 int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
 {
-    const Row* row = lbx::row_of<kRows>(blk->method_type);
+    const Row* row = row_of<kRows>(blk->method_type);
     if (!row || !row->print) {
         LBX_PRINT("Model = %d have't param to print\n\n", blk->method_type);
         return RT_OK;
@@ -192,7 +194,7 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     if (!blk || !data_in || !data_out)
         return refuse_null();
-    if (const Row* row = lbx::row_of<kRows>(blk->method_type))
+    if (const Row* row = row_of<kRows>(blk->method_type))
         return row->process(blk, data_in, data_out);
     if (blk->method_type < EN_BASIC_LOGIC_ABSMAX)
         return refuse("Basic_Atirh_process", blk->method_type, 0);
@@ -201,10 +203,10 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 
 int BlockAlgo_Basic_destroy(BlockAlgo* blk)
 {
-    const Row* row = lbx::row_of<kRows>(blk->method_type);
+    const Row* row = row_of<kRows>(blk->method_type);
     if (!row)
         return refuse(__func__, blk->method_type, 1);
     const int result = row->destroy ? row->destroy(blk) : RT_OK;
-    lbx::free_block(blk);
+    free_block(blk);
     return result;
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The category interface of the basic blocks (EN_BASIC_ARITH_ABS .. EN_BASIC_POLY), declared in common/category.h as
-// BlockAlgo_Basic_*. Pins and parameters stand with the modules: arithmetic_operations.h, logic.h, dsp_functions.h.
+// BlockAlgo_Basic_*. For pins and parameters see the modules: arithmetic_operations.h, logic.h, dsp_functions.h.
 //
-// The interface owns the records: init makes a zero-filled one with pins, context and type and lets the module hang its
-// state on it; destroy frees it after the module's state. When memory is short for a module's state, init hands out the
-// record all the same: its calls then answer RT_ERR_NULL_PTR. Null is for a type that is not served, and when memory is
-// short for the record itself.
+// The interface owns the records: init makes a zero-filled one with pins, context and type, and the module adds its
+// state; destroy frees both. Where memory suffices for the record only, init returns it without state, and its calls
+// return RT_ERR_NULL_PTR. Init returns null for a type that is not served, and when memory is short for the record.
 //
 //   param_reset   RT_OK, RT_ERR_MALLOC with the old parameters in force, or 1 for a type that is not served
 //   param_update  param_reset without a vector: the stored values are applied again
@@ -14,8 +13,7 @@
 //                 served: 0 below EN_BASIC_LOGIC_ABSMAX, else RT_ERR_VALUE
 //   destroy       the module's result, or 1, with nothing freed, for a type that is not served
 //
-// A vector is read as far as the type's layout goes; EN_BASIC_LOGIC_AB, _ABCD, _BUFFER_GATE, _ZERO_COMP and _CALC take
-// one float [0].
+// A vector is read as far as the type's layout goes.
 #ifndef VANTORO_BASIC_DSP_BASIC_DSP_H
 #define VANTORO_BASIC_DSP_BASIC_DSP_H
 

@@ -10,15 +10,14 @@
 #include "../kernels/fast_inline.h"
 #include "../kernels/ramp.h"
 #include "../kernels/ring.h"
+#include "dsp_functions_info.h"
+
+using namespace lbx;
 
 namespace {
 
-constexpr float kDelayDefaults[kBasicDelayModuleSize] = {1.0F, 1.0F, 0.0F};
-constexpr float kMaxDelay = 1500.0F;
-constexpr float kDefaultSlewRate = 12.0F;
-
-// The laws of the four holds: what tracking leaves behind, and the held value of the next sample. The start values are
-// meant: an extreme is reported from -16 or 16 onwards only.
+// The laws of the four holds: the held value after a tracked sample, and after a held one. The start values are
+// deliberate: an extreme is reported from -16 or 16 on only.
 struct HoldValue {
     static float track(float held) { return held; }
     static float hold(float held, float last, float x) { return last == 0.0F ? x : held; }
@@ -69,9 +68,9 @@ void free_rings(RingBufSt* rings, int count)
 bool resize_rings(DelaySt& core, int count, int samples)
 {
     RingBufSt* fresh = nullptr;
-    bool done = lbx::zeros(fresh, count);
+    bool done = zeros(fresh, count);
     for (int i = 0; done && i < count; ++i)
-        done = lbx::ring_resized(core.rbuf ? core.rbuf[i] : RingBufSt{}, samples, fresh[i]);
+        done = ring_resized(core.rbuf ? core.rbuf[i] : RingBufSt{}, samples, fresh[i]);
     free_rings(done ? core.rbuf : fresh, count);
     if (done) {
         core.rbuf = fresh;
@@ -80,14 +79,21 @@ bool resize_rings(DelaySt& core, int count, int samples)
     return done;
 }
 
-// Rates under 1 kHz can make a millisecond shorter than a sample, and NaN passes the clamps: a line has one sample at
-// least, and a delay stays in it.
+// The clamped length of a line, in the unit it came in.
+float longest_of(float asked)
+{
+    constexpr VantoroRange kRange = dsp_functions::kMaxDelay.clamp;
+    return ParamAdaptFloat(kRange.min, kRange.max, asked, "maxDelay");
+}
+
+// A millisecond can be shorter than a sample, below 1 kHz, and NaN passes the clamps: a line has at least one sample,
+// and the delay stays within it.
 bool set_delay(const BlockAlgo* blk, DelaySt& core, float longest, float delay)
 {
-    const int samples = std::max(lbx::to_int(longest), 1);
+    const int samples = std::max(to_int(longest), 1);
     if (samples != core.maxDelay && !resize_rings(core, ring_count(blk), samples))
         return false;
-    core.delay = std::clamp(lbx::to_int(delay), 0, samples);
+    core.delay = std::clamp(to_int(delay), 0, samples);
     return true;
 }
 
@@ -117,31 +123,60 @@ void delay_pin(RingBufSt& ring, int delay, const float* x, float* y, int n)
 
 int tap_delay(float control, int longest)
 {
-    const int delay = lbx::to_int(control);
-    const bool inside = delay >= 0 && delay <= longest;  // asked here, so that the usual case costs no call
+    const int delay = to_int(control);
+    const bool inside = delay >= 0 && delay <= longest;  // asked here, so that the common case costs no call
     return inside ? delay : ParamAdapt(0, longest, delay, "Delay");
 }
 
 float linear_factor(const float* param)
 {
     const float gain = param[kBasicGainGain];
-    return lbx::to_flag(param[kBasicGainType]) ? gain : lbx::db_to_gain(gain);
+    return to_flag(param[kBasicGainType]) ? gain : db_to_gain(gain);
 }
 
 void derive_slew(const BlockAlgo* blk, GainSlewSt& core)
 {
-    const BlockPro& pro = *blk->block_pro;
-    core.attack_gain = lbx::slew_alpha(blk->pParam[kBasicGainSlewRate], static_cast<float>(pro.nSamplingRate),
-                                       static_cast<float>(pro.nBlockSize));
+    core.attack_gain = slew_alpha(blk->pParam[kBasicGainSlewRate], blk->block_pro);
+}
+
+float stored_factor(const BlockAlgo* blk)
+{
+    float factor = 0.0F;
+    std::memcpy(&factor, &blk->AlgoCore, sizeof factor);
+    return factor;
+}
+
+void each_gain_path(const BlockAlgo* blk, const info::Paths& paths, float gain)
+{
+    for (int pin = 0; pin < blk->nOutputs; ++pin)
+        paths.path(pin, pin, static_cast<double>(gain));
 }
 
 }  // namespace
 
+void lbx::dsp_functions::delay_model(const BlockAlgo* blk, const Paths& paths)
+{
+    const auto* core = core_of<DelaySt>(blk);
+    for (int pin = 0; core && pin < blk->nInputs; ++pin)
+        paths.path(pin, pin, 1, core->delay > 0 ? core->delay : core->maxDelay);
+}
+
+void lbx::dsp_functions::gain_model(const BlockAlgo* blk, const Paths& paths)
+{
+    each_gain_path(blk, paths, stored_factor(blk));
+}
+
+void lbx::dsp_functions::gain_slew_model(const BlockAlgo* blk, const Paths& paths)
+{
+    if (const auto* core = core_of<GainSlewSt>(blk))
+        each_gain_path(blk, paths, core->set_gain);
+}
+
 int Basic_DSP_HoldInit(BlockAlgo* blk)
 {
-    auto* core = lbx::new_core<HoldSt>(blk);
-    if (core && lbx::zeros(core->holdVal, blk->nInputs) && lbx::zeros(core->lastVal, blk->nInputs) &&
-        lbx::zeros(core->tmpY, blk->nInputs))
+    auto* core = new_core<HoldSt>(blk);
+    if (core && zeros(core->holdVal, blk->nInputs) && zeros(core->lastVal, blk->nInputs) &&
+        zeros(core->tmpY, blk->nInputs))
         return RT_OK;
     Basic_DSP_HoldDestroy(blk);
     return RT_ERR_MALLOC;
@@ -149,7 +184,7 @@ int Basic_DSP_HoldInit(BlockAlgo* blk)
 
 int Basic_DSP_HoldProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    const auto* core = lbx::core_of<HoldSt>(blk);
+    const auto* core = core_of<HoldSt>(blk);
     if (!core)
         return RT_ERR_NULL_PTR;
     switch (blk->method_type) {
@@ -166,22 +201,23 @@ int Basic_DSP_HoldProcess(BlockAlgo* blk, float** xn, float** yn)
 
 int Basic_DSP_HoldDestroy(BlockAlgo* blk)
 {
-    auto* core = lbx::core_of<HoldSt>(blk);
+    auto* core = core_of<HoldSt>(blk);
     if (!core)
         return RT_ERR_NO_BUFFER;
     std::free(core->holdVal);
     std::free(core->lastVal);
     std::free(core->tmpY);
-    lbx::drop(blk->AlgoCore);
+    drop(blk->AlgoCore);
     return RT_OK;
 }
 
 int Basic_DSP_DelayInit(BlockAlgo* blk)
 {
-    auto* core = lbx::new_core<DelaySt>(blk);
-    if (core && lbx::zeros(blk->pParam, kBasicDelayModuleSize) &&
-        set_delay(blk, *core, kDelayDefaults[kBasicDelayMaxDelay], kDelayDefaults[kBasicDelayDelay])) {
-        std::ranges::copy(kDelayDefaults, blk->pParam);
+    constexpr const auto& kVector = kInitial<dsp_functions::kDelayLayout>;
+    auto* core = new_core<DelaySt>(blk);
+    if (core && zeros(blk->pParam, kBasicDelayModuleSize) &&
+        set_delay(blk, *core, kVector[kBasicDelayMaxDelay], kVector[kBasicDelayDelay])) {
+        std::ranges::copy(kVector, blk->pParam);
         return RT_OK;
     }
     Basic_DSP_DelayDestroy(blk);
@@ -190,15 +226,16 @@ int Basic_DSP_DelayInit(BlockAlgo* blk)
 
 int Basic_DSP_DelaySetParam(BlockAlgo* blk, float* param)
 {
-    auto* core = lbx::core_of<DelaySt>(blk);
+    auto* core = core_of<DelaySt>(blk);
     if (!core || !blk->pParam)
         return RT_ERR_NULL_PTR;
     const float* source = param ? param : blk->pParam;
-    const float longest = ParamAdaptFloat(1.0F, kMaxDelay, source[kBasicDelayMaxDelay], "maxDelay");
-    const float delay = ParamAdaptFloat(0.0F, longest, source[kBasicDelayDelay], "delay");
+    const float longest = longest_of(source[kBasicDelayMaxDelay]);
+    const float delay = ParamAdaptFloat(dsp_functions::kDelay.clamp.min, longest, source[kBasicDelayDelay], "delay");
     const float type = source[kBasicDelayType];
-    const auto rate_hz = static_cast<float>(blk->block_pro->nSamplingRate);
-    const auto samples = [=](float v) { return type == 1.0F ? v * rate_hz / 1000.0F : v; };
+    const auto samples = [=, rate_hz = rate_of(blk->block_pro)](float v) {
+        return type == float{dsp_functions::kMilliseconds} ? v * rate_hz / 1000.0F : v;
+    };
     if (!set_delay(blk, *core, samples(longest), samples(delay)))
         return RT_ERR_MALLOC;
     blk->pParam[kBasicDelayMaxDelay] = longest;
@@ -209,7 +246,7 @@ int Basic_DSP_DelaySetParam(BlockAlgo* blk, float* param)
 
 int Basic_DSP_DelayProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    auto* core = lbx::core_of<DelaySt>(blk);
+    auto* core = core_of<DelaySt>(blk);
     if (!core)
         return RT_ERR_NULL_PTR;
     for (int pin = 0; pin < blk->nInputs; ++pin)
@@ -219,22 +256,21 @@ int Basic_DSP_DelayProcess(BlockAlgo* blk, float** xn, float** yn)
 
 int Basic_DSP_DelayDestroy(BlockAlgo* blk)
 {
-    auto* core = lbx::core_of<DelaySt>(blk);
+    auto* core = core_of<DelaySt>(blk);
     const bool whole = core && blk->pParam;
     if (core)
         free_rings(core->rbuf, ring_count(blk));
-    lbx::drop(blk->AlgoCore);
-    lbx::drop(blk->pParam);
+    drop(blk->AlgoCore);
+    drop(blk->pParam);
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }
 
 int Basic_DSP_VolDelaySetParam(BlockAlgo* blk, float* param)
 {
-    auto* core = lbx::core_of<DelaySt>(blk);
+    auto* core = core_of<DelaySt>(blk);
     if (!core || !blk->pParam)
         return RT_ERR_NULL_PTR;
-    const float asked = param ? param[kBasicDelayMaxDelay] : blk->pParam[kBasicDelayMaxDelay];
-    const float longest = ParamAdaptFloat(1.0F, kMaxDelay, asked, "maxDelay");
+    const float longest = longest_of(param ? param[kBasicDelayMaxDelay] : blk->pParam[kBasicDelayMaxDelay]);
     if (!set_delay(blk, *core, longest, 0.0F))
         return RT_ERR_MALLOC;
     blk->pParam[kBasicDelayMaxDelay] = longest;
@@ -243,7 +279,7 @@ int Basic_DSP_VolDelaySetParam(BlockAlgo* blk, float* param)
 
 int Basic_DSP_VolDelayProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    auto* core = lbx::core_of<DelaySt>(blk);
+    auto* core = core_of<DelaySt>(blk);
     if (!core)
         return RT_ERR_NULL_PTR;
     RingBufSt ring = core->rbuf[0];
@@ -252,20 +288,26 @@ int Basic_DSP_VolDelayProcess(BlockAlgo* blk, float** xn, float** yn)
     for (int i = 0; taps >= 0 && i < n; ++i) {
         const float x = xn[taps][i];
         for (int j = 0; j < taps; ++j)
-            yn[j][i] = lbx::ring_at(ring, tap_delay(xn[j][i], ring.num));
-        lbx::ring_update(ring, x);
+            yn[j][i] = ring_at(ring, tap_delay(xn[j][i], ring.num));
+        ring_update(ring, x);
     }
     core->rbuf[0].idx = ring.idx;
     return RT_OK;
 }
 
-int Basic_Gain_Init(BlockAlgo* blk) { return lbx::zeros(blk->pParam, kBasicGainModuleSize) ? RT_OK : RT_ERR_MALLOC; }
+int Basic_Gain_Init(BlockAlgo* blk)
+{
+    if (!zeros(blk->pParam, kBasicGainModuleSize))
+        return RT_ERR_MALLOC;
+    std::ranges::copy(kInitial<dsp_functions::kGainLayout>, blk->pParam);
+    return RT_OK;
+}
 
 int Basic_Gain_SetParam(BlockAlgo* blk, float* param)
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
-    lbx::copy_params(blk->pParam, param, kBasicGainSlewRate);
+    copy_params(blk->pParam, param, kBasicGainSlewRate);
     const float factor = linear_factor(blk->pParam);
     blk->AlgoCore = nullptr;
     std::memcpy(&blk->AlgoCore, &factor, sizeof factor);
@@ -276,31 +318,30 @@ int Basic_Gain_Process(BlockAlgo* blk, float** xn, float** yn)
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
-    float factor = 0.0F;
-    std::memcpy(&factor, &blk->AlgoCore, sizeof factor);
+    const float factor = stored_factor(blk);
     for (int pin = 0; pin < blk->nOutputs; ++pin)
-        lbx::scale(xn[pin], yn[pin], factor, blk->block_pro->nBlockSize);
+        scale(xn[pin], yn[pin], factor, blk->block_pro->nBlockSize);
     return RT_OK;
 }
 
-// The float in AlgoCore is not ours to free, and null there is a gain of 0, not a missing state.
+// AlgoCore holds a float, nothing to free; null is a gain of 0, not a missing state.
 int Basic_Gain_Destroy(BlockAlgo* blk)
 {
     const bool whole = blk->pParam != nullptr;
     blk->AlgoCore = nullptr;
-    lbx::drop(blk->pParam);
+    drop(blk->pParam);
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }
 
 int Basic_GainSlew_Init(BlockAlgo* blk)
 {
-    auto* core = lbx::new_core<GainSlewSt>(blk);
-    if (!core || !lbx::zeros(blk->pParam, kBasicGainModuleSize)) {
+    auto* core = new_core<GainSlewSt>(blk);
+    if (!core || !zeros(blk->pParam, kBasicGainModuleSize)) {
         Basic_GainSlew_Destroy(blk);
         return RT_ERR_MALLOC;
     }
-    blk->pParam[kBasicGainSlewRate] = kDefaultSlewRate;
-    core->pre_div = 1.0F / (static_cast<float>(blk->block_pro->nBlockSize) + 1.0F);
+    std::ranges::copy(kInitial<dsp_functions::kGainSlewLayout>, blk->pParam);
+    core->pre_div = sample_share(blk->block_pro);
     core->set_gain = 1.0F;
     derive_slew(blk, *core);
     return RT_OK;
@@ -308,12 +349,13 @@ int Basic_GainSlew_Init(BlockAlgo* blk)
 
 int Basic_GainSlew_SetParam(BlockAlgo* blk, float* param)
 {
-    auto* core = lbx::core_of<GainSlewSt>(blk);
+    auto* core = core_of<GainSlewSt>(blk);
     if (!core || !blk->pParam)
         return RT_ERR_NULL_PTR;
-    lbx::copy_params(blk->pParam, param, kBasicGainModuleSize);
+    copy_params(blk->pParam, param, kBasicGainModuleSize);
+    constexpr VantoroRange kRange = dsp_functions::kSlewRate.clamp;
     float& slew_rate = blk->pParam[kBasicGainSlewRate];
-    slew_rate = ParamAdaptFloat(1.0F, 23.0F, slew_rate, "GainSlewRate");
+    slew_rate = ParamAdaptFloat(kRange.min, kRange.max, slew_rate, "GainSlewRate");
     derive_slew(blk, *core);
     core->set_gain = linear_factor(blk->pParam);
     return RT_OK;
@@ -321,25 +363,25 @@ int Basic_GainSlew_SetParam(BlockAlgo* blk, float* param)
 
 int Basic_GainSlew_Process(BlockAlgo* blk, float** xn, float** yn)
 {
-    auto* core = lbx::core_of<GainSlewSt>(blk);
+    auto* core = core_of<GainSlewSt>(blk);
     if (!core)
         return RT_ERR_NULL_PTR;
     const int n = blk->block_pro->nBlockSize;
     if (core->old_gain == core->set_gain) {
         for (int pin = 0; pin < blk->nOutputs; ++pin)
-            lbx::scale(xn[pin], yn[pin], core->set_gain, n);
+            scale(xn[pin], yn[pin], core->set_gain, n);
         return RT_OK;
     }
-    const lbx::Glide g = lbx::glide(core->old_gain, core->set_gain, core->attack_gain, core->pre_div);
-    lbx::ramp(g, xn, yn, blk->nOutputs, n);
-    core->old_gain = lbx::settle(g, core->set_gain);
+    const Glide g = glide(core->old_gain, core->set_gain, core->attack_gain, core->pre_div);
+    ramp(g, xn, yn, blk->nOutputs, n);
+    core->old_gain = settle(g, core->set_gain);
     return RT_OK;
 }
 
 int Basic_GainSlew_Destroy(BlockAlgo* blk)
 {
     const bool whole = blk->AlgoCore && blk->pParam;
-    lbx::drop(blk->AlgoCore);
-    lbx::drop(blk->pParam);
+    drop(blk->AlgoCore);
+    drop(blk->pParam);
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }

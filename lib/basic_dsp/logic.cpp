@@ -8,7 +8,10 @@
 #include "../common/common.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
+#include "logic_info.h"
 #include "pins.h"
+
+using namespace lbx;
 
 namespace {
 
@@ -18,13 +21,13 @@ struct OneShotSt {
 };
 
 // 2^k for k modulo 32, as a shift takes it. 31 gives +2147483648.
-float power_of_two(float k) { return static_cast<float>(1U << (static_cast<unsigned>(lbx::to_int(k)) & 31U)); }
+float power_of_two(float k) { return static_cast<float>(1U << (static_cast<unsigned>(to_int(k)) & 31U)); }
 
 template <class Compare>
 int choose(const BlockAlgo* blk, const float* a, const float* b, const float* c, const float* d, float* y,
            Compare holds)
 {
-    lbx::each_index(blk->block_pro->nBlockSize, [=](int i) { y[i] = holds(a[i], b[i]) ? c[i] : d[i]; });
+    each_index(blk->block_pro->nBlockSize, [=](int i) { y[i] = holds(a[i], b[i]) ? c[i] : d[i]; });
     return RT_OK;
 }
 
@@ -43,7 +46,7 @@ int condition(const BlockAlgo* blk, const float* a, const float* b, const float*
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
-    switch (const unsigned operation = lbx::to_uint(blk->pParam[0])) {
+    switch (const unsigned operation = to_uint(blk->pParam[0])) {
     case COMPARE_GT:
         return choose(blk, a, b, c, d, y, std::greater<>());
     case COMPARE_LT:
@@ -59,10 +62,10 @@ int condition(const BlockAlgo* blk, const float* a, const float* b, const float*
     }
 }
 
-// rule(a, b, y) writes y where it has a result. Leaving the others is the block's defined behaviour: hosts keep a
-// buffer per output pin from call to call.
+// rule(a, b, y) writes y where it has a result. The other samples are left on purpose: hosts keep a buffer per output
+// pin from call to call.
 template <class Rule>
-int join(const BlockAlgo* blk, const float* a, const float* b, float* y, Rule rule)
+int apply_rule(const BlockAlgo* blk, const float* a, const float* b, float* y, Rule rule)
 {
     const int n = blk->block_pro->nBlockSize;
     for (int i = 0; i < n; ++i)
@@ -127,20 +130,20 @@ void latch(OneShotSt& state, float pulse, const float* reset, const float* x, fl
 
 int Basic_Logic_AbsMax(int chanNum, int size, float** xn, float** yn)
 {
-    return lbx::fold_pins(
+    return fold_pins(
         chanNum, size, xn, yn, [](float x) { return std::fabs(x); },
         [](float most, float x) { return std::fabs(x) > most ? std::fabs(x) : most; });
 }
 
 int Basic_Logic_Max(int chanNum, int size, float** xn, float** yn)
 {
-    return lbx::fold_pins(
+    return fold_pins(
         chanNum, size, xn, yn, [](float x) { return x; }, [](float most, float x) { return x > most ? x : most; });
 }
 
 int Basic_Logic_Min(int chanNum, int size, float** xn, float** yn)
 {
-    return lbx::fold_pins(
+    return fold_pins(
         chanNum, size, xn, yn, [](float x) { return x; }, [](float least, float x) { return x < least ? x : least; });
 }
 
@@ -159,8 +162,8 @@ int Basic_Logic_BufferGateProcess(BlockAlgo* blk, float** xn, float** yn)
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
     const float open = power_of_two(blk->pParam[0]);
-    return lbx::each_pin(blk->nInputs, blk->block_pro->nBlockSize, xn, yn,
-                         [open](float x) { return x != 0.0F ? open : 0.0F; });
+    return each_pin(blk->nInputs, blk->block_pro->nBlockSize, xn, yn,
+                    [open](float x) { return x != 0.0F ? open : 0.0F; });
 }
 
 int Basic_Logic_ZeroComparatorProcess(BlockAlgo* blk, float** xn, float** yn)
@@ -168,25 +171,25 @@ int Basic_Logic_ZeroComparatorProcess(BlockAlgo* blk, float** xn, float** yn)
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
     const float at_zero = blk->pParam[0];
-    return lbx::each_pin(blk->nInputs, blk->block_pro->nBlockSize, xn, yn,
-                         [at_zero](float x) { return x == 0.0F ? at_zero : 0.0F; });
+    return each_pin(blk->nInputs, blk->block_pro->nBlockSize, xn, yn,
+                    [at_zero](float x) { return x == 0.0F ? at_zero : 0.0F; });
 }
 
 int Basic_Logic_LogicCalc(BlockAlgo* blk, float** xn, float** yn)
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;
-    switch (lbx::to_int(blk->pParam[0])) {
+    switch (to_int(blk->pParam[0])) {
     case LOGIC_AND:
-        return join(blk, xn[0], xn[1], yn[0], rule_and);
+        return apply_rule(blk, xn[0], xn[1], yn[0], rule_and);
     case LOGIC_NAND:
-        return join(blk, xn[0], xn[1], yn[0], rule_nand);
+        return apply_rule(blk, xn[0], xn[1], yn[0], rule_nand);
     case LOGIC_OR:
-        return join(blk, xn[0], xn[1], yn[0], rule_or);
+        return apply_rule(blk, xn[0], xn[1], yn[0], rule_or);
     case LOGIC_NOR:
-        return join(blk, xn[0], xn[1], yn[0], rule_nor);
+        return apply_rule(blk, xn[0], xn[1], yn[0], rule_nor);
     case LOGIC_XOR:
-        return join(blk, xn[0], xn[1], yn[0], rule_xor);
+        return apply_rule(blk, xn[0], xn[1], yn[0], rule_xor);
     default:
         return RT_OK;
     }
@@ -194,28 +197,29 @@ int Basic_Logic_LogicCalc(BlockAlgo* blk, float** xn, float** yn)
 
 int Basic_Logic_OneShotInit(BlockAlgo* blk)
 {
-    if (lbx::new_core<OneShotSt>(blk) && lbx::zeros(blk->pParam, 1))
+    if (new_core<OneShotSt>(blk) && zeros(blk->pParam, 1))
         return RT_OK;
     Basic_Logic_OneShotDestroy(blk);
     return RT_ERR_MALLOC;
 }
 
-// What is stored is 2 to the power of the bit, and process takes 2 to the power of that again, modulo 32. Kept: the
-// pulse values are what hosts expect.
+// Stores 2 to the power of the bit; process takes 2 to the power of that again, modulo 32. Kept: hosts expect these
+// pulses.
 int Basic_Logic_OneShotSetParam(BlockAlgo* blk, float* param)
 {
-    auto* state = lbx::core_of<OneShotSt>(blk);
+    auto* state = core_of<OneShotSt>(blk);
     if (!state || !blk->pParam)
         return RT_ERR_NULL_PTR;
+    constexpr VantoroRange kRange = logic::kPulseBit.clamp;
     if (param)
-        blk->pParam[0] = power_of_two(ParamAdaptFloat(0.0F, 30.0F, param[0], "oneShotBit"));
-    *state = {is_falling(blk->method_type) ? 0.0F : 1.0F, 0.0F};  // so that the first sample is no edge
+        blk->pParam[0] = power_of_two(ParamAdaptFloat(kRange.min, kRange.max, param[0], "oneShotBit"));
+    *state = {is_falling(blk->method_type) ? 0.0F : 1.0F, 0.0F};  // the first sample is never an edge
     return RT_OK;
 }
 
 int Basic_Logic_OneShotProcess(BlockAlgo* blk, float** xn, float** yn)
 {
-    auto* state = lbx::core_of<OneShotSt>(blk);
+    auto* state = core_of<OneShotSt>(blk);
     if (!state || !blk->pParam)
         return RT_ERR_NULL_PTR;
     if (blk->nInputs > 2)
@@ -235,7 +239,7 @@ int Basic_Logic_OneShotProcess(BlockAlgo* blk, float** xn, float** yn)
 int Basic_Logic_OneShotDestroy(BlockAlgo* blk)
 {
     const bool whole = blk->AlgoCore && blk->pParam;
-    lbx::drop(blk->AlgoCore);
-    lbx::drop(blk->pParam);
+    drop(blk->AlgoCore);
+    drop(blk->pParam);
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }

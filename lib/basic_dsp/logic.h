@@ -10,7 +10,7 @@
 //   EN_BASIC_LOGIC_CALC                              A, B in, 1 out
 //
 // All functions return RT_OK, RT_ERR_NULL_PTR for a record without its state, or what they say. Outputs may be written
-// over inputs.
+// over inputs. Defaults and ranges: Vantoro_block_info.
 #ifndef VANTORO_BASIC_DSP_LOGIC_H
 #define VANTORO_BASIC_DSP_LOGIC_H
 
@@ -34,14 +34,14 @@ enum LOGIC_TYPE_ {
     LOGIC_XOR
 };
 
-// The extreme over chanNum pins; of equal values the earlier pin's. AbsMax compares magnitudes and writes one.
+// The extreme over chanNum pins; of equal values that of the earlier pin. AbsMax compares and writes magnitudes.
 int Basic_Logic_AbsMax(int chanNum, int size, float** xn, float** yn);
 int Basic_Logic_Max(int chanNum, int size, float** xn, float** yn);
 int Basic_Logic_Min(int chanNum, int size, float** xn, float** yn);
 
-// The next five work by one float in pParam, which the category allocates.
+// The next five have one parameter, in pParam, which the category allocates.
 
-// A where A compares with B as COMPARE_TYPE_ says, else B; ABCD: C, else D. COMPARE_EQ of AB is B always. An unknown
+// A where A compares with B as COMPARE_TYPE_ says, else B; ABCD: C, else D. AB with COMPARE_EQ is always B. An unknown
 // comparison writes 0 and logs every sample.
 int Basic_Logic_ABCondition(BlockAlgo* blk, float** xn, float** yn);
 int Basic_Logic_ABCDCondition(BlockAlgo* blk, float** xn, float** yn);
@@ -52,7 +52,7 @@ int Basic_Logic_BufferGateProcess(BlockAlgo* blk, float** xn, float** yn);
 // The parameter where the input is exactly 0, else 0.
 int Basic_Logic_ZeroComparatorProcess(BlockAlgo* blk, float** xn, float** yn);
 
-// A and B joined by LOGIC_TYPE_. A sample for which the rule yields nothing is left as the output buffer had it:
+// A and B joined by LOGIC_TYPE_. A sample for which the rule yields nothing is not written:
 //   AND   A where A equals B, else nothing
 //   NAND  0 where A and B are both exactly 1, else 1
 //   OR    A false: B where true, else nothing; A true: 1 where B is true, else A
@@ -64,7 +64,7 @@ int Basic_Logic_LogicCalc(BlockAlgo* blk, float** xn, float** yn);
 // One-shots: the output goes to the pulse value at the first edge (a fall to exactly 0, a rise from exactly 0) and
 // stays there until the parameters are set again or, with a reset pin, until reset is true. The parameter is a bit,
 // clamped to 0 .. 30. The pulse of bit 0, 1, 2, 3, 4 is 2, 4, 16, 256, 65536; above, it is 1.
-int Basic_Logic_OneShotInit(BlockAlgo* blk);  // RT_ERR_MALLOC and nothing hung on the record when memory is short
+int Basic_Logic_OneShotInit(BlockAlgo* blk);  // RT_ERR_MALLOC, and nothing added to the record, when memory is short
 int Basic_Logic_OneShotSetParam(BlockAlgo* blk, float* param);  // clears the latch; null keeps the stored power
 int Basic_Logic_OneShotProcess(BlockAlgo* blk, float** xn, float** yn);
 int Basic_Logic_OneShotDestroy(BlockAlgo* blk);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The loops of blocks that compute each output sample from input samples of the same time. Outputs may be written over
-// inputs that are not read later.
+// The loops of blocks that compute each output sample from the input samples of the same time. An output may be written
+// over an input that is not read later.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +20,7 @@ int each_pin(int pins, int size, float* const* xn, float* const* yn, F f)
     return RT_OK;
 }
 
-// One output from each pair of neighbouring inputs. An odd last input has no partner and is left out.
+// One output from each pair of neighbouring inputs. An odd last input is left out.
 template <class F>
 int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
 {
@@ -28,7 +28,7 @@ int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
         each_index(size, [=, a = x[0], b = x[1]](int i) { y[i] = f(a[i], b[i]); });
         return RT_OK;
     };
-    // What two loops keep takes a stack frame, which is a tenth of the time of a short block.
+    // Two nested loops need a stack frame, which costs a short block a tenth of its time.
     if (pins == 2) [[likely]]
         return one_pair(xn, yn[0]);
     for (; pins >= 2; pins -= 2, xn += 2, ++yn)
@@ -36,7 +36,7 @@ int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
     return RT_OK;
 }
 
-// One output from all inputs: first(pin 0), then f(result, pin) in the order of the pins. Works on any input in place.
+// One output from all inputs: first(pin 0), then f(result, pin) in the order of the pins. The output may be any input.
 template <class First, class F>
 int fold_pins(int pins, int size, float* const* xn, float* const* yn, First first, F f)
 {

@@ -6,6 +6,8 @@
 #include "../framework/log.h"
 #include "../kernels/delay_line.h"
 
+using namespace lbx;
+
 namespace {
 
 // One step: `result` gives the output from the delayed value and the one that went in.
@@ -17,7 +19,7 @@ float step(qv_allpass& st, float x, Result result)
     const float delayed = st.buffer[st.bufIdx];
     const float w = x + delayed * st.feedback;
     st.buffer[st.bufIdx] = w;
-    lbx::line_next(st);
+    line_next(st);
     return result(delayed, w);
 }
 
@@ -26,7 +28,7 @@ float step(qv_allpass& st, float x, Result result)
 qv_allpass* allpass_init(void)
 {
     qv_allpass* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
     st->decay = 1.0F;
     return st;
@@ -43,12 +45,12 @@ int allpass_destroy(qv_allpass* st)
 
 int allpass_setsize(qv_allpass* st, int size)
 {
-    // The current size is refused too, in the same words. Kept: a repeated size must not cut a tail.
+    // The present size is refused too, in the same words. Kept: repeating a size must not cut a tail off.
     if (size < 1 || size == st->bufSize) {
         LBX_LOG("error in allpass set,size %d must larger than 0\n", size);
         return RT_ERR_VALUE;
     }
-    return lbx::line_resize(*st, size) ? RT_OK : RT_ERR_MALLOC;
+    return line_resize(*st, size) ? RT_OK : RT_ERR_MALLOC;
 }
 
 int allpass_getsize(const qv_allpass* st) { return st->bufSize; }
@@ -56,7 +58,7 @@ void allpass_setfeedback(qv_allpass* st, float feedback) { st->feedback = feedba
 float allpass_getfeedback(const qv_allpass* st) { return st->feedback; }
 void allpass_setdecay(qv_allpass* st, float decay) { st->decay = decay; }
 float allpass_getdecay(const qv_allpass* st) { return st->decay; }
-void allpass_mute(qv_allpass* st) { lbx::line_clear(*st); }
+void allpass_mute(qv_allpass* st) { line_clear(*st); }
 float allpass_getlast(const qv_allpass* st) { return allpass_get_z(st, 0); }
 
 float allpass_get_z(const qv_allpass* st, int index)
@@ -69,17 +71,17 @@ float allpass_get_z(const qv_allpass* st, int index)
 
 void allpass_process(qv_allpass* st, const float* in, float* out)
 {
-    if (!lbx::line_has_groups(*st)) {
-        std::copy_n(in, lbx::kGroup, out);
+    if (!line_has_groups(*st)) {
+        std::copy_n(in, kGroup, out);
         return;
     }
-    float* line = lbx::line_group(*st);
-    for (int k = 0; k < lbx::kGroup; ++k) {
+    float* line = line_group(*st);
+    for (int k = 0; k < kGroup; ++k) {
         const float delayed = line[k];
         line[k] = std::fma(delayed, st->feedback, in[k]);
         out[k] = std::fma(-line[k], st->feedback, delayed);
     }
-    lbx::line_advance(*st, lbx::kGroup);
+    line_advance(*st, kGroup);
 }
 
 float allpass_process_freeverb(qv_allpass* st, float x)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Delay-line allpasses: M. Schroeder, "Natural Sounding Artificial Reverberation". No function but allpass_destroy
-// checks `st`; without a line the processes return their input.
+// Delay-line allpasses: M. Schroeder, "Natural Sounding Artificial Reverberation". Only allpass_destroy checks `st`;
+// without a line the process functions return their input.
 #ifndef VANTORO_COMMON_ALLPASS_H
 #define VANTORO_COMMON_ALLPASS_H
 
@@ -19,8 +19,8 @@ typedef struct qv_allpass {
 qv_allpass* allpass_init(void);       // no line yet, feedback 0, decay 1; null when memory is short
 int allpass_destroy(qv_allpass* st);  // 1; 0 for null
 
-// A new line of zeros. A size below 1, and the size it has already, are logged and change nothing: RT_ERR_VALUE.
-// RT_ERR_MALLOC leaves the old line in place.
+// A new line of zeros. A size below 1, and the present size, are logged and change nothing: RT_ERR_VALUE. RT_ERR_MALLOC
+// leaves the old line in place.
 int allpass_setsize(qv_allpass* st, int size);
 int allpass_getsize(const qv_allpass* st);
 void allpass_setfeedback(qv_allpass* st, float feedback);

@@ -7,6 +7,8 @@
 #include "../framework/new_block.h"
 #include "../kernels/section.h"
 
+using namespace lbx;
+
 namespace {
 constexpr int kCoefficients = BIQUAD_A2 + 1;
 constexpr int kRegisters = BIQUAD_Y_Z2 + 1;
@@ -15,9 +17,9 @@ constexpr int kRegisters = BIQUAD_Y_Z2 + 1;
 Biquad* biquad_init(void)
 {
     Biquad* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
-    if (!lbx::zeros(st->coeffArray, kCoefficients) || !lbx::zeros(st->stateArray, kRegisters))
+    if (!zeros(st->coeffArray, kCoefficients) || !zeros(st->stateArray, kRegisters))
         return biquad_destroy(st);
     return st;
 }
@@ -38,10 +40,10 @@ void biquad_setCoefficients(Biquad* st, const float* coeffs) { std::copy_n(coeff
 
 float biquad_processAudioSample(Biquad* st, float xn)
 {
-    return lbx::filter(lbx::section_of<lbx::SecondOrder, float>(st->coeffArray), st->stateArray, xn);
+    return filter(section_of<SecondOrder, float>(st->coeffArray), st->stateArray, xn);
 }
 
 float biquad_1st_processAudioSample(Biquad* st, float xn)
 {
-    return lbx::filter(lbx::section_of<lbx::FirstOrder, float>(st->coeffArray), st->stateArray, xn);
+    return filter(section_of<FirstOrder, float>(st->coeffArray), st->stateArray, xn);
 }

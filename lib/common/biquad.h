@@ -28,7 +28,7 @@ typedef enum STATE_REG {
     BIQUAD_Y_Z2
 } STATE_REG;
 
-// The two forms, for designers to name. Sections compute the transposed one only.
+// Names of the two forms, for designers. Sections compute the transposed one only.
 typedef enum CALC_TYPE {
     kDirect,
     kTransposeCanonical
@@ -44,7 +44,7 @@ Biquad* biquad_destroy(Biquad* st);  // null is ignored; returns null
 
 // The others do not check `st`.
 void biquad_reset(Biquad* st);                                 // clears the state
-void biquad_setCoefficients(Biquad* st, const float* coeffs);  // copies five; the state goes on, so nothing clicks
+void biquad_setCoefficients(Biquad* st, const float* coeffs);  // copies five and keeps the state
 float biquad_processAudioSample(Biquad* st, float xn);         // second order
 float biquad_1st_processAudioSample(Biquad* st, float xn);     // b0, b1, a1 and the first register only
 

@@ -9,6 +9,8 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 
+using namespace lbx;
+
 namespace {
 
 constexpr int kFreshLength = 8;
@@ -32,7 +34,7 @@ float past(const CircularBuffer& line, int k) { return line.buffer[(line.writeIn
 bool allocate(CircularBuffer* st, int length)
 {
     float* fresh = nullptr;
-    if (!lbx::zeros(fresh, length))
+    if (!zeros(fresh, length))
         return false;
     std::free(st->buffer);
     st->buffer = fresh;
@@ -47,7 +49,7 @@ bool allocate(CircularBuffer* st, int length)
 CircularBuffer* circularbuffer_init(void)
 {
     CircularBuffer* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
     return allocate(st, kFreshLength) ? st : circularbuffer_destroy(st);
 }
@@ -70,7 +72,7 @@ int circularbuffer_createCircularBuffer(CircularBuffer* st, int bufferLength)
     return allocate(st, length) ? RT_OK : RT_ERR_MALLOC;
 }
 
-// As many bytes as the line has samples: a quarter of it. Kept: callers rely on what survives a flush.
+// Clears as many bytes as the line has samples: a quarter of it. Kept: callers rely on what a flush leaves.
 void circularbuffer_flushBuffer(CircularBuffer* st)
 {
     st->writeIndex = 0;
@@ -90,11 +92,11 @@ float circularbuffer_readBuffer(CircularBuffer* st, float delayinSamples)
         fail(__func__, __LINE__, "delayinSamples is at least greater than 1");
     if (d > static_cast<float>(st->bufferLength))
         fail(__func__, __LINE__, "delayinSamples shouldn't exceed bufferLength");
-    const int i = lbx::to_int(d);
+    const int i = to_int(d);
     if (std::fabs(static_cast<float>(i) - d) < 1e-8F)
         return past(*st, i);
     if (st->interpolate == kNearest)
-        return past(*st, lbx::to_int(d + 0.5F));
+        return past(*st, to_int(d + 0.5F));
     const float fraction = static_cast<float>(i + 1) - d;
     const float x0 = past(*st, i + 1);
     const float x1 = past(*st, i);

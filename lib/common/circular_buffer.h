@@ -2,7 +2,7 @@
 // A delay line whose length is a power of two, with fractional reads.
 //
 // Misuse is fatal: an argument out of its range is logged and ends the process with exit status -1, so callers clamp
-// beforehand. No function but destroy checks `st`.
+// beforehand. Only destroy checks `st`.
 #ifndef VANTORO_COMMON_CIRCULAR_BUFFER_H
 #define VANTORO_COMMON_CIRCULAR_BUFFER_H
 

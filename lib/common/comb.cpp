@@ -5,10 +5,12 @@
 
 #include "../kernels/delay_line.h"
 
+using namespace lbx;
+
 qv_comb* comb_init(void)
 {
     qv_comb* st = nullptr;
-    return lbx::zeros(st, 1) ? st : nullptr;
+    return zeros(st, 1) ? st : nullptr;
 }
 
 int comb_destroy(qv_comb* st)
@@ -24,7 +26,7 @@ int comb_setsize(qv_comb* st, int size)
 {
     if (size < 1)
         return RT_OK;
-    if (!lbx::line_resize(*st, size))
+    if (!line_resize(*st, size))
         return RT_ERR_MALLOC;
     std::ranges::fill(st->filterstore, 0.0F);
     return RT_OK;
@@ -38,26 +40,26 @@ float comb_getdamp(const qv_comb* st) { return st->damp; }
 
 void comb_mute(qv_comb* st)
 {
-    lbx::line_clear(*st);
+    line_clear(*st);
     std::ranges::fill(st->filterstore, 0.0F);
 }
 
 void comb_process(qv_comb* st, const float* x, float* y)
 {
-    if (!lbx::line_has_groups(*st)) {
-        std::copy_n(x, lbx::kGroup, y);
+    if (!line_has_groups(*st)) {
+        std::copy_n(x, kGroup, y);
         return;
     }
-    float* line = lbx::line_group(*st);
-    float low = st->filterstore[lbx::kGroup - 1];
-    for (int k = 0; k < lbx::kGroup; ++k) {
+    float* line = line_group(*st);
+    float low = st->filterstore[kGroup - 1];
+    for (int k = 0; k < kGroup; ++k) {
         const float delayed = line[k];
         low = std::fma(st->damp, low, (1.0F - st->damp) * delayed);
         st->filterstore[k] = low;
         line[k] = std::fma(low, st->feedback, x[k]);
         y[k] = delayed;
     }
-    lbx::line_advance(*st, lbx::kGroup);
+    line_advance(*st, kGroup);
 }
 
 float comb_process_ff(qv_comb* st, float x, float fb)
@@ -67,7 +69,7 @@ float comb_process_ff(qv_comb* st, float x, float fb)
         return x;
     const float delayed = st->buffer[st->bufIdx];
     st->buffer[st->bufIdx] = x;
-    lbx::line_next(*st);
+    line_next(*st);
     return x + delayed * fb;
 }
 
@@ -78,6 +80,6 @@ float comb_process_fb(qv_comb* st, float x, float fb)
         return x;
     const float y = x + st->buffer[st->bufIdx] * fb;
     st->buffer[st->bufIdx] = y;
-    lbx::line_next(*st);
+    line_next(*st);
     return y;
 }

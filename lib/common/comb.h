@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Comb filters: M. Schroeder, "Natural Sounding Artificial Reverberation"; the one with a low-pass in its feedback:
-// J. Moorer, "About This Reverberation Business". No function but comb_destroy checks `st`.
+// J. Moorer, "About This Reverberation Business". Only comb_destroy checks `st`.
 #ifndef VANTORO_COMMON_COMB_H
 #define VANTORO_COMMON_COMB_H
 
@@ -22,7 +22,7 @@ typedef struct qv_comb {
 qv_comb* comb_init(void);       // all zero, no line yet; null when memory is short
 int comb_destroy(qv_comb* st);  // 1; 0 for null
 
-// A new line of zeros, also for the size it has already; clears the low-pass. Sizes below 1 change nothing. RT_OK, or
+// A new line of zeros, for the present size too; clears the low-pass. Sizes below 1 change nothing. RT_OK, or
 // RT_ERR_MALLOC with the old line in place.
 int comb_setsize(qv_comb* st, int size);
 int comb_getsize(const qv_comb* st);

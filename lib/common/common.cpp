@@ -8,6 +8,8 @@
 #include "../framework/new_block.h"
 #include "../kernels/ring.h"
 
+using namespace lbx;
+
 int ParamAdapt(int min, int max, int value, const char* name)
 {
     if (value >= min && value <= max)
@@ -47,9 +49,9 @@ bool lbx::ring_resized(const RingBufSt& from, int num, RingBufSt& to)
 RingBufSt* RingBufferInit(int num)
 {
     RingBufSt* st = nullptr;
-    if (num < 1 || !lbx::zeros(st, 1))
+    if (num < 1 || !zeros(st, 1))
         return nullptr;
-    if (!lbx::zeros(st->buf, num)) {
+    if (!zeros(st->buf, num)) {
         RingBufferDestroy(st);
         return nullptr;
     }
@@ -64,14 +66,14 @@ void RingBufferDestroy(RingBufSt* st)
     std::free(st);
 }
 
-float RingBufferUpdate(RingBufSt* st, float val) { return lbx::ring_update(*st, val); }
+float RingBufferUpdate(RingBufSt* st, float val) { return ring_update(*st, val); }
 
 int RingBufferReset(RingBufSt* st, int newNum)
 {
     if (newNum == st->num)
         return RT_OK;
     RingBufSt resized;
-    if (!lbx::ring_resized(*st, newNum, resized))
+    if (!ring_resized(*st, newNum, resized))
         return RT_ERR_MALLOC;
     std::free(st->buf);
     *st = resized;
@@ -80,4 +82,4 @@ int RingBufferReset(RingBufSt* st, int newNum)
 
 float RingBufferGetIdx(RingBufSt* st, unsigned int idx) { return st->buf[idx]; }
 
-float RingBufferGetOff(RingBufSt* st, unsigned int off) { return lbx::ring_at(*st, static_cast<int>(off)); }
+float RingBufferGetOff(RingBufSt* st, unsigned int off) { return ring_at(*st, static_cast<int>(off)); }

@@ -7,10 +7,10 @@
 
 LBX_BEGIN_C
 
-// `value` limited to [min, max], bounds included; a change is logged under `name`.
+// `value` limited to [min, max]; a change is logged under `name`.
 int ParamAdapt(int min, int max, int value, const char* name);
 
-// As above for floats. NaN passes both comparisons: it is logged and returned as it is, on purpose.
+// The same for floats. NaN is logged and returned as it is, on purpose.
 float ParamAdaptFloat(float min, float max, float value, const char* name);
 
 // Where log lines go. `line` is one complete, zero-terminated report, its line feeds included, and is valid during the
@@ -18,11 +18,11 @@ float ParamAdaptFloat(float min, float max, float value, const char* name);
 typedef void (*VantoroLogHandler)(const char* line, void* user);
 
 // Hands every log line of the process to `handler` instead of standard error; null restores standard error. May be
-// called while blocks run on other threads, by one thread at a time; a report already under way may still reach the
-// former handler after the call returns, with the user pointer that belongs to it.
+// called while blocks run on other threads, by one thread at a time. A report already under way may still reach the
+// former handler, with its user pointer, after the call returns.
 void Vantoro_set_log_handler(VantoroLogHandler handler, void* user);
 
-// A ring of `num` samples, at least one: a delay of exactly `num`. No function but Destroy checks `st`.
+// A ring of `num` samples, at least one: a delay of exactly `num`. Only Destroy checks `st`.
 typedef struct RingBufSt {
     float* buf;  // owned
     int idx;     // the next position to replace, which holds the oldest sample

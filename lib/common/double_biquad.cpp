@@ -7,6 +7,8 @@
 
 #include "../framework/new_block.h"
 
+using namespace lbx;
+
 namespace {
 constexpr int kCoefficients = DOUBLE_BIQUAD_A4 + 1;
 constexpr int kRegisters = DOUBLEBIQUAD_Y_Z4 + 1;
@@ -15,9 +17,9 @@ constexpr int kRegisters = DOUBLEBIQUAD_Y_Z4 + 1;
 DoubleBiquad* doubleBiquad_init(void)
 {
     DoubleBiquad* st = nullptr;
-    if (!lbx::zeros(st, 1))
+    if (!zeros(st, 1))
         return nullptr;
-    if (!lbx::zeros(st->coeffArray, kCoefficients) || !lbx::zeros(st->stateArray, kRegisters))
+    if (!zeros(st->coeffArray, kCoefficients) || !zeros(st->stateArray, kRegisters))
         return doubleBiquad_destroy(st);
     return st;
 }

@@ -46,7 +46,7 @@ DoubleBiquad* doubleBiquad_destroy(DoubleBiquad* st);  // null is ignored; retur
 
 // The others do not check `st`.
 void doubleBiquad_reset(DoubleBiquad* st);                                  // clears the state
-void doubleBiquad_setCoefficients(DoubleBiquad* st, const double* coeffs);  // copies nine; the state goes on
+void doubleBiquad_setCoefficients(DoubleBiquad* st, const double* coeffs);  // copies nine and keeps the state
 double doubleBiquad_processAudioSample(DoubleBiquad* st, double xn);
 
 LBX_END_C

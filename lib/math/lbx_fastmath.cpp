@@ -7,6 +7,8 @@
 
 #include "../kernels/fast_inline.h"
 
+using namespace lbx;
+
 namespace {
 
 // ln(1 + x) = 2 artanh(z), z = x / (2 + x) <= 1/3: twenty terms of the series reach double precision.
@@ -48,23 +50,23 @@ constinit const std::array<float, 1025> lbx::log_table = make_log_table();
 
 void lbx_logtab_init(void) {}
 
-float lbx_fast_log2(float x) { return lbx::fast_log2(x); }
+float lbx_fast_log2(float x) { return fast_log2(x); }
 
-float lbx_fast_sin(float angle) { return lbx::fast_sin(angle); }
+float lbx_fast_sin(float angle) { return fast_sin(angle); }
 
-float lbx_fast_cos(float angle) { return lbx::fast_cos(angle); }
+float lbx_fast_cos(float angle) { return fast_cos(angle); }
 
-// Minus pi for both signs of y: phase computations take the result as a direction, so a whole turn makes no difference.
+// Minus pi for both signs of y: phase computations use the result as a direction, so a whole turn makes no difference.
 float lbx_fast_atan2(float y, float x)
 {
     if (std::fabs(y) < std::fabs(x)) {
         const float r = atan_unit(y / x);
-        return x > 0.0F ? r : r - lbx::kHalfTurn;
+        return x > 0.0F ? r : r - kHalfTurn;
     }
-    const float r = lbx::kQuarterTurn - atan_unit(x / y);
-    return y > 0.0F ? r : r - lbx::kHalfTurn;
+    const float r = kQuarterTurn - atan_unit(x / y);
+    return y > 0.0F ? r : r - kHalfTurn;
 }
 
-float lbx_fast_invsqrtf(float x) { return lbx::fast_inv_sqrt(x); }
+float lbx_fast_invsqrtf(float x) { return fast_inv_sqrt(x); }
 
-float lbx_fast_sqrtf(float number) { return lbx::fast_sqrt(number); }
+float lbx_fast_sqrtf(float number) { return fast_sqrt(number); }

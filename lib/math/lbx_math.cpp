@@ -3,9 +3,11 @@
 
 #include "../kernels/fast_inline.h"
 
+using namespace lbx;
+
 namespace {
 
-// Read whole before anything is written, so that results may go where an operand stands.
+// Read as a whole before anything is written, so that a result may replace an operand.
 struct Complex {
     float re, im;
 };
@@ -27,11 +29,11 @@ Complex times_conjugate(Complex a, Complex b) { return {a.re * b.re + a.im * b.i
 
 float LBX_ABSR(float a) { return a > 0.0F ? a : -a; }
 
-float LBX_DB2Gain(float db) { return lbx::db_to_gain(db); }
+float LBX_DB2Gain(float db) { return db_to_gain(db); }
 
 float SlewAlphaGet(float slewRate, float sampling_rate, float blockSize)
 {
-    return lbx::slew_alpha(slewRate, sampling_rate, blockSize);
+    return slew_alpha(slewRate, sampling_rate, blockSize);
 }
 
 float MultiC1(const float* in_1, const float* in_2, float* out) { return store(out, product(load(in_1), load(in_2))); }
@@ -61,7 +63,7 @@ void AddC1(const float* in_1, const float* in_2, float* out) { store(out, {in_1[
 
 float PowC1(const float* in_1) { return in_1[0] * in_1[0] + in_1[1] * in_1[1]; }
 
-float ABSC1(const float* in_1) { return lbx::fast_sqrt(PowC1(in_1)); }
+float ABSC1(const float* in_1) { return fast_sqrt(PowC1(in_1)); }
 
 float DivC1(const float* in_1, const float* in_2, float* out)
 {

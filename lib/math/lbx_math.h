@@ -9,11 +9,12 @@ LBX_BEGIN_C
 
 float LBX_ABSR(float a);  // |a|
 
-// Linear gain of a level in dB, by a coarse exponential: up to 3 % off, 0 dB gives 0.97100782.
+// Linear gain of a level in dB, by a coarse exponential: -4 % to +2 % off (-0.35 to 0.17 dB); 0 dB gives 0.97100782.
 float LBX_DB2Gain(float db);
 
-// The one-pole factor alpha, g = alpha g + (1 - alpha) target, of a slew rate. The rate is a doubling scale: each step
-// doubles the time constant, which is 0.0416 ms / blockSize at rate 1. sampling_rate in Hz, blockSize in samples.
+// The one-pole factor alpha, g = alpha g + (1 - alpha) target, of a slew rate. Each step of the rate doubles the time
+// constant, which is 0.0416 ms / blockSize at rate 1; applied once a block, that is 0.0416 ms. sampling_rate in Hz,
+// blockSize in samples.
 float SlewAlphaGet(float slewRate, float sampling_rate, float blockSize);
 
 float MultiC1(const float* in_1, const float* in_2, float* out);     // in_1 in_2; returns the real part

@@ -4,7 +4,10 @@
 #include <bit>
 #include <cstdint>
 
+#include "DC_InputEntry_info.h"
 #include "source.h"
+
+using namespace lbx;
 
 namespace {
 
@@ -17,18 +20,18 @@ void apply(DCInput_Core_S& core, float* param, const BlockPro&)
     core.input_hex = std::bit_cast<std::int32_t>(core.input_decimal);
 }
 
-constexpr lbx::Source<DCInput_Core_S, kDCModuleSize> kSource = {{1.0F}, apply};
+constexpr Generator<DCInput_Core_S> kSource = {kInitial<dc::kLayout>, apply};
 
 }  // namespace
 
 BlockAlgo* DCInputSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, DCInputSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type, DCInputSource_Destroy);
 }
 
-spx_int32_t DCInputSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+spx_int32_t DCInputSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
 
-spx_int32_t DCInputSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t DCInputSource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t DCInputSource_Invoke(BlockAlgo* blk)
 {
@@ -40,8 +43,8 @@ spx_int32_t DCInputSource_Invoke(BlockAlgo* blk)
 
 spx_int32_t DCInputSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
-    const auto* core = lbx::core_of<DCInput_Core_S>(blk);
-    return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [v = core->input_decimal] { return v; });
+    const auto* core = core_of<DCInput_Core_S>(blk);
+    return fill_pins(blk, core->Out_NumChannel, data_out, [v = core->input_decimal] { return v; });
 }
 
-spx_int32_t DCInputSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t DCInputSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -8,7 +8,7 @@
 LBX_BEGIN_C
 
 enum DCInputParam {
-    kDCInputDecimal,  // [1.0] the value
+    kDCInputDecimal,  // the value
     kDCModuleSize
 };
 

@@ -2,7 +2,10 @@
 #include "Oscillator.h"
 
 #include "../kernels/fast_inline.h"
+#include "Oscillator_info.h"
 #include "source.h"
+
+using namespace lbx;
 
 namespace {
 
@@ -10,15 +13,15 @@ constexpr double kPi = std::numbers::pi;
 
 void apply(OSC_Core_S& core, float* param, const BlockPro& pro)
 {
-    core.Switch = lbx::to_int(param[kOSCSwitch]);
+    core.Switch = to_int(param[kOSCSwitch]);
     core.Freqency = param[kOSCFrequency];
-    core.delta_phi = static_cast<float>(static_cast<double>(core.Freqency) * lbx::kTwoPi / pro.nSamplingRate);
+    core.delta_phi = static_cast<float>(static_cast<double>(core.Freqency) * kTwoPi / pro.nSamplingRate);
     core.phi = 0.0F;
 }
 
-constexpr lbx::Source<OSC_Core_S, kOSCModuleSize> kSource = {{1.0F, 500.0F}, apply};
+constexpr Generator<OSC_Core_S> kSource = {kInitial<oscillator::kLayout>, apply};
 
-float sine(float phi) { return lbx::fast_sin(phi); }
+float sine(float phi) { return fast_sin(phi); }
 float sawtooth(float phi) { return static_cast<float>(static_cast<double>(phi) / kPi - 1.0); }
 float square(float phi) { return static_cast<double>(phi) < kPi ? 1.0F : -1.0F; }
 float triangle(float phi)
@@ -30,13 +33,13 @@ float triangle(float phi)
 template <float Shape(float)>
 int render(const BlockAlgo* blk, float** out)
 {
-    auto* core = lbx::core_of<OSC_Core_S>(blk);
+    auto* core = core_of<OSC_Core_S>(blk);
     const float step = core->delta_phi;
     const bool on = core->Switch != SOURCE_SWITCH_OFF;
     float phi = core->phi;
-    lbx::fill_pins(blk, core->Out_NumChannel, out, [&phi, step, on] {
+    fill_pins(blk, core->Out_NumChannel, out, [&phi, step, on] {
         const float v = on ? std::clamp(Shape(phi), -1.0F, 1.0F) : 0.0F;
-        phi = lbx::step_phase(phi, step);
+        phi = step_phase(phi, step);
         return v;
     });
     core->phi = phi;
@@ -47,12 +50,12 @@ int render(const BlockAlgo* blk, float** out)
 
 BlockAlgo* OscillatorSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, OscillatorSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type, OscillatorSource_Destroy);
 }
 
-spx_int32_t OscillatorSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+spx_int32_t OscillatorSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
 
-spx_int32_t OscillatorSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t OscillatorSource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t OscillatorSource_Invoke(BlockAlgo* blk)
 {
@@ -81,4 +84,4 @@ spx_int32_t OscillatorSource_ProcessAudioSample(BlockAlgo* blk, float**, float**
     }
 }
 
-spx_int32_t OscillatorSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t OscillatorSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

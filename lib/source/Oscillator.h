@@ -15,8 +15,8 @@
 LBX_BEGIN_C
 
 enum OSCParam {
-    kOSCSwitch,     // [1]
-    kOSCFrequency,  // Hz [500]
+    kOSCSwitch,
+    kOSCFrequency,  // Hz, 0 .. half the sampling rate
     kOSCModuleSize
 };
 

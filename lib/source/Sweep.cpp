@@ -3,11 +3,14 @@
 
 #include <cmath>
 
+#include "Sweep_info.h"
 #include "source.h"
+
+using namespace lbx;
 
 namespace {
 
-int whole_samples(float seconds, double rate) { return lbx::to_int(std::floor(static_cast<double>(seconds) * rate)); }
+int whole_samples(float seconds, double rate) { return to_int(std::floor(static_cast<double>(seconds) * rate)); }
 
 void apply(Sweep_Core_S& core, float* param, const BlockPro& pro)
 {
@@ -19,7 +22,7 @@ void apply(Sweep_Core_S& core, float* param, const BlockPro& pro)
     core.phase_inc = param[kSweepPhaseInc];
     core.repeat_time = param[kSweepRepeatTime];
     core.peak = param[kSweepPeak];
-    core.Switch = lbx::to_int(param[kSweepSwitch]);
+    core.Switch = to_int(param[kSweepSwitch]);
     core.phi = static_cast<double>(core.phase_inc);
     core.count = 0;
     core.sweep_point = whole_samples(core.sweep_time, rate);
@@ -27,16 +30,16 @@ void apply(Sweep_Core_S& core, float* param, const BlockPro& pro)
     core.delta_time = 1.0 / rate;
     const double growth = std::log(static_cast<double>(core.end_freq) / static_cast<double>(core.start_freq));
     core.k = std::exp(growth / static_cast<double>(core.sweep_time));
-    core.p = static_cast<double>(core.start_freq) * lbx::kTwoPi / std::log(core.k);
+    core.p = static_cast<double>(core.start_freq) * kTwoPi / std::log(core.k);
     core.k_deltaTime_power = std::pow(core.k, core.delta_time);
     core.frequency_limited = 96000.0;
 }
 
-constexpr lbx::Source<Sweep_Core_S, kSweepModuleSize> kSource = {{20, 24000, 2, 5, 0, 5, 1, 1}, apply};
+constexpr Generator<Sweep_Core_S> kSource = {kInitial<sweep::kLayout>, apply};
 
-double turn_at(const Sweep_Core_S& core, float hz) { return lbx::kTwoPi * static_cast<double>(hz) * core.delta_time; }
+double turn_at(const Sweep_Core_S& core, float hz) { return kTwoPi * static_cast<double>(hz) * core.delta_time; }
 
-// One sample on. A sweep between equal frequencies has no finite p: it is a plain tone.
+// Moves on by a sample. A sweep between equal frequencies has no finite p: it is a plain tone.
 void move_phase(Sweep_Core_S& core)
 {
     if (core.count >= core.sweep_point)
@@ -50,7 +53,7 @@ void move_phase(Sweep_Core_S& core)
 float next_sample(Sweep_Core_S& core)
 {
     if (core.Switch == SOURCE_SWITCH_OFF || core.repeat_counter <= 0.0F) {
-        lbx::advance(core.count);
+        advance(core.count);
         return 0.0F;
     }
     if (core.count >= std::max(core.sweep_point, core.repeat_point)) {
@@ -68,12 +71,12 @@ float next_sample(Sweep_Core_S& core)
 
 BlockAlgo* SweepSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, SweepSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type, SweepSource_Destroy);
 }
 
-spx_int32_t SweepSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+spx_int32_t SweepSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
 
-spx_int32_t SweepSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t SweepSource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t SweepSource_Invoke(BlockAlgo* blk)
 {
@@ -88,11 +91,11 @@ spx_int32_t SweepSource_Invoke(BlockAlgo* blk)
 
 spx_int32_t SweepSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
-    auto* core = lbx::core_of<Sweep_Core_S>(blk);
+    auto* core = core_of<Sweep_Core_S>(blk);
     Sweep_Core_S now = *core;
-    lbx::fill_pins(blk, now.Out_NumChannel, data_out, [&now] { return next_sample(now); });
+    fill_pins(blk, now.Out_NumChannel, data_out, [&now] { return next_sample(now); });
     *core = now;
     return RT_OK;
 }
 
-spx_int32_t SweepSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t SweepSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -11,14 +11,14 @@
 LBX_BEGIN_C
 
 enum SweepParam {
-    kSweepStartFreq,      // Hz [20]
-    kSweepEndFreq,        // Hz [24000]
-    kSweepRepeatCounter,  // [2] sweeps to play; 0 is silence
-    kSweepSweepTime,      // s [5]
-    kSweepPhaseInc,       // rad [0] phase at the start of each sweep
-    kSweepRepeatTime,     // s [5] period of the sweeps
-    kSweepPeak,           // [1] linear amplitude
-    kSweepSwitch,         // [1]
+    kSweepStartFreq,      // Hz, above 0
+    kSweepEndFreq,        // Hz, above 0
+    kSweepRepeatCounter,  // sweeps to play; 0 is silence
+    kSweepSweepTime,      // s
+    kSweepPhaseInc,       // rad, phase at the start of each sweep
+    kSweepRepeatTime,     // s, period of the sweeps
+    kSweepPeak,           // linear amplitude
+    kSweepSwitch,
     kSweepModuleSize
 };
 

@@ -5,9 +5,11 @@
 
 #include "source.h"
 
+using namespace lbx;
+
 namespace {
 
-// Written so that NaN counts as 0: a phase that is not a number would never recover.
+// NaN counts as 0: a phase that is not a number would never recover.
 float limited(float control)
 {
     if (!(control > 0.0F))
@@ -20,7 +22,7 @@ void render(float& phi_rad, double step, float* out, int n)
     float phi = phi_rad;
     for (int i = 0; i < n; ++i) {
         out[i] = static_cast<float>(std::sin(static_cast<double>(phi)));
-        phi = lbx::step_phase(phi, step);
+        phi = step_phase(phi, step);
     }
     phi_rad = phi;
 }
@@ -29,13 +31,13 @@ void render(float& phi_rad, double step, float* out, int n)
 
 BlockAlgo* VCOSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    lbx::NewBlock blk = lbx::new_block(Input_pin, Output_pin, block_pro, type, VCOSource_Destroy);
-    auto* core = lbx::new_core<VCO_Core_S>(blk);
-    if (!core || !lbx::zeros(blk->pState, Output_pin))
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, VCOSource_Destroy);
+    auto* core = new_core<VCO_Core_S>(blk);
+    if (!core || !zeros(blk->pState, Output_pin))
         return nullptr;
     core->phi = blk->pState;
-    core->delta_time = 1.0F / static_cast<float>(block_pro->nSamplingRate);
-    core->frequency_limited = static_cast<float>(block_pro->nSamplingRate) / 2.0F;
+    core->delta_time = 1.0F / rate_of(block_pro);
+    core->frequency_limited = rate_of(block_pro) / 2.0F;
     core->Out_NumChannel = Output_pin;
     return blk.release();
 }
@@ -48,15 +50,14 @@ spx_int32_t VCOSource_Invoke(BlockAlgo*) { return RT_OK; }
 
 spx_int32_t VCOSource_ProcessAudioSample(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const auto* core = lbx::core_of<VCO_Core_S>(blk);
+    const auto* core = core_of<VCO_Core_S>(blk);
     const int n = blk->block_pro->nBlockSize;
     for (int c = 0; c < core->Out_NumChannel && n > 0; ++c) {
         const float control = c < blk->nInputs ? limited(data_in[c][0]) : 0.0F;
         const float hz = control * core->frequency_limited;
-        render(core->phi[c], static_cast<double>(hz) * lbx::kTwoPi * static_cast<double>(core->delta_time), data_out[c],
-               n);
+        render(core->phi[c], static_cast<double>(hz) * kTwoPi * static_cast<double>(core->delta_time), data_out[c], n);
     }
     return RT_OK;
 }
 
-spx_int32_t VCOSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t VCOSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -3,7 +3,7 @@
 //
 // A control of 1 means half the sampling rate. Below 0 it counts as 0, which holds the phase; from 1 on as 0.99; values
 // between 0.99 and 1 are used as they are. An output without an input stays at frequency 0. There are no parameters:
-// reset, update and print do nothing and return 0. Phases go on from block to block.
+// reset, update and print do nothing and return 0. Phases carry on from block to block.
 #ifndef VANTORO_SOURCE_VCO_H
 #define VANTORO_SOURCE_VCO_H
 

@@ -5,21 +5,24 @@
 #include <cstdlib>
 
 #include "../kernels/fast_inline.h"
+#include "White_Noise_info.h"
 #include "source.h"
+
+using namespace lbx;
 
 namespace {
 
 void apply(WhiteNoise_Core_S& core, float* param, const BlockPro&)
 {
-    core.Switch = lbx::to_int(param[kWhiteNoiseSwitch]);
+    core.Switch = to_int(param[kWhiteNoiseSwitch]);
     core.MeanNeed = param[kWhiteNoiseMeanNeed];
     core.SigmaNeed = param[kWhiteNoiseSigmaNeed];
 }
 
-constexpr lbx::Source<WhiteNoise_Core_S, kWhiteNoiseModuleSize> kSource = {{1.0F, 0.0F, 0.01F}, apply};
+constexpr Generator<WhiteNoise_Core_S> kSource = {kInitial<white_noise::kLayout>, apply};
 
 // s -> 2045 s + 1 modulo 2^20, applied 1 .. 12 times in one step each: factor * s + offset. The seed is not negative,
-// so its low bits decide everything and 32 of them are plenty.
+// so only its low 20 bits count and 32-bit products may wrap.
 constexpr int kDraws = 12;
 constexpr std::uint32_t kModulus = 1U << 20U;
 struct Jumps {
@@ -36,7 +39,7 @@ constexpr Jumps kJumps = [] {
 }();
 
 // Twelve uniform numbers from one seed, summed, less their mean: variance 1. A fresh seed for every sample and so small
-// a modulus are no good generator; this is the noise that is wanted all the same. Whole numbers keep the sum exact.
+// a modulus make a poor generator. Kept: hosts expect this noise. Whole numbers keep the sum exact.
 float unit_gauss(std::uint32_t seed)
 {
     std::uint32_t sum = 0;
@@ -49,12 +52,12 @@ float unit_gauss(std::uint32_t seed)
 
 BlockAlgo* WhiteNoiseSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, WhiteNoiseSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type, WhiteNoiseSource_Destroy);
 }
 
-spx_int32_t WhiteNoiseSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+spx_int32_t WhiteNoiseSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
 
-spx_int32_t WhiteNoiseSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t WhiteNoiseSource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t WhiteNoiseSource_Invoke(BlockAlgo* blk)
 {
@@ -67,13 +70,13 @@ spx_int32_t WhiteNoiseSource_Invoke(BlockAlgo* blk)
 
 spx_int32_t WhiteNoiseSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
-    const auto* core = lbx::core_of<WhiteNoise_Core_S>(blk);
+    const auto* core = core_of<WhiteNoise_Core_S>(blk);
     if (core->Switch == SOURCE_SWITCH_OFF)
-        return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
-    const float deviation = lbx::fast_sqrt(core->SigmaNeed);
-    return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [mean = core->MeanNeed, deviation] {
+        return fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
+    const float deviation = fast_sqrt(core->SigmaNeed);
+    return fill_pins(blk, core->Out_NumChannel, data_out, [mean = core->MeanNeed, deviation] {
         return mean + deviation * unit_gauss(static_cast<std::uint32_t>(std::rand()));
     });
 }
 
-spx_int32_t WhiteNoiseSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t WhiteNoiseSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Gaussian white noise: EN_SOURCE_WHITENOISE, 0 in, n out. A sum of twelve uniform numbers stands in for a Gaussian
-// one, so that the noise is bounded to 6 deviations. Each sample is seeded from the C library's rand(): srand() fixes
-// the sequence, and blocks share it.
+// one, so the noise stays within 6 deviations. Each sample is seeded from the C library's rand(): srand() fixes the
+// sequence, and blocks share it.
 #ifndef VANTORO_SOURCE_WHITE_NOISE_H
 #define VANTORO_SOURCE_WHITE_NOISE_H
 
@@ -10,9 +10,9 @@
 LBX_BEGIN_C
 
 enum WhiteNoiseParam {
-    kWhiteNoiseSwitch,     // [1]
-    kWhiteNoiseMeanNeed,   // [0]
-    kWhiteNoiseSigmaNeed,  // [0.01] the variance
+    kWhiteNoiseSwitch,
+    kWhiteNoiseMeanNeed,
+    kWhiteNoiseSigmaNeed,  // the variance, 0 or more
     kWhiteNoiseModuleSize
 };
 

@@ -4,24 +4,19 @@
 #include <cmath>
 
 #include "../common/common.h"
+#include "clime_frequency_info.h"
 #include "source.h"
+
+using namespace lbx;
 
 namespace {
 
-// As the vector that a host would hand over: the arrays follow the entries.
-constexpr int kDefaultLength = 5;
-constexpr float kDefaultVector[kClimeModuleSize + 3 * kDefaultLength] = {
-    kDefaultLength, 1004, kClimeModuleSize, kClimeModuleSize + kDefaultLength, kClimeModuleSize + 2 * kDefaultLength, 1,
-    // ms
-    0, 200, 400, 800, 1004,
-    // Hz
-    100, 2000, 8000, 5000, 500,
-    // dB
-    0, 0, 0, 0, 0};
+// The entries and, after them, the arrays that they point to.
+constexpr std::span kDefaultVector = kInitial<clime::kLayout>;
 
 bool known_index(float entry)
 {
-    const int index = lbx::to_int(entry);
+    const int index = to_int(entry);
     if (index < 0)
         LBX_LOG_AS("ClimeFrequencySource_ResetParam", __LINE__, "negative array index %d, the old arrays are kept\n\n",
                    index);
@@ -33,10 +28,11 @@ void take_table(Clime_Core_S& core, const float* vector)
     for (const int slot : {kClimeTimeArray, kClimeFrequencyArray, kClimeGainArray})
         if (!known_index(vector[slot]))
             return;
-    const int length = ParamAdapt(0, kClimeCapacity, lbx::to_int(vector[kClimeArrayLength]), "array_length");
-    std::copy_n(vector + lbx::to_int(vector[kClimeTimeArray]), length, core.time_array);
-    std::copy_n(vector + lbx::to_int(vector[kClimeFrequencyArray]), length, core.frequency_array);
-    std::copy_n(vector + lbx::to_int(vector[kClimeGainArray]), length, core.gain_array);
+    constexpr const VantoroTable& kTable = clime::kPoints;
+    const int length = ParamAdapt(kTable.min_rows, kTable.max_rows, to_int(vector[kClimeArrayLength]), "array_length");
+    std::copy_n(vector + to_int(vector[kClimeTimeArray]), length, core.time_array);
+    std::copy_n(vector + to_int(vector[kClimeFrequencyArray]), length, core.frequency_array);
+    std::copy_n(vector + to_int(vector[kClimeGainArray]), length, core.gain_array);
     core.array_length = static_cast<float>(length);
 }
 
@@ -45,46 +41,46 @@ void apply(Clime_Core_S& core, float* param, const BlockPro& pro)
     param[kClimeArrayLength] = core.array_length;  // the length in force
     core.maximum_time = param[kClimeMaxTime];
     core.maximum_sample =
-        lbx::to_int(std::floor(static_cast<double>(pro.nSamplingRate) * static_cast<double>(core.maximum_time) / 1000));
-    core.Switch = lbx::to_int(param[kClimeSwitch]);
-    core.delta_time = 1.0F / static_cast<float>(pro.nSamplingRate);
+        to_int(std::floor(static_cast<double>(pro.nSamplingRate) * static_cast<double>(core.maximum_time) / 1000));
+    core.Switch = to_int(param[kClimeSwitch]);
+    core.delta_time = 1.0F / rate_of(&pro);
     core.sample_index = core.time_index = 0;
     core.phi = 0.0F;
 }
 
-constexpr lbx::Source<Clime_Core_S, kClimeModuleSize> kSource = {{}, apply};
+constexpr Generator<Clime_Core_S> kSource = {kDefaultVector.first(kClimeModuleSize), apply};
 
 int reset(BlockAlgo* blk, const float* vector)
 {
     if (blk && vector)
-        take_table(*lbx::core_of<Clime_Core_S>(blk), vector);
-    return lbx::source_reset(kSource, blk, vector);
+        take_table(*core_of<Clime_Core_S>(blk), vector);
+    return source_reset(kSource, blk, vector);
 }
 
 struct Tone {
     double gain_db, hz;
 };
 
-// Ten to the power of dB / 20, computed again only where the level moves.
-class Gain {
+// 10^(dB / 20), computed only where the level moves.
+class FactorOfDb {
 public:
-    double of(double db)
+    double operator()(double db)
     {
         if (db != db_) {
             db_ = db;
-            gain_ = std::pow(10.0, db / 20.0);
+            factor_ = std::pow(10.0, db / 20.0);
         }
-        return gain_;
+        return factor_;
     }
 
 private:
-    double db_ = 0.0, gain_ = 1.0;
+    double db_ = 0.0, factor_ = 1.0;
 };
 
 // The tone of this sample. At most one segment is entered per sample, and the last one is never left.
 Tone tone_now(Clime_Core_S& core, double rate)
 {
-    const int last = lbx::to_int(core.array_length) - 1;
+    const int last = to_int(core.array_length) - 1;
     if (core.sample_index >= core.maximum_sample || last == 0)
         return {static_cast<double>(core.gain_array[last]), static_cast<double>(core.frequency_array[last])};
     const auto start_of = [&](int i) { return rate * static_cast<double>(core.time_array[i]) / 1000.0; };
@@ -105,9 +101,9 @@ Tone tone_now(Clime_Core_S& core, double rate)
 
 BlockAlgo* ClimeFrequencySource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    BlockAlgo* blk = lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, ClimeFrequencySource_Destroy);
+    BlockAlgo* blk = source_init(kSource, Input_pin, Output_pin, block_pro, type, ClimeFrequencySource_Destroy);
     if (blk)
-        reset(blk, kDefaultVector);
+        reset(blk, kDefaultVector.data());
     return blk;
 }
 
@@ -116,7 +112,7 @@ spx_int32_t ClimeFrequencySource_ResetParam(BlockAlgo* blk, void* param)
     return reset(blk, static_cast<const float*>(param));
 }
 
-spx_int32_t ClimeFrequencySource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t ClimeFrequencySource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t ClimeFrequencySource_Invoke(BlockAlgo* blk)
 {
@@ -129,17 +125,17 @@ spx_int32_t ClimeFrequencySource_Invoke(BlockAlgo* blk)
 
 spx_int32_t ClimeFrequencySource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
-    auto* core = lbx::core_of<Clime_Core_S>(blk);
+    auto* core = core_of<Clime_Core_S>(blk);
     if (core->Switch == SOURCE_SWITCH_OFF || core->array_length < 1.0F)
-        return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
+        return fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
     const double rate = blk->block_pro->nSamplingRate;
-    return lbx::fill_pins(blk, core->Out_NumChannel, data_out, [core, rate, gain = Gain()]() mutable {
+    return fill_pins(blk, core->Out_NumChannel, data_out, [core, rate, factor = FactorOfDb()]() mutable {
         const Tone tone = tone_now(*core, rate);
-        const double v = gain.of(tone.gain_db) * std::sin(static_cast<double>(core->phi));
-        core->phi = lbx::step_phase(core->phi, lbx::kTwoPi * tone.hz * static_cast<double>(core->delta_time));
-        lbx::advance(core->sample_index);
+        const double v = factor(tone.gain_db) * std::sin(static_cast<double>(core->phi));
+        core->phi = step_phase(core->phi, kTwoPi * tone.hz * static_cast<double>(core->delta_time));
+        advance(core->sample_index);
         return static_cast<float>(v);
     });
 }
 
-spx_int32_t ClimeFrequencySource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t ClimeFrequencySource_Destroy(BlockAlgo* blk) { return free_block(blk); }

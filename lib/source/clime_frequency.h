@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // A tone that follows breakpoints: EN_SOURCE_CLIME, 0 in, n out. Frequency and level (in dB) run in straight lines from
-// point to point; from the maximum time on the last point's tone continues.
+// point to point; from the maximum time on the tone of the last point goes on. The first point lies at 0 ms.
 //
-// The vector carries its arrays itself: three entries hold the index, within the same vector, of each array's first
-// element. A reset copies the arrays; an update restarts over the copy. A negative index is logged, and the block keeps
-// the whole table it had. Lengths are clamped to 0 .. 15 and logged; without points there is silence.
+// The vector contains its arrays: three entries hold the index, within the same vector, of each array's first element.
+// A reset copies the arrays; an update restarts with the copy. A negative index is logged, and the block keeps the
+// whole table it had. Lengths are clamped to 0 .. 15 and logged; without points there is silence.
 #ifndef VANTORO_SOURCE_CLIME_FREQUENCY_H
 #define VANTORO_SOURCE_CLIME_FREQUENCY_H
 
@@ -13,12 +13,12 @@
 LBX_BEGIN_C
 
 enum ClimeParam {
-    kClimeArrayLength,     // [5] number of points
-    kClimeMaxTime,         // ms [1004]
-    kClimeTimeArray,       // index of the times, ms [0, 200, 400, 800, 1004]
-    kClimeFrequencyArray,  // index of the frequencies, Hz [100, 2000, 8000, 5000, 500]
-    kClimeGainArray,       // index of the gains, dB [0, 0, 0, 0, 0]
-    kClimeSwitch,          // [1]
+    kClimeArrayLength,     // number of points
+    kClimeMaxTime,         // ms
+    kClimeTimeArray,       // index of the times, ms
+    kClimeFrequencyArray,  // index of the frequencies, Hz
+    kClimeGainArray,       // index of the gains, dB
+    kClimeSwitch,
     kClimeModuleSize
 };
 

@@ -9,14 +9,15 @@
 #include "clime_frequency.h"
 #include "switch.h"
 
-#define SOURCE_OPS(stem)                                                                                    \
-    stem##_Init, lbx::set_with<stem##_ResetParam>, stem##_Update, stem##_Invoke, stem##_ProcessAudioSample, \
-        stem##_Destroy
+using namespace lbx;
+
+#define SOURCE_OPS(stem) \
+    stem##_Init, set_with<stem##_ResetParam>, stem##_Update, stem##_Invoke, stem##_ProcessAudioSample, stem##_Destroy
 
 #define UNSERVED "This case is not supported. Please check your spelling\n"
 
 namespace {
-constexpr lbx::BlockOps kSources[] = {
+constexpr BlockOps kSources[] = {
     {EN_SOURCE_CLIME, SOURCE_OPS(ClimeFrequencySource)},
     {EN_SOURCE_DC, SOURCE_OPS(DCInputSource)},
     {{EN_SOURCE_OSC_BEEQ, EN_SOURCE_OSC_TRIANGLE}, SOURCE_OPS(OscillatorSource)},
@@ -30,10 +31,10 @@ constexpr lbx::BlockOps kSources[] = {
 LBX_CATEGORY_INIT(SOURCE, kSources, UNSERVED)
 LBX_CATEGORY_PARAMS(SOURCE, kSources, UNSERVED, -1)
 
-// Whatever fails here is fatal to the audio thread.
+// Any failure here is fatal to the audio thread.
 int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const lbx::BlockOps* ops = lbx::row_of<kSources>(blk->method_type);
+    const BlockOps* ops = row_of<kSources>(blk->method_type);
     if (ops)
         return ops->process(blk, data_in, data_out) == RT_OK ? RT_OK : RT_ERR_FATAL_THREAD;
     LBX_LOG(UNSERVED);
@@ -42,7 +43,7 @@ int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 
 int BlockAlgo_SOURCE_destroy(BlockAlgo* blk)
 {
-    const lbx::BlockOps* ops = lbx::row_of<kSources>(blk->method_type);
+    const BlockOps* ops = row_of<kSources>(blk->method_type);
     if (!ops) {
         LBX_LOG(UNSERVED);
         return RT_ERR_BAD;

@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <limits>
 #include <numbers>
+#include <span>
 
+#include "../framework/context.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
@@ -16,38 +18,40 @@ namespace lbx {
 
 inline constexpr double kTwoPi = 2.0 * std::numbers::pi;
 
-template <class Core, std::size_t N>
-struct Source {
-    float defaults[N];
+template <class Core>
+struct Generator {
+    std::span<const float> initial;  // the default vector
     // Fills the record from the vector and sets the waveform to its start.
     void (*apply)(Core& core, float* param, const BlockPro& pro);
+
+    constexpr int length() const { return static_cast<int>(initial.size()); }
 };
 
-template <class Core, std::size_t N>
-BlockAlgo* source_init(const Source<Core, N>& source, int inputs, int outputs, BlockPro* pro, int type,
+template <class Core>
+BlockAlgo* source_init(const Generator<Core>& source, int inputs, int outputs, BlockPro* pro, int type,
                        int (*destroy)(BlockAlgo*))
 {
     NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
     auto* core = new_core<Core>(blk);
-    if (!core || !zeros(blk->pParam, N))
+    if (!core || !zeros(blk->pParam, source.length()))
         return nullptr;
-    std::ranges::copy(source.defaults, blk->pParam);
+    std::ranges::copy(source.initial, blk->pParam);
     core->Out_NumChannel = outputs;
     source.apply(*core, blk->pParam, *pro);
     return blk.release();
 }
 
-template <class Core, std::size_t N>
-int source_reset(const Source<Core, N>& source, BlockAlgo* blk, const void* vector)
+template <class Core>
+int source_reset(const Generator<Core>& source, BlockAlgo* blk, const void* vector)
 {
     if (!blk)
         return RT_ERR_NULL_PTR;
-    copy_params(blk->pParam, static_cast<const float*>(vector), N);
+    copy_params(blk->pParam, static_cast<const float*>(vector), source.length());
     source.apply(*core_of<Core>(blk), blk->pParam, *blk->block_pro);
     return RT_OK;
 }
 
-// Writes next(), called once per sample, to every pin. The signal goes on where there is no pin.
+// Writes next(), called once per sample, to every pin. Without a pin the signal runs on all the same.
 template <class Next>
 int fill_pins(const BlockAlgo* blk, int pins, float* const* out, Next next)
 {
@@ -74,7 +78,7 @@ float step_phase(float phi, Step step)
     return moved;
 }
 
-// Counts samples. It stops at the end of its range instead of wrapping, which takes half a day at 48 kHz.
+// Counts samples. It stops at the end of its range, which takes half a day at 48 kHz, instead of wrapping.
 inline void advance(int& samples)
 {
     if (samples < std::numeric_limits<int>::max())

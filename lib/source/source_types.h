@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the sources share. A source forms one signal and writes it to all of its output pins (the VCO: one per pin).
-// Every source has the same six functions:
+// What the sources share. A source makes one signal and writes it to all its output pins (the VCO: one per pin). Every
+// source has the same six functions:
 //
 //   _Init(Input_pin, Output_pin, pro, type)    null when memory is short; pins and type are not checked
 //   _ResetParam(blk, param)                    copies the vector (null: keeps the stored one) and restarts the waveform
@@ -9,7 +9,8 @@
 //   _ProcessAudioSample(blk, in, out)          0
 //   _Destroy(blk)                              null is ignored
 //
-// Nothing is clamped, except where told. A null block elsewhere is RT_ERR_NULL_PTR.
+// Nothing is clamped unless a header says so. Reset and update return RT_ERR_NULL_PTR for a null block. Defaults and
+// ranges: Vantoro_block_info.
 #ifndef VANTORO_SOURCE_SOURCE_TYPES_H
 #define VANTORO_SOURCE_SOURCE_TYPES_H
 

@@ -2,23 +2,26 @@
 #include "switch.h"
 
 #include "source.h"
+#include "switch_info.h"
+
+using namespace lbx;
 
 namespace {
 
-void apply(Switch_Core_S& core, float* param, const BlockPro&) { core.switch_value = lbx::to_int(param[kSwitchValue]); }
+void apply(Switch_Core_S& core, float* param, const BlockPro&) { core.switch_value = to_int(param[kSwitchValue]); }
 
-constexpr lbx::Source<Switch_Core_S, kSwitchModuleSize> kSource = {{0.0F}, apply};
+constexpr Generator<Switch_Core_S> kSource = {kInitial<switch_source::kLayout>, apply};
 
 }  // namespace
 
 BlockAlgo* SwitchSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return lbx::source_init(kSource, Input_pin, Output_pin, block_pro, type, SwitchSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type, SwitchSource_Destroy);
 }
 
-spx_int32_t SwitchSource_ResetParam(BlockAlgo* blk, void* param) { return lbx::source_reset(kSource, blk, param); }
+spx_int32_t SwitchSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
 
-spx_int32_t SwitchSource_Update(BlockAlgo* blk) { return lbx::source_reset(kSource, blk, nullptr); }
+spx_int32_t SwitchSource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
 
 spx_int32_t SwitchSource_Invoke(BlockAlgo* blk)
 {
@@ -30,9 +33,8 @@ spx_int32_t SwitchSource_Invoke(BlockAlgo* blk)
 
 spx_int32_t SwitchSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
-    const auto* core = lbx::core_of<Switch_Core_S>(blk);
-    return lbx::fill_pins(blk, core->Out_NumChannel, data_out,
-                          [v = static_cast<float>(core->switch_value)] { return v; });
+    const auto* core = core_of<Switch_Core_S>(blk);
+    return fill_pins(blk, core->Out_NumChannel, data_out, [v = static_cast<float>(core->switch_value)] { return v; });
 }
 
-spx_int32_t SwitchSource_Destroy(BlockAlgo* blk) { return lbx::free_block(blk); }
+spx_int32_t SwitchSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

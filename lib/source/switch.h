@@ -8,7 +8,7 @@
 LBX_BEGIN_C
 
 enum SwitchParam {
-    kSwitchValue,  // [0] truncated toward zero
+    kSwitchValue,  // truncated toward zero
     kSwitchModuleSize
 };
 

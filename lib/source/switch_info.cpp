@@ -1,9 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../framework/info.h"
+#include "switch_info.h"
+
 #include "../framework/info_list.h"
+#include "switch.h"
 
-namespace lbx::info {
+namespace {
 
-constinit const InfoRows kSwitchInfo = {};
+using namespace lbx::switch_source;
 
-}  // namespace lbx::info
+static_assert(std::size(kLayout) == kSwitchModuleSize);
+
+constexpr InfoRow kRows[] = {
+    LBX_TYPE(SOURCE_SWITCH, kSources, "constant whole number", kNoneToMany)
+        .params(kLayout, VANTORO_KEEPS)
+        .traits(VANTORO_SOURCE),
+};
+
+}  // namespace
+
+constinit const lbx::info::InfoRows lbx::info::kSwitchInfo = kRows;
