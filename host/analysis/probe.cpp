@@ -2,7 +2,6 @@
 #include "analysis/probe.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -38,7 +37,7 @@ int find_block(const Schematic& schematic, const std::string& id)
     for (const Block& block : schematic.blocks)
         ids.push_back(block.id);
     const std::string near = nearest(id, ids);
-    throw std::invalid_argument(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
+    throw UserError(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
 }
 
 // "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".
@@ -107,7 +106,7 @@ void put_in_order(Schematic& schematic)
     std::vector<Problem> problems;
     schematic.order = order_of(nodes, sources, static_cast<int>(nodes.size()), problems);
     if (!problems.empty())
-        throw std::invalid_argument("a control of these blocks hears a later one of them: " + problems.front().value);
+        throw UserError("a control of these blocks hears a later one of them: " + problems.front().value);
 }
 
 Probe finish(Schematic schematic)
@@ -140,7 +139,7 @@ Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
     for (const std::string& id : ids) {
         chain.push_back(find_block(schematic, id));
         if (std::ranges::count(chain, chain.back()) > 1)
-            throw std::invalid_argument(id + ": named twice; a chain has every block once");
+            throw UserError(id + ": named twice; a chain has every block once");
     }
     for (Block& block : schematic.blocks)
         for (Source& source : block.sources)

@@ -131,7 +131,7 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    Schematic schematic = load_schematic(options.schematic, options.channels);
+    Schematic schematic = read_schematic(options.schematic, options.channels);
     const LibraryLog log(options.quiet);
     const int rate = schematic.rate.value_or(options.rate);
     print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());

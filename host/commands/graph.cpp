@@ -84,10 +84,10 @@ int graph(const Options& options)
     namespace fs = std::filesystem;
     const std::string extension = fs::path(options.output).extension().string();
     if (std::ranges::find(kPictures, extension) == kPictures.end())
-        throw UsageError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
+        throw UserError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
     if (const std::string why = PartFile::refusal(options.output); !why.empty())
-        throw UsageError(why);
-    const Schematic schematic = load_schematic(options.schematic, options.channels);
+        throw UserError(why);
+    const Schematic schematic = read_schematic(options.schematic, options.channels);
     PartFile part(options.output);
     run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), part.part(), "graphviz");
     part.commit();

@@ -408,17 +408,16 @@ std::string read_file(const std::string& path)
         text.append(chunk, static_cast<std::size_t>(file.gcount()));
     }
     if (!file.eof())
-        throw SchematicError({{"", "",
-                               text.size() > kMaxFileBytes ? "longer than 64 MiB"
-                                                           : "cannot be read: " + std::string(std::strerror(errno))}});
+        throw UserError(
+            {{.where = {},
+              .value = {},
+              .wanted = text.size() > kMaxFileBytes ? "longer than 64 MiB"
+                                                    : "cannot be read: " + std::string(std::strerror(errno)),
+              .file = path}});
     return text;
 }
 
 }  // namespace
-
-SchematicError::SchematicError(std::vector<Problem> list)
-    : std::runtime_error("the schematic has " + std::to_string(list.size()) + " problems"), problems_(std::move(list))
-{}
 
 Setting parse_setting(std::string_view text)
 {
@@ -426,7 +425,7 @@ Setting parse_setting(std::string_view text)
     const auto equals = text.find('=');
     const auto dot = text.substr(0, equals).find('.');
     if (equals == text.npos || dot == text.npos || dot == 0 || dot + 1 == equals)
-        throw std::invalid_argument(setting.text + ": BLOCK.PARAM=VALUE or BLOCK.PARAM=VALUE@SECONDS is the form");
+        throw UserError({{"--set", setting.text, "BLOCK.PARAM=VALUE or BLOCK.PARAM=VALUE@SECONDS"}});
     setting.block = text.substr(0, dot);
     setting.path = text.substr(dot + 1, equals - dot - 1);
     std::string value(text.substr(equals + 1));
@@ -439,7 +438,7 @@ Setting parse_setting(std::string_view text)
             used = 0;
         }
         if (used == 0 || used != moment.size() || !(setting.seconds >= 0 && setting.seconds <= kMaxSeconds))
-            throw std::invalid_argument(setting.text + ": behind @ stand seconds from the start, 0 or more");
+            throw UserError({{"--set", setting.text, "after @ the seconds from the start, 0 or more"}});
         value.resize(at);
     }
     setting.value = std::move(value);
@@ -451,13 +450,21 @@ Schematic parse_schematic(std::string_view text, std::optional<int> channels, co
     std::vector<Problem> problems;
     Schematic schematic = Reader(problems, channels).read(text, settings);
     if (!problems.empty())
-        throw SchematicError(std::move(problems));
+        throw UserError(std::move(problems));
     return schematic;
 }
 
 Schematic read_schematic(const std::string& path, std::optional<int> channels, const std::vector<Setting>& settings)
 {
-    return parse_schematic(read_file(path), channels, settings);
+    const std::string text = read_file(path);
+    std::vector<Problem> problems;
+    Schematic schematic = Reader(problems, channels).read(text, settings);
+    for (Problem& problem : problems)
+        if (!problem.where.starts_with("--"))  // an option stands in no file
+            problem.file = path;
+    if (!problems.empty())
+        throw UserError(std::move(problems));
+    return schematic;
 }
 
 }  // namespace vantoro

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,21 +64,11 @@ struct Setting {
     double seconds = 0;  // 0: from the start
     std::string block, path, value;
 };
-// Throws std::invalid_argument, whose text tells the right form.
+// Throws UserError.
 Setting parse_setting(std::string_view text);
 
-// Everything wrong with a schematic.
-class SchematicError : public std::runtime_error {
-public:
-    explicit SchematicError(std::vector<Problem> list);
-    const std::vector<Problem>& problems() const { return problems_; }
-
-private:
-    std::vector<Problem> problems_;
-};
-
 // `channels`: what the terminal "input" carries; open: what the document says, or else what its wires ask for, or 2.
-// Both throw SchematicError.
+// Both throw UserError with everything that is wrong.
 Schematic read_schematic(const std::string& path, std::optional<int> channels = {},
                          const std::vector<Setting>& settings = {});
 Schematic parse_schematic(std::string_view text, std::optional<int> channels = {},

@@ -18,7 +18,7 @@ std::vector<Problem> problems_of(std::string_view text, std::optional<int> chann
 {
     try {
         parse_schematic(text, channels, settings);
-    } catch (const SchematicError& error) {
+    } catch (const UserError& error) {
         return error.problems();
     }
     return {};
@@ -214,5 +214,5 @@ TEST(Schematic, ChangesAddUpInTheOrderOfTime)
     EXPECT_DOUBLE_EQ(s.changes[2].seconds, 3);
     for (const char* wrong :
          {"a", "a.gain", "gain=1", ".gain=1", "a.=1", "a.gain=1@", "a.gain=1@x", "a.gain=1@-1", "a.gain=1@1s"})
-        EXPECT_THROW(parse_setting(wrong), std::invalid_argument) << wrong;
+        EXPECT_THROW(parse_setting(wrong), UserError) << wrong;
 }
