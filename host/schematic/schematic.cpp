@@ -43,6 +43,13 @@ public:
         JsonText parsed = parse_json(text, "blocks", problems_);
         if (parsed.value.is_discarded())
             return {};
+        Schematic out = read(parsed, settings);
+        locate(text, problems_);
+        return out;
+    }
+
+    Schematic read(const JsonText& parsed, const std::vector<Setting>& settings)
+    {
         if (!parsed.value.is_object()) {
             fault("", parsed.value, "a schematic is an object: {\"blocks\": {...}, \"wires\": [...]}");
             return {};
@@ -129,9 +136,11 @@ private:
                   "an object of at most " + std::to_string(kMaxBlocks) + " blocks by id");
             return;
         }
+        // A repeated "blocks" leaves ids in the order that the document has lost.
         for (const std::string& id : order)
-            if (ids_.emplace(id, static_cast<int>(out_.blocks.size())).second)
-                read_block(id, blocks[id]);
+            if (const auto block = blocks.find(id);
+                block != blocks.end() && ids_.emplace(id, static_cast<int>(out_.blocks.size())).second)
+                read_block(id, *block);
     }
 
     void read_block(const std::string& id, const json& block)

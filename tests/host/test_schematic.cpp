@@ -3,6 +3,7 @@
 #include "schematic/schematic.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -53,8 +54,8 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         std::string text;
         std::string_view told;  // the one report
     } cases[] = {
-        {"{\"blocks\": {}", "line 1, column 13 | "},
-        {"{\n\"rate\": 1e999}", "line 2, column 13 |  | number overflow"},
+        {"{\"blocks\": {}", " |  | syntax error"},
+        {"{\n\"rate\": 1e999}", " |  | number overflow"},
         {"[]", " | [] | a schematic is an object"},
         {R"({"blocks": {}, "rates": 1})", R"(/rates | "rates" | unknown key; did you mean "rate"?)"},
         {R"({"blocks": {}, "rate": 44100.5})", "/rate | 44100.5 | a whole number, 1000 to 768000"},
@@ -110,6 +111,32 @@ TEST(Schematic, ReportsAllFaultsAtOnce)
     for (const std::string_view where :
          {"/rate", "/blocks/a/type", "/blocks/b/params/x", "/wires/1/0", "a cycle", "--set e.gain=1"})
         EXPECT_NE(told(problems).find(where), std::string::npos) << where << '\n' << told(problems);
+}
+
+TEST(Schematic, PlacesProblemsByLineAndColumn)
+{
+    const struct {
+        std::string text;
+        std::vector<std::array<int, 2>> places;
+    } cases[] = {
+        {"{\"blocks\": {}", {{1, 14}}},
+        {"{\n\"blocks\": {},\n \"rate\": nix}", {{3, 11}}},
+        {"[]", {{1, 1}}},
+        {"\xef\xbb\xbf{}", {{1, 1}}},  // "blocks" is missing
+        {"{\"blocks\": {},\r\n\t\"rate\": 1, \"inputs\": -1,\r\n\r\n  \"inputs\": -1}", {{4, 3}, {2, 2}, {4, 3}}},
+        // A character is a column; escapes in a key are read.
+        {R"({"title": "H\u00f6he \" {[ höhe 𝄞", "r\u0061te": 1, "a/b~": 2, "blocks": {}})", {{1, 53}, {1, 37}}},
+        {"{\"blocks\": {\n\"a\": {\"title\": \"x\"},\n\"b\": {\"type\": 289, \"params\":\n {\"gain\": true}}},\n"
+         "\"wires\": [[\"a\", \"b\"],\n [\"b\",\n   \"c\"], 3]}",
+         {{2, 1}, {7, 4}, {7, 10}, {4, 3}}},
+        {"{\"blocks\": {}, \"x\":\n" + std::string(40, '[') + std::string(40, ']') + "}", {{2, 32}}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::array<int, 2>> places;
+        for (const Problem& problem : problems_of(c.text))
+            places.push_back({problem.line, problem.column});
+        EXPECT_EQ(places, c.places) << c.text << '\n' << told(problems_of(c.text));
+    }
 }
 
 // Nesting, sizes and counts that would exhaust memory or the stack, and examples with bytes changed at random.
