@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "schematic/wiring.h"
+#include "schematic/order.h"
 
 namespace vantoro {
 
@@ -97,14 +97,8 @@ void reduce(Schematic& schematic)
 
 void put_in_order(Schematic& schematic)
 {
-    std::vector<Node> nodes;
-    std::vector<std::vector<Source>> sources;
-    for (const Block& block : schematic.blocks) {
-        nodes.push_back({block.id, block.type, block.pins.inputs, block.pins.outputs});
-        sources.push_back(block.sources);
-    }
     std::vector<Problem> problems;
-    schematic.order = order_of(nodes, sources, static_cast<int>(nodes.size()), problems);
+    schematic.order = order_of(schematic.blocks, problems);
     if (!problems.empty())
         throw UserError("a control of these blocks hears a later one of them: " + problems.front().value);
 }

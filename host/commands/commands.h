@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 namespace vantoro {
 

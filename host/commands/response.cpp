@@ -45,7 +45,8 @@ Probe make_probe(const Options& options)
     std::vector<Setting> settings;
     for (const std::string& text : options.settings)
         settings.push_back(parse_setting(text));
-    Schematic schematic = read_schematic(options.schematic, options.channels, settings);
+    Schematic schematic =
+        read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate, .settings = settings});
     if (options.blocks.empty() && schematic.outputs.empty())
         throw UserError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
     Probe probe =

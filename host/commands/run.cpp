@@ -184,8 +184,12 @@ Job prepare(const Options& options)
         complaints.guard([&] { job.reader = open_input(options); });
     for (const std::string& text : options.settings)
         complaints.guard([&] { settings.push_back(parse_setting(text)); });
-    const auto channels = job.reader ? std::optional(job.reader->channels()) : std::nullopt;
-    complaints.guard([&] { job.schematic = read_schematic(options.schematic, channels, settings); });
+    ReadOptions given{.settings = settings};
+    if (job.reader) {
+        given.channels = job.reader->channels();
+        given.rate = job.reader->rate();
+    }
+    complaints.guard([&] { job.schematic = read_schematic(options.schematic, given); });
     complaints.check();
     settle_length(options, job, complaints);
     const int outputs = static_cast<int>(job.schematic.outputs.size());

@@ -2,6 +2,7 @@
 // Responses: from coefficients against formulas, measured against coefficients, and what becomes of them on paper.
 #include "analysis/response.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include "analysis/plot.h"
 #include "analysis/probe.h"
 #include "analysis/speaker.h"
+#include "schematic/reader.h"
 
 namespace {
 
