@@ -5,7 +5,7 @@
 #include <deque>
 
 #include "measure.h"
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 namespace bench {
 namespace {
@@ -26,7 +26,7 @@ std::string chain_of_gains()
 
 void graph(benchmark::State& state)
 {
-    vantoro::Engine engine(vantoro::parse_schematic(chain_of_gains(), kStereo), 48000);
+    vantoro::Engine engine(vantoro::parse_schematic(chain_of_gains(), {.channels = kStereo}), 48000);
     const Pins noise(kStereo, 0, kBlock);
     for (int c = 0; c < kStereo; ++c)
         std::copy_n(noise.in[static_cast<std::size_t>(c)], kBlock, engine.input()[c]);

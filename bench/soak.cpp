@@ -19,7 +19,7 @@
 #include <nlohmann/json.hpp>
 
 #include "engine/engine.h"
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 namespace {
 

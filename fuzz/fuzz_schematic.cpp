@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "engine/engine.h"
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 namespace {
 
@@ -30,20 +30,20 @@ void check(const vantoro::Schematic& schematic)
         expect(block >= 0 && static_cast<std::size_t>(block) < count && !seen[static_cast<std::size_t>(block)]);
         seen[static_cast<std::size_t>(block)] = true;
     }
-    const auto known = [&](const vantoro::Source& source) {
-        if (source.block == vantoro::Source::kSilence)
+    const auto known = [&](const vantoro::Feed& source) {
+        if (source.block == vantoro::Feed::kSilence)
             return true;
-        const int pins = source.block == vantoro::Source::kTerminal
+        const int pins = source.block == vantoro::Feed::kTerminal
                              ? schematic.inputs
                              : schematic.blocks.at(static_cast<std::size_t>(source.block)).pins.outputs;
         return source.pin >= 0 && source.pin < pins;
     };
     for (const vantoro::Block& block : schematic.blocks) {
         expect(block.sources.size() == static_cast<std::size_t>(block.pins.inputs));
-        for (const vantoro::Source& source : block.sources)
+        for (const vantoro::Feed& source : block.sources)
             expect(known(source));
     }
-    for (const vantoro::Source& source : schematic.outputs)
+    for (const vantoro::Feed& source : schematic.outputs)
         expect(known(source));
 }
 
@@ -79,8 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(schematic);
         if (is_small(schematic))
             run(std::move(schematic));
-    } catch (const vantoro::SchematicError&) {  // its problems: the usual answer
-    } catch (const std::runtime_error&) {       // the library has no such block: no memory
+    } catch (const vantoro::UserError&) {  // its problems: the usual answer
+    } catch (const std::runtime_error&) {  // the library has no such block: no memory
     }
     return 0;
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Each line of `text` behind the program's name.
+// Each line of `text` after the program's name.
 int complain(std::string_view text, int status)
 {
     while (!text.empty()) {
@@ -44,8 +44,9 @@ int main(int argc, char** argv)
             return complain(error.what() + std::string("\n'vantoro --help' and 'vantoro COMMAND --help' tell more"),
                             vantoro::kUsageError);
         }
-    } catch (const vantoro::UsageError& error) {
-        return complain(error.what(), vantoro::kUsageError);
+    } catch (const vantoro::UserError& error) {
+        vantoro::print_problems(error.problems());
+        return vantoro::kUsageError;
     } catch (const std::bad_alloc&) {
         return complain("out of memory", vantoro::kFailure);
     } catch (const std::exception& error) {

@@ -2,11 +2,10 @@
 #include "analysis/probe.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
-#include "schematic/wiring.h"
+#include "schematic/order.h"
 
 namespace vantoro {
 
@@ -38,7 +37,7 @@ int find_block(const Schematic& schematic, const std::string& id)
     for (const Block& block : schematic.blocks)
         ids.push_back(block.id);
     const std::string near = nearest(id, ids);
-    throw std::invalid_argument(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
+    throw UserError(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
 }
 
 // "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".
@@ -98,16 +97,10 @@ void reduce(Schematic& schematic)
 
 void put_in_order(Schematic& schematic)
 {
-    std::vector<Node> nodes;
-    std::vector<std::vector<Source>> sources;
-    for (const Block& block : schematic.blocks) {
-        nodes.push_back({block.id, block.type, block.pins.inputs, block.pins.outputs});
-        sources.push_back(block.sources);
-    }
     std::vector<Problem> problems;
-    schematic.order = order_of(nodes, sources, static_cast<int>(nodes.size()), problems);
+    schematic.order = order_of(schematic.blocks, problems);
     if (!problems.empty())
-        throw std::invalid_argument("a control of these blocks hears a later one of them: " + problems.front().value);
+        throw UserError("a control of these blocks hears a later one of them: " + problems.front().value);
 }
 
 Probe finish(Schematic schematic)
@@ -140,7 +133,7 @@ Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
     for (const std::string& id : ids) {
         chain.push_back(find_block(schematic, id));
         if (std::ranges::count(chain, chain.back()) > 1)
-            throw std::invalid_argument(id + ": named twice; a chain has every block once");
+            throw UserError(id + ": named twice; a chain has every block once");
     }
     for (Block& block : schematic.blocks)
         for (Source& source : block.sources)

@@ -19,7 +19,7 @@ Probe probe_graph(Schematic schematic);
 
 // Some blocks, each behind the one before, pin by pin; the input is that of the first, the outputs are those of the
 // last. Pins that carry no signal (controls, a sidechain) hear what they hear in the schematic, where the input is now
-// silent. Throws std::invalid_argument.
+// silent. Throws UserError.
 Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids);
 
 }  // namespace vantoro

@@ -9,7 +9,9 @@
 #include <limits>
 #include <numbers>
 #include <sstream>
-#include <stdexcept>
+#include <utility>
+
+#include "support/problem.h"
 
 namespace vantoro {
 
@@ -30,23 +32,26 @@ bool parse(const std::string& line, Row& row)
 std::vector<Row> read_rows(const std::string& path)
 {
     std::ifstream file(path);
+    const auto fault = [&](std::string wanted, int at = 0) {
+        return UserError(
+            {{.where = {}, .value = {}, .wanted = std::move(wanted), .file = path, .line = at, .column = 1}});
+    };
     if (!file)
-        throw std::invalid_argument(path + ": cannot be read: " + std::strerror(errno));
+        throw fault("cannot be read: " + std::string(std::strerror(errno)));
     std::vector<Row> rows;
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
         if (number <= 2 || line.find_first_not_of(" \t\r") == line.npos)
             continue;
         Row row{};
-        const std::string place = path + ": line " + std::to_string(number) + ": ";
         if (!parse(line, row))
-            throw std::invalid_argument(place + "frequency in Hz, level in dB and phase in degrees are wanted");
+            throw fault("frequency in Hz, level in dB and phase in degrees are wanted", number);
         if (!rows.empty() && row.hz <= rows.back().hz)
-            throw std::invalid_argument(place + "frequencies must rise");
+            throw fault("frequencies must rise", number);
         rows.push_back(row);
     }
     if (rows.size() < 2)
-        throw std::invalid_argument(path + ": two rows at least are wanted, behind two lines of heading");
+        throw fault("at least two rows are wanted, after two lines of heading");
     return rows;
 }
 

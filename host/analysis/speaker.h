@@ -11,7 +11,7 @@ namespace vantoro {
 
 // The file's response on an axis. Between rows level and phase run in straight lines over the frequency, the phase the
 // shorter way round; where the file ends nothing is known, and the values are not numbers.
-// Throws std::invalid_argument: file, line, and what would be right.
+// Throws UserError: file, line, and what would be right.
 Spectrum read_speaker(const std::string& path, const Axis& axis);
 
 }  // namespace vantoro

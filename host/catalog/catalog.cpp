@@ -6,7 +6,6 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <numeric>
 #include <utility>
 
 #include "catalog/categories.h"
@@ -26,51 +25,6 @@ std::string key(std::string_view name)
 {
     std::string out = lower(name);
     return out.starts_with("en_") ? out.substr(3) : out;
-}
-
-// Letters to insert, drop, replace, or exchange with their neighbour: F. Damerau, "A Technique for Computer Detection
-// and Correction of Spelling Errors".
-std::size_t edit_distance(std::string_view a, std::string_view b)
-{
-    std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-    std::iota(d[0].begin(), d[0].end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        d[i][0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            d[i][j] = std::min({d[i - 1][j - 1] + (a[i - 1] != b[j - 1]), d[i - 1][j] + 1, d[i][j - 1] + 1});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
-        }
-    }
-    return d.back().back();
-}
-
-// How far `wanted` is from a name: from the whole, or, one step more, from words of it ("gain" in basic_gain) or from a
-// name that it begins.
-std::size_t distance(std::string_view wanted, std::string_view name)
-{
-    std::size_t best = edit_distance(wanted, name);
-    for (std::size_t from = 0; from < name.size(); ++from)
-        for (std::size_t to = from + 1; to <= name.size() && (from == 0 || name[from - 1] == '_'); ++to)
-            if (to == name.size() || name[to] == '_')
-                best = std::min(best, edit_distance(wanted, name.substr(from, to - from)) + 1);
-    return name.starts_with(wanted) || wanted.starts_with(name) ? std::min<std::size_t>(best, 1) : best;
-}
-
-// The candidates that come near `word`, nearest first: no more than a third mistyped, and about as near as the nearest.
-std::vector<std::string_view> matches(std::string_view word, std::span<const std::string_view> candidates)
-{
-    const std::string wanted = key(word);
-    std::vector<std::pair<std::size_t, std::string_view>> near;
-    for (std::string_view candidate : candidates)
-        if (const std::size_t d = distance(wanted, key(candidate)); !wanted.empty() && d <= 1 + wanted.size() / 3)
-            near.emplace_back(d, candidate);
-    std::ranges::stable_sort(near, {}, &decltype(near)::value_type::first);
-    std::vector<std::string_view> out;
-    for (const auto& [d, candidate] : near)
-        if (d <= near.front().first + 1)
-            out.push_back(candidate);
-    return out;
 }
 
 // Whether a word stands in what is told of a type: its summary, its parameters, their choices.
@@ -138,22 +92,19 @@ std::vector<std::string> nearest_types(std::string_view name)
         for (const BlockType& type : category.types)
             names.push_back(type.name);
     const std::string wanted = key(name);
-    std::vector<std::string_view> near = matches(name, names);
-    // A word of a name goes before descriptions, what is only spelt alike behind them.
-    auto place = near.begin();
-    while (place != near.end() && distance(wanted, key(*place)) <= 1)
-        ++place;
+    // A word of a name goes before descriptions, what is only spelt alike after them.
+    std::vector<std::string_view> near;
+    std::ptrdiff_t words = 0;
+    for (const Match& match : matches(wanted, names)) {
+        near.push_back(match.name);
+        words += match.distance <= 1 ? 1 : 0;
+    }
+    auto place = near.begin() + words;
     for (const Category& category : categories())
         for (const BlockType& type : category.types)
             if (speaks_of(type, wanted) && std::ranges::find(near, type.name) == near.end())
                 place = near.insert(place, type.name) + 1;
     return {near.begin(), near.begin() + std::min<std::ptrdiff_t>(std::ssize(near), 3)};
-}
-
-std::string nearest(std::string_view word, std::span<const std::string_view> candidates)
-{
-    const std::vector<std::string_view> near = matches(word, candidates);
-    return near.empty() ? std::string{} : std::string{near.front()};
 }
 
 Delivery delivery_of(const BlockType& type)

@@ -20,6 +20,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "support/nearest.h"
 #include "support/problem.h"
 #include "vantoro.h"
 
@@ -146,8 +147,6 @@ const BlockType* find_type(int code);
 const BlockType* find_type(std::string_view name_or_code);
 // At most three types: a word of whose name it is, in whose description it stands, or whose names come near.
 std::vector<std::string> nearest_types(std::string_view name);
-// The candidate with the smallest edit distance, in any case; empty when none comes near.
-std::string nearest(std::string_view word, std::span<const std::string_view> candidates);
 
 Delivery delivery_of(const BlockType& type);
 // Completes what a schematic leaves open: the usual count if it fits what is given, else the smallest that fits. Empty:

@@ -33,7 +33,7 @@ nlohmann::ordered_json every_type()
         text += before + near;
         before = ", ";
     }
-    throw UsageError(text + "\n'vantoro blocks' lists them all");
+    throw UserError(text + "; 'vantoro blocks' lists them all");
 }
 
 int run(const Options& options)

@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "engine/engine.h"
 
@@ -40,17 +42,17 @@ void print_items(const char* label, const std::vector<std::string>& items)
 }
 
 // "0 from eq.1", with what the pin means where it is not simply the n-th signal.
-std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector<Source>& sources, const Block* block)
+std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector<Feed>& sources, const Block* block)
 {
     std::vector<std::string> items;
     for (int pin = 0; pin < static_cast<int>(sources.size()); ++pin) {
-        const Source& source = sources[static_cast<std::size_t>(pin)];
+        const Feed& source = sources[static_cast<std::size_t>(pin)];
         std::string text = std::to_string(pin);
         if (const PinNote* note = block ? note_of(*block->type, PinNote::Side::input, pin, block->pins) : nullptr)
             text += " (" + std::string(note->name) + ')';
-        if (source.block == Source::kSilence)
+        if (source.block == Feed::kSilence)
             text += " silent";
-        else if (source.block == Source::kTerminal)
+        else if (source.block == Feed::kTerminal)
             text += " from input." + std::to_string(source.pin);
         else
             text += " from " + schematic.blocks[static_cast<std::size_t>(source.block)].id + '.' +
@@ -131,7 +133,7 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    Schematic schematic = load_schematic(options.schematic, options.channels);
+    Schematic schematic = read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate});
     const LibraryLog log(options.quiet);
     const int rate = schematic.rate.value_or(options.rate);
     print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());

@@ -3,31 +3,24 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 namespace vantoro {
 
 class Engine;
 
 inline constexpr int kFailure = 1;     // reading, writing or computing went wrong on the way
-inline constexpr int kUsageError = 2;  // something the user wrote is wrong; nothing was touched
+inline constexpr int kUsageError = 2;  // something the user wrote is wrong (UserError); nothing was touched
 
-// What a user got wrong: one or more lines for standard error.
-class UsageError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+// Each on a line of standard error, after the program's name; those beyond 200 are only counted.
+void print_problems(const std::vector<Problem>& problems);
 
-// Every problem of a schematic, a line each: file, place, value, what would be right.
-std::string problem_lines(const std::string& path, const SchematicError& error);
-
-// Both throw UsageError.
-Schematic load_schematic(const std::string& path, std::optional<int> channels);
+// Throws UserError.
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
 void add_blocks_command(CLI::App& app, int& status);

@@ -32,18 +32,17 @@ std::string ports(char side, int count)
     return text;
 }
 
-std::string port(const Schematic& schematic, const Source& source)
+std::string port(const Schematic& schematic, const Feed& source)
 {
-    const bool terminal = source.block == Source::kTerminal;
+    const bool terminal = source.block == Feed::kTerminal;
     return '"' + (terminal ? "input" : schematic.blocks[static_cast<std::size_t>(source.block)].id) + "\":o" +
            std::to_string(source.pin) + ":e";
 }
 
-void draw_wires(std::ostream& dot, const Schematic& schematic, const std::string& id,
-                const std::vector<Source>& sources)
+void draw_wires(std::ostream& dot, const Schematic& schematic, const std::string& id, const std::vector<Feed>& sources)
 {
     for (std::size_t pin = 0; pin < sources.size(); ++pin)
-        if (sources[pin].block != Source::kSilence)
+        if (sources[pin].block != Feed::kSilence)
             dot << "  " << port(schematic, sources[pin]) << " -> \"" << id << "\":i" << pin << ":w;\n";
 }
 
@@ -84,10 +83,10 @@ int graph(const Options& options)
     namespace fs = std::filesystem;
     const std::string extension = fs::path(options.output).extension().string();
     if (std::ranges::find(kPictures, extension) == kPictures.end())
-        throw UsageError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
+        throw UserError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
     if (const std::string why = PartFile::refusal(options.output); !why.empty())
-        throw UsageError(why);
-    const Schematic schematic = load_schematic(options.schematic, options.channels);
+        throw UserError(why);
+    const Schematic schematic = read_schematic(options.schematic, {.channels = options.channels});
     PartFile part(options.output);
     run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), part.part(), "graphviz");
     part.commit();

@@ -45,18 +45,19 @@ Probe make_probe(const Options& options)
     std::vector<Setting> settings;
     for (const std::string& text : options.settings)
         settings.push_back(parse_setting(text));
-    Schematic schematic = read_schematic(options.schematic, options.channels, settings);
+    Schematic schematic =
+        read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate, .settings = settings});
     if (options.blocks.empty() && schematic.outputs.empty())
-        throw UsageError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
+        throw UserError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
     Probe probe =
         options.blocks.empty() ? probe_graph(std::move(schematic)) : probe_blocks(std::move(schematic), options.blocks);
     if (probe.schematic.inputs == 0)
-        throw UsageError((options.blocks.empty() ? options.schematic : options.blocks.front()) +
-                         " has no input to ask a response of");
+        throw UserError((options.blocks.empty() ? options.schematic : options.blocks.front()) +
+                        " has no input to ask a response of");
     if (options.from >= probe.schematic.inputs)
-        throw UsageError("--from: there are " + std::to_string(probe.schematic.inputs) + " inputs, from 0 on");
+        throw UserError("--from: there are " + std::to_string(probe.schematic.inputs) + " inputs, from 0 on");
     if (probe.names.empty())
-        throw UsageError(options.blocks.back() + " has no output");
+        throw UserError(options.blocks.back() + " has no output");
     return probe;
 }
 
@@ -124,8 +125,8 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
     const Computed exact = computed(probe, options.from, axis);
     const bool linear = exact.ids.empty();
     if (!linear && options.method != Method::best && options.method != Method::measured)
-        throw UsageError("coefficients do not tell what these blocks do: " + list_of(exact.ids) +
-                         "; --method measured does");
+        throw UserError("coefficients do not tell what these blocks do: " + list_of(exact.ids) +
+                        "; --method measured does");
     if (!linear && options.method == Method::best)
         std::fprintf(stderr, "vantoro: measured at %g dBFS, for coefficients do not tell what these blocks do: %s\n",
                      options.level_db, list_of(exact.ids).c_str());
@@ -191,23 +192,17 @@ int respond(const Options& options)
 {
     const std::string extension = std::filesystem::path(options.output).extension().string();
     if (extension != ".svg" && extension != ".png" && extension != ".csv")
-        throw UsageError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
+        throw UserError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
     if (const std::string why = PartFile::refusal(options.output); !why.empty())
-        throw UsageError(why);
-    try {
-        const Probe probe = make_probe(options);
-        const Axis axis = make_axis(probe.schematic.rate.value_or(options.rate), options.points);
-        const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, axis);
-        const LibraryLog log(options.quiet);
-        std::vector<Curve> curves = find_curves(options, probe, axis);
-        if (!speaker.empty())
-            add_speaker(curves, speaker);
-        write(options, probe, axis, curves);
-    } catch (const SchematicError& error) {
-        throw UsageError(problem_lines(options.schematic, error));
-    } catch (const std::invalid_argument& error) {
-        throw UsageError(error.what());
-    }
+        throw UserError(why);
+    const Probe probe = make_probe(options);
+    const Axis axis = make_axis(probe.schematic.rate.value_or(options.rate), options.points);
+    const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, axis);
+    const LibraryLog log(options.quiet);
+    std::vector<Curve> curves = find_curves(options, probe, axis);
+    if (!speaker.empty())
+        add_speaker(curves, speaker);
+    write(options, probe, axis, curves);
     return 0;
 }
 

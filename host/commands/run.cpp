@@ -100,7 +100,7 @@ struct Job {
 
 class Complaints {
 public:
-    void add(const std::string& text) { text_ += text + '\n'; }
+    void add(std::string text) { problems_.push_back({{}, {}, std::move(text)}); }
     template <class Make>
     void guard(Make&& make)
     {
@@ -108,18 +108,18 @@ public:
             make();
         } catch (const AudioError& error) {
             add(error.what());
-        } catch (const std::invalid_argument& error) {
-            add(error.what());
+        } catch (const UserError& error) {
+            problems_.insert(problems_.end(), error.problems().begin(), error.problems().end());
         }
     }
     void check() const
     {
-        if (!text_.empty())
-            throw UsageError(text_);
+        if (!problems_.empty())
+            throw UserError(problems_);
     }
 
 private:
-    std::string text_;
+    std::vector<Problem> problems_;
 };
 
 // Rate and length, from the file or without one.
@@ -184,13 +184,12 @@ Job prepare(const Options& options)
         complaints.guard([&] { job.reader = open_input(options); });
     for (const std::string& text : options.settings)
         complaints.guard([&] { settings.push_back(parse_setting(text)); });
-    try {
-        const auto channels = job.reader ? std::optional(job.reader->channels()) : std::nullopt;
-        job.schematic = read_schematic(options.schematic, channels, settings);
-    } catch (const SchematicError& error) {
-        complaints.add(problem_lines(options.schematic, error));
-        complaints.check();
+    ReadOptions given{.settings = settings};
+    if (job.reader) {
+        given.channels = job.reader->channels();
+        given.rate = job.reader->rate();
     }
+    complaints.guard([&] { job.schematic = read_schematic(options.schematic, given); });
     complaints.check();
     settle_length(options, job, complaints);
     const int outputs = static_cast<int>(job.schematic.outputs.size());

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// A schematic: which blocks, how they are wired, what changes when. Read from JSON (docs/schematic.md), checked whole:
-// every problem is found in one reading, and what comes out runs as it stands.
+// A schematic: which blocks, how they are wired, what changes when. One that schematic/reader.h returns runs as it
+// stands.
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "catalog/catalog.h"
 
@@ -22,22 +18,22 @@ inline constexpr int kMaxPins = 1024;  // of one side of a block or terminal
 inline constexpr int kMaxBlocks = 100000;
 
 // What an input pin hears.
-struct Source {
+struct Feed {
     static constexpr int kSilence = -2;
     static constexpr int kTerminal = -1;  // the schematic's input; `pin` is the channel
     int block = kSilence;                 // an index, or one of the above
     int pin = 0;
     int wire = -1;  // index in the document
 };
+using Source = Feed;
 
 struct Block {
     std::string id;
     std::string title;  // what pictures call it; empty: its id
     const BlockType* type;
     Pins pins;
-    nlohmann::json params;        // by name, as written
-    std::vector<float> vector;    // the same for the library
-    std::vector<Source> sources;  // one an input pin
+    std::vector<float> vector;  // its parameters
+    std::vector<Feed> sources;  // one per input pin
 };
 
 // A new vector for a block, before the first audio block that starts at or after `seconds`.
@@ -54,35 +50,9 @@ struct Schematic {
     int inputs = 0;               // channels of the terminal "input"
     bool hears_input = false;     // something is wired to it
     std::vector<Block> blocks;    // as written
-    std::vector<Source> outputs;  // one a channel of the terminal "output"
+    std::vector<Feed> outputs;    // one per channel of the terminal "output"
     std::vector<int> order;       // block indices, every source before its listeners; as written where that leaves room
     std::vector<Change> changes;  // by time
 };
-
-// BLOCK.PARAM=VALUE[@SECONDS], as on the command line.
-struct Setting {
-    std::string text;
-    double seconds = 0;  // 0: from the start
-    std::string block, path, value;
-};
-// Throws std::invalid_argument, whose text tells the right form.
-Setting parse_setting(std::string_view text);
-
-// Everything wrong with a schematic.
-class SchematicError : public std::runtime_error {
-public:
-    explicit SchematicError(std::vector<Problem> list);
-    const std::vector<Problem>& problems() const { return problems_; }
-
-private:
-    std::vector<Problem> problems_;
-};
-
-// `channels`: what the terminal "input" carries; open: what the document says, or else what its wires ask for, or 2.
-// Both throw SchematicError.
-Schematic read_schematic(const std::string& path, std::optional<int> channels = {},
-                         const std::vector<Setting>& settings = {});
-Schematic parse_schematic(std::string_view text, std::optional<int> channels = {},
-                          const std::vector<Setting>& settings = {});
 
 }  // namespace vantoro

@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/json_text.h"
 
-#include <algorithm>
-#include <set>
+#include <optional>
+#include <unordered_map>
+#include <utility>
 
 namespace vantoro {
 
 namespace {
 
-constexpr std::size_t kMaxDepth = 32;
+using nlohmann::json;
 
-std::string line_and_column(std::string_view text, std::size_t position)
-{
-    const std::string_view before = text.substr(0, std::min(position, text.size()));
-    const auto line = std::ranges::count(before, '\n') + 1;
-    const std::size_t start = before.rfind('\n') + 1;  // npos + 1 is 0
-    return "line " + std::to_string(line) + ", column " +
-           std::to_string(std::max<std::size_t>(before.size() - start, 1));
-}
+constexpr std::size_t kMaxDepth = 32;
 
 // The parser's text without its own tag and place: "syntax error while parsing value - invalid literal; ...".
 std::string bare_message(std::string_view what)
@@ -30,117 +24,135 @@ std::string bare_message(std::string_view what)
     return std::string(what);
 }
 
-// Walks the text once before the document is built, because a built document has lost repeated keys and their order.
-class Scan : public nlohmann::json_sax<nlohmann::json> {
-public:
-    Scan(std::string_view text, std::string_view ordered, JsonText& out, std::vector<Problem>& problems)
-        : text_(text), ordered_(ordered), out_(out), problems_(problems)
-    {}
+// Where the brackets of a text stand too deep for the first time.
+std::size_t offset_beyond_depth(std::string_view text)
+{
+    std::size_t depth = 0;
+    bool quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (quoted && c == '\\')
+            ++i;
+        else if (c == '"')
+            quoted = !quoted;
+        else if (!quoted && (c == ']' || c == '}'))
+            --depth;
+        else if (!quoted && (c == '[' || c == '{') && ++depth > kMaxDepth)
+            return i;
+    }
+    return text.size();
+}
 
-    bool null() override { return value(); }
-    bool boolean(bool) override { return value(); }
-    bool number_integer(std::int64_t) override { return value(); }
-    bool number_unsigned(std::uint64_t) override { return value(); }
-    bool number_float(double, const std::string&) override { return value(); }
-    bool string(std::string&) override { return value(); }
-    bool binary(nlohmann::json::binary_t&) override { return value(); }
-    bool start_object(std::size_t) override { return open(false); }
-    bool start_array(std::size_t) override { return open(true); }
+// Reads a text to its end or to what is wrong with it.
+class Check : public nlohmann::json_sax<json> {
+public:
+    explicit Check(std::string_view text) : text_(text) {}
+
+    const std::optional<Problem>& problem() const { return problem_; }
+
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(std::int64_t) override { return true; }
+    bool number_unsigned(std::uint64_t) override { return true; }
+    bool number_float(double, const std::string&) override { return true; }
+    bool string(std::string&) override { return true; }
+    bool binary(json::binary_t&) override { return true; }
+    bool key(std::string&) override { return true; }
+    bool start_object(std::size_t) override { return open(); }
+    bool start_array(std::size_t) override { return open(); }
     bool end_object() override { return close(); }
     bool end_array() override { return close(); }
 
-    bool key(std::string& name) override
+    bool parse_error(std::size_t position, const std::string&, const json::exception& error) override
     {
-        Level& level = levels_.back();
-        level.key = name;
-        if (!level.keys.insert(name).second)
-            problems_.push_back({pointer(), as_text(name), "a key may stand once"});
-        else if (levels_.size() == 2 && levels_.front().key == ordered_)
-            out_.order.push_back(name);
-        return true;
-    }
-
-    bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception& error) override
-    {
-        problems_.push_back({line_and_column(text_, position), "", bare_message(error.what())});
-        return false;
+        // The parser has read the character that it cannot take.
+        return stop(position > 0 ? position - 1 : 0, bare_message(error.what()));
     }
 
 private:
-    struct Level {
-        bool array;
-        long index = -1;
-        std::string key;
-        std::set<std::string, std::less<>> keys;
-    };
-
-    bool value()
+    bool open()
     {
-        if (!levels_.empty() && levels_.back().array)
-            ++levels_.back().index;
-        return true;
-    }
-
-    bool open(bool array)
-    {
-        value();
-        if (levels_.size() == kMaxDepth) {
-            problems_.push_back({pointer(), "", "nested deeper than " + std::to_string(kMaxDepth) + " levels"});
-            return false;
-        }
-        levels_.push_back({array, -1, {}, {}});
-        return true;
+        return ++depth_ <= kMaxDepth ||
+               stop(offset_beyond_depth(text_), "nested deeper than " + std::to_string(kMaxDepth) + " levels");
     }
 
     bool close()
     {
-        levels_.pop_back();
+        --depth_;
         return true;
     }
 
-    std::string pointer() const
+    bool stop(std::size_t offset, std::string wanted)
     {
-        std::string path;
-        for (const Level& level : levels_)
-            path += level.array ? '/' + std::to_string(level.index) : pointer_step(level.key);
-        return path;
+        const Place place = place_of(text_, offset);
+        problem_ = {.where = {}, .value = {}, .wanted = std::move(wanted), .line = place.line, .column = place.column};
+        return false;
     }
 
-    std::string_view text_, ordered_;
-    JsonText& out_;
-    std::vector<Problem>& problems_;
-    std::vector<Level> levels_;
+    std::string_view text_;
+    std::size_t depth_ = 0;
+    std::optional<Problem> problem_;
 };
+
+bool is_open(const Problem& problem)
+{
+    return problem.line == 0 && (problem.where.empty() || problem.where.front() == '/');
+}
+
+std::string_view around(std::string_view pointer) { return pointer.substr(0, pointer.rfind('/')); }
 
 }  // namespace
 
 JsonText parse_json(std::string_view text, std::string_view ordered, std::vector<Problem>& problems)
 {
-    JsonText out{nlohmann::json(nlohmann::json::value_t::discarded), {}};
-    Scan scan(text, ordered, out, problems);
-    if (nlohmann::json::sax_parse(text, &scan))
-        out.value = nlohmann::json::parse(text, nullptr, false);
+    Check check(text);
+    if (!json::sax_parse(text, &check)) {
+        problems.push_back(*check.problem());
+        return {json(json::value_t::discarded), {}};
+    }
+    JsonText out{json::parse(text), {}};
+    const std::string parent = pointer_step(ordered);
+    walk_json(text, [&](const Part& part) {
+        if (part.repeated)
+            problems.push_back({.where = part.pointer,
+                                .value = as_text(part.key),
+                                .wanted = "a key may stand once",
+                                .line = part.place.line,
+                                .column = part.place.column});
+        if (around(part.pointer) == parent)
+            out.order.push_back(part.key);
+    });
     return out;
 }
 
-std::string pointer_step(std::string_view key)
+void locate(std::string_view text, std::vector<Problem>& problems)
 {
-    std::string step = "/";
-    for (const char c : key) {
-        if (c == '~')
-            step += "~0";
-        else if (c == '/')
-            step += "~1";
-        else
-            step += c;
+    std::unordered_map<std::string, std::optional<Place>> places;  // of the pointers that are open, and around them
+    for (const Problem& problem : problems)
+        if (std::string_view pointer = problem.where; is_open(problem))
+            while (places.try_emplace(std::string(pointer)).second && !pointer.empty())
+                pointer = around(pointer);
+    // A key that stands twice has the meaning of the last.
+    walk_json(text, [&](const Part& part) {
+        if (const auto wanted = places.find(part.pointer); wanted != places.end())
+            wanted->second = part.place;
+    });
+    for (Problem& problem : problems) {
+        if (!is_open(problem))
+            continue;
+        std::string_view pointer = problem.where;
+        while (!places.at(std::string(pointer)))
+            pointer = around(pointer);
+        const Place place = *places.at(std::string(pointer));
+        problem.line = place.line;
+        problem.column = place.column;
     }
-    return step;
 }
 
-std::string as_text(const nlohmann::json& value)
+std::string as_text(const json& value)
 {
     constexpr std::size_t kLongest = 60;
-    std::string text = value.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+    std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
     if (text.size() > kLongest)
         text.replace(kLongest - 4, text.npos, " ...");
     return text;

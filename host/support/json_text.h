@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// JSON from people: syntax errors with line and column, repeated keys, bounded nesting.
+// JSON from people: syntax errors, repeated keys and every other problem with line and column; bounded nesting.
 #pragma once
 
 #include <string>
@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/json_walk.h"
 #include "support/problem.h"
 
 namespace vantoro {
@@ -19,8 +20,10 @@ struct JsonText {
 
 JsonText parse_json(std::string_view text, std::string_view ordered, std::vector<Problem>& problems);
 
-// `key` as a step of a JSON pointer, slash included.
-std::string pointer_step(std::string_view key);
+// Gives each problem whose `where` is a JSON pointer, and that has no line yet, its place in a text that parse_json
+// took. What is missing is placed at the innermost value around it.
+void locate(std::string_view text, std::vector<Problem>& problems);
+
 // A value as it is quoted in a report: one line, cut when long.
 std::string as_text(const nlohmann::json& value);
 

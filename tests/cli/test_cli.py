@@ -101,9 +101,9 @@ class Cli(unittest.TestCase):
         cases = (
             ([gain, "-i", self.path("none.wav"), "-o", out], ["none.wav: "]),
             ([self.path("none.json"), *io], ["none.json: cannot be read"]),
-            ([self.path("bad.json", '{"blocks": {"g": {"type": "nix"}}, "rate": 1,}'), *io], ["line 1, column "]),
+            ([self.path("bad.json", '{"blocks": {"g": {"type": "nix"}}, "rate": 1,}'), *io], ["bad.json:1:46: syntax error"]),
             ([self.path("worse.json", '{"blocks": {"g": {"type": "nix"}}, "rate": 1}'), *io, "--set", "g"],
-             ["/blocks/g/type", "/rate", "BLOCK.PARAM=VALUE"]),
+             ["worse.json:1:19: /blocks/g/type: \"nix\": ", "/rate", "BLOCK.PARAM=VALUE"]),
             ([gain, *io, "--set", "g.gian=1"], ["--set g.gian=1", "gain"]),
             ([sources, *io], ["in.wav: 48000 Hz; the schematic is made for 8000 Hz"]),
             ([gain, "-i", self.path("in.wav"), "-o", self.path("out.xyz")], ["out.xyz: the extension"]),

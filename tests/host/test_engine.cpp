@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "schematic/reader.h"
 #include "support/rig.h"
 
 namespace {
@@ -167,17 +168,18 @@ TEST(Engine, FlushesToZeroOnlyWhereStateDecays)
 {
     const float tiny = std::numeric_limits<float>::denorm_min();
     const std::string tail = R"("wires": [["input", "g"], ["g", "output"]]})";
-    Engine plain(
-        parse_schematic(R"({"blocks": {"g": {"type": 289, "params": {"gain": 1, "type": "Linear"}}}, )" + tail, 1),
-        48000);
+    Engine plain(parse_schematic(R"({"blocks": {"g": {"type": 289, "params": {"gain": 1, "type": "Linear"}}}, )" + tail,
+                                 {.channels = 1}),
+                 48000);
     const std::vector<float> odd = {tiny, -tiny, -0.0F, 3e38F, std::numeric_limits<float>::infinity(), 1e-40F};
     std::vector<float> in = rig::noise(640, 4);
     std::ranges::copy(odd, in.begin() + 100);
     EXPECT_EQ(rig::bits(run(plain, {in})[0]), rig::bits(in));
 
-    Engine filter(parse_schematic(
-                      R"({"blocks": {"g": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_LP"}}}, )" + tail, 1),
-                  48000);
+    Engine filter(
+        parse_schematic(R"({"blocks": {"g": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_LP"}}}, )" + tail,
+                        {.channels = 1}),
+        48000);
     std::vector<float> impulse(48000);
     impulse[0] = 1e-30F;
     const auto out = run(filter, {impulse})[0];

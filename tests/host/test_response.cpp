@@ -2,6 +2,7 @@
 // Responses: from coefficients against formulas, measured against coefficients, and what becomes of them on paper.
 #include "analysis/response.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include "analysis/plot.h"
 #include "analysis/probe.h"
 #include "analysis/speaker.h"
+#include "schematic/reader.h"
 
 namespace {
 
@@ -252,8 +254,8 @@ TEST(Probes, AChainHearsItsInputAndKeepsItsControls)
     EXPECT_EQ(probe_graph(whole).names, std::vector<std::string>{"output 0 (curve)"});
     EXPECT_EQ(probe_graph(whole).schematic.blocks.size(), 4U);
     EXPECT_NO_THROW(probe_blocks(whole, {"a", "b"}));  // against the wires
-    EXPECT_THROW(probe_blocks(whole, {"a", "a"}), std::invalid_argument);
-    EXPECT_THROW(probe_blocks(whole, {"x"}), std::invalid_argument);
+    EXPECT_THROW(probe_blocks(whole, {"a", "a"}), UserError);
+    EXPECT_THROW(probe_blocks(whole, {"x"}), UserError);
 }
 
 // A title names the curve; pins are numbered only where their names leave them open.
@@ -297,9 +299,9 @@ TEST(Speaker, LinesBetweenRowsAndNothingBeyond)
     }
     for (const char* bad :
          {"", "a\nb\n100 0 0\n", "a\nb\n100 0 0\n90 0 0\n", "a\nb\n100 0 0\n200 x 0\n", "a\nb\n100 0 0\n200 1\n"})
-        EXPECT_THROW(read_speaker(speaker_file(bad), kAxis), std::invalid_argument) << bad;
+        EXPECT_THROW(read_speaker(speaker_file(bad), kAxis), UserError) << bad;
     std::filesystem::remove(path);
-    EXPECT_THROW(read_speaker(path, kAxis), std::invalid_argument);
+    EXPECT_THROW(read_speaker(path, kAxis), UserError);
 }
 
 TEST(Plot, TitlesStayText)

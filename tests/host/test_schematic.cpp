@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Schematics: what is found wrong with them, the pins that follow from wires, the order, and changes in time.
-#include "schematic/schematic.h"
+#include "schematic/reader.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -17,8 +18,8 @@ std::vector<Problem> problems_of(std::string_view text, std::optional<int> chann
                                  const std::vector<Setting>& settings = {})
 {
     try {
-        parse_schematic(text, channels, settings);
-    } catch (const SchematicError& error) {
+        parse_schematic(text, {.channels = channels, .settings = settings});
+    } catch (const UserError& error) {
         return error.problems();
     }
     return {};
@@ -53,8 +54,8 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         std::string text;
         std::string_view told;  // the one report
     } cases[] = {
-        {"{\"blocks\": {}", "line 1, column 13 | "},
-        {"{\n\"rate\": 1e999}", "line 2, column 13 |  | number overflow"},
+        {"{\"blocks\": {}", " |  | syntax error"},
+        {"{\n\"rate\": 1e999}", " |  | number overflow"},
         {"[]", " | [] | a schematic is an object"},
         {R"({"blocks": {}, "rates": 1})", R"(/rates | "rates" | unknown key; did you mean "rate"?)"},
         {R"({"blocks": {}, "rate": 44100.5})", "/rate | 44100.5 | a whole number, 1000 to 768000"},
@@ -112,6 +113,32 @@ TEST(Schematic, ReportsAllFaultsAtOnce)
         EXPECT_NE(told(problems).find(where), std::string::npos) << where << '\n' << told(problems);
 }
 
+TEST(Schematic, PlacesProblemsByLineAndColumn)
+{
+    const struct {
+        std::string text;
+        std::vector<std::array<int, 2>> places;
+    } cases[] = {
+        {"{\"blocks\": {}", {{1, 14}}},
+        {"{\n\"blocks\": {},\n \"rate\": nix}", {{3, 11}}},
+        {"[]", {{1, 1}}},
+        {"\xef\xbb\xbf{}", {{1, 1}}},  // "blocks" is missing
+        {"{\"blocks\": {},\r\n\t\"rate\": 1, \"inputs\": -1,\r\n\r\n  \"inputs\": -1}", {{2, 2}, {4, 3}, {4, 3}}},
+        // A character is a column; escapes in a key are read.
+        {R"({"title": "H\u00f6he \" {[ höhe 𝄞", "r\u0061te": 1, "a/b~": 2, "blocks": {}})", {{1, 37}, {1, 53}}},
+        {"{\"blocks\": {\n\"a\": {\"title\": \"x\"},\n\"b\": {\"type\": 289, \"params\":\n {\"gain\": true}}},\n"
+         "\"wires\": [[\"a\", \"b\"],\n [\"b\",\n   \"c\"], 3]}",
+         {{2, 1}, {4, 3}, {7, 4}, {7, 10}}},
+        {"{\"blocks\": {}, \"x\":\n" + std::string(40, '[') + std::string(40, ']') + "}", {{2, 32}}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::array<int, 2>> places;
+        for (const Problem& problem : problems_of(c.text))
+            places.push_back({problem.line, problem.column});
+        EXPECT_EQ(places, c.places) << c.text << '\n' << told(problems_of(c.text));
+    }
+}
+
 // Nesting, sizes and counts that would exhaust memory or the stack, and examples with bytes changed at random.
 TEST(Schematic, SurvivesHostileText)
 {
@@ -146,7 +173,7 @@ TEST(Schematic, PinsFollowFromWires)
     const std::string chain = graph(R"("a": {"type": 289}, "b": {"type": 289}, "sum": {"type": "BASIC_ARITH_ADD"})",
                                     R"(["input", "a"], ["a", "b"], ["b", "sum"], ["sum", "output"])");
     for (const auto& [channels, expected] : {std::pair<std::optional<int>, int>{{}, 2}, {1, 1}, {7, 7}}) {
-        const Schematic s = parse_schematic(chain, channels);
+        const Schematic s = parse_schematic(chain, {.channels = channels});
         EXPECT_EQ(s.inputs, expected);
         EXPECT_EQ(pins_in(s, "b"), expected);
         EXPECT_EQ(pins_in(s, "sum"), expected);
@@ -166,7 +193,7 @@ TEST(Schematic, PinsFollowFromWires)
     EXPECT_EQ(pins_in(s, "a"), 3);
     EXPECT_EQ(pins_in(s, "hold"), 4);
     EXPECT_EQ(pins_in(s, "mul"), 4);  // pairs
-    EXPECT_EQ(s.blocks[2].sources[0].block, Source::kSilence);
+    EXPECT_EQ(s.blocks[2].sources[0].block, Feed::kSilence);
     EXPECT_EQ(s.blocks[2].sources[2].pin, 1);
 }
 
@@ -194,8 +221,8 @@ TEST(Schematic, OrderPutsSourcesFirstAndKeepsTheWrittenOrder)
     ASSERT_EQ(wired.order.size(), 50U);
     std::vector<bool> seen(50);
     for (const int b : wired.order) {
-        for (const Source& source : wired.blocks[static_cast<std::size_t>(b)].sources)
-            EXPECT_TRUE(source.block == Source::kSilence || seen[static_cast<std::size_t>(source.block)]);
+        for (const Feed& source : wired.blocks[static_cast<std::size_t>(b)].sources)
+            EXPECT_TRUE(source.block == Feed::kSilence || seen[static_cast<std::size_t>(source.block)]);
         seen[static_cast<std::size_t>(b)] = true;
     }
 }
@@ -204,7 +231,8 @@ TEST(Schematic, ChangesAddUpInTheOrderOfTime)
 {
     const std::string text = R"({"blocks": {"a": {"type": "BASIC_GAIN_SLEW", "params": {"gain": 1}}},
         "changes": [{"at": 2, "set": {"a.type": "Linear"}}, {"at": 1, "set": {"a.gain": 0.5}}]})";
-    const Schematic s = parse_schematic(text, {}, {parse_setting("a.slewRate=3"), parse_setting("a.gain=7@3")});
+    const Schematic s =
+        parse_schematic(text, {.settings = {parse_setting("a.slewRate=3"), parse_setting("a.gain=7@3")}});
     const auto vector = [](float gain, float type) { return std::vector<float>{gain, type, 3}; };
     EXPECT_EQ(s.blocks[0].vector, vector(1, 0));
     ASSERT_EQ(s.changes.size(), 3U);
@@ -214,5 +242,5 @@ TEST(Schematic, ChangesAddUpInTheOrderOfTime)
     EXPECT_DOUBLE_EQ(s.changes[2].seconds, 3);
     for (const char* wrong :
          {"a", "a.gain", "gain=1", ".gain=1", "a.=1", "a.gain=1@", "a.gain=1@x", "a.gain=1@-1", "a.gain=1@1s"})
-        EXPECT_THROW(parse_setting(wrong), std::invalid_argument) << wrong;
+        EXPECT_THROW(parse_setting(wrong), UserError) << wrong;
 }

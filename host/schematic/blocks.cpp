@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reading the blocks of a document and their parameters.
+#include <algorithm>
+#include <string_view>
+
+#include "schematic/draft.h"
+#include "support/json_fields.h"
+#include "support/json_text.h"
+#include "support/nearest.h"
+
+namespace vantoro {
+
+namespace {
+
+using nlohmann::json;
+
+bool good_id(std::string_view id)
+{
+    const auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+    const auto inner = [&](char c) { return letter(c) || (c >= '0' && c <= '9') || c == '-'; };
+    return !id.empty() && letter(id.front()) && std::ranges::all_of(id, inner) && id != kInputId && id != kOutputId;
+}
+
+std::string unknown_type(const json& type)
+{
+    std::string text;
+    if (type.is_string())
+        for (const std::string& name : nearest_types(type.get<std::string>()))
+            text += (text.empty() ? "; did you mean " : " or ") + name;
+    return "an unknown type" + (text.empty() ? "; 'vantoro blocks' lists them" : text + '?');
+}
+
+const BlockType* type_of(const json& type)
+{
+    if (type.is_string())
+        return find_type(type.get<std::string>());
+    return type.is_number_integer() && type >= 0 && type <= 0xffff ? find_type(type.get<int>()) : nullptr;
+}
+
+const BlockType* read_type(const Fields& fields)
+{
+    const json* value = fields.need("type", "a block type by name or code; 'vantoro blocks' lists them");
+    if (!value)
+        return nullptr;
+    const BlockType* type = type_of(*value);
+    const bool terminal = type && ((type->code & 0xff00) == EN_IN || (type->code & 0xff00) == EN_OUT);
+    if (!type)
+        fields.fault("type", unknown_type(*value));
+    else if (terminal)
+        fields.fault("type", "a terminal is no block: wire to \"input\" or \"output\"");
+    return terminal ? nullptr : type;
+}
+
+json read_params(const Fields& fields)
+{
+    const json* params = fields.find("params");
+    if (!params)
+        return json::object();
+    if (params->is_object())
+        return *params;
+    fields.fault("params", "parameters by name: {\"gain\": 0.5}");
+    return json::object();
+}
+
+void read_block(const std::string& id, const json& value, Draft& draft)
+{
+    const std::string where = "/blocks" + pointer_step(id);
+    if (!good_id(id))
+        draft.fault(where, json(id),
+                    "an id of letters, digits, _ and -, not beginning with a digit, and neither input nor output");
+    Block& block = draft.out.blocks.emplace_back();
+    Node& node = draft.nodes.emplace_back();
+    json& params = draft.params.emplace_back(json::object());
+    block.id = node.id = id;
+    node.broken = true;
+    if (!value.is_object()) {
+        draft.fault(where, value, "a block: {\"type\": ..., \"params\": {...}}");
+        return;
+    }
+    const Fields fields(value, where, draft.problems);
+    fields.allow({"type", "inputs", "outputs", "params", "title", "note"});
+    fields.text("note");
+    block.title = fields.text("title");
+    node.inputs = fields.whole("inputs", 0, kMaxPins);
+    node.outputs = fields.whole("outputs", 0, kMaxPins);
+    node.type = block.type = read_type(fields);
+    node.broken = !node.type;
+    params = read_params(fields);
+}
+
+}  // namespace
+
+void Draft::fault(std::string where, const json& value, std::string wanted)
+{
+    problems.push_back({std::move(where), as_text(value), std::move(wanted)});
+}
+
+std::string Draft::no_block(const std::string& id)
+{
+    // A slip is repeated rather than new: beyond so many, and among so many blocks, nobody looks for more.
+    constexpr std::size_t kMostSuggestions = 50;
+    constexpr std::size_t kMostCompared = 1000;
+    std::string near;
+    if (const auto known = unknown.find(id); known != unknown.end()) {
+        near = known->second;
+    } else if (unknown.size() < kMostSuggestions) {
+        std::vector<std::string_view> names{kInputId, kOutputId};
+        for (std::size_t b = 0; b < std::min(out.blocks.size(), kMostCompared); ++b)
+            names.push_back(out.blocks[b].id);
+        near = unknown[id] = nearest(id, names);
+    }
+    return "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?");
+}
+
+void read_blocks(const json& blocks, const std::vector<std::string>& order, Draft& draft)
+{
+    if (!blocks.is_object() || blocks.size() > kMaxBlocks) {
+        draft.fault("/blocks", blocks.is_object() ? json(blocks.size()) : blocks,
+                    "an object of at most " + std::to_string(kMaxBlocks) + " blocks by id");
+        return;
+    }
+    // A repeated "blocks" leaves ids in the order that the document has lost.
+    for (const std::string& id : order)
+        if (const auto block = blocks.find(id); block != blocks.end() && draft.ids.emplace(id, draft.input()).second)
+            read_block(id, *block, draft);
+}
+
+void build_vectors(Draft& draft)
+{
+    for (std::size_t b = 0; b < draft.out.blocks.size(); ++b) {
+        Node& node = draft.nodes[b];
+        if (node.broken)
+            continue;
+        Block& block = draft.out.blocks[b];
+        const std::string where = "/blocks" + pointer_step(block.id);
+        block.pins = {*node.inputs, *node.outputs};
+        const std::size_t before = draft.problems.size();
+        block.vector = build_vector(*block.type, block.pins, draft.params[b], draft.problems);
+        for (std::size_t p = before; p < draft.problems.size(); ++p)
+            draft.problems[p].where.insert(0, where + "/params");
+        node.broken = draft.problems.size() > before;
+        if (block.type->code == EN_QVALGO_REVERB && draft.out.block_size % 4 != 0)
+            draft.fault(where + "/type", json(block.type->name),
+                        "the reverb works on fours of samples: a blockSize that is a multiple of 4");
+    }
+}
+
+}  // namespace vantoro

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "schematic/connect.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace vantoro {
+
+namespace {
+
+// "mix has 2 inputs, 0 and 1"
+std::string has_text(const Node& node, int count, std::string_view side)
+{
+    const std::string_view what = node.type ? side : "channel";
+    if (count == 0)
+        return node.id + " has no " + std::string(what) + 's';
+    std::string text = node.id + " has " + count_text(count, what);
+    if (count == 1)
+        return text + ", 0";
+    return text + ", 0 " + (count == 2 ? "and " : "to ") + std::to_string(count - 1);
+}
+
+bool has_pins(const End& end, int count) { return end.first < count && end.count.value_or(1) <= count - end.first; }
+
+class Connector {
+public:
+    Connector(const std::vector<Node>& nodes, std::vector<Problem>& problems)
+        : nodes_(nodes), problems_(problems), sources_(nodes.size())
+    {
+        for (std::size_t n = 0; n < nodes.size(); ++n)
+            if (!nodes[n].broken)
+                sources_[n].resize(static_cast<std::size_t>(*nodes[n].inputs));
+    }
+
+    void add(const Wire& wire)
+    {
+        const Node& from = node(wire.from);
+        const Node& to = node(wire.to);
+        if (from.broken || to.broken || !check_ends(wire))
+            return;
+        const int leaving = wire.from.count.value_or(*from.outputs - wire.from.first);
+        const int entering = wire.to.count.value_or(*to.inputs - wire.to.first);
+        if (leaving == entering)
+            join(wire, entering);
+        else
+            problems_.push_back({place(wire), wire.from.text + " -> " + wire.to.text,
+                                 count_text(leaving, "pin") + " on " + count_text(entering, "pin") +
+                                     "; name pins so that the counts match"});
+    }
+
+    std::vector<std::vector<Feed>> take() { return std::move(sources_); }
+
+private:
+    static std::string place(const Wire& wire) { return "/wires/" + std::to_string(wire.index); }
+    const Node& node(const End& end) const { return nodes_[static_cast<std::size_t>(end.node)]; }
+
+    bool check_ends(const Wire& wire)
+    {
+        const Node& from = node(wire.from);
+        const Node& to = node(wire.to);
+        const bool from_good = has_pins(wire.from, *from.outputs);
+        const bool to_good = has_pins(wire.to, *to.inputs);
+        if (!from_good)
+            problems_.push_back({place(wire) + "/0", wire.from.text, has_text(from, *from.outputs, "output")});
+        if (!to_good)
+            problems_.push_back({place(wire) + "/1", wire.to.text, has_text(to, *to.inputs, "input")});
+        return from_good && to_good;
+    }
+
+    void join(const Wire& wire, int pins)
+    {
+        for (int k = 0; k < pins; ++k) {
+            const int pin = wire.to.first + k;
+            Feed& feed = sources_[static_cast<std::size_t>(wire.to.node)][static_cast<std::size_t>(pin)];
+            if (feed.wire >= 0) {
+                problems_.push_back({place(wire) + "/1", wire.to.text,
+                                     "pin " + std::to_string(pin) + " of " + node(wire.to).id +
+                                         " is already fed by /wires/" + std::to_string(feed.wire) +
+                                         "; one wire enters a pin"});
+                return;
+            }
+            feed = {wire.from.node, wire.from.first + k, wire.index};
+        }
+    }
+
+    const std::vector<Node>& nodes_;
+    std::vector<Problem>& problems_;
+    std::vector<std::vector<Feed>> sources_;
+};
+
+}  // namespace
+
+std::vector<std::vector<Feed>> connect(const std::vector<Node>& nodes, const std::vector<Wire>& wires,
+                                       std::vector<Problem>& problems)
+{
+    Connector connector(nodes, problems);
+    for (const Wire& wire : wires)
+        connector.add(wire);
+    return connector.take();
+}
+
+}  // namespace vantoro

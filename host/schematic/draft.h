@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// A schematic while it is read: what the document says, and what is wrong with it. Each step of reading notes what it
+// finds and goes on with the rest.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "schematic/node.h"
+#include "schematic/reader.h"
+#include "schematic/schematic.h"
+
+namespace vantoro {
+
+struct Draft {
+    const ReadOptions& options;
+    std::vector<Problem> problems{};
+    Schematic out{};
+    std::optional<int> inputs{}, outputs{};  // channels, as the document says
+    std::unordered_map<std::string, int> ids{};
+    std::vector<Node> nodes{};             // the blocks, then "input" and "output"
+    std::vector<nlohmann::json> params{};  // of each block
+    std::vector<Wire> wires{};
+
+    int input() const { return static_cast<int>(out.blocks.size()); }  // nodes
+    int output() const { return input() + 1; }
+    std::optional<int> rate() const { return out.rate ? out.rate : options.rate; }
+    void fault(std::string where, const nlohmann::json& value, std::string wanted);
+    // What to say where no block has this id.
+    std::string no_block(const std::string& id);
+
+    std::map<std::string, std::string> unknown{};  // ids asked for, and what they may stand for
+};
+
+// Seconds from the start.
+inline bool good_moment(double seconds)
+{
+    constexpr double kMaxSeconds = 1e9;
+    return seconds >= 0 && seconds <= kMaxSeconds;
+}
+
+inline constexpr std::string_view kInputId = "input";
+inline constexpr std::string_view kOutputId = "output";
+
+// The steps.
+void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, Draft& draft);
+void read_wires(const nlohmann::json& wires, Draft& draft);
+void wire_up(Draft& draft);
+void build_vectors(Draft& draft);
+void read_changes(const nlohmann::json& changes, Draft& draft);
+
+}  // namespace vantoro

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "schematic/reader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <tuple>
+#include <utility>
+
+#include "schematic/draft.h"
+#include "support/json_fields.h"
+#include "support/json_text.h"
+
+namespace vantoro {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kMaxFileBytes = 64U << 20U;
+
+const json& member(const json& object, const char* name, const json& otherwise)
+{
+    const auto found = object.find(name);
+    return found == object.end() ? otherwise : *found;
+}
+
+void read_head(const json& document, Draft& draft)
+{
+    const Fields fields(document, "", draft.problems);
+    fields.allow({"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "blocks", "wires", "changes"});
+    fields.text("$schema");
+    fields.text("note");
+    fields.need("blocks", "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
+    Schematic& out = draft.out;
+    out.title = fields.text("title");
+    out.rate = fields.whole("rate", kMinRate, kMaxRate);
+    out.block_size = fields.whole("blockSize", 1, kMaxBlockSize).value_or(out.block_size);
+    draft.inputs = fields.whole("inputs", 0, kMaxPins);
+    draft.outputs = fields.whole("outputs", 0, kMaxPins);
+    if (const auto channels = draft.options.channels; draft.inputs && channels && draft.inputs != channels)
+        fields.fault("inputs", "the input has " + std::to_string(*channels) + " channels");
+}
+
+void read_document(const JsonText& text, Draft& draft)
+{
+    const json& document = text.value;
+    if (!document.is_object()) {
+        draft.fault("", document, "a schematic is an object: {\"blocks\": {...}, \"wires\": [...]}");
+        return;
+    }
+    read_head(document, draft);
+    read_blocks(member(document, "blocks", json::object()), text.order, draft);
+    read_wires(member(document, "wires", json::array()), draft);
+    wire_up(draft);
+    build_vectors(draft);
+    read_changes(member(document, "changes", json::array()), draft);
+}
+
+Draft read_text(std::string_view text, const ReadOptions& options)
+{
+    Draft draft{options};
+    const JsonText parsed = parse_json(text, "blocks", draft.problems);
+    if (parsed.value.is_discarded())
+        return draft;
+    read_document(parsed, draft);
+    if (draft.problems.empty())
+        return draft;
+    locate(text, draft.problems);
+    // In the order of the text, then what stands elsewhere.
+    std::ranges::stable_sort(draft.problems, {},
+                             [](const Problem& p) { return std::tuple(p.line == 0, p.line, p.column); });
+    return draft;
+}
+
+Schematic finish(Draft draft)
+{
+    if (!draft.problems.empty())
+        throw UserError(std::move(draft.problems));
+    return std::move(draft.out);
+}
+
+std::string read_file(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    char chunk[16384];
+    while (file && text.size() <= kMaxFileBytes) {
+        file.read(chunk, sizeof chunk);
+        text.append(chunk, static_cast<std::size_t>(file.gcount()));
+    }
+    if (!file.eof())
+        throw UserError(
+            {{.where = {},
+              .value = {},
+              .wanted = text.size() > kMaxFileBytes ? "longer than 64 MiB"
+                                                    : "cannot be read: " + std::string(std::strerror(errno)),
+              .file = path}});
+    return text;
+}
+
+}  // namespace
+
+Schematic parse_schematic(std::string_view text, const ReadOptions& options)
+{
+    return finish(read_text(text, options));
+}
+
+Schematic read_schematic(const std::string& path, const ReadOptions& options)
+{
+    Draft draft = read_text(read_file(path), options);
+    for (Problem& problem : draft.problems)
+        if (problem.line > 0)  // not on the command line
+            problem.file = path;
+    return finish(std::move(draft));
+}
+
+}  // namespace vantoro

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reads schematics from JSON (docs/schematic.md). Every problem is found in one reading.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "schematic/schematic.h"
+#include "support/problem.h"
+
+namespace vantoro {
+
+// BLOCK.PARAM=VALUE[@SECONDS], as on the command line.
+struct Setting {
+    std::string text;
+    double seconds = 0;  // 0: from the start
+    std::string block, path, value;
+};
+// Throws UserError.
+Setting parse_setting(std::string_view text);
+
+// What is known beside the document.
+struct ReadOptions {
+    std::optional<int> channels{};  // of the input; open: what the document says, or its wires ask for, or 2
+    std::optional<int> rate{};      // Hz, where the document leaves it open
+    std::vector<Setting> settings{};
+};
+
+// Both throw UserError with everything that is wrong.
+Schematic read_schematic(const std::string& path, const ReadOptions& options = {});
+Schematic parse_schematic(std::string_view text, const ReadOptions& options = {});
+
+}  // namespace vantoro

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <charconv>
+#include <optional>
+
+#include "schematic/draft.h"
+
+namespace vantoro {
+
+namespace {
+
+std::optional<double> seconds_of(std::string_view text)
+{
+    double seconds = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    const bool good = error == std::errc{} && end == text.data() + text.size() && good_moment(seconds);
+    return good ? std::optional(seconds) : std::nullopt;
+}
+
+}  // namespace
+
+Setting parse_setting(std::string_view text)
+{
+    Setting setting{std::string(text), 0, {}, {}, {}};
+    const auto equals = text.find('=');
+    const auto dot = text.substr(0, equals).find('.');
+    if (equals == text.npos || dot == text.npos || dot == 0 || dot + 1 == equals)
+        throw UserError({{"--set", setting.text, "BLOCK.PARAM=VALUE or BLOCK.PARAM=VALUE@SECONDS"}});
+    setting.block = text.substr(0, dot);
+    setting.path = text.substr(dot + 1, equals - dot - 1);
+    const std::string_view value = text.substr(equals + 1);
+    const auto at = value.rfind('@');
+    setting.value = value.substr(0, at);
+    if (at == value.npos)
+        return setting;
+    const auto seconds = seconds_of(value.substr(at + 1));
+    if (!seconds)
+        throw UserError({{"--set", setting.text, "after @ the seconds from the start, 0 or more"}});
+    setting.seconds = *seconds;
+    return setting;
+}
+
+}  // namespace vantoro

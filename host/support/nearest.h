@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// "did you mean": which of some names a mistyped one may stand for.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantoro {
+
+struct Match {
+    std::string_view name;
+    std::size_t distance;  // 0: the same; 1: a letter differs, or it is a word or the beginning of the name; ...
+};
+
+// The candidates that come near a word in any case, nearest first: no more than a third mistyped, and about as near as
+// the nearest. Long names (over 48 characters) match nothing, so that a comparison takes microseconds at most.
+std::vector<Match> matches(std::string_view word, std::span<const std::string_view> candidates);
+
+// The first of them; empty when none comes near.
+std::string nearest(std::string_view word, std::span<const std::string_view> candidates);
+
+}  // namespace vantoro
