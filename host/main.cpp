@@ -3,22 +3,16 @@
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <string>
 #include <string_view>
 
 #include "commands/commands.h"
+#include "support/printable.h"
 
 namespace {
 
-// Each line of `text` after the program's name.
 int complain(std::string_view text, int status)
 {
-    while (!text.empty()) {
-        const auto end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        std::fprintf(stderr, "vantoro: %.*s\n", static_cast<int>(line.size()), line.data());
-        text.remove_prefix(end == text.npos ? text.size() : end + 1);
-    }
+    std::fprintf(stderr, "vantoro: %s\n", vantoro::printable(text).c_str());
     return status;
 }
 
@@ -41,8 +35,8 @@ int main(int argc, char** argv)
         } catch (const CLI::Success& asked) {  // --help
             return app.exit(asked);
         } catch (const CLI::ParseError& error) {
-            return complain(error.what() + std::string("\n'vantoro --help' and 'vantoro COMMAND --help' tell more"),
-                            vantoro::kUsageError);
+            complain(error.what(), vantoro::kUsageError);
+            return complain("'vantoro --help' and 'vantoro COMMAND --help' tell more", vantoro::kUsageError);
         }
     } catch (const vantoro::UserError& error) {
         vantoro::print_problems(error.problems());

@@ -338,7 +338,7 @@ json value_of(std::string_view text)
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error == std::errc{} && end == text.data() + text.size() && std::isfinite(number))
         return number;
-    json value = json::parse(text, nullptr, false);
+    json value = parse_value(text);
     return value.is_discarded() ? json(text) : value;
 }
 

@@ -17,6 +17,7 @@ struct Options {
     std::optional<int> channels;
     int rate = 48000;
     bool quiet = false;
+    bool strict = false;
 };
 
 constexpr std::size_t kWidth = 100;  // of a printed line
@@ -133,7 +134,8 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    Schematic schematic = read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate});
+    Schematic schematic =
+        load_schematic(options.schematic, {.channels = options.channels, .rate = options.rate}, options.strict);
     const LibraryLog log(options.quiet);
     const int rate = schematic.rate.value_or(options.rate);
     print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());
@@ -151,6 +153,7 @@ void add_check_command(CLI::App& app, int& status)
     command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
         ->check(CLI::Range(kMinRate, kMaxRate));
     command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
+    command->add_flag("--strict", options->strict, "Warnings are errors");
     command->callback([options, &status] { status = check(*options); });
 }
 

@@ -17,10 +17,11 @@ class Engine;
 inline constexpr int kFailure = 1;     // reading, writing or computing went wrong on the way
 inline constexpr int kUsageError = 2;  // something the user wrote is wrong (UserError); nothing was touched
 
-// Each on a line of standard error, after the program's name; those beyond 200 are only counted.
+// Each on a line of standard error, after the program's name; those beyond kMostShown are only counted.
 void print_problems(const std::vector<Problem>& problems);
 
-// Throws UserError.
+// Both throw UserError; warnings are printed, or with `strict` they are errors.
+Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
 void add_blocks_command(CLI::App& app, int& status);

@@ -9,11 +9,22 @@ namespace vantoro {
 
 void print_problems(const std::vector<Problem>& problems)
 {
-    constexpr std::size_t kMost = 200;
-    for (std::size_t i = 0; i < std::min(kMost, problems.size()); ++i)
+    for (std::size_t i = 0; i < std::min(kMostShown, problems.size()); ++i)
         std::fprintf(stderr, "vantoro: %s\n", text_of(problems[i]).c_str());
-    if (problems.size() > kMost)
-        std::fprintf(stderr, "vantoro: and %zu more problems\n", problems.size() - kMost);
+    if (problems.size() > kMostShown)
+        std::fprintf(stderr, "vantoro: and %zu more problems\n", problems.size() - kMostShown);
+}
+
+Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict)
+{
+    std::vector<Problem> warnings;
+    Schematic schematic = read_schematic(path, options, &warnings);
+    for (Problem& problem : warnings)
+        problem.warning = !strict;
+    if (has_errors(warnings))
+        throw UserError(warnings);
+    print_problems(warnings);
+    return schematic;
 }
 
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate)

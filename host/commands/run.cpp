@@ -30,6 +30,7 @@ struct Options {
     std::string raw_in, raw_out;  // formats; empty: a sound file
     std::optional<int> raw_rate, raw_channels;
     bool quiet = false;
+    bool strict = false;
 };
 
 const std::map<std::string, Encoding> kEncodings = {
@@ -189,7 +190,7 @@ Job prepare(const Options& options)
         given.channels = job.reader->channels();
         given.rate = job.reader->rate();
     }
-    complaints.guard([&] { job.schematic = read_schematic(options.schematic, given); });
+    complaints.guard([&] { job.schematic = load_schematic(options.schematic, given, options.strict); });
     complaints.check();
     settle_length(options, job, complaints);
     const int outputs = static_cast<int>(job.schematic.outputs.size());
@@ -301,6 +302,7 @@ void add_run_command(CLI::App& app, int& status)
     command->add_option("--meter-interval", options->meter_interval, "Seconds from row to row; 0: a row per block")
         ->check(CLI::Range(0.0, 1e6));
     command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
+    command->add_flag("--strict", options->strict, "Warnings about the schematic are errors");
     command->callback([options, &status] { status = run(*options); });
 }
 

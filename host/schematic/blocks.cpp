@@ -7,6 +7,7 @@
 #include "support/json_fields.h"
 #include "support/json_text.h"
 #include "support/nearest.h"
+#include "support/printable.h"
 
 namespace vantoro {
 
@@ -21,10 +22,10 @@ bool good_id(std::string_view id)
     return !id.empty() && letter(id.front()) && std::ranges::all_of(id, inner) && id != kInputId && id != kOutputId;
 }
 
-std::string unknown_type(const json& type)
+std::string unknown_type(const json& type, const Draft& draft)
 {
     std::string text;
-    if (type.is_string())
+    if (type.is_string() && draft.problems.size() < kMostShown)
         for (const std::string& name : nearest_types(type.get<std::string>()))
             text += (text.empty() ? "; did you mean " : " or ") + name;
     return "an unknown type" + (text.empty() ? "; 'vantoro blocks' lists them" : text + '?');
@@ -37,7 +38,7 @@ const BlockType* type_of(const json& type)
     return type.is_number_integer() && type >= 0 && type <= 0xffff ? find_type(type.get<int>()) : nullptr;
 }
 
-const BlockType* read_type(const Fields& fields)
+const BlockType* read_type(const Fields& fields, const Draft& draft)
 {
     const json* value = fields.need("type", "a block type by name or code; 'vantoro blocks' lists them");
     if (!value)
@@ -45,7 +46,7 @@ const BlockType* read_type(const Fields& fields)
     const BlockType* type = type_of(*value);
     const bool terminal = type && ((type->code & 0xff00) == EN_IN || (type->code & 0xff00) == EN_OUT);
     if (!type)
-        fields.fault("type", unknown_type(*value));
+        fields.fault("type", unknown_type(*value, draft));
     else if (terminal)
         fields.fault("type", "a terminal is no block: wire to \"input\" or \"output\"");
     return terminal ? nullptr : type;
@@ -80,10 +81,10 @@ void read_block(const std::string& id, const json& value, Draft& draft)
     const Fields fields(value, where, draft.problems);
     fields.allow({"type", "inputs", "outputs", "params", "title", "note"});
     fields.text("note");
-    block.title = fields.text("title");
+    block.title = printable(fields.text("title"));
     node.inputs = fields.whole("inputs", 0, kMaxPins);
     node.outputs = fields.whole("outputs", 0, kMaxPins);
-    node.type = block.type = read_type(fields);
+    node.type = block.type = read_type(fields, draft);
     node.broken = !node.type;
     params = read_params(fields);
 }
@@ -98,8 +99,8 @@ void Draft::fault(std::string where, const json& value, std::string wanted)
 std::string Draft::no_block(const std::string& id)
 {
     // A slip is repeated rather than new: beyond so many, and among so many blocks, nobody looks for more.
-    constexpr std::size_t kMostSuggestions = 50;
-    constexpr std::size_t kMostCompared = 1000;
+    constexpr std::size_t kMostSuggestions = 20;
+    constexpr std::size_t kMostCompared = 500;
     std::string near;
     if (const auto known = unknown.find(id); known != unknown.end()) {
         near = known->second;
@@ -134,11 +135,13 @@ void build_vectors(Draft& draft)
         Block& block = draft.out.blocks[b];
         const std::string where = "/blocks" + pointer_step(block.id);
         block.pins = {*node.inputs, *node.outputs};
-        const std::size_t before = draft.problems.size();
-        block.vector = build_vector(*block.type, block.pins, draft.params[b], draft.problems);
-        for (std::size_t p = before; p < draft.problems.size(); ++p)
-            draft.problems[p].where.insert(0, where + "/params");
-        node.broken = draft.problems.size() > before;
+        std::vector<Problem> found;
+        block.vector = build_vector(*block.type, block.pins, draft.params[b], found);
+        node.broken = has_errors(found);
+        for (Problem& problem : found) {
+            problem.where.insert(0, where + "/params");
+            draft.problems.push_back(std::move(problem));
+        }
         if (block.type->code == EN_QVALGO_REVERB && draft.out.block_size % 4 != 0)
             draft.fault(where + "/type", json(block.type->name),
                         "the reverb works on fours of samples: a blockSize that is a multiple of 4");

@@ -63,22 +63,37 @@ public:
             return;
         }
         const int b = found->second;
-        if (draft_.nodes[static_cast<std::size_t>(b)].broken)
+        if (draft_.nodes[static_cast<std::size_t>(b)].broken || !affordable(step, b))
             return;
         std::vector<Problem> found_here;
         make(step, b, found_here);
         for (const Problem& problem : found_here)
-            draft_.problems.push_back({step.place, problem.value, problem.where + ": " + problem.wanted});
+            draft_.problems.push_back(
+                {step.place, problem.value, problem.where + ": " + problem.wanted, problem.warning});
     }
 
 private:
+    // Bounds what a few characters of JSON can make the program compute and keep.
+    bool affordable(const Step& step, int b)
+    {
+        constexpr std::size_t kMost = 1U << 22U;
+        const std::size_t before =
+            std::exchange(values_, values_ + draft_.out.blocks[static_cast<std::size_t>(b)].vector.size());
+        if (values_ > kMost && before <= kMost)
+            draft_.problems.push_back(
+                {step.place, std::to_string(values_) + " values to set so far",
+                 "at most " + std::to_string(kMost) + " in all changes; each sets every value of its block"});
+        return values_ <= kMost;
+    }
+
     void make(const Step& step, int b, std::vector<Problem>& problems)
     {
         Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         json& params = draft_.params[static_cast<std::size_t>(b)];  // as the steps so far leave them
         if (!set_value(*block.type, block.pins, params, step.path, step.value, problems))
             return;
-        std::vector<float> vector = build_vector(*block.type, block.pins, params, problems);
+        std::vector<Problem> known;
+        std::vector<float> vector = build_vector(*block.type, block.pins, params, known);
         if (step.seconds > 0)
             draft_.out.changes.push_back({step.seconds, b, std::move(vector)});
         else
@@ -86,6 +101,7 @@ private:
     }
 
     Draft& draft_;
+    std::size_t values_ = 0;
 };
 
 }  // namespace

@@ -51,7 +51,7 @@ inline constexpr std::string_view kOutputId = "output";
 // The steps.
 void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, Draft& draft);
 void read_wires(const nlohmann::json& wires, Draft& draft);
-void wire_up(Draft& draft);
+bool wire_up(Draft& draft);  // false: too large to go on
 void build_vectors(Draft& draft);
 void read_changes(const nlohmann::json& changes, Draft& draft);
 

@@ -34,12 +34,28 @@ public:
             note(wires[w].from, kOut, w);
             note(wires[w].to, kIn, w);
         }
+    }
+
+    // Of all nodes: those that are counted, or at least asked for.
+    long pins() const
+    {
+        long sum = 0;
+        for (int n = 0; n < static_cast<int>(nodes_.size()); ++n) {
+            const Node& node = nodes_[index(n)];
+            sum +=
+                std::max(node.inputs.value_or(0), least(n, kIn)) + std::max(node.outputs.value_or(0), least(n, kOut));
+        }
+        return sum;
+    }
+
+    void start()
+    {
         // What a block's own counts say comes before what its wires say, so that a wire is blamed for not fitting.
-        for (int n = 0; n < static_cast<int>(nodes.size()); ++n)
+        for (int n = 0; n < static_cast<int>(nodes_.size()); ++n)
             for (const Side side : {kIn, kOut})
                 if (count(n, side))
                     known(n, side);
-        for (const Wire& wire : wires) {
+        for (const Wire& wire : wires_) {
             if (wire.from.count)
                 carry(wire.to, kIn, *wire.from.count);
             if (wire.to.count)
@@ -191,11 +207,23 @@ void check_rule(Node& node, std::vector<Problem>& problems)
         refuse(node, counts_text(*node.inputs, *node.outputs), problems);
 }
 
+bool affordable(long pins, std::vector<Problem>& problems)
+{
+    constexpr long kMost = 1'000'000;
+    if (pins > kMost)
+        problems.push_back(
+            {"/blocks", std::to_string(pins) + " pins", "at most " + std::to_string(kMost) + " pins in all"});
+    return pins <= kMost;
+}
+
 }  // namespace
 
-void settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::vector<Problem>& problems)
+bool settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::vector<Problem>& problems)
 {
     Spread spread(nodes, wires);
+    if (!affordable(spread.pins(), problems))
+        return false;
+    spread.start();
     const int count = static_cast<int>(nodes.size());
     // An open input that feeds whole blocks is stereo.
     for (int n = 0; n < count; ++n)
@@ -220,6 +248,7 @@ void settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::
             node.outputs = node.outputs.value_or(spread.least(n, kOut));
         }
     }
+    return affordable(spread.pins(), problems);
 }
 
 }  // namespace vantoro

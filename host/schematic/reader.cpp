@@ -5,12 +5,15 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
 #include "schematic/draft.h"
+#include "schematic/loose_ends.h"
 #include "support/json_fields.h"
 #include "support/json_text.h"
+#include "support/printable.h"
 
 namespace vantoro {
 
@@ -34,7 +37,7 @@ void read_head(const json& document, Draft& draft)
     fields.text("note");
     fields.need("blocks", "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
     Schematic& out = draft.out;
-    out.title = fields.text("title");
+    out.title = printable(fields.text("title"));
     out.rate = fields.whole("rate", kMinRate, kMaxRate);
     out.block_size = fields.whole("blockSize", 1, kMaxBlockSize).value_or(out.block_size);
     draft.inputs = fields.whole("inputs", 0, kMaxPins);
@@ -53,9 +56,12 @@ void read_document(const JsonText& text, Draft& draft)
     read_head(document, draft);
     read_blocks(member(document, "blocks", json::object()), text.order, draft);
     read_wires(member(document, "wires", json::array()), draft);
-    wire_up(draft);
+    if (!wire_up(draft))
+        return;
     build_vectors(draft);
     read_changes(member(document, "changes", json::array()), draft);
+    if (!has_errors(draft.problems))  // which leave ends loose themselves
+        std::ranges::move(loose_ends(draft.out, draft.inputs), std::back_inserter(draft.problems));
 }
 
 Draft read_text(std::string_view text, const ReadOptions& options)
@@ -74,10 +80,12 @@ Draft read_text(std::string_view text, const ReadOptions& options)
     return draft;
 }
 
-Schematic finish(Draft draft)
+Schematic finish(Draft draft, std::vector<Problem>* warnings)
 {
-    if (!draft.problems.empty())
+    if (has_errors(draft.problems))
         throw UserError(std::move(draft.problems));
+    if (warnings)
+        *warnings = std::move(draft.problems);
     return std::move(draft.out);
 }
 
@@ -102,18 +110,18 @@ std::string read_file(const std::string& path)
 
 }  // namespace
 
-Schematic parse_schematic(std::string_view text, const ReadOptions& options)
+Schematic parse_schematic(std::string_view text, const ReadOptions& options, std::vector<Problem>* warnings)
 {
-    return finish(read_text(text, options));
+    return finish(read_text(text, options), warnings);
 }
 
-Schematic read_schematic(const std::string& path, const ReadOptions& options)
+Schematic read_schematic(const std::string& path, const ReadOptions& options, std::vector<Problem>* warnings)
 {
     Draft draft = read_text(read_file(path), options);
     for (Problem& problem : draft.problems)
         if (problem.line > 0)  // not on the command line
             problem.file = path;
-    return finish(std::move(draft));
+    return finish(std::move(draft), warnings);
 }
 
 }  // namespace vantoro

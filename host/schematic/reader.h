@@ -28,8 +28,10 @@ struct ReadOptions {
     std::vector<Setting> settings{};
 };
 
-// Both throw UserError with everything that is wrong.
-Schematic read_schematic(const std::string& path, const ReadOptions& options = {});
-Schematic parse_schematic(std::string_view text, const ReadOptions& options = {});
+// Both throw UserError with everything that is wrong. `warnings` gets what runs, but hardly as it is meant.
+Schematic read_schematic(const std::string& path, const ReadOptions& options = {},
+                         std::vector<Problem>* warnings = nullptr);
+Schematic parse_schematic(std::string_view text, const ReadOptions& options = {},
+                          std::vector<Problem>* warnings = nullptr);
 
 }  // namespace vantoro

@@ -17,7 +17,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kMaxAllPins = 1'000'000;
 constexpr double kMaxBufferBytes = 2.0 * (1U << 30U);
 
 bool parse_number(std::string_view text, int& number)
@@ -80,19 +79,14 @@ End read_end(const std::string& where, const json& value, bool source, Draft& dr
 // Bounds what a few characters of JSON can make the program allocate.
 bool affordable(Draft& draft)
 {
-    double pins = 0;
     double outputs = 0;
-    for (const Node& node : draft.nodes) {
-        pins += node.inputs.value_or(0) + node.outputs.value_or(0);
+    for (const Node& node : draft.nodes)
         outputs += node.outputs.value_or(0);
-    }
     const double bytes = outputs * draft.out.block_size * sizeof(float);
-    if (pins <= kMaxAllPins && bytes <= kMaxBufferBytes)
+    if (bytes <= kMaxBufferBytes)
         return true;
-    draft.problems.push_back({"/blocks",
-                              std::to_string(std::llround(pins)) + " pins, " +
-                                  std::to_string(std::llround(bytes / (1U << 20U))) + " MiB of buffers",
-                              "at most " + std::to_string(kMaxAllPins) + " pins and 2048 MiB"});
+    draft.problems.push_back(
+        {"/blocks", std::to_string(std::llround(bytes / (1U << 20U))) + " MiB of buffers", "at most 2048 MiB"});
     return false;
 }
 
@@ -130,14 +124,13 @@ void read_wires(const json& wires, Draft& draft)
     }
 }
 
-void wire_up(Draft& draft)
+bool wire_up(Draft& draft)
 {
     const auto channels = draft.options.channels ? draft.options.channels : draft.inputs;
     draft.nodes.push_back({.id = std::string(kInputId), .inputs = 0, .outputs = channels});
     draft.nodes.push_back({.id = std::string(kOutputId), .inputs = draft.outputs, .outputs = 0});
-    settle_pins(draft.nodes, draft.wires, draft.problems);
-    if (!affordable(draft))
-        return;
+    if (!settle_pins(draft.nodes, draft.wires, draft.problems) || !affordable(draft))
+        return false;
     const auto sources = connect(draft.nodes, draft.wires, draft.problems);
     Schematic& out = draft.out;
     for (std::size_t b = 0; b < out.blocks.size(); ++b)
@@ -145,6 +138,7 @@ void wire_up(Draft& draft)
     out.order = order_of(out.blocks, draft.problems);
     out.outputs = heard(sources[static_cast<std::size_t>(draft.output())], draft);
     out.inputs = *draft.nodes[static_cast<std::size_t>(draft.input())].outputs;
+    return true;
 }
 
 }  // namespace vantoro

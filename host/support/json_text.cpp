@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "support/printable.h"
+
 namespace vantoro {
 
 namespace {
@@ -125,6 +127,12 @@ JsonText parse_json(std::string_view text, std::string_view ordered, std::vector
     return out;
 }
 
+json parse_value(std::string_view text)
+{
+    Check check(text);
+    return json::sax_parse(text, &check) ? json::parse(text) : json(json::value_t::discarded);
+}
+
 void locate(std::string_view text, std::vector<Problem>& problems)
 {
     std::unordered_map<std::string, std::optional<Place>> places;  // of the pointers that are open, and around them
@@ -152,10 +160,7 @@ void locate(std::string_view text, std::vector<Problem>& problems)
 std::string as_text(const json& value)
 {
     constexpr std::size_t kLongest = 60;
-    std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
-    if (text.size() > kLongest)
-        text.replace(kLongest - 4, text.npos, " ...");
-    return text;
+    return shortened(value.dump(-1, ' ', false, json::error_handler_t::replace), kLongest);
 }
 
 }  // namespace vantoro

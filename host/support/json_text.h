@@ -20,6 +20,9 @@ struct JsonText {
 
 JsonText parse_json(std::string_view text, std::string_view ordered, std::vector<Problem>& problems);
 
+// A text from elsewhere, such as the command line; discarded when it is no JSON, or nested too deep.
+nlohmann::json parse_value(std::string_view text);
+
 // Gives each problem whose `where` is a JSON pointer, and that has no line yet, its place in a text that parse_json
 // took. What is missing is placed at the innermost value around it.
 void locate(std::string_view text, std::vector<Problem>& problems);

@@ -106,6 +106,8 @@ private:
         blanks();
         cursor_.step();  // the colon
         blanks();
+        if (quoted.find('\\') == quoted.npos)
+            return std::string(quoted.substr(1, quoted.size() - 2));
         return nlohmann::json::parse(quoted).get<std::string>();
     }
 

@@ -3,6 +3,7 @@
 // them. Everything else that goes wrong (a full disk, no memory) is a std::runtime_error of its own.
 #pragma once
 
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,7 +19,11 @@ struct Problem {
     int line = 0, column = 0;  // from 1; 0: unknown
 };
 
-// "two_way.json:12:9: /blocks/eq/params/q: 20: a number from 0.01 to 16"
+inline constexpr std::size_t kMostShown = 200;  // the program prints no more; nor need anything help with them
+
+bool has_errors(std::span<const Problem> problems);
+
+// "two_way.json:12:9: /blocks/eq/params/q: 20: a number from 0.01 to 16", with "warning: " before it
 std::string text_of(const Problem& problem);
 
 // At least one problem that is no warning.

@@ -208,9 +208,24 @@ class Cli(unittest.TestCase):
         os.close(parent)
 
     def test_log_lines_name_their_block(self):
-        text = '{"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}}'
+        text = '{"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}, "wires": [["input", "late"], ["late", "output"]]}'
         self.assertRegex(self.call("check", self.path("t.json", text)).stderr, r"^late: LOG \(.*[^\n]\n$")
         self.assertEqual(self.call("check", "--quiet", self.path("t.json")).stderr, "")
+
+    def test_warnings_are_printed_or_errors(self):
+        wav(self.path("in.wav"), [0.5] * 100, 2)
+        graph = self.path("w.json", '{"blocks": {\n "g": {"type": "BASIC_GAIN"}, "h\\u001b": 1},\n "wires": [["input", "g"], ["g", "output"]]}')
+        error = self.call("check", graph, status=2).stderr
+        self.assertEqual(error.splitlines()[0], 'vantoro: %s:2:31: /blocks/h\\u001b: "h\\u001b": an id of letters, digits, _ and -, not '
+                         'beginning with a digit, and neither input nor output' % graph)
+        self.path("w.json", '{"blocks": {"g": {"type": "BASIC_GAIN"},\n "h": {"type": 289}}, "wires": [["input", "g"], ["g", "output"]]}')
+        warning = "vantoro: warning: " + graph + ":2:2: /blocks/h: no wire reaches this block\n"
+        run = ["run", graph, "-i", self.path("in.wav"), "-o", self.path("out.wav")]
+        for call in (["check", graph], run):
+            self.assertEqual(self.call(*call, "--strict", status=2).stderr, warning.replace("warning: ", ""))
+            self.assertFalse(os.path.exists(self.path("out.wav")))
+            self.assertEqual(self.call(*call, "-q").stderr, warning)
+        self.assertIn("--bad\\u001b", self.call("check", graph, "--bad\x1b", status=2).stderr)
 
     def test_examples_fit_schema_and_program(self):
         with open(os.path.join(SOURCE, "host", "schematic.schema.json")) as f:
@@ -228,6 +243,9 @@ class Cli(unittest.TestCase):
                 for block in document["blocks"]:
                     self.assertIn(" %s: " % block, listing.stdout)
                 jsonschema.validate(document, schema)
+        pictures = os.path.join(SOURCE, "docs", "schematics")
+        for name in os.listdir(pictures):
+            self.assertEqual(self.call("check", "--strict", os.path.join(pictures, name)).stderr, "", name)
         good = {"blocks": {"a": {"type": 289}}, "wires": [["a.0-1", "output"]], "changes": [{"at": 1, "set": {"a.gain": 1}}]}
         jsonschema.validate(good, schema)
         for key, value in (("blocks", {"1": {"type": 1}}), ("blocks", {"a": {}}), ("wires", [["a"]]), ("wires", [["a.x", "b"]]),

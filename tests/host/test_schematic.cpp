@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -139,10 +140,134 @@ TEST(Schematic, PlacesProblemsByLineAndColumn)
     }
 }
 
+// The last of a repeated key counts, and nothing is read of what the document no longer has.
+TEST(Schematic, RepeatedKeysAreReported)
+{
+    const struct {
+        std::string text;
+        std::vector<std::string> told;
+    } cases[] = {
+        {R"({"blocks": {"a": {"type": 289}}, "blocks": {}, "blocks": {"b": {"type": 289}}, "wires": [["a", "b"]]})",
+         {"/blocks | \"blocks\"", "/blocks | \"blocks\"", "/wires/0/0 | \"a\""}},
+        {R"({"blocks": {"a": 1}, "blocks": []})", {"/blocks | \"blocks\"", "/blocks | []"}},
+        {R"({"blocks": {"a": {"type": 289, "type": 1, "params": {}, "params": {"gian": 1}}, "a": {}}})",
+         {"/blocks/a/type | \"type\"", "/blocks/a/params | \"params\"", "/blocks/a | \"a\"",
+          "/blocks/a/type |  | missing"}},
+        {R"({"blocks": {}, "changes": [{"at": 1, "set": {}, "at": null, "set": 2}], "rate": 1, "rate": 8000})",
+         {"/changes/0/at | \"at\"", "/changes/0/at | null", "/changes/0/set | \"set\"", "/changes/0/set | 2",
+          "/rate | \"rate\""}},
+    };
+    for (const auto& c : cases) {
+        const auto problems = problems_of(c.text);
+        EXPECT_EQ(problems.size(), c.told.size()) << c.text << '\n' << told(problems);
+        for (const std::string& text : c.told)
+            EXPECT_NE(told(problems).find(text), std::string::npos) << text << '\n' << told(problems);
+    }
+}
+
+TEST(Schematic, ReportsStayOnTheirLine)
+{
+    const std::string text =
+        R"({"blocks": {"a\n\u001b[2J": {"type": "\u009b\u202e\u0007", "title": "x\ny"}, "ok": {"type": 289,
+        "title": "T\u0000\ud834\udd1e\n"}}, "k\r\u007f": 1, "wires": [["a.\n", "\u200f"]],
+        "changes": [{"at": 1, "set": {"b\n.gain": 1, "ok.\u001b": 1}}]})";
+    std::vector<Setting> settings;
+    for (const char* setting : {"no\n.gain=1", "ok.gain=\x1b[2J\xff", "ok.g\xc0\x80\n=2"})
+        settings.push_back(parse_setting(setting));
+    const auto problems = problems_of(text, {}, settings);
+    EXPECT_GE(problems.size(), 10U);
+    for (const Problem& problem : problems) {
+        const std::string line = text_of(problem);
+        for (const char* bad : {"\n", "\r", "\x1b", "\x7f", "\a", "\xc2\x9b", "\xe2\x80", "\xff", "\xc0"})
+            EXPECT_EQ(line.find(bad), std::string::npos) << line;
+    }
+    EXPECT_NE(told(problems_of(R"({"blocks": {"h\u00f6he": {"type": 289}}})")).find("\"h\xc3\xb6he\""),
+              std::string::npos);
+    EXPECT_EQ(parse_schematic(R"({"title": "a\tb 𝄞\u0085", "blocks": {}})").title, "a\\tb 𝄞\\u0085");
+}
+
+// Whatever is wrong, and however often: suggestions, cycles and open pins must not take time by the square.
+TEST(Schematic, IsCheckedInTime)
+{
+    const auto many = [](int count, const auto& item) {
+        std::string text;
+        for (int i = 0; i < count; ++i)
+            text += (i > 0 ? ", " : "") + std::string(item(std::to_string(i)));
+        return text;
+    };
+    const auto gain = [](const std::string& id) { return '"' + id + R"(": {"type": 289})"; };
+    const auto block = [&](const std::string& i) { return gain("block_" + i); };
+    const std::string bars(300, '_');
+    const std::string letters(20'000, 'a');
+    const std::string texts[] = {
+        graph(gain(bars), "[\"_" + bars + "\", \"" + bars + "\"]"),
+        graph(gain(letters), "[\"b" + letters + "\", \"" + letters + "\"]"),
+        graph(many(1000, block),
+              many(10'000, [](const std::string& i) { return "[\"blokc_" + i + R"(", "block_0"])"; })),
+        graph(many(10'000, [](const std::string& i) { return "\"b" + i + R"(": {"type": "BASIC_GIAN)" + i + "\"}"; })),
+        graph(many(10'000, [](const std::string& i) { return "\"b" + i + R"(": {"type": "MIXERS_CROSS"})"; }),
+              many(10'000, [](const std::string& i) { return "[\"b" + i + ".1023\", \"b" + i + ".1022\"]"; })),
+        graph(many(20'000, block), many(20'000,
+                                        [](const std::string& i) {
+                                            return "[\"block_" + i + "\", \"block_" +
+                                                   std::to_string((std::stoi(i) + 1) % 20'000) + "\"]";
+                                        })),
+        graph(R"("f": {"type": "FILTER_FIR", "params": {"taps": [)" +
+              many(60'000, [](const std::string&) { return "1"; }) + "]}}")
+            .insert(1,
+                    R"("changes": [)" +
+                        many(2000,
+                             [](const std::string& i) { return "{\"at\": 1" + i + ", \"set\": {\"f.taps[0]\": 1}}"; }) +
+                        "], "),
+    };
+    constexpr double kSeconds = 5;  // with a sanitizer; else a tenth
+    for (const std::string& text : texts) {
+        const std::clock_t start = std::clock();
+        EXPECT_FALSE(problems_of(text).empty());
+        EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, kSeconds) << text.substr(0, 100);
+    }
+}
+
+TEST(Schematic, WarnsOfLooseEnds)
+{
+    const struct {
+        std::string text;
+        std::vector<std::string> told;
+    } cases[] = {
+        {graph(kTwoGains, R"(["input", "a"], ["a", "b"], ["b", "output"])"), {}},
+        {graph(kTwoGains, R"(["input", "a"], ["a", "output"])"), {"/blocks/b |  | no wire reaches"}},
+        {graph(kTwoGains, R"(["input", "a"], ["a", "output"], ["a", "b"])"),
+         {"/blocks/b |  | nothing hears this block"}},
+        {graph(R"("sum": {"type": 266, "inputs": 9})",
+               R"(["input.0", "sum.3"], ["input.0", "sum.7"], ["sum", "output"])"),
+         {"/blocks/sum |  | inputs 0 to 2, 4 to 6 and 8 are silent: no wire enters them"}},
+        {graph(R"("a": {"type": 289})", R"(["input.0", "a.0"], ["input.1", "a.3"], ["a", "output"])"),
+         {"/blocks/a |  | inputs 1 and 2 are silent"}},  // a wire to pin 3 makes four
+        {graph(R"("dc": {"type": "SOURCE_DC"})", R"(["dc", "output.1"])").insert(1, R"("inputs": 2, )"),
+         {"/inputs |  | nothing hears the input", "/wires |  | output channel 0 is silent"}},
+        {"{\"blocks\": {}}", {"/wires |  | nothing is wired to \"output\""}},
+        // A meter is read, not heard. A crossover may have a way that nobody wants.
+        {graph(R"("m": {"type": "DETECTORS_SINGLE_BAND"})", R"(["input.0", "m"])"), {}},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["input.0", "x"], ["x.0", "output"])"), {}},
+    };
+    for (const auto& c : cases) {
+        std::vector<Problem> warnings;
+        parse_schematic(c.text, {}, &warnings);
+        ASSERT_EQ(warnings.size(), c.told.size()) << c.text << '\n' << told(warnings);
+        for (std::size_t i = 0; i < warnings.size(); ++i) {
+            EXPECT_NE(told({warnings[i]}).find(c.told[i]), std::string::npos) << c.text << '\n' << told(warnings);
+            EXPECT_TRUE(warnings[i].warning && warnings[i].line > 0);
+        }
+    }
+}
+
 // Nesting, sizes and counts that would exhaust memory or the stack, and examples with bytes changed at random.
 TEST(Schematic, SurvivesHostileText)
 {
     EXPECT_NE(told(problems_of(std::string(200'000, '['))).find("nested deeper"), std::string::npos);
+    const std::string gain = graph(R"("a": {"type": 289})");
+    EXPECT_EQ(problems_of(gain, {}, {parse_setting("a.gain=" + std::string(200'000, '['))}).size(), 1U);
+    EXPECT_EQ(problems_of(gain, {}, {parse_setting("a." + std::string(200'000, '[') + "=1")}).size(), 1U);
     std::string wide;
     for (int i = 0; i < 1000; ++i)
         wide += (i > 0 ? ", \"" : "\"") + std::string("b") + std::to_string(i) + R"(": {"type": 289, "inputs": 1024})";
