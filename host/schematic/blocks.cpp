@@ -43,7 +43,7 @@ const BlockType* read_type(const Fields& fields)
     if (!value)
         return nullptr;
     const BlockType* type = type_of(*value);
-    const bool terminal = type && ((type->code & 0xff00) == EN_IN || (type->code & 0xff00) == EN_OUT);
+    const bool terminal = type && is_terminal(*type);
     if (!type)
         fields.fault("type", unknown_type(*value));
     else if (terminal)
@@ -135,13 +135,17 @@ void build_vectors(Draft& draft)
         const std::string where = "/blocks" + pointer_step(block.id);
         block.pins = {*node.inputs, *node.outputs};
         const std::size_t before = draft.problems.size();
-        block.vector = build_vector(*block.type, block.pins, draft.params[b], draft.problems);
+        block.vector = build_vector(*block.type, block.pins, draft.params[b], draft.problems, draft.rate());
         for (std::size_t p = before; p < draft.problems.size(); ++p)
             draft.problems[p].where.insert(0, where + "/params");
-        node.broken = draft.problems.size() > before;
-        if (block.type->code == EN_QVALGO_REVERB && draft.out.block_size % 4 != 0)
+        node.broken = !std::all_of(draft.problems.begin() + static_cast<std::ptrdiff_t>(before), draft.problems.end(),
+                                   [](const Problem& problem) { return problem.warning; });
+        if (draft.out.block_size % block.type->block_multiple != 0)
             draft.fault(where + "/type", json(block.type->name),
-                        "the reverb works on fours of samples: a blockSize that is a multiple of 4");
+                        "it needs a blockSize that is a multiple of " + std::to_string(block.type->block_multiple));
+        if (draft.out.block_size > block.type->max_block)
+            draft.fault(where + "/type", json(block.type->name),
+                        "it needs a blockSize of at most " + std::to_string(block.type->max_block));
     }
 }
 

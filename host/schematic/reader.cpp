@@ -76,6 +76,7 @@ Draft read_text(std::string_view text, const ReadOptions& options)
 
 Schematic finish(Draft draft)
 {
+    std::erase_if(draft.problems, [](const Problem& problem) { return problem.warning; });
     if (!draft.problems.empty())
         throw UserError(std::move(draft.problems));
     return std::move(draft.out);
