@@ -41,8 +41,8 @@ std::vector<int> silent(const std::vector<Feed>& sources)
     return pins;
 }
 
-// Detectors are read by meters: nothing needs to hear them.
-bool is_meter(const Block& block) { return (block.type->code & 0xff00) == EN_DETECTORS; }
+// Read by the program: nothing needs to hear it.
+bool is_meter(const Block& block) { return has_trait(*block.type, VANTORO_METER); }
 
 // Which blocks something hears.
 std::vector<bool> heard_blocks(const Schematic& schematic)

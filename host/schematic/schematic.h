@@ -25,13 +25,12 @@ struct Feed {
     int pin = 0;
     int wire = -1;  // index in the document
 };
-using Source = Feed;
 
 struct Block {
     std::string id;
     std::string title;  // what pictures call it; empty: its id
     const BlockType* type;
-    Pins pins;
+    PinCounts pins;
     std::vector<float> vector;  // its parameters
     std::vector<Feed> sources;  // one per input pin
 };

@@ -132,10 +132,10 @@ typedef struct VantoroTable {
     VantoroPer per;                 // one row per ...; or
     int rows_entry, columns_entry;  // rows times columns, the values of these entries of the layout (one column only;
                                     // -1: not so); or
-    int min_rows, max_rows;  // as many as the vector says
-    VantoroPer row_length;   // one column only: shown as a matrix with rows of this length
-    int initial_rows;        // where the vector says how many
-    const float* initial;    // the default rows, row after row
+    int min_rows, max_rows;         // as many as the vector says
+    VantoroPer row_length;          // one column only: shown as a matrix with rows of this length
+    int initial_rows;               // where the vector says how many
+    const float* initial;           // the default rows, row after row
 } VantoroTable;
 
 typedef enum VantoroSlotKind {
@@ -164,7 +164,9 @@ typedef enum VantoroTrait {
     VANTORO_RANDOM = 32,            // draws from rand(), one sequence for the whole process
     VANTORO_PARAMS_IN_PLACE = 64,   // takes its parameters by writing to pParam; a parameter set ignores its argument
     VANTORO_CLIPS = 128,            // limits its output to full scale
-    VANTORO_LINEAR_MODEL = 256      // Vantoro_block_linear answers
+    VANTORO_LINEAR_MODEL = 256,     // Vantoro_block_linear answers
+    VANTORO_TERMINAL = 512,         // stands for the host's own inputs or outputs: nothing to process
+    VANTORO_METER = 1024            // measures: LevelDetector_levels tells, and no listener is needed
 } VantoroTrait;
 
 // What handing a running block a new vector does to the signal.
