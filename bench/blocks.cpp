@@ -9,18 +9,18 @@ namespace bench {
 namespace {
 
 // A control beside a signal stands still, as it mostly does.
-void hold_controls(const vantoro::BlockType& type, vantoro::Pins pins, const Pins& p, int n)
+void hold_controls(const vantoro::BlockType& type, vantoro::PinCounts pins, const Pins& p, int n)
 {
     for (int pin = 0; pin + 1 < pins.inputs; ++pin)
-        if (const auto* note = vantoro::note_of(type, vantoro::PinNote::Side::input, pin, pins); note && note->control)
+        if (vantoro::is_control(type, pin, pins))
             std::fill_n(p.in[static_cast<std::size_t>(pin)], n, *p.in[static_cast<std::size_t>(pin)]);
 }
 
-void add(const vantoro::BlockType& type, vantoro::Pins pins, int channels, int n)
+void add(const vantoro::BlockType& type, vantoro::PinCounts pins, int channels, int n)
 {
     benchmark::RegisterBenchmark(name("block", std::string(type.name), std::to_string(channels) + "ch", n).c_str(),
                                  [=, &type](benchmark::State& state) {
-                                     Block block(type.code, pins.inputs, pins.outputs, n);
+                                     Block block(type.type, pins.inputs, pins.outputs, n);
                                      if (!block.algo) {
                                          state.SkipWithError("refused");
                                          return;
@@ -37,10 +37,10 @@ void add(const vantoro::BlockType& type, vantoro::Pins pins, int channels, int n
 void register_blocks()
 {
     each_type([](const vantoro::BlockType& type) {
-        std::optional<vantoro::Pins> before;
+        std::optional<vantoro::PinCounts> before;
         for (const int channels : {1, 2, 8}) {
             const auto pins = pins_for(type, channels);
-            if (!pins || pins == before || is_terminal(type))
+            if (!pins || pins == before)
                 continue;
             before = pins;
             for (const int n : {16, 64, 256})

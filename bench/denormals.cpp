@@ -37,10 +37,10 @@ double second(bench::Block& block, const bench::Pins& pins)
     return least;
 }
 
-double silence_to_noise(const vantoro::BlockType& type, vantoro::Pins pins, bool flush)
+double silence_to_noise(const vantoro::BlockType& type, vantoro::PinCounts pins, bool flush)
 {
     const vantoro::FlushToZero mode(flush);
-    bench::Block block(type.code, pins.inputs, pins.outputs, kBlock);
+    bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
     vantoro::apply_vector(type, *block.algo, bench::vector_for(type, pins));
     const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);
     second(block, buffers);  // warm
@@ -54,7 +54,7 @@ double silence_to_noise(const vantoro::BlockType& type, vantoro::Pins pins, bool
 }
 
 // The least of several runs: a second of silence takes a fraction of a millisecond, and other work may last longer.
-double least(const vantoro::BlockType& type, vantoro::Pins pins, bool flush)
+double least(const vantoro::BlockType& type, vantoro::PinCounts pins, bool flush)
 {
     double ratio = silence_to_noise(type, pins, flush);
     for (int again = 0; again < 4; ++again)
@@ -69,9 +69,9 @@ int main()
     bool fine = true;
     std::puts("| type | silence to noise, flushed | not flushed |\n|---|---:|---:|");
     bench::each_type([&](const vantoro::BlockType& type) {
-        if (!vantoro::decays(type.code))
+        if (!vantoro::has_trait(type, VANTORO_DENORMALS))
             return;
-        const vantoro::Pins pins = bench::pins_for(type, 2).value_or(type.pins.usual);
+        const vantoro::PinCounts pins = bench::pins_for(type, 2).value_or(vantoro::initial_pins(type));
         const double flushed = least(type, pins, true), kept = least(type, pins, false);
         fine = fine && flushed <= kMost;
         std::printf("| %s | %.2f | %.2f |\n", std::string(type.name).c_str(), flushed, kept);

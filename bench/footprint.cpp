@@ -58,7 +58,7 @@ struct Bytes {
 };
 
 // Of one block with these pins; nothing when there is no such block.
-bool measure(const rig::BlockCase& row, vantoro::Pins pins, const std::vector<float>& vector, Bytes& bytes)
+bool measure(const rig::BlockCase& row, vantoro::PinCounts pins, const std::vector<float>& vector, Bytes& bytes)
 {
     BlockPro pro = {48000, 16, 64, 0, 0};
     live().clear();
@@ -77,9 +77,9 @@ bool measure(const rig::BlockCase& row, vantoro::Pins pins, const std::vector<fl
 bool next_channel(const rig::BlockCase& row, long& bytes)
 {
     const vantoro::BlockType& type = *vantoro::find_type(row.type);
-    const vantoro::Pins pins{row.inputs, row.outputs}, more{row.inputs + 1, row.outputs + 1};
+    const vantoro::PinCounts pins{row.inputs, row.outputs}, more{row.inputs + 1, row.outputs + 1};
     Bytes now, then;
-    if (!type.pins.fits(pins) || !type.pins.fits(more) ||
+    if (!vantoro::pins_fit(type, pins) || !vantoro::pins_fit(type, more) ||
         !measure(row, pins, vantoro::default_vector(type, pins), now) ||
         !measure(row, more, vantoro::default_vector(type, more), then))
         return false;

@@ -82,10 +82,10 @@ int main(int argc, char** argv)
     std::printf("| type, %d samples | median us | 99.99 %% | maximum |\n|---|---:|---:|---:|\n", kBlock);
     row("(the clock)", spent, unit, [] {});
     bench::each_type([&](const vantoro::BlockType& type) {
-        if (!wanted(std::string(type.name), argc, argv) || bench::is_terminal(type))
+        if (!wanted(std::string(type.name), argc, argv))
             return;
-        const vantoro::Pins pins = bench::pins_for(type, 2).value_or(type.pins.usual);
-        bench::Block block(type.code, pins.inputs, pins.outputs, kBlock);
+        const vantoro::PinCounts pins = bench::pins_for(type, 2).value_or(vantoro::initial_pins(type));
+        bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
         vantoro::apply_vector(type, *block.algo, bench::vector_for(type, pins));
         const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);
         row(std::string(type.name).c_str(), spent, unit, [&] { block.process(buffers); });

@@ -57,7 +57,7 @@ std::vector<Variant> variants_of(const vantoro::Schematic& schematic)
     std::vector<Variant> variants;
     for (std::size_t b = 0; b < schematic.blocks.size(); ++b) {
         const vantoro::Block& block = schematic.blocks[b];
-        if (vantoro::delivery_of(*block.type) == vantoro::Delivery::none)
+        if (block.type->layout_count == 0)
             continue;
         for (int i = 0; i < kVariants; ++i) {
             nlohmann::json values = vantoro::named_values(*block.type, block.pins, block.vector);

@@ -79,14 +79,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int inputs = usual_pins ? row.inputs : input.range(0, 6);
     const int outputs = usual_pins ? row.outputs : input.range(0, 12);
     const vantoro::BlockType* type = vantoro::find_type(row.type);
-    const bool fits = type && type->pins.fits({inputs, outputs});
+    const bool fits = type && vantoro::pins_fit(*type, {inputs, outputs});
     BlockPro pro = {input.range(1, 60000), input.range(0, 32), input.range(0, 300), 0, 0};
 
     BlockAlgo* blk = nullptr;
     ends_process([&] { blk = BlockAlgo_init(&pro, inputs, outputs, row.type); });
     if (!blk)
         return 0;
-    const bool one_run = row.type == EN_MUXES_STATE_MACHINE;
+    const bool one_run = type && vantoro::has_trait(*type, VANTORO_CONTIGUOUS_PINS);
     Pins in(inputs, pro.nBlockSize, one_run), out(outputs, pro.nBlockSize, one_run);
     bool ended = false;
     for (int call = 0; call < 32 && !input.empty() && !ended; ++call) {

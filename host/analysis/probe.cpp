@@ -15,8 +15,8 @@ std::size_t index(int n) { return static_cast<std::size_t>(n); }
 
 bool carries_signal(const Block& block, int pin)
 {
-    const PinNote* note = note_of(*block.type, PinNote::Side::input, pin, block.pins);
-    return !note || (!note->control && note->name != "sidechain");
+    const VantoroPin* note = note_of(*block.type, PinSide::input, pin, block.pins);
+    return !note || (note->control == 0 && note->name != std::string_view("sidechain"));
 }
 
 std::vector<int> signal_pins(const Block& block)
@@ -46,7 +46,7 @@ std::string name_of(const Schematic& schematic, const Source& source)
     if (source.block < 0)
         return source.block == Source::kTerminal ? "input" : "silence";
     const Block& block = schematic.blocks[index(source.block)];
-    const PinNote* note = note_of(*block.type, PinNote::Side::output, source.pin, block.pins);
+    const VantoroPin* note = note_of(*block.type, PinSide::output, source.pin, block.pins);
     const bool note_tells = note && (note->first == note->last || note->every >= block.pins.outputs);
     std::string name = block.title.empty() ? block.id : block.title;
     if (block.pins.outputs > 1 && (block.title.empty() || !note_tells))

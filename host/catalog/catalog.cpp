@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Looking up types and completing pins.
+// Finding types, completing pins, handing over vectors.
 #include "catalog/catalog.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <charconv>
 #include <utility>
 
-#include "catalog/categories.h"
+#include "catalog/layout.h"
+#include "support/nearest.h"
 
 namespace vantoro {
 namespace {
@@ -27,18 +27,18 @@ std::string key(std::string_view name)
     return out.starts_with("en_") ? out.substr(3) : out;
 }
 
-// Whether a word stands in what is told of a type: its summary, its parameters, their choices.
-bool speaks_of(const BlockType& type, std::string_view word)
+// Whether a word stands in a type's summary, its parameters or their choices.
+bool mentions(const BlockType& type, std::string_view word)
 {
     constexpr std::size_t kShortest = 3;
     const auto has = [&](std::string_view text) { return lower(text).find(word) != std::string::npos; };
-    const auto told = [&](const Param& param) {
-        return has(param.name) || std::ranges::any_of(param.choices, has, &Choice::name);
+    const auto param_has = [&](const VantoroParam& param) {
+        return has(param.name) || std::ranges::any_of(choices_of(param), has, &VantoroChoice::name);
     };
     return word.size() >= kShortest &&
-           (has(type.summary) || std::ranges::any_of(type.layout, [&](const Slot& slot) {
-                return told(slot.param) ||
-                       (slot.table && (has(slot.table->name) || std::ranges::any_of(slot.table->columns, told)));
+           (has(type.summary) || std::ranges::any_of(layout_of(type), [&](const VantoroSlot& slot) {
+                return slot.param ? param_has(*slot.param)
+                                  : has(slot.table->name) || std::ranges::any_of(columns_of(*slot.table), param_has);
             }));
 }
 
@@ -55,42 +55,36 @@ std::optional<int> as_code(std::string_view text)
 
 }  // namespace
 
-std::span<const Category> categories()
+std::span<const BlockType* const> every_type()
 {
-    using namespace rows;
-    static const std::array all{kLoudnessTypes,  kBasic,           kDynamics,  kFilters, kDetectors,
-                                kMixers,         kSwitching,       kNonlinear, kSources, kVolumeTypes,
-                                kInputTerminals, kOutputTerminals, kRooms};
+    static const std::vector<const BlockType*> all = [] {
+        std::vector<const BlockType*> types;
+        for (int i = 0; const BlockType* type = Vantoro_block_info_at(i); ++i)
+            types.push_back(type);
+        return types;
+    }();
     return all;
 }
 
-const BlockType* find_type(int code)
-{
-    for (const Category& category : categories())
-        for (const BlockType& type : category.types)
-            if (type.code == code)
-                return &type;
-    return nullptr;
-}
+const BlockType* find_type(int code) { return Vantoro_block_info(code); }
 
 const BlockType* find_type(std::string_view name_or_code)
 {
     if (const auto code = as_code(name_or_code))
         return find_type(*code);
     const std::string wanted = key(name_or_code);
-    for (const Category& category : categories())
-        for (const BlockType& type : category.types)
-            if (key(type.name) == wanted)
-                return &type;
+    for (const BlockType* type : every_type())
+        if (key(type->name) == wanted)
+            return type;
     return nullptr;
 }
 
 std::vector<std::string> nearest_types(std::string_view name)
 {
     std::vector<std::string_view> names;
-    for (const Category& category : categories())
-        for (const BlockType& type : category.types)
-            names.push_back(type.name);
+    for (const BlockType* type : every_type())
+        if (!is_terminal(*type))
+            names.emplace_back(type->name);
     const std::string wanted = key(name);
     // A word of a name goes before descriptions, what is only spelt alike after them.
     std::vector<std::string_view> near;
@@ -100,30 +94,22 @@ std::vector<std::string> nearest_types(std::string_view name)
         words += match.distance <= 1 ? 1 : 0;
     }
     auto place = near.begin() + words;
-    for (const Category& category : categories())
-        for (const BlockType& type : category.types)
-            if (speaks_of(type, wanted) && std::ranges::find(near, type.name) == near.end())
-                place = near.insert(place, type.name) + 1;
+    for (const BlockType* type : every_type())
+        if (!is_terminal(*type) && mentions(*type, wanted) && std::ranges::find(near, type->name) == near.end())
+            place = near.insert(place, type->name) + 1;
     return {near.begin(), near.begin() + std::min<std::ptrdiff_t>(std::ssize(near), 3)};
 }
 
-Delivery delivery_of(const BlockType& type)
+std::optional<PinCounts> complete_pins(const BlockType& type, std::optional<int> inputs, std::optional<int> outputs)
 {
-    if (type.layout.empty())
-        return Delivery::none;
-    return type.in_place ? Delivery::in_place : Delivery::vector;
-}
-
-std::optional<Pins> complete_pins(const BlockType& type, std::optional<int> inputs, std::optional<int> outputs)
-{
-    const PinRule& rule = type.pins;
-    const auto fitting = [&](Pins pins) { return rule.fits(pins) ? std::optional{pins} : std::nullopt; };
+    const auto fitting = [&](PinCounts pins) { return pins_fit(type, pins) ? std::optional{pins} : std::nullopt; };
+    const PinCounts initial = initial_pins(type);
     if (!inputs && !outputs)
-        return rule.usual;
+        return initial;
     if (inputs && outputs)
         return fitting({*inputs, *outputs});
-    const auto with = [&](int open) { return inputs ? Pins{*inputs, open} : Pins{open, *outputs}; };
-    if (const auto pins = fitting(with(inputs ? rule.usual.outputs : rule.usual.inputs)))
+    const auto with = [&](int open) { return inputs ? PinCounts{*inputs, open} : PinCounts{open, *outputs}; };
+    if (const auto pins = fitting(with(inputs ? initial.outputs : initial.inputs)))
         return pins;
     // No rule asks for more than four times the pins of the other side.
     for (int open = 0; open <= 4 * (inputs ? *inputs : *outputs) + 4; ++open)
@@ -132,28 +118,32 @@ std::optional<Pins> complete_pins(const BlockType& type, std::optional<int> inpu
     return std::nullopt;
 }
 
-const PinNote* note_of(const BlockType& type, PinNote::Side side, int pin, Pins pins)
+const VantoroPin* note_of(const BlockType& type, PinSide side, int pin, PinCounts pins)
 {
-    const int count = side == PinNote::Side::input ? pins.inputs : pins.outputs;
-    const auto from_end = [&](int n) { return n < 0 ? count + n : n; };
-    for (const PinNote& note : type.notes) {
+    const bool output = side == PinSide::output;
+    const auto from_end = [&](int n) { return n < 0 ? (output ? pins.outputs : pins.inputs) + n : n; };
+    for (const VantoroPin& note : pins_of(type)) {
         const int first = from_end(note.first);
-        if (note.side == side && pin >= first && pin <= from_end(note.last) && (pin - first) % note.every == 0)
+        if ((note.output != 0) == output && pin >= first && pin <= from_end(note.last) &&
+            (pin - first) % note.every == 0)
             return &note;
     }
     return nullptr;
 }
 
+bool is_control(const BlockType& type, int input, PinCounts pins)
+{
+    const VantoroPin* note = note_of(type, PinSide::input, input, pins);
+    return note && note->control != 0;
+}
+
 int apply_vector(const BlockType& type, BlockAlgo& block, std::span<const float> vector)
 {
-    switch (delivery_of(type)) {
-    case Delivery::none:
+    if (type.layout_count == 0)
         return 0;
-    case Delivery::in_place:
+    if (has_trait(type, VANTORO_PARAMS_IN_PLACE)) {
         std::ranges::copy(vector, block.pParam);
         return 0;
-    case Delivery::vector:
-        break;
     }
     std::vector<float> own(vector.begin(), vector.end());
     const int result = BlockAlgo_param_reset(&block, own.data());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// vantoro blocks [NAME|CODE] [--json]: the catalog, or one type's sheet.
+// vantoro blocks [NAME|CODE] [--json | --schema]: the block types, one type's sheet, or the schema of schematics.
 #include <iostream>
 #include <memory>
 
@@ -7,6 +7,8 @@
 
 #include "catalog/catalog.h"
 #include "commands/commands.h"
+#include "schematic/schema.h"
+#include "support/json_lines.h"
 
 namespace vantoro {
 namespace {
@@ -14,19 +16,21 @@ namespace {
 struct Options {
     std::string type;
     bool json = false;
+    bool schema = false;
 };
 
-nlohmann::ordered_json every_type()
+nlohmann::ordered_json catalog_json()
 {
     auto out = nlohmann::ordered_json::array();
-    for (const Category& category : categories())
-        for (const BlockType& type : category.types)
-            out.push_back(to_json(type));
+    for (const BlockType* type : every_type())
+        out.push_back(to_json(*type));
     return out;
 }
 
-[[noreturn]] void unknown(const std::string& name)
+const BlockType& type_named(const std::string& name)
 {
+    if (const BlockType* type = find_type(name))
+        return *type;
     std::string text = "no block type '" + name + "'";
     const char* before = "; did you mean ";
     for (const std::string& near : nearest_types(name)) {
@@ -36,17 +40,16 @@ nlohmann::ordered_json every_type()
     throw UserError(text + "; 'vantoro blocks' lists them all");
 }
 
-int run(const Options& options)
+void run(const Options& options)
 {
-    if (options.type.empty()) {
-        std::cout << (options.json ? every_type().dump(2) + "\n" : overview());
-        return 0;
-    }
-    const BlockType* type = find_type(options.type);
-    if (!type)
-        unknown(options.type);
-    std::cout << (options.json ? to_json(*type).dump(2) + "\n" : sheet(*type));
-    return 0;
+    if (options.schema)
+        std::cout << json_lines(schematic_schema());
+    else if (options.type.empty())
+        std::cout << (options.json ? json_lines(catalog_json()) : overview());
+    else if (options.json)
+        std::cout << json_lines(to_json(type_named(options.type)));
+    else
+        std::cout << sheet(type_named(options.type));
 }
 
 }  // namespace
@@ -55,9 +58,15 @@ void add_blocks_command(CLI::App& app, int& status)
 {
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("blocks", "List the block types, or describe one");
-    command->add_option("type", options->type, "Name (BASIC_GAIN) or code (289)");
-    command->add_flag("--json", options->json, "Machine-readable");
-    command->callback([options, &status] { status = run(*options); });
+    CLI::Option* type = command->add_option("type", options->type, "Name (BASIC_GAIN) or code (289)");
+    CLI::Option* json = command->add_flag("--json", options->json, "Everything about it, for programs");
+    command->add_flag("--schema", options->schema, "The JSON schema of schematics, for editors")
+        ->excludes(type)
+        ->excludes(json);
+    command->callback([options, &status] {
+        run(*options);
+        status = 0;
+    });
 }
 
 }  // namespace vantoro

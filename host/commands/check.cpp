@@ -49,7 +49,7 @@ std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector
     for (int pin = 0; pin < static_cast<int>(sources.size()); ++pin) {
         const Feed& source = sources[static_cast<std::size_t>(pin)];
         std::string text = std::to_string(pin);
-        if (const PinNote* note = block ? note_of(*block->type, PinNote::Side::input, pin, block->pins) : nullptr)
+        if (const VantoroPin* note = block ? note_of(*block->type, PinSide::input, pin, block->pins) : nullptr)
             text += " (" + std::string(note->name) + ')';
         if (source.block == Feed::kSilence)
             text += " silent";
@@ -81,9 +81,9 @@ std::string value_text(const nlohmann::json& value)
 }
 
 // "fc = 1000 Hz"
-std::string assignment(const Param& param, const nlohmann::json& value)
+std::string assignment(const VantoroParam& param, const nlohmann::json& value)
 {
-    const bool unit = !param.unit.empty() && param.unit.find(" or ") == param.unit.npos;
+    const bool unit = param.unit[0] != '\0' && std::string_view(param.unit).find(" or ") == std::string_view::npos;
     return std::string(param.name) + " = " + value_text(value) + (unit ? ' ' + std::string(param.unit) : "");
 }
 
@@ -92,15 +92,16 @@ std::vector<std::string> settings_of(const Block& block)
 {
     std::vector<std::string> items;
     const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
-    for (const Slot& slot : block.type->layout) {
-        if (slot.kind == Slot::Kind::value && named.contains(slot.param.name))
-            items.push_back(assignment(slot.param, named[std::string(slot.param.name)]));
-        if (slot.kind != Slot::Kind::table || !named.contains(slot.table->name))
+    for (const VantoroSlot& slot : std::span(block.type->layout, static_cast<std::size_t>(block.type->layout_count))) {
+        if (slot.kind == VANTORO_VALUE && named.contains(slot.param->name))
+            items.push_back(assignment(*slot.param, named[slot.param->name]));
+        if (slot.kind != VANTORO_ROWS || !named.contains(slot.table->name))
             continue;
         const nlohmann::json& rows = named[std::string(slot.table->name)];
         for (std::size_t row = 0; row < rows.size(); ++row) {
             std::string text;
-            for (const Param& column : slot.table->columns)
+            for (const VantoroParam& column :
+                 std::span(slot.table->columns, static_cast<std::size_t>(slot.table->column_count)))
                 if (rows[row].is_object() && rows[row].contains(column.name))
                     text += (text.empty() ? "" : ", ") + assignment(column, rows[row][std::string(column.name)]);
             items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) +
@@ -113,7 +114,7 @@ std::vector<std::string> settings_of(const Block& block)
 void print_block(const Schematic& schematic, const Block& block, std::size_t position)
 {
     std::printf("%4zu  %s: %s (%d), %d -> %d\n", position, block.id.c_str(), std::string(block.type->name).c_str(),
-                block.type->code, block.pins.inputs, block.pins.outputs);
+                block.type->type, block.pins.inputs, block.pins.outputs);
     print_items("in", inputs_of(schematic, block.sources, &block));
     print_items("set", settings_of(block));
 }

@@ -19,21 +19,17 @@ constexpr std::size_t kLine = 16;  // samples in 64 bytes
 // Sizes in samples, rounded up to an odd number of lines: see the header.
 std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
 
-}  // namespace
-
-bool decays(int code)
+// The inputs that are no controls.
+std::vector<int> data_pins(const Block& block)
 {
-    switch (code & 0xff00) {
-    case EN_LOUDNESS:
-    case EN_DP:
-    case EN_FILTER:
-    case EN_DETECTORS:
-    case EN_QVALGO:
-        return true;
-    default:
-        return code == EN_BASIC_ARITH_RMS;
-    }
+    std::vector<int> pins;
+    for (int pin = 0; pin < block.pins.inputs; ++pin)
+        if (!is_control(*block.type, pin, block.pins))
+            pins.push_back(pin);
+    return pins;
 }
+
+}  // namespace
 
 // ---- log ----
 
@@ -56,7 +52,8 @@ void LibraryLog::take(const char* line, void* quiet)
 
 Engine::Engine(Schematic schematic, int rate)
     : schematic_(std::move(schematic)), pro_{rate, 24, schematic_.block_size, 0, 0},
-      flush_to_zero_(std::ranges::any_of(schematic_.blocks, [](const Block& b) { return decays(b.type->code); })),
+      flush_to_zero_(
+          std::ranges::any_of(schematic_.blocks, [](const Block& b) { return has_trait(*b.type, VANTORO_DENORMALS); })),
       stride_(odd_lines(index(schematic_.block_size)))
 {
     place_buffers();
@@ -79,19 +76,23 @@ Engine::Engine(Schematic schematic, int rate)
 
 Engine::~Engine() { LibraryLog::at_work(nullptr); }
 
+// From one output's buffer to the next.
+std::size_t Engine::pitch(const Block& block) const
+{
+    return has_trait(*block.type, VANTORO_CONTIGUOUS_PINS) ? index(block_size()) : stride_;
+}
+
 std::size_t Engine::outputs_size(const Block& block) const
 {
-    const std::size_t outputs = index(block.pins.outputs);
-    return block.type->code == EN_MUXES_STATE_MACHINE ? odd_lines(outputs * index(block_size())) : outputs * stride_;
+    const std::size_t size = index(block.pins.outputs) * pitch(block);
+    return has_trait(*block.type, VANTORO_CONTIGUOUS_PINS) ? odd_lines(size) : size;
 }
 
 std::size_t Engine::gather_size(const Block& block) const
 {
-    if (block.type->code != EN_MUXES_STATE_MACHINE)
+    if (!has_trait(*block.type, VANTORO_CONTIGUOUS_PINS))
         return 0;
-    // It reads as many data pins as it has outputs.
-    const int data = std::max(block.pins.inputs - 1, block.pins.outputs);
-    return odd_lines(index(data) * index(block_size()));
+    return odd_lines(data_pins(block).size() * index(block_size()));
 }
 
 void Engine::place_buffers()
@@ -124,17 +125,16 @@ float* Engine::buffer_of(const Source& source) const
         return silence_;
     if (source.block == Source::kTerminal)
         return inputs_[index(source.pin)];
-    const bool gapless = schematic_.blocks[index(source.block)].type->code == EN_MUXES_STATE_MACHINE;
-    return first_output_[index(source.block)] + index(source.pin) * (gapless ? index(block_size()) : stride_);
+    return first_output_[index(source.block)] + index(source.pin) * pitch(schematic_.blocks[index(source.block)]);
 }
 
-// Makes the library's block, gives it its parameters and points its pins at their buffers; `pins` moves on behind them.
+// Makes the library's block, gives it its parameters and points its pins at their buffers; `pins` moves past them.
 void Engine::make_node(Node& node, float**& pins)
 {
     const Block& block = *node.block;
     const int b = static_cast<int>(&block - schematic_.blocks.data());
     LibraryLog::at_work(&block.id);
-    node.algo.reset(BlockAlgo_init(&pro_, block.pins.inputs, block.pins.outputs, block.type->code));
+    node.algo.reset(BlockAlgo_init(&pro_, block.pins.inputs, block.pins.outputs, block.type->type));
     if (!node.algo)
         throw std::runtime_error(block.id + ": the library refuses a " + std::string(block.type->name) + " of " +
                                  std::to_string(block.pins.inputs) + " inputs and " +
@@ -149,18 +149,21 @@ void Engine::make_node(Node& node, float**& pins)
     for (int pin = 0; pin < block.pins.outputs; ++pin)
         *pins++ = buffer_of({b, pin});
 
-    const int code = block.type->code;
-    if (code == EN_MUXES_STATE_MACHINE) {
-        node.before = Before::gather;
-        node.run = first_gather_[index(b)];
-        for (int pin = 1; pin < block.pins.inputs; ++pin) {
-            node.heard.push_back(node.in[pin]);
-            node.in[pin] = node.run + index(pin - 1) * index(block_size());
-        }
-    } else if (code == EN_MUXES_DEMUXES_SWITCH || code == EN_MUXES_DEMUXES_INDEX || code == EN_QVALGO_REVERB) {
-        node.before = Before::silence;
-        node.run = first_output_[index(b)];
-        node.run_size = outputs_size(block);
+    if (has_trait(*block.type, VANTORO_CONTIGUOUS_PINS))
+        gather(node, first_gather_[index(b)]);
+    if (has_trait(*block.type, VANTORO_CLEAR_OUTPUTS)) {
+        node.silenced = first_output_[index(b)];
+        node.silenced_size = outputs_size(block);
+    }
+}
+
+// Its data pins in one array, filled before each call.
+void Engine::gather(Node& node, float* array) const
+{
+    for (const int pin : data_pins(*node.block)) {
+        node.gathered.push_back({node.in[pin], array});
+        node.in[pin] = array;
+        array += block_size();
     }
 }
 
@@ -187,12 +190,9 @@ void Engine::change()
 
 void Engine::prepare(const Node& node) const
 {
-    if (node.before == Before::silence) {
-        std::fill_n(node.run, node.run_size, 0.0F);
-        return;
-    }
-    for (std::size_t i = 0; i < node.heard.size(); ++i)
-        std::copy_n(node.heard[i], block_size(), node.run + i * index(block_size()));
+    std::fill_n(node.silenced, node.silenced_size, 0.0F);
+    for (const Copy& copy : node.gathered)
+        std::copy_n(copy.from, block_size(), copy.to);
 }
 
 bool Engine::process()
@@ -200,7 +200,7 @@ bool Engine::process()
     const FlushToZero mode(flush_to_zero_);
     for (const Node& node : nodes_) {
         LibraryLog::at_work(&node.block->id);
-        if (node.before != Before::nothing) [[unlikely]]
+        if (node.prepared()) [[unlikely]]
             prepare(node);
         // Positive results are the modules' own ways to say "done".
         if (const int result = BlockAlgo_process(node.algo.get(), node.in, node.out); result < 0) [[unlikely]] {

@@ -8,13 +8,15 @@
 // The buffers of one block stand in one run, and the runs in the order of processing. Neighbours are an odd number of
 // 64-byte lines apart, so that any 64 of them in a row begin in different places of a 4 KiB page and do not evict each
 // other from a cache whose sets repeat with the page.
-// The state machine alone addresses its data pins as one array without gaps: its outputs stand exactly one block size
-// apart, and its inputs are copied into such an array before it runs.
-// Demultiplexers and the reverb do not write every output in every state. Theirs are silenced before each call, so that
-// no old block repeats; the samples of the other types that leave some unwritten keep their value, as documented.
+// Some blocks address their data pins as one array without gaps (VANTORO_CONTIGUOUS_PINS): their outputs stand exactly
+// one block size apart, and their inputs are copied into such an array before they run.
+// Some do not write every output in every state and mean silence by it (VANTORO_CLEAR_OUTPUTS): their outputs are
+// zeroed before each call, so that no old block repeats. What other blocks leave unwritten keeps its value, as
+// documented.
 //
-// Numbers too small to be normal slow a processor down, and filters decay into them. While a block with such a state is
-// in the graph, the engine computes with flush-to-zero, and gives the thread its old mode back after each call.
+// Numbers too small to be normal slow a processor down, and filters decay into them. While a block with such a state
+// (VANTORO_DENORMALS) is in the graph, the engine computes with flush-to-zero, and gives the thread its old mode back
+// after each call.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +31,7 @@
 
 namespace vantoro {
 
-// The library's log lines while it lives: each on standard error behind the id of the block at work, or nowhere.
+// The library's log lines while it lives: each on standard error after the id of the block at work, or nowhere.
 // One at a time.
 class LibraryLog {
 public:
@@ -48,9 +50,6 @@ private:
     static inline const std::string* id_ = nullptr;
     static inline void (*hook_)() = nullptr;
 };
-
-// Whether the state of such a block dies away below the smallest normal number.
-bool decays(int code);
 
 class Engine {
 public:
@@ -74,7 +73,7 @@ public:
     void change();
     // A new vector for the schematic's n-th block, from the next audio block on. May allocate and log.
     void set(int n, std::span<const float> vector) const { apply(nodes_[index(place_[index(n)])], vector); }
-    // Changes that lie behind the blocks run so far.
+    // Changes that come after the blocks run so far.
     std::size_t changes_left() const { return schematic_.changes.size() - next_change_; }
 
     // Runs every block once. False when one failed; see failure().
@@ -92,27 +91,28 @@ private:
     struct Free {
         void operator()(float* p) const { std::free(p); }
     };
-    // What some types need before they run.
-    enum class Before : char {
-        nothing,
-        gather,   // the inputs copied into one array
-        silence,  // the outputs cleared
+    struct Copy {
+        const float* from;
+        float* to;
     };
     struct Node {
         std::unique_ptr<BlockAlgo, Destroy> algo{};
         float** in = nullptr;  // the arrays of pointers for process
         float** out = nullptr;
-        Before before = Before::nothing;
         const Block* block = nullptr;
-        float* run = nullptr;         // silence: the outputs; gather: the copied inputs
-        std::size_t run_size = 0;     // silence: in samples
-        std::vector<float*> heard{};  // gather: where the inputs come from
+        // What some types need before they run.
+        float* silenced = nullptr;  // outputs to be zeroed
+        std::size_t silenced_size = 0;
+        std::vector<Copy> gathered{};  // inputs to be copied into one array
+        bool prepared() const { return silenced_size > 0 || !gathered.empty(); }
     };
 
+    std::size_t pitch(const Block& block) const;
     std::size_t outputs_size(const Block& block) const;
     std::size_t gather_size(const Block& block) const;
     void place_buffers();
     void make_node(Node& node, float**& pins);
+    void gather(Node& node, float* array) const;
     void apply(const Node& node, std::span<const float> vector) const;
     float* buffer_of(const Source& source) const;
     void prepare(const Node& node) const;
@@ -127,7 +127,7 @@ private:
     std::vector<float*> first_gather_;
     std::vector<float*> inputs_;
     std::vector<const float*> outputs_;
-    std::vector<float*> pins_;  // behind every Node::in and out
+    std::vector<float*> pins_;  // what every Node::in and out points into
     std::vector<Node> nodes_;   // in the order of processing
     std::vector<int> place_;    // of each block of the schematic among them
     std::int64_t blocks_run_ = 0;

@@ -44,7 +44,7 @@ const BlockType* read_type(const Fields& fields, const Draft& draft)
     if (!value)
         return nullptr;
     const BlockType* type = type_of(*value);
-    const bool terminal = type && ((type->code & 0xff00) == EN_IN || (type->code & 0xff00) == EN_OUT);
+    const bool terminal = type && is_terminal(*type);
     if (!type)
         fields.fault("type", unknown_type(*value, draft));
     else if (terminal)
@@ -136,15 +136,18 @@ void build_vectors(Draft& draft)
         const std::string where = "/blocks" + pointer_step(block.id);
         block.pins = {*node.inputs, *node.outputs};
         std::vector<Problem> found;
-        block.vector = build_vector(*block.type, block.pins, draft.params[b], found);
+        block.vector = build_vector(*block.type, block.pins, draft.params[b], found, draft.rate());
         node.broken = has_errors(found);
         for (Problem& problem : found) {
             problem.where.insert(0, where + "/params");
             draft.problems.push_back(std::move(problem));
         }
-        if (block.type->code == EN_QVALGO_REVERB && draft.out.block_size % 4 != 0)
+        if (draft.out.block_size % block.type->block_multiple != 0)
             draft.fault(where + "/type", json(block.type->name),
-                        "the reverb works on fours of samples: a blockSize that is a multiple of 4");
+                        "it needs a blockSize that is a multiple of " + std::to_string(block.type->block_multiple));
+        if (draft.out.block_size > block.type->max_block)
+            draft.fault(where + "/type", json(block.type->name),
+                        "it needs a blockSize of at most " + std::to_string(block.type->max_block));
     }
 }
 

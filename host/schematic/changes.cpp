@@ -90,9 +90,9 @@ private:
     {
         Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         json& params = draft_.params[static_cast<std::size_t>(b)];  // as the steps so far leave them
-        if (!set_value(*block.type, block.pins, params, step.path, step.value, problems))
+        if (!set_value(*block.type, block.pins, params, step.path, step.value, problems, draft_.rate()))
             return;
-        std::vector<Problem> known;
+        std::vector<Problem> known;  // the values that stay
         std::vector<float> vector = build_vector(*block.type, block.pins, params, known);
         if (step.seconds > 0)
             draft_.out.changes.push_back({step.seconds, b, std::move(vector)});

@@ -135,7 +135,7 @@ private:
             return entry->second;
         std::optional<int> only;
         for (int far = 0; far <= kMaxPins; ++far) {
-            if (!type->pins.fits(side == kIn ? Pins{value, far} : Pins{far, value}))
+            if (!pins_fit(*type, side == kIn ? PinCounts{value, far} : PinCounts{far, value}))
                 continue;
             if (only)
                 return {};
@@ -153,15 +153,15 @@ private:
 
 // The fewest pins with at least `least` on each open side. Rules ask for equal counts, pairs, or groups plus a control
 // pin: one of the next few counts fits.
-std::optional<Pins> choose_pins(const Node& node, Pins least)
+std::optional<PinCounts> choose_pins(const Node& node, PinCounts least)
 {
     constexpr int kTries = 4;
-    const auto good = [&](const std::optional<Pins>& p) {
+    const auto good = [&](const std::optional<PinCounts>& p) {
         return p && p->inputs >= least.inputs && p->outputs >= least.outputs;
     };
     if (const auto usual = complete_pins(*node.type, node.inputs, node.outputs); good(usual))
         return usual;
-    std::optional<Pins> best;
+    std::optional<PinCounts> best;
     for (int more = 0; more < kTries; ++more) {
         for (const Side side : {kIn, kOut}) {
             if (side == kIn ? node.inputs : node.outputs)
@@ -178,7 +178,7 @@ std::optional<Pins> choose_pins(const Node& node, Pins least)
 void refuse(Node& node, std::string pins, std::vector<Problem>& problems)
 {
     problems.push_back({"/blocks" + pointer_step(node.id), std::move(pins),
-                        std::string(node.type->name) + " has the pins " + std::string(node.type->pins.text)});
+                        std::string(node.type->name) + " has the pins " + std::string(node.type->pins->text)});
     node.broken = true;
 }
 
@@ -188,7 +188,7 @@ std::string counts_text(int inputs, int outputs)
 }
 
 // An open block gets its counts, or its reason why not.
-void settle_block(Node& node, Pins least, Spread& spread, int n, std::vector<Problem>& problems)
+void settle_block(Node& node, PinCounts least, Spread& spread, int n, std::vector<Problem>& problems)
 {
     if (const auto pins = choose_pins(node, least)) {
         spread.set(n, kIn, pins->inputs);
@@ -203,7 +203,7 @@ void settle_block(Node& node, Pins least, Spread& spread, int n, std::vector<Pro
 
 void check_rule(Node& node, std::vector<Problem>& problems)
 {
-    if (node.type && !node.broken && !node.type->pins.fits({*node.inputs, *node.outputs}))
+    if (node.type && !node.broken && !pins_fit(*node.type, {*node.inputs, *node.outputs}))
         refuse(node, counts_text(*node.inputs, *node.outputs), problems);
 }
 
@@ -234,7 +234,7 @@ bool settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::
     for (const bool numbered : {true, false}) {
         for (int n = 0; n < count; ++n) {
             Node& node = nodes[static_cast<std::size_t>(n)];
-            const Pins least{spread.least(n, kIn), spread.least(n, kOut)};
+            const PinCounts least{spread.least(n, kIn), spread.least(n, kOut)};
             const bool open = !node.inputs || !node.outputs;
             if (node.type && !node.broken && open && (!numbered || least.inputs + least.outputs > 0))
                 settle_block(node, least, spread, n, problems);

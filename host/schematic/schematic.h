@@ -31,7 +31,7 @@ struct Block {
     std::string id;
     std::string title;  // what pictures call it; empty: its id
     const BlockType* type;
-    Pins pins;
+    PinCounts pins;
     std::vector<float> vector;  // its parameters
     std::vector<Feed> sources;  // one per input pin
 };

@@ -164,7 +164,8 @@ typedef enum VantoroTrait {
     VANTORO_RANDOM = 32,            // draws from rand(), one sequence for the whole process
     VANTORO_PARAMS_IN_PLACE = 64,   // takes its parameters by writing to pParam; a parameter set ignores its argument
     VANTORO_CLIPS = 128,            // limits its output to full scale
-    VANTORO_LINEAR_MODEL = 256      // Vantoro_block_linear answers
+    VANTORO_LINEAR_MODEL = 256,     // Vantoro_block_linear answers
+    VANTORO_TERMINAL = 512          // stands for the host's own inputs or outputs: nothing to process
 } VantoroTrait;
 
 // What handing a running block a new vector does to the signal.

@@ -227,9 +227,7 @@ class Cli(unittest.TestCase):
             self.assertEqual(self.call(*call, "-q").stderr, warning)
         self.assertIn("--bad\\u001b", self.call("check", graph, "--bad\x1b", status=2).stderr)
 
-    def test_examples_fit_schema_and_program(self):
-        with open(os.path.join(SOURCE, "host", "schematic.schema.json")) as f:
-            schema = json.load(f)
+    def test_examples_are_free_of_problems(self):
         names = sorted(os.listdir(EXAMPLES))
         self.assertGreater(len(names), 1)
         for name in names:
@@ -239,19 +237,53 @@ class Cli(unittest.TestCase):
                 self.assertEqual(listing.stderr, "")
                 self.call("graph", path, "-o", self.path(name + ".svg"))
                 with open(path) as f:
-                    document = json.load(f)
-                for block in document["blocks"]:
-                    self.assertIn(" %s: " % block, listing.stdout)
-                jsonschema.validate(document, schema)
+                    for block in json.load(f)["blocks"]:
+                        self.assertIn(" %s: " % block, listing.stdout)
         pictures = os.path.join(SOURCE, "docs", "schematics")
         for name in os.listdir(pictures):
             self.assertEqual(self.call("check", "--strict", os.path.join(pictures, name)).stderr, "", name)
+
+    def test_schema(self):
+        stored = os.path.join(SOURCE, "host", "schematic.schema.json")
+        with open(stored) as f:
+            text = f.read()
+        self.assertEqual(self.call("blocks", "--schema").stdout, text, "store it anew: vantoro blocks --schema > " + stored)
+        schema = json.loads(text)
+        jsonschema.Draft7Validator.check_schema(schema)
+        validator = jsonschema.Draft7Validator(schema)
+        for folder in (EXAMPLES, os.path.join(SOURCE, "docs", "schematics")):
+            for name in sorted(os.listdir(folder)):
+                with self.subTest(name), open(os.path.join(folder, name)) as f:
+                    validator.validate(json.load(f))
         good = {"blocks": {"a": {"type": 289}}, "wires": [["a.0-1", "output"]], "changes": [{"at": 1, "set": {"a.gain": 1}}]}
-        jsonschema.validate(good, schema)
+        validator.validate(good)
         for key, value in (("blocks", {"1": {"type": 1}}), ("blocks", {"a": {}}), ("wires", [["a"]]), ("wires", [["a.x", "b"]]),
                            ("rate", 1), ("blockSize", 0), ("changes", [{"at": -1, "set": {}}]), ("nonsense", 1)):
-            with self.assertRaises(jsonschema.ValidationError, msg=(key, value)):
-                jsonschema.validate({**good, key: value}, schema)
+            self.assertFalse(validator.is_valid({**good, key: value}), (key, value))
+        for block, valid in (("FILTER_2ND_GENERAL", {}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 11}),
+                             ("FILTER_2ND_GENERAL", {"q": 16, "boostDb": 3}), ("FILTER_2ND_GENERAL", {"type": 0, "q": 16}),
+                             ("FILTER_FIR", {"taps": [1, 0.5]}), ("MIXERS_CROSS", {"gains": [[0, -6], [-6, 0]]}),
+                             ("FILTER_TEXTEQ", {"bands": [{"type": "Text_LP", "fc": 60}, [1, 0, 0, 3, 100, 1, 0]]})):
+            self.assertTrue(validator.is_valid({"blocks": {"a": {"type": block, "params": valid}}}), (block, valid))
+        for block, wrong in (("FILTER_2ND_GENERAL", {"gain": 3}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 12}),
+                             ("FILTER_2ND_GENERAL", {"q": 17}), (770, {"type": "Gen_LS", "q": 3}), ("FILTER_1ST", {"fc": 0}),
+                             ("FILTER_2ND_GENERAL", {"type": "Gen_Peaking", "boostDb": 3}), ("FILTER_1ST", {"enable": "yes"}),
+                             ("FILTER_FIR", {"taps": []}), ("BASIC_ARITH_ABS", {"x": 1}), ("FILTER_1ST", {"type": "LS3rd"}),
+                             ("FILTER_TEXTEQ", {"bands": [{"type": "Text_BP", "q": 12}]}), ("FILTER_NONBARE", {"k": 1}),
+                             ("FILTER_TEXTEQ", {"bands": [[1, 0]]}), ("NONSENSE", {})):
+            self.assertFalse(validator.is_valid({"blocks": {"a": {"type": block, "params": wrong}}}), (block, wrong))
+
+    def test_blocks_as_json_and_text(self):
+        types = json.loads(self.call("blocks", "--json").stdout)
+        self.assertGreater(len(types), 100)
+        overview = self.call("blocks").stdout
+        for one in types:
+            self.assertEqual("terminal" not in one["traits"], " %s " % one["name"] in overview, one["name"])
+        limiter = json.loads(self.call("blocks", "dp_limiter", "--json").stdout)
+        self.assertIn(limiter, types)
+        self.assertEqual(limiter["defaults"]["thresholdDb"], -3)
+        self.assertIn("did you mean BASIC_GAIN", self.call("blocks", "BASIC_GIAN", status=2).stderr)
+        self.call("blocks", "--schema", "--json", status=2)
 
     def test_graph_needs_dot(self):
         path = self.path("p.svg", "old")

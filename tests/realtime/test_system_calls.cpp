@@ -25,18 +25,18 @@ constexpr int kCalls = 200;
 constexpr int kAllocated = 1;  // exit status of a child
 
 struct Config {
-    vantoro::Pins pins;
+    vantoro::PinCounts pins;
     rig::Rig::Context context;
     std::vector<float> vector;  // empty: as created
     bool hostile = false;       // samples that are no audio
 };
 
 // What one more channel makes of the pins, where the type has such blocks.
-vantoro::Pins more_pins(const vantoro::BlockType& type, vantoro::Pins pins)
+vantoro::PinCounts more_pins(const vantoro::BlockType& type, vantoro::PinCounts pins)
 {
-    for (const vantoro::Pins step : {vantoro::Pins{1, 1}, {1, 0}, {0, 1}, {1, 2}, {2, 2}, {1, 3}}) {
-        const vantoro::Pins more{pins.inputs + step.inputs, pins.outputs + step.outputs};
-        if (type.pins.fits(more))
+    for (const vantoro::PinCounts step : {vantoro::PinCounts{1, 1}, {1, 0}, {0, 1}, {1, 2}, {2, 2}, {1, 3}}) {
+        const vantoro::PinCounts more{pins.inputs + step.inputs, pins.outputs + step.outputs};
+        if (pins_fit(type, more))
             return more;
     }
     return pins;
@@ -44,7 +44,7 @@ vantoro::Pins more_pins(const vantoro::BlockType& type, vantoro::Pins pins)
 
 std::vector<Config> configs_of(const rig::BlockCase& row, const vantoro::BlockType& type)
 {
-    const vantoro::Pins pins{row.inputs, row.outputs}, more = more_pins(type, pins);
+    const vantoro::PinCounts pins{row.inputs, row.outputs}, more = more_pins(type, pins);
     return {{pins, {.block = 1}, {}},
             {pins, {.block = 64}, row.vector},
             {pins, {.rate = 44100, .block = 57}, row.vector},

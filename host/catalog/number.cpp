@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "catalog/number.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "catalog/words.h"
+#include "support/decimal.h"
+#include "support/json_text.h"
+#include "support/nearest.h"
+
+namespace vantoro {
+
+namespace {
+
+using nlohmann::json;
+using Problems = std::vector<Problem>;
+
+bool same_name(std::string_view a, std::string_view b)
+{
+    return std::ranges::equal(a, b,
+                              [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+bool within(VantoroRange range, float v) { return v >= range.min && v <= range.max; }
+
+std::optional<float> read_choice(const VantoroParam& param, const json& value, const std::string& where,
+                                 Problems& problems)
+{
+    std::vector<std::string_view> names;
+    for (const VantoroChoice& choice : choices_of(param)) {
+        if (value.is_string() ? same_name(value.get_ref<const std::string&>(), choice.name) : value == choice.value)
+            return static_cast<float>(choice.value);
+        names.emplace_back(choice.name);
+    }
+    const std::string near = value.is_string() ? nearest(value.get<std::string>(), names) : std::string{};
+    problems.push_back(
+        {where, as_text(value), range_text(param) + (near.empty() ? "" : "; did you mean " + near + "?")});
+    return {};
+}
+
+// What a number of another kind or size should have been; empty: it is right.
+std::string wanted_instead(const VantoroParam& param, PinCounts pins, double v)
+{
+    const bool whole = param.kind != VANTORO_REAL;
+    const int below = Vantoro_count_per(param.below, pins.inputs, pins.outputs);
+    if (std::isfinite(v) && !std::isfinite(static_cast<float>(v)))
+        return "a number of single precision, to 3.4e38";
+    if (below > 0)
+        return v == std::floor(v) && v >= 0 && v < below ? "" : "a whole number from 0 to " + std::to_string(below - 1);
+    if (param.kind == VANTORO_FLAG)
+        return v == 0 || v == 1 ? "" : range_text(param);
+    const bool right =
+        std::isfinite(v) && (!whole || (v == std::floor(v) && within(param.valid, static_cast<float>(v))));
+    return right ? "" : range_text(param);
+}
+
+// "slope 0.01 to 2 for Gen_LS"
+std::string range_of(const Meaning& meaning, const std::string& limits)
+{
+    return meaning.as->name + (' ' + limits) + (meaning.by ? " for " + std::string(meaning.by->name) : "");
+}
+
+// What a number does instead of what it says; empty: it does that.
+std::string surprise(const Placed& number, const BlockType& type)
+{
+    const Meaning& meaning = number.meaning;
+    const float v = number.value;
+    if ((number.param.flags & unsigned{VANTORO_UNUSED}) != 0)
+        return std::string("is never read by ") + type.name;
+    if (!meaning.as)
+        return std::string("is not read by ") + meaning.by->name;
+    if (const VantoroRange clamp = meaning.as->clamp; !within(clamp, v))
+        return "is limited to " + decimal(std::clamp(v, clamp.min, clamp.max)) + ": " +
+               range_of(meaning, limits_text(clamp));
+    if (!within(meaning.as->valid, v))
+        return "is out of range: " + range_of(meaning, limits_text(meaning.as->valid));
+    if (meaning.as->kind == VANTORO_INTEGER && v != std::trunc(v))
+        return "is truncated to " + decimal(std::trunc(v)) +
+               (meaning.by ? std::string(": whole numbers for ") + meaning.by->name : "");
+    return {};
+}
+
+}  // namespace
+
+std::optional<float> read_number(const VantoroParam& param, PinCounts pins, const json& value, const std::string& where,
+                                 Problems& problems)
+{
+    if (param.kind == VANTORO_CHOICE)
+        return read_choice(param, value, where, problems);
+    if (param.kind == VANTORO_FLAG && value.is_boolean())
+        return value.get<bool>() ? 1.0F : 0.0F;
+    const double v = value.is_number() ? value.get<double>() : std::numeric_limits<double>::quiet_NaN();
+    std::string wanted = wanted_instead(param, pins, v);
+    if (wanted.empty())
+        return static_cast<float>(v);
+    problems.push_back({where, as_text(value), std::move(wanted)});
+    return {};
+}
+
+void check_use(const Placed& number, const BlockType& type, Problems& problems)
+{
+    if (std::string text = surprise(number, type); !text.empty())
+        problems.push_back({number.where, number.written, std::move(text), true});
+}
+
+void check_frequency(const Placed& number, int rate, Problems& problems)
+{
+    const VantoroParam* as = number.meaning.as;
+    const float half = static_cast<float>(rate) / 2;
+    if (!as || (as->flags & unsigned{VANTORO_BELOW_HALF_RATE}) == 0 || number.value < half)
+        return;
+    problems.push_back(
+        {number.where, number.written,
+         "is out of range: " + range_of(number.meaning, "below " + decimal(half)) + ", half the sampling rate", true});
+}
+
+}  // namespace vantoro

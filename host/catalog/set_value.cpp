@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+// One value changed by its path.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "catalog/catalog.h"
+#include "catalog/words.h"
+#include "support/json_text.h"
+#include "support/nearest.h"
+
+namespace vantoro {
+namespace {
+
+using nlohmann::json;
+using Problems = std::vector<Problem>;
+
+// "bands[3].boostDb": "bands", "3", "boostDb".
+std::vector<std::string> steps_of(std::string_view path)
+{
+    std::vector<std::string> steps(1);
+    for (char c : path) {
+        if (c == '[' || c == '.')
+            steps.emplace_back();
+        else if (c != ']')
+            steps.back() += c;
+    }
+    return steps;
+}
+
+// Whether a place is another one, or lies below it.
+bool is_in(std::string_view place, std::string_view other)
+{
+    return place.starts_with(other) && (place.size() == other.size() || place[other.size()] == '/');
+}
+
+json value_of(std::string_view text)
+{
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc{} && end == text.data() + text.size() && std::isfinite(number))
+        return number;
+    json value = parse_value(text);
+    return value.is_discarded() ? json(text) : value;
+}
+
+// What is right where `step` leads nowhere from `node`.
+std::string wanted_at(const json& node, const std::string& step)
+{
+    if (node.is_array())
+        return node.empty() ? "nothing: it is empty" : "an index from 0 to " + std::to_string(node.size() - 1);
+    if (!node.is_object())
+        return "nothing: the value has no parts";
+    std::vector<std::string_view> names;
+    for (const auto& [name, value] : node.items())
+        names.push_back(name);
+    const std::string near = nearest(step, names);
+    return near.empty() ? "one of " + joined(names) : "unknown; did you mean " + near + "?";
+}
+
+const json* step_to(const json& node, const std::string& step)
+{
+    if (node.is_object())
+        return node.contains(step) ? &node.at(step) : nullptr;
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(step.data(), step.data() + step.size(), index);
+    const bool found =
+        node.is_array() && error == std::errc{} && end == step.data() + step.size() && index < node.size();
+    return found ? &node.at(index) : nullptr;
+}
+
+// The value at a path below `root`, and where it is; null, and a report, where there is none.
+json* find_value(json& root, std::string_view path, std::string_view text, std::string& where, Problems& problems)
+{
+    const json* node = &root;
+    where.clear();
+    for (const std::string& step : steps_of(path)) {
+        where += pointer_step(step);
+        const json* next = step_to(*node, step);
+        if (!next) {
+            problems.push_back({where, std::string(text), wanted_at(*node, step)});
+            return nullptr;
+        }
+        node = next;
+    }
+    return const_cast<json*>(node);
+}
+
+}  // namespace
+
+bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_view path, std::string_view text,
+               Problems& problems, std::optional<int> rate)
+{
+    const std::string name = steps_of(path).front();
+    json next = params.is_null() ? json::object() : params;
+    std::string where = pointer_step(name);
+    if (name == path) {
+        next[name] = value_of(text);
+    } else {
+        // An element: the table is written out first, as it stands or by its defaults.
+        Problems known;
+        json all = named_values(type, pins, build_vector(type, pins, params, known));
+        json* element = find_value(all, path, text, where, problems);
+        if (!element)
+            return false;
+        *element = value_of(text);
+        next[name] = all[name];
+    }
+    Problems found;
+    build_vector(type, pins, next, found, rate);
+    const bool good = std::ranges::all_of(found, &Problem::warning);
+    for (Problem& problem : found)
+        if (!problem.warning || is_in(problem.where, where))
+            problems.push_back(std::move(problem));
+    if (good)
+        params = std::move(next);
+    return good;
+}
+
+}  // namespace vantoro

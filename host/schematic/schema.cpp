@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "schematic/schema.h"
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "catalog/catalog.h"
+#include "schematic/schematic.h"
+
+namespace vantoro {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+// All but the block types. Limits are filled in from the constants that the program checks by.
+constexpr const char* kForm = R"({
+  "$schema": "http://json-schema.org/draft-07/schema#",
+  "title": "Schematic of vantoro",
+  "description": "Blocks, the wires between them, and what changes while they run. Made by 'vantoro blocks --schema'. It underlines what 'vantoro check' reports or warns of, where that follows from one value and the choices beside it.",
+  "type": "object",
+  "required": ["blocks"],
+  "additionalProperties": false,
+  "properties": {
+    "$schema": {"type": "string"},
+    "title": {"type": "string"},
+    "note": {"type": "string"},
+    "rate": {
+      "description": "Sampling rate in Hz. Left out: the input file's. Given: files of other rates are refused. Needed to run without an input file.",
+      "type": "integer"
+    },
+    "blockSize": {"description": "Samples per pin and process call.", "type": "integer", "minimum": 1, "default": 64},
+    "inputs": {
+      "description": "Channels of the terminal \"input\". Left out: the input file's.",
+      "$ref": "#/definitions/count"
+    },
+    "outputs": {
+      "description": "Channels of the terminal \"output\". Left out: what the wires to it ask for.",
+      "$ref": "#/definitions/count"
+    },
+    "blocks": {
+      "description": "The blocks by id. Blocks that do not depend on each other run in this order.",
+      "type": "object",
+      "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_-]*$", "not": {"enum": ["input", "output"]}},
+      "additionalProperties": {"$ref": "#/definitions/block"}
+    },
+    "wires": {
+      "description": "From output pins to input pins. Several wires may leave an output pin; one enters an input pin. An input pin without a wire hears silence.",
+      "type": "array",
+      "items": {
+        "type": "array",
+        "items": [{"$ref": "#/definitions/pins"}, {"$ref": "#/definitions/pins"}],
+        "minItems": 2,
+        "maxItems": 2
+      }
+    },
+    "changes": {
+      "description": "Parameters that change while the audio runs.",
+      "type": "array",
+      "items": {"$ref": "#/definitions/change"}
+    }
+  },
+  "definitions": {
+    "block": {
+      "type": "object",
+      "required": ["type"],
+      "additionalProperties": false,
+      "properties": {
+        "type": {"description": "Name, with or without EN_, or code."},
+        "inputs": {
+          "description": "Input pins. Left out: what the wires and the type ask for.",
+          "$ref": "#/definitions/count"
+        },
+        "outputs": {
+          "description": "Output pins. Left out: what the wires and the type ask for.",
+          "$ref": "#/definitions/count"
+        },
+        "params": {
+          "description": "Parameters by name; those left out have their defaults. A choice by name or number, a flag as true, false, 1 or 0, a table as an array.",
+          "type": "object"
+        },
+        "title": {
+          "description": "What the pictures of 'vantoro response' call the block, instead of its id.",
+          "type": "string"
+        },
+        "note": {"type": "string"}
+      }
+    },
+    "count": {"type": "integer", "minimum": 0},
+    "pins": {
+      "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on. \"input\" and \"output\" are the channels of the files.",
+      "type": "string",
+      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[0-9]+(-[0-9]*)?)?$"
+    },
+    "value": {
+      "anyOf": [
+        {"type": ["number", "boolean", "string"]},
+        {"type": "array", "items": {"$ref": "#/definitions/value"}},
+        {"type": "object", "additionalProperties": {"$ref": "#/definitions/value"}}
+      ]
+    },
+    "change": {
+      "type": "object",
+      "required": ["at", "set"],
+      "additionalProperties": false,
+      "properties": {
+        "at": {
+          "description": "Seconds from the start; made before the first block of audio that starts then or later.",
+          "type": "number",
+          "minimum": 0
+        },
+        "set": {
+          "description": "\"block.parameter\" to value; \"block.bands[3].boostDb\" for one value of a table.",
+          "type": "object",
+          "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_-]*\\..+$"},
+          "additionalProperties": {"$ref": "#/definitions/value"}
+        },
+        "note": {"type": "string"}
+      }
+    }
+  }
+})";
+
+// One side of a rule: what a block's `inputs` or `outputs` may be, where that does not follow from the other side.
+json count_schema(const VantoroPinCount& side)
+{
+    if (side.of == VANTORO_NONE)
+        return {{"const", side.fixed}};
+    return {{"minimum", side.fixed + side.times}};
+}
+
+// What holds for a block of this type; its parameters are the definition of its name.
+json condition_of(const BlockType& type)
+{
+    const std::string name = type.name;
+    json then{{"inputs", count_schema(type.pins->inputs)},
+              {"outputs", count_schema(type.pins->outputs)},
+              {"params", {{"$ref", "#/definitions/" + name}}}};
+    const json names{{"enum", json::array({name, "EN_" + name, type.type})}};
+    return {{"if", {{"properties", {{"type", names}}}, {"required", json::array({"type"})}}},
+            {"then", {{"description", type.summary}, {"properties", then}}}};
+}
+
+}  // namespace
+
+json schematic_schema()
+{
+    json schema = json::parse(kForm);
+    json& top = schema["properties"];
+    top["rate"].update({{"minimum", kMinRate}, {"maximum", kMaxRate}});
+    top["blockSize"]["maximum"] = kMaxBlockSize;
+    top["blocks"]["maxProperties"] = kMaxBlocks;
+    json& definitions = schema["definitions"];
+    definitions["count"]["maximum"] = kMaxPins;
+    json names = json::array();
+    std::string prefixed;
+    for (const BlockType* type : every_type()) {
+        if (is_terminal(*type))
+            continue;
+        names.push_back(type->name);
+        prefixed += (prefixed.empty() ? "" : "|") + std::string(type->name);
+        definitions["block"]["allOf"].push_back(condition_of(*type));
+        definitions[type->name] = params_schema(*type);
+    }
+    definitions["block"]["properties"]["type"]["anyOf"] = json::array(
+        {{{"enum", names}}, {{"type", "string"}, {"pattern", "^EN_(" + prefixed + ")$"}}, {{"type", "integer"}}});
+    return schema;
+}
+
+}  // namespace vantoro
