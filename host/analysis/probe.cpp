@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "schematic/order.h"
+#include "support/nearest.h"
 
 namespace vantoro {
 
@@ -41,16 +42,16 @@ int find_block(const Schematic& schematic, const std::string& id)
 }
 
 // "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".
-std::string name_of(const Schematic& schematic, const Source& source)
+std::string name_of(const Schematic& schematic, const Feed& feed)
 {
-    if (source.block < 0)
-        return source.block == Source::kTerminal ? "input" : "silence";
-    const Block& block = schematic.blocks[index(source.block)];
-    const VantoroPin* note = note_of(*block.type, PinSide::output, source.pin, block.pins);
+    if (feed.block < 0)
+        return feed.block == Feed::kTerminal ? "input" : "silence";
+    const Block& block = schematic.blocks[index(feed.block)];
+    const VantoroPin* note = note_of(*block.type, PinSide::output, feed.pin, block.pins);
     const bool note_tells = note && (note->first == note->last || note->every >= block.pins.outputs);
     std::string name = block.title.empty() ? block.id : block.title;
     if (block.pins.outputs > 1 && (block.title.empty() || !note_tells))
-        name += '.' + std::to_string(source.pin);
+        name += '.' + std::to_string(feed.pin);
     if (note)
         name += ' ' + std::string(note->name);
     return name;
@@ -60,14 +61,14 @@ std::string name_of(const Schematic& schematic, const Source& source)
 std::vector<bool> heard_blocks(const Schematic& schematic)
 {
     std::vector<bool> heard(schematic.blocks.size());
-    std::vector<const std::vector<Source>*> open = {&schematic.outputs};
+    std::vector<const std::vector<Feed>*> open = {&schematic.outputs};
     while (!open.empty()) {
-        const std::vector<Source>& sources = *open.back();
+        const std::vector<Feed>& sources = *open.back();
         open.pop_back();
-        for (const Source& source : sources)
-            if (source.block >= 0 && !heard[index(source.block)]) {
-                heard[index(source.block)] = true;
-                open.push_back(&schematic.blocks[index(source.block)].sources);
+        for (const Feed& feed : sources)
+            if (feed.block >= 0 && !heard[index(feed.block)]) {
+                heard[index(feed.block)] = true;
+                open.push_back(&schematic.blocks[index(feed.block)].sources);
             }
     }
     return heard;
@@ -84,10 +85,10 @@ void reduce(Schematic& schematic)
         if (heard[b])
             blocks.push_back(std::move(schematic.blocks[b]));
     }
-    const auto move = [&](std::vector<Source>& sources) {
-        for (Source& source : sources)
-            if (source.block >= 0)
-                source.block = place[index(source.block)];
+    const auto move = [&](std::vector<Feed>& sources) {
+        for (Feed& feed : sources)
+            if (feed.block >= 0)
+                feed.block = place[index(feed.block)];
     };
     for (Block& block : blocks)
         move(block.sources);
@@ -109,8 +110,8 @@ Probe finish(Schematic schematic)
     reduce(schematic);
     put_in_order(schematic);
     Probe probe{std::move(schematic), {}};
-    for (const Source& source : probe.schematic.outputs)
-        probe.names.push_back(name_of(probe.schematic, source));
+    for (const Feed& feed : probe.schematic.outputs)
+        probe.names.push_back(name_of(probe.schematic, feed));
     return probe;
 }
 
@@ -136,9 +137,9 @@ Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
             throw UserError(id + ": named twice; a chain has every block once");
     }
     for (Block& block : schematic.blocks)
-        for (Source& source : block.sources)
-            if (source.block == Source::kTerminal)
-                source = {};
+        for (Feed& feed : block.sources)
+            if (feed.block == Feed::kTerminal)
+                feed = {};
     for (std::size_t n = 0; n < chain.size(); ++n) {
         Block& block = schematic.blocks[index(chain[n])];
         const std::vector<int> pins = signal_pins(block);
@@ -147,7 +148,7 @@ Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
             schematic.inputs = width;
         for (int i = 0; i < static_cast<int>(pins.size()); ++i)
             block.sources[index(pins[index(i)])] =
-                i < width ? Source{n == 0 ? Source::kTerminal : chain[n - 1], i} : Source{};
+                i < width ? Feed{n == 0 ? Feed::kTerminal : chain[n - 1], i} : Feed{};
     }
     schematic.outputs.clear();
     for (int pin = 0; pin < schematic.blocks[index(chain.back())].pins.outputs; ++pin)

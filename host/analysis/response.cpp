@@ -90,11 +90,11 @@ public:
           outputs_(engine.schematic().blocks.size())
     {}
 
-    const Spectrum& at(const Source& source) const
+    const Spectrum& at(const Feed& feed) const
     {
-        if (source.block >= 0)
-            return outputs_[index(source.block)][index(source.pin)];
-        return source.block == Source::kTerminal && source.pin == from_ ? unity_ : silence_;
+        if (feed.block >= 0)
+            return outputs_[index(feed.block)][index(feed.pin)];
+        return feed.block == Feed::kTerminal && feed.pin == from_ ? unity_ : silence_;
     }
 
     // False: the signal reaches the block, and no paths describe what it does there.
@@ -103,7 +103,7 @@ public:
         const Block& block = engine_.schematic().blocks[index(number)];
         auto& outputs = outputs_[index(number)];
         outputs.resize(index(block.pins.outputs));
-        if (std::ranges::all_of(block.sources, [&](const Source& source) { return at(source).empty(); }))
+        if (std::ranges::all_of(block.sources, [&](const Feed& feed) { return at(feed).empty(); }))
             return true;
         const auto paths = reaches_control(block) ? std::nullopt : paths_of(engine_.block(number));
         if (!paths) {
@@ -178,8 +178,8 @@ Computed compute(const Engine& engine, int from, const Axis& axis)
     for (const int number : engine.schematic().order)
         if (!propagation.visit(number))
             result.ids.push_back(engine.schematic().blocks[index(number)].id);
-    for (const Source& source : engine.schematic().outputs)
-        result.outputs.push_back(propagation.at(source));
+    for (const Feed& feed : engine.schematic().outputs)
+        result.outputs.push_back(propagation.at(feed));
     result.unstable.assign(propagation.unstable().begin(), propagation.unstable().end());
     return result;
 }

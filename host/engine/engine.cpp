@@ -70,8 +70,8 @@ Engine::Engine(Schematic schematic, int rate)
         nodes_[n].block = &schematic_.blocks[index(b)];
         make_node(nodes_[n], next);
     }
-    for (const Source& source : schematic_.outputs)
-        outputs_.push_back(buffer_of(source));
+    for (const Feed& feed : schematic_.outputs)
+        outputs_.push_back(buffer_of(feed));
 }
 
 Engine::~Engine() { LibraryLog::at_work(nullptr); }
@@ -119,13 +119,13 @@ void Engine::place_buffers()
     }
 }
 
-float* Engine::buffer_of(const Source& source) const
+float* Engine::buffer_of(const Feed& feed) const
 {
-    if (source.block == Source::kSilence)
+    if (feed.block == Feed::kSilence)
         return silence_;
-    if (source.block == Source::kTerminal)
-        return inputs_[index(source.pin)];
-    return first_output_[index(source.block)] + index(source.pin) * pitch(schematic_.blocks[index(source.block)]);
+    if (feed.block == Feed::kTerminal)
+        return inputs_[index(feed.pin)];
+    return first_output_[index(feed.block)] + index(feed.pin) * pitch(schematic_.blocks[index(feed.block)]);
 }
 
 // Makes the library's block, gives it its parameters and points its pins at their buffers; `pins` moves past them.
@@ -143,8 +143,8 @@ void Engine::make_node(Node& node, float**& pins)
     LibraryLog::at_work(nullptr);
 
     node.in = pins;
-    for (const Source& source : block.sources)
-        *pins++ = buffer_of(source);
+    for (const Feed& feed : block.sources)
+        *pins++ = buffer_of(feed);
     node.out = pins;
     for (int pin = 0; pin < block.pins.outputs; ++pin)
         *pins++ = buffer_of({b, pin});

@@ -114,7 +114,7 @@ private:
     void make_node(Node& node, float**& pins);
     void gather(Node& node, float* array) const;
     void apply(const Node& node, std::span<const float> vector) const;
-    float* buffer_of(const Source& source) const;
+    float* buffer_of(const Feed& feed) const;
     void prepare(const Node& node) const;
 
     Schematic schematic_;

@@ -25,7 +25,6 @@ struct Feed {
     int pin = 0;
     int wire = -1;  // index in the document
 };
-using Source = Feed;
 
 struct Block {
     std::string id;
