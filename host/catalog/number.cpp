@@ -47,10 +47,10 @@ std::string wanted_instead(const VantoroParam& param, PinCounts pins, double v)
 {
     const bool whole = param.kind != VANTORO_REAL;
     const int below = Vantoro_count_per(param.below, pins.inputs, pins.outputs);
-    if (std::isfinite(v) && !std::isfinite(static_cast<float>(v)))
-        return "a number of single precision, to 3.4e38";
     if (below > 0)
         return v == std::floor(v) && v >= 0 && v < below ? "" : "a whole number from 0 to " + std::to_string(below - 1);
+    if (std::isfinite(v) && !std::isfinite(static_cast<float>(v)))
+        return "a number of single precision, to 3.4e38";
     if (param.kind == VANTORO_FLAG)
         return v == 0 || v == 1 ? "" : range_text(param);
     const bool right =

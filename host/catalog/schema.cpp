@@ -102,6 +102,8 @@ json under_choice(const VantoroChoice& choice, const std::set<std::size_t>& entr
             continue;
         if (reading != readings.end())
             schema["description"] = as->name + (": " + description_of(*as));
+        if (as->kind == VANTORO_INTEGER)
+            schema["type"] = "integer";
         add_limits(*as, schema);
     }
     return out;

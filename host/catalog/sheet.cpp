@@ -22,6 +22,8 @@ std::string filled(std::string line, std::size_t column)
     return line;
 }
 
+constexpr char kNoBreak = '\x1f';  // a blank that ends no line
+
 // `line` and after it `text` from `column` on, broken between words into further lines that begin there too.
 std::string flowed(std::string line, std::size_t column, std::string_view text)
 {
@@ -38,7 +40,9 @@ std::string flowed(std::string line, std::size_t column, std::string_view text)
         line += (first ? "" : " ") + std::string(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-    return out + line + "\n";
+    out += line + "\n";
+    std::ranges::replace(out, kNoBreak, ' ');
+    return out;
 }
 
 void add(std::string& list, const std::string& item)
@@ -84,8 +88,14 @@ std::string line_of(const VantoroParam& param, std::size_t indent, const std::st
 struct Changing {
     std::size_t entry;
     std::string name;
+    const VantoroParam* itself;  // null: a table
     std::vector<const VantoroParam*> as{};
 };
+
+const char* name_of(std::span<const VantoroSlot> layout, const Entries& entries, std::size_t n)
+{
+    return entries[n] ? entries[n]->name : layout[n].table->name;
+}
 
 std::vector<Changing> changing_by(const VantoroParam& param, const BlockType& type, const Entries& entries)
 {
@@ -95,8 +105,7 @@ std::vector<Changing> changing_by(const VantoroParam& param, const BlockType& ty
             const auto entry = static_cast<std::size_t>(reading.entry);
             auto at = std::ranges::find(list, entry, &Changing::entry);
             if (at == list.end())
-                at = list.insert(at,
-                                 {entry, entries[entry] ? entries[entry]->name : layout_of(type)[entry].table->name});
+                at = list.insert(at, {entry, name_of(layout_of(type), entries, entry), entries[entry]});
             if (reading.as && std::ranges::find(at->as, reading.as) == at->as.end())
                 at->as.push_back(reading.as);
         }
@@ -104,17 +113,35 @@ std::vector<Changing> changing_by(const VantoroParam& param, const BlockType& ty
     return list;
 }
 
-// "q as slope, boostDb"; what is not listed is not read.
+bool is_renamed(const VantoroParam& itself, const VantoroParam& as)
+{
+    return as.name != std::string_view(itself.name) || as.unit != std::string_view(itself.unit);
+}
+
+// "as slope", "in ms"; what is only told in other words brings them along.
+std::string difference(const VantoroParam& itself, const VantoroParam& as)
+{
+    if (as.name != std::string_view(itself.name))
+        return std::string(" as ") + as.name;
+    if (as.unit != std::string_view(itself.unit))
+        return std::string(" in ") + as.unit;
+    if (as.kind == VANTORO_INTEGER && itself.kind == VANTORO_REAL)
+        return " as a whole number";
+    return as.help != std::string_view(itself.help) ? std::string(": ") + as.help : "";
+}
+
+// "reads q as slope, boostDb"; what is not listed is not read.
 std::string read_by(const VantoroChoice& choice, const std::vector<Changing>& changing)
 {
     std::string out;
     const auto readings = readings_of(choice);
-    for (const auto& [entry, name, as] : changing) {
+    for (const auto& [entry, name, itself, as] : changing) {
         const auto reading = std::ranges::find(readings, static_cast<int>(entry), &VantoroReading::entry);
         if (reading != readings.end() && !reading->as)
             continue;
-        const bool own = reading == readings.end() || name == reading->as->name;
-        out += (out.empty() ? "reads " : ", ") + name + (own ? "" : std::string(" as ") + reading->as->name);
+        out += (out.empty() ? "reads " : ", ") + name;
+        if (reading != readings.end())
+            out += difference(*itself, *reading->as);
     }
     return out.empty() ? "reads neither" : out;
 }
@@ -123,7 +150,7 @@ std::string lines_of_choices(const VantoroParam& param, std::size_t indent, cons
 {
     std::string out, packed;
     for (const VantoroChoice& choice : choices_of(param)) {
-        const std::string name = std::to_string(choice.value) + " " + choice.name;
+        const std::string name = std::to_string(choice.value) + (changing.empty() ? kNoBreak : ' ') + choice.name;
         if (changing.empty())
             packed += (packed.empty() ? "" : ", ") + name;
         else
@@ -140,7 +167,7 @@ std::string lines_of_other_meanings(const BlockType& type, const Entries& entrie
         if (other)
             for (const Changing& changing : changing_by(*other, type, entries))
                 for (const VantoroParam* as : changing.as)
-                    if (changing.entry == n && as->name != changing.name)
+                    if (changing.entry == n && is_renamed(*entries[n], *as))
                         out += line_of(*as, indent, "");
     return out;
 }

@@ -29,10 +29,20 @@ inline constexpr VantoroParam kDelayMs =
         .in_steps(0.01F)
         .clamped(kDelays);
 
+// The unit that is truncated to whole numbers of it.
+constexpr VantoroParam whole_samples(VantoroParam param)
+{
+    param.kind = VANTORO_INTEGER;
+    return param;
+}
+inline constexpr VantoroParam kMaxDelaySamples = whole_samples(kMaxDelay), kDelaySamples = whole_samples(kDelay);
+
 inline constexpr int kMilliseconds = 1;
+inline constexpr VantoroReading kReadsSamples[] = {reads(kBasicDelayMaxDelay, kMaxDelaySamples),
+                                                   reads(kBasicDelayDelay, kDelaySamples)};
 inline constexpr VantoroReading kReadsMs[] = {reads(kBasicDelayMaxDelay, kMaxDelayMs),
                                               reads(kBasicDelayDelay, kDelayMs)};
-inline constexpr VantoroChoice kDelayUnits[] = {one_choice("Samples", 0),
+inline constexpr VantoroChoice kDelayUnits[] = {one_choice("Samples", 0, kReadsSamples),
                                                 one_choice("Milliseconds", kMilliseconds, kReadsMs)};
 inline constexpr VantoroParam kDelayType = choice("type", kDelayUnits, 0, "unit of both");
 

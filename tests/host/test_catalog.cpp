@@ -162,7 +162,10 @@ TEST(Warnings, EachSaysWhatTheNumberDoesInstead)
         {EN_FILTER_1ST, {1, 1}, {{"fc", 0}}, "/fc: 0: is out of range: fc above 0"},
         {EN_FILTER_2ND_IIR, {1, 1}, {{"a2", -1.5}}, "/a2: -1.5: is out of range: a2 -1 to 1"},
         {EN_DP_LIMITER, {1, 1}, {{"thresholdDb", 61}}, "/thresholdDb: 61: is out of range: thresholdDb up to 60"},
-        {EN_BASIC_DSP_DELAY, {1, 1}, {{"maxDelay", 9}, {"delay", 2.5}}, "/delay: 2.5: is truncated to 2"},
+        {EN_BASIC_DSP_DELAY,
+         {1, 1},
+         {{"maxDelay", 9}, {"delay", 2.5}},
+         "/delay: 2.5: is truncated to 2: whole numbers for Samples"},
         {EN_QVALGO_REVERB, {2, 2}, {}, "/enable: left out: QVALGO_REVERB is silent unless it is 1"},
     };
     for (const Case& c : cases)
@@ -261,9 +264,9 @@ TEST(Pins, AreCompletedByTheRule)
 
     const BlockType& taps = type_of(EN_BASIC_DSP_VOL_DELAY);
     EXPECT_EQ(note_of(taps, PinSide::input, 1, {3, 2})->name, std::string_view("tap"));
-    EXPECT_EQ(note_of(taps, PinSide::input, 2, {3, 2})->name, "signal");
+    EXPECT_EQ(note_of(taps, PinSide::input, 2, {3, 2})->name, std::string_view("signal"));
     const BlockType& crossover = type_of(EN_FILTER_CROSSOVER_3WAY);
-    EXPECT_EQ(note_of(crossover, PinSide::output, 4, {2, 6})->name, "high");
+    EXPECT_EQ(note_of(crossover, PinSide::output, 4, {2, 6})->name, std::string_view("high"));
 }
 
 // ---- as text ----
