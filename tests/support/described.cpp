@@ -49,15 +49,6 @@ void read_choices(std::vector<Entry>& entries, const Vector& vector)
         }
 }
 
-// Sizes of a grid stay: they say how long the vector is.
-bool sizes_a_table(const Described& type, const Entry& entry)
-{
-    return !entry.slot->table && std::ranges::any_of(layout_of(type), [&](const VantoroSlot& slot) {
-        return slot.kind == VANTORO_ROWS &&
-               (slot.table->rows_entry == entry.place || slot.table->columns_entry == entry.place);
-    });
-}
-
 float drawn_value(const Described& type, const Entry& entry, float now, double share)
 {
     const VantoroParam& param = *entry.as;
@@ -81,7 +72,7 @@ void draw(const Described& type, Vector& vector, std::mt19937& engine)
     for (const bool choices : {true, false})
         for (const Entry& entry : entries_of(type, vector)) {
             const double share = static_cast<double>(engine()) / 0x1p32;
-            if ((entry.param->kind == VANTORO_CHOICE) == choices && entry.as && !sizes_a_table(type, entry))
+            if ((entry.param->kind == VANTORO_CHOICE) == choices && entry.as && !is_size(type, entry))
                 vector[entry.at] = drawn_value(type, entry, vector[entry.at], share);
         }
 }
@@ -123,6 +114,16 @@ Vector initial_vector(const Described& type)
     return vector;
 }
 
+std::size_t kept_entries(const Described& type, const Vector& vector)
+{
+    const int code = type.info->type;
+    if (code >= EN_BASIC_LOGIC_ONESHOT_FALL && code <= EN_BASIC_LOGIC_ONESHOT_RISERST)
+        return 0;  // a power of two in its place
+    if (code == EN_SOURCE_CLIME)
+        return kClimeModuleSize;  // no table
+    return code == EN_BASIC_POLY ? 1 : vector.size();
+}
+
 std::vector<Entry> entries_of(const Described& type, const Vector& vector)
 {
     std::vector<Entry> entries;
@@ -145,6 +146,14 @@ std::vector<Entry> entries_of(const Described& type, const Vector& vector)
     }
     read_choices(entries, vector);
     return entries;
+}
+
+bool is_size(const Described& type, const Entry& entry)
+{
+    return !entry.slot->table && std::ranges::any_of(layout_of(type), [&](const VantoroSlot& slot) {
+        return slot.kind == VANTORO_ROWS &&
+               (slot.table->rows_entry == entry.place || slot.table->columns_entry == entry.place);
+    });
 }
 
 std::vector<Vector> good_vectors(const Described& type, int count, const Entry* fixed, float value)
@@ -218,14 +227,30 @@ Outputs Bench::run(const Outputs& signal)
         BlockAlgo_process(blk_, in_.data(), out_.data());
         for (std::size_t pin = 0; pin < out_.size(); ++pin)
             result[pin].insert(result[pin].end(), out_[pin], out_[pin] + block);
+        meter(result);
     }
     return result;
 }
 
+void Bench::meter(Outputs& result) const
+{
+    int count = 0;
+    const float* levels = LevelDetector_levels(blk_, &count);
+    result.resize(out_.size() + static_cast<std::size_t>(levels ? count : 0));
+    for (std::size_t k = out_.size(); k < result.size(); ++k)
+        result[k].resize(result[k].size() + static_cast<std::size_t>(conditions_.block), levels[k - out_.size()]);
+}
+
+// A filter without a Q is none: its state is no number from then on.
+static float control_of(const Described& type, float value)
+{
+    return type.info->type == EN_FILTER_MISCE_STATEVARIABLEQ ? std::max(value, 0.3F) : value;
+}
+
 Outputs scene_signal(const Described& type, int samples, int block)
 {
-    static constexpr float kLevels[] = {1, 0.05F, 4, 0, 1, 0.3F, 1, 1};
-    static constexpr float kControls[] = {0, 1, 0.3F, 2, 3, 0.9F, 5, 0};
+    static constexpr float kLevels[] = {1, 1, 4, 0.05F, 0, 0.3F, 1, 1};
+    static constexpr float kControls[] = {0, 1, 0.3F, 2, 0.02F, 3, 5, 0};
     Outputs signal;
     for (std::vector<float>& pin : stimulus(type.pins->inputs, samples)) {
         const bool control = is_control(type, static_cast<int>(signal.size()));
@@ -234,20 +259,37 @@ Outputs scene_signal(const Described& type, int samples, int block)
             float& v = pin[static_cast<std::size_t>(i)];
             if (!control)
                 v *= kLevels[part % 8];
-            else if (part < 8)
-                v = kControls[part];
+            else
+                v = control_of(type, part < 8 ? kControls[part] : v);
         }
         signal.push_back(std::move(pin));
     }
     return signal;
 }
 
-Outputs answer(const Described& type, const Vector& vector, const Conditions& conditions, int blocks)
+Outputs constant_signal(const Described& type, int samples, float audio, float control)
+{
+    Outputs signal;
+    for (int pin = 0; pin < std::max(type.pins->inputs, 1); ++pin)
+        signal.emplace_back(samples, is_control(type, pin) ? control_of(type, control) : audio);
+    return signal;
+}
+
+Outputs noise_signal(const Described& type, int samples, float control, std::uint32_t seed)
+{
+    Outputs signal = constant_signal(type, samples, 0, control);
+    for (std::size_t pin = 0; pin < signal.size(); ++pin)
+        if (!is_control(type, static_cast<int>(pin)))
+            signal[pin] = noise(samples, seed + static_cast<std::uint32_t>(pin));
+    return signal;
+}
+
+Outputs answer(const Described& type, const Vector& vector, const Conditions& conditions)
 {
     std::srand(7);  // the noise source draws from the C library's sequence
     Bench bench(type, conditions);
     bench.set(vector);
-    return bench.run(scene_signal(type, blocks * conditions.block, conditions.block));
+    return bench.run(scene_signal(type, 16 * conditions.block, conditions.block));
 }
 
 bool same_bits(const Outputs& a, const Outputs& b)

@@ -27,6 +27,9 @@ using Vector = std::vector<float>;
 
 Vector initial_vector(const Described& type);
 
+// How many entries from the first on a block keeps in pParam as they were set.
+std::size_t kept_entries(const Described& type, const Vector& vector);
+
 // One value of a vector. Counts and places of tables are none.
 struct Entry {
     std::size_t at;
@@ -37,6 +40,9 @@ struct Entry {
     const VantoroParam* as;   // what the choices of the vector make of it; null: it is not read
 };
 std::vector<Entry> entries_of(const Described& type, const Vector& vector);
+
+// Whether the entry says how many rows or columns a table has, and so how long the vector is.
+bool is_size(const Described& type, const Entry& entry);
 
 // Vectors that the row calls good: the default, the one of the tests' list, and, from there, others drawn from the
 // suggested ranges. With `fixed`, that entry (in every row) is `value` in all of them.
@@ -55,10 +61,10 @@ struct Conditions {
     int rate = 48000;
     int block = 64;
     float before = 0;   // what the outputs hold before each call
-    bool apart = false; // the pins do not follow each other in memory
+    bool apart = false;  // the pins do not follow each other in memory
 };
 
-// A block of the type on pins that stand in one array.
+// A block of the type on pins that stand in one array. The levels that a meter reads are outputs more, behind its own.
 class Bench {
 public:
     explicit Bench(const Described& type, const Conditions& conditions = {});
@@ -73,6 +79,8 @@ public:
     Outputs run(const Outputs& signal);
 
 private:
+    void meter(Outputs& result) const;
+
     const Described& type_;
     Conditions conditions_;
     BlockPro pro_;
@@ -83,9 +91,13 @@ private:
 
 // Audio on the audio pins: noise, soft and loud, and silence. On the control pins values that select, hold and trigger.
 Outputs scene_signal(const Described& type, int samples, int block = 64);
+// The same on all audio pins, and on all controls.
+Outputs constant_signal(const Described& type, int samples, float audio, float control);
+// Noise on the audio pins.
+Outputs noise_signal(const Described& type, int samples, float control, std::uint32_t seed);
 
-// What comes out of a fresh block with this vector.
-Outputs answer(const Described& type, const Vector& vector, const Conditions& conditions = {}, int blocks = 16);
+// What a block with this vector puts out for 16 blocks of the scene.
+Outputs answer(const Described& type, const Vector& vector, const Conditions& conditions = {});
 bool same_bits(const Outputs& a, const Outputs& b);
 
 }  // namespace rig
