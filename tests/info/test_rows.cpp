@@ -135,7 +135,8 @@ TEST(Rows, DescribeExactlyWhatTheLibraryServes)
         for (int inputs = 0; inputs <= 8; ++inputs)
             for (int outputs = 0; outputs <= 8; ++outputs)
                 if (!info || Vantoro_pins_fit(info->pins, inputs, outputs)) {
-                    EXPECT_EQ(served(code, inputs, outputs), info != nullptr) << code << " " << inputs << " -> " << outputs;
+                    EXPECT_EQ(served(code, inputs, outputs), info != nullptr)
+                        << code << " " << inputs << " -> " << outputs;
                 }
     }
     EXPECT_EQ(index, std::ssize(rig::every_block()));
@@ -187,10 +188,10 @@ TEST(Rows, AreWellFormed)
 // Blocks that follow other laws until they are set for the first time, and why.
 static bool differs_when_fresh(int type)
 {
-    return type == EN_BASIC_GAIN ||                                                                // silence
-           type == EN_LOUDNESS_LH ||                                                               // another curve
-           type == EN_DP_ENV || type == EN_DP_ENV_RMS ||                                           // slower decay
-           (type >= EN_BASIC_LOGIC_ONESHOT_FALL && type <= EN_BASIC_LOGIC_ONESHOT_RISERST);        // pulse of 0
+    return type == EN_BASIC_GAIN ||                                                          // silence
+           type == EN_LOUDNESS_LH ||                                                         // another curve
+           type == EN_DP_ENV || type == EN_DP_ENV_RMS ||                                     // slower decay
+           (type >= EN_BASIC_LOGIC_ONESHOT_FALL && type <= EN_BASIC_LOGIC_ONESHOT_RISERST);  // pulse of 0
 }
 
 // The same samples, or all of them times the factor that the coarse exponential makes of 0 dB.
@@ -222,6 +223,8 @@ TEST(Defaults, AreThoseOfAFreshBlockAndChangeNothing)
             EXPECT_TRUE(std::equal(own, own + rig::kept_entries(type, vector), vector.data())) << set;
         }
         EXPECT_EQ(log.all(), "");  // nothing was out of range
-        EXPECT_NE(same_or_coarse(rig::answer(type, {}), rig::answer(type, vector)), differs_when_fresh(type.info->type));
+        const rig::Outputs scene = rig::scene_signal(type, 1024);
+        EXPECT_NE(same_or_coarse(rig::answer(type, {}, scene), rig::answer(type, vector, scene)),
+                  differs_when_fresh(type.info->type));
     }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Block types by their descriptions: vectors drawn from what a row says, and a bench on which to see whether it is true.
+// Block types by their descriptions: vectors drawn from what a row says, and a bench on which to see whether it is
+// true.
 #pragma once
 
 #include <span>
@@ -60,7 +61,7 @@ std::vector<Scene> scenes_of(const Described& type, int count);
 struct Conditions {
     int rate = 48000;
     int block = 64;
-    float before = 0;   // what the outputs hold before each call
+    float before = 0;    // what the outputs hold before each call
     bool apart = false;  // the pins do not follow each other in memory
 };
 
@@ -93,11 +94,12 @@ private:
 Outputs scene_signal(const Described& type, int samples, int block = 64);
 // The same on all audio pins, and on all controls.
 Outputs constant_signal(const Described& type, int samples, float audio, float control);
-// Noise on the audio pins.
-Outputs noise_signal(const Described& type, int samples, float control, std::uint32_t seed);
+// The signal, with the control pins of another.
+Outputs with_controls(const Described& type, Outputs signal, const Outputs& controls);
 
-// What a block with this vector puts out for 16 blocks of the scene.
-Outputs answer(const Described& type, const Vector& vector, const Conditions& conditions = {});
+// What a fresh block with this vector puts out for a signal. Begins with std::srand(kSeed): noise is drawn from rand().
+inline constexpr unsigned kSeed = 7;
+Outputs answer(const Described& type, const Vector& vector, const Outputs& signal, const Conditions& conditions = {});
 bool same_bits(const Outputs& a, const Outputs& b);
 
 }  // namespace rig
