@@ -3,10 +3,13 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "commands/commands.h"
+#include "io/standard_streams.h"
+#include "io/unfinished.h"
 
 namespace {
 
@@ -26,6 +29,8 @@ int complain(std::string_view text, int status)
 
 int main(int argc, char** argv)
 {
+    vantoro::open_standard_streams();
+    vantoro::watch_signals();
     int status = 0;
     try {
         CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
@@ -39,11 +44,14 @@ int main(int argc, char** argv)
         try {
             app.parse(argc, argv);
         } catch (const CLI::Success& asked) {  // --help
-            return app.exit(asked);
+            std::ostringstream text;
+            status = app.exit(asked, text);
+            std::fputs(text.str().c_str(), stdout);
         } catch (const CLI::ParseError& error) {
             return complain(error.what() + std::string("\n'vantoro --help' and 'vantoro COMMAND --help' tell more"),
                             vantoro::kUsageError);
         }
+        vantoro::finish_standard_output();
     } catch (const vantoro::UserError& error) {
         vantoro::print_problems(error.problems());
         return vantoro::kUsageError;

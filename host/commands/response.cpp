@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -175,17 +174,11 @@ void write(const Options& options, const Probe& probe, const Axis& axis, const s
 {
     namespace fs = std::filesystem;
     const std::string type = fs::path(options.output).extension().string().substr(1);
-    PartFile part(options.output);
-    if (type == "csv") {
-        std::ofstream file(part.part(), std::ios::binary);
-        file << csv_text(axis, curves) << std::flush;
-        if (!file)
-            throw std::runtime_error(options.output + ": cannot be written");
-    } else {
-        run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, heading(options, probe), type),
-                    part.part(), "gnuplot-nox");
-    }
-    part.commit();
+    const auto drawn = [&] {
+        return run_program("gnuplot", {"--default-settings", "-"},
+                           plot_script(axis, curves, heading(options, probe), type), "gnuplot-nox");
+    };
+    write_file(options.output, type == "csv" ? csv_text(axis, curves) : drawn());
 }
 
 int respond(const Options& options)
@@ -193,7 +186,9 @@ int respond(const Options& options)
     const std::string extension = std::filesystem::path(options.output).extension().string();
     if (extension != ".svg" && extension != ".png" && extension != ".csv")
         throw UserError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
-    if (const std::string why = PartFile::refusal(options.output); !why.empty())
+    if (const std::string why = PartFile::refusal(
+            options.output, {{"the schematic", options.schematic}, {"the loudspeaker", options.speaker}});
+        !why.empty())
         throw UserError(why);
     const Probe probe = make_probe(options);
     const Axis axis = make_axis(probe.schematic.rate.value_or(options.rate), options.points);
