@@ -15,7 +15,7 @@ namespace {
 struct Options {
     std::string schematic;
     std::optional<int> channels;
-    int rate = 48000;
+    std::optional<int> rate;
     bool quiet = false;
 };
 
@@ -133,9 +133,10 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    Schematic schematic = read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate});
+    Schematic schematic =
+        read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate)});
     const LibraryLog log(options.quiet);
-    const int rate = schematic.rate.value_or(options.rate);
+    const int rate = rate_of(schematic, options.rate);
     print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());
     return 0;
 }
