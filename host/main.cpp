@@ -3,9 +3,13 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <sstream>
+#include <string>
 #include <string_view>
 
 #include "commands/commands.h"
+#include "io/standard_streams.h"
+#include "io/unfinished.h"
 #include "support/printable.h"
 
 namespace {
@@ -20,6 +24,8 @@ int complain(std::string_view text, int status)
 
 int main(int argc, char** argv)
 {
+    vantoro::open_standard_streams();
+    vantoro::watch_signals();
     int status = 0;
     try {
         CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
@@ -33,11 +39,14 @@ int main(int argc, char** argv)
         try {
             app.parse(argc, argv);
         } catch (const CLI::Success& asked) {  // --help
-            return app.exit(asked);
+            std::ostringstream text;
+            status = app.exit(asked, text);
+            std::fputs(text.str().c_str(), stdout);
         } catch (const CLI::ParseError& error) {
             complain(error.what(), vantoro::kUsageError);
             return complain("'vantoro --help' and 'vantoro COMMAND --help' tell more", vantoro::kUsageError);
         }
+        vantoro::finish_standard_output();
     } catch (const vantoro::UserError& error) {
         vantoro::print_problems(error.problems());
         return vantoro::kUsageError;

@@ -8,26 +8,25 @@
 
 namespace vantoro {
 
-// On the bits of the magnitudes, as integers: the compiler makes this vectors, and NaN needs no care.
-void Levels::add(const float* const* channels, int frames)
+// On the bits of the magnitudes, as integers: the compiler makes this vectors. Infinity and NaN are the largest.
+bool Levels::add(const float* const* channels, int frames)
 {
     constexpr std::int32_t kFullScale = std::bit_cast<std::int32_t>(1.0F);
     constexpr std::int32_t kInfinite = 0x7f800000;
+    bool finite = true;
     for (std::size_t ch = 0; ch < peaks_.size(); ++ch) {
         std::int32_t peak = peaks_[ch];
         std::int32_t above = 0;
-        std::int32_t odd = 0;
         for (int i = 0; i < frames; ++i) {
             const std::int32_t magnitude = std::bit_cast<std::int32_t>(channels[ch][i]) & 0x7fffffff;
-            const bool finite = magnitude < kInfinite;
-            peak = std::max(peak, finite ? magnitude : 0);
+            peak = std::max(peak, magnitude);
             above += magnitude > kFullScale ? 1 : 0;
-            odd += finite ? 0 : 1;
         }
         peaks_[ch] = peak;
         above_ += above;
-        not_finite_ += odd;
+        finite = finite && peak < kInfinite;
     }
+    return finite;
 }
 
 double Levels::peak_db(int channel) const
@@ -45,8 +44,7 @@ std::string Levels::text() const
         std::snprintf(number, sizeof number, " %.2f", peak_db(ch));
         out += number;
     }
-    out += " dBFS, " + std::to_string(above_) + " samples above full scale";
-    return not_finite_ == 0 ? out : out + " (" + std::to_string(not_finite_) + " not finite)";
+    return out + " dBFS, " + std::to_string(above_) + " samples above full scale";
 }
 
 }  // namespace vantoro

@@ -12,16 +12,16 @@ class Levels {
 public:
     explicit Levels(int channels) : peaks_(static_cast<std::size_t>(channels)) {}
 
-    void add(const float* const* channels, int frames);
+    // False: something is not finite.
+    [[nodiscard]] bool add(const float* const* channels, int frames);
 
-    double peak_db(int channel) const;  // re full scale 1.0; -infinity for silence. What is not finite is left out
+    double peak_db(int channel) const;  // re full scale 1.0; -infinity for silence
     std::int64_t above_full_scale() const { return above_; }
-    std::int64_t not_finite() const { return not_finite_; }
     std::string text() const;  // ", peak -3.21 -2.98 dBFS, 0 samples above full scale"
 
 private:
     std::vector<std::int32_t> peaks_;  // bits of the magnitudes: they order as the magnitudes do
-    std::int64_t above_ = 0, not_finite_ = 0;
+    std::int64_t above_ = 0;
 };
 
 }  // namespace vantoro

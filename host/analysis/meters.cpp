@@ -2,10 +2,8 @@
 #include "analysis/meters.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <stdexcept>
+#include <cstdio>
 
 namespace vantoro {
 
@@ -19,23 +17,20 @@ Meters::Meters(const Engine& engine, const std::string& csv, double interval) : 
     }
     if (csv.empty())
         return;
-    part_ = std::make_unique<PartFile>(csv);
-    file_.reset(std::fopen(part_->part().c_str(), "w"));
-    if (!file_)
-        throw std::runtime_error(csv + ": cannot be written: " + std::strerror(errno));
+    file_ = std::make_unique<PartFile>(csv);
     write_header();
 }
 
 void Meters::write_header()
 {
-    std::fputs("seconds", file_.get());
+    std::string row = "seconds";
     for (const Meter& meter : meters_) {
         if (meter.count == 1)
-            std::fprintf(file_.get(), ",%s", meter.id->c_str());
+            row += ',' + *meter.id;
         for (int band = 0; meter.count > 1 && band < meter.count; ++band)
-            std::fprintf(file_.get(), ",%s.%d", meter.id->c_str(), band);
+            row += ',' + *meter.id + '.' + std::to_string(band);
     }
-    std::fputc('\n', file_.get());
+    file_->write(row + '\n');
 }
 
 void Meters::block_done(double seconds)
@@ -50,27 +45,28 @@ void Meters::block_done(double seconds)
 
 void Meters::write_row(double seconds)
 {
-    std::fprintf(file_.get(), "%.6f", seconds);
+    char number[64];
+    std::snprintf(number, sizeof number, "%.6f", seconds);
+    std::string row = number;
     for (const Meter& meter : meters_) {
         int count = 0;
         const float* levels = LevelDetector_levels(meter.detector, &count);
-        for (int band = 0; band < meter.count; ++band)
+        for (int band = 0; band < meter.count; ++band) {
+            number[0] = '\0';
             if (band < count)  // a change may leave fewer bands than there were
-                std::fprintf(file_.get(), ",%.2f", static_cast<double>(levels[band]));
-            else
-                std::fputc(',', file_.get());
+                std::snprintf(number, sizeof number, "%.2f", static_cast<double>(levels[band]));
+            row += ',';
+            row += number;
+        }
     }
-    std::fputc('\n', file_.get());
+    file_->write(row + '\n');
+    file_->check();
 }
 
 void Meters::commit()
 {
-    if (!file_)
-        return;
-    const bool failed = std::ferror(file_.get()) != 0;
-    if (std::fclose(file_.release()) != 0 || failed)
-        throw std::runtime_error(part_->path() + ": cannot be written: " + std::strerror(errno));
-    part_->commit();
+    if (file_)
+        file_->commit();
 }
 
 std::string Meters::text() const

@@ -2,7 +2,6 @@
 // The levels of a graph's detectors: at the end, and over time as a table.
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,12 +32,8 @@ private:
     void write_header();
     void write_row(double seconds);
 
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
     std::vector<Meter> meters_;
-    std::unique_ptr<PartFile> part_;
-    std::unique_ptr<std::FILE, Close> file_;
+    std::unique_ptr<PartFile> file_;
     double interval_;
     double next_ = 0;
 };

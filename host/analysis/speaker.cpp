@@ -2,13 +2,16 @@
 #include "analysis/speaker.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <fstream>
 #include <limits>
 #include <numbers>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "support/problem.h"
@@ -21,12 +24,46 @@ struct Row {
     double hz, db, deg;
 };
 
-// A row's three numbers; more may follow, such as a coherence.
-bool parse(const std::string& line, Row& row)
+constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
+bool number(std::string_view text, double& value)
 {
+    text.remove_prefix(text.starts_with('+') ? 1 : 0);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
+}
+
+// "20,5 80,1 0" has them; "20.5,80.1,0" and "20, 80, 0" do not.
+bool has_decimal_commas(std::string_view line)
+{
+    if (line.find_first_of(" \t;") == line.npos || line.find('.') != line.npos)
+        return false;
+    for (std::size_t at = line.find(','); at != line.npos; at = line.find(',', at + 1))
+        if (at == 0 || !std::isdigit(static_cast<unsigned char>(line[at - 1])) || at + 1 == line.size() ||
+            !std::isdigit(static_cast<unsigned char>(line[at + 1])))
+            return false;
+    return true;
+}
+
+bool parse(std::string line, Row& row)
+{
+    std::ranges::replace(line, ',', has_decimal_commas(line) ? '.' : ' ');
+    std::ranges::replace(line, ';', ' ');
+    double* const columns[] = {&row.hz, &row.db, &row.deg};
     std::istringstream fields(line);
-    fields.imbue(std::locale::classic());
-    return fields >> row.hz >> row.db >> row.deg && row.hz >= 0;
+    std::string field;
+    std::size_t count = 0;
+    while (count < std::size(columns) && fields >> field)
+        if (!number(field, *columns[count++]))
+            return false;
+    return count >= 2 && row.hz >= 0;
+}
+
+bool is_comment(std::string_view line)
+{
+    const std::size_t first = line.find_first_not_of(kBlanks);
+    return first == line.npos || std::string_view("*#;\"").find(line[first]) != line.npos;
 }
 
 std::vector<Row> read_rows(const std::string& path)
@@ -40,18 +77,24 @@ std::vector<Row> read_rows(const std::string& path)
         throw fault("cannot be read: " + std::string(std::strerror(errno)));
     std::vector<Row> rows;
     std::string line;
-    for (int number = 1; std::getline(file, line); ++number) {
-        if (number <= 2 || line.find_first_not_of(" \t\r") == line.npos)
-            continue;
+    for (int at = 1; std::getline(file, line); ++at) {
+        if (at == 1 && line.starts_with(kByteOrderMark))
+            line.erase(0, kByteOrderMark.size());
+        line.erase(line.find_last_not_of(kBlanks) + 1);
         Row row{};
-        if (!parse(line, row))
-            throw fault("frequency in Hz, level in dB and phase in degrees are wanted", number);
+        if (is_comment(line))
+            continue;
+        if (!parse(line, row)) {
+            if (rows.empty())
+                continue;
+            throw fault("a row of frequency in Hz, level in dB and phase in degrees is wanted", at);
+        }
         if (!rows.empty() && row.hz <= rows.back().hz)
-            throw fault("frequencies must rise", number);
+            throw fault("frequencies must rise", at);
         rows.push_back(row);
     }
     if (rows.size() < 2)
-        throw fault("at least two rows are wanted, after two lines of heading");
+        throw fault("at least two rows of frequency in Hz, level in dB and phase in degrees are wanted");
     return rows;
 }
 

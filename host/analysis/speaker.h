@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// A measured loudspeaker response from a text file: two lines of heading, then rows of frequency (Hz, rising), level
-// (dB) and phase (degrees), separated by blanks.
+// A measured loudspeaker response from a text file, as measuring programs export it (FRD): rows of frequency (Hz,
+// rising), level (dB) and, if there is one, phase (degrees; else 0). Blanks, tabs, commas or semicolons separate;
+// columns after these are left out. Where blanks or semicolons separate, a number may have a decimal comma. Lines that
+// begin with * # ; or " are comments, and what comes before the first row is heading.
 #pragma once
 
 #include <string>

@@ -15,7 +15,7 @@ namespace {
 struct Options {
     std::string schematic;
     std::optional<int> channels;
-    int rate = 48000;
+    std::optional<int> rate;
     bool quiet = false;
     bool strict = false;
 };
@@ -135,10 +135,10 @@ void print_graph(const Schematic& schematic)
 
 int check(const Options& options)
 {
-    Schematic schematic =
-        load_schematic(options.schematic, {.channels = options.channels, .rate = options.rate}, options.strict);
+    Schematic schematic = load_schematic(
+        options.schematic, {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate)}, options.strict);
     const LibraryLog log(options.quiet);
-    const int rate = schematic.rate.value_or(options.rate);
+    const int rate = rate_of(schematic, options.rate);
     print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());
     return 0;
 }

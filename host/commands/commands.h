@@ -24,6 +24,11 @@ void print_problems(const std::vector<Problem>& problems);
 Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
+inline constexpr int kDefaultRate = 48000;  // Hz
+
+// The schematic's rate, or what was asked for with --rate, or the default. Throws UserError where the first two differ.
+int rate_of(const Schematic& schematic, std::optional<int> asked);
+
 void add_blocks_command(CLI::App& app, int& status);
 void add_check_command(CLI::App& app, int& status);
 void add_graph_command(CLI::App& app, int& status);

@@ -27,6 +27,14 @@ Schematic load_schematic(const std::string& path, const ReadOptions& options, bo
     return schematic;
 }
 
+int rate_of(const Schematic& schematic, std::optional<int> asked)
+{
+    if (schematic.rate && asked && *asked != *schematic.rate)
+        throw UserError("--rate " + std::to_string(*asked) + ": the schematic is made for " +
+                        std::to_string(*schematic.rate) + " Hz");
+    return schematic.rate.value_or(asked.value_or(kDefaultRate));
+}
+
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate)
 {
     try {

@@ -84,12 +84,10 @@ int graph(const Options& options)
     const std::string extension = fs::path(options.output).extension().string();
     if (std::ranges::find(kPictures, extension) == kPictures.end())
         throw UserError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
-    if (const std::string why = PartFile::refusal(options.output); !why.empty())
+    if (const std::string why = PartFile::refusal(options.output, {{"the schematic", options.schematic}}); !why.empty())
         throw UserError(why);
     const Schematic schematic = read_schematic(options.schematic, {.channels = options.channels});
-    PartFile part(options.output);
-    run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), part.part(), "graphviz");
-    part.commit();
+    write_file(options.output, run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), "graphviz"));
     return 0;
 }
 

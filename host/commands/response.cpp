@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -34,7 +33,7 @@ struct Options {
     std::optional<int> channels;
     Method method = Method::best;
     int from = 0;
-    int rate = 48000;
+    std::optional<int> rate;
     int points = 48;
     double level_db = -60;
     bool quiet = false;
@@ -44,9 +43,11 @@ Probe make_probe(const Options& options)
 {
     std::vector<Setting> settings;
     for (const std::string& text : options.settings)
-        settings.push_back(parse_setting(text));
-    Schematic schematic =
-        read_schematic(options.schematic, {.channels = options.channels, .rate = options.rate, .settings = settings});
+        if (settings.push_back(parse_setting(text)); settings.back().seconds > 0)
+            throw UserError("--set " + text + ": a response does not change over time; leave out @ and the seconds");
+    Schematic schematic = read_schematic(
+        options.schematic,
+        {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate), .settings = settings});
     if (options.blocks.empty() && schematic.outputs.empty())
         throw UserError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
     Probe probe =
@@ -175,17 +176,11 @@ void write(const Options& options, const Probe& probe, const Axis& axis, const s
 {
     namespace fs = std::filesystem;
     const std::string type = fs::path(options.output).extension().string().substr(1);
-    PartFile part(options.output);
-    if (type == "csv") {
-        std::ofstream file(part.part(), std::ios::binary);
-        file << csv_text(axis, curves) << std::flush;
-        if (!file)
-            throw std::runtime_error(options.output + ": cannot be written");
-    } else {
-        run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, heading(options, probe), type),
-                    part.part(), "gnuplot-nox");
-    }
-    part.commit();
+    const auto drawn = [&] {
+        return run_program("gnuplot", {"--default-settings", "-"},
+                           plot_script(axis, curves, heading(options, probe), type), "gnuplot-nox");
+    };
+    write_file(options.output, type == "csv" ? csv_text(axis, curves) : drawn());
 }
 
 int respond(const Options& options)
@@ -193,10 +188,12 @@ int respond(const Options& options)
     const std::string extension = std::filesystem::path(options.output).extension().string();
     if (extension != ".svg" && extension != ".png" && extension != ".csv")
         throw UserError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
-    if (const std::string why = PartFile::refusal(options.output); !why.empty())
+    if (const std::string why = PartFile::refusal(
+            options.output, {{"the schematic", options.schematic}, {"the loudspeaker", options.speaker}});
+        !why.empty())
         throw UserError(why);
     const Probe probe = make_probe(options);
-    const Axis axis = make_axis(probe.schematic.rate.value_or(options.rate), options.points);
+    const Axis axis = make_axis(rate_of(probe.schematic, options.rate), options.points);
     const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, axis);
     const LibraryLog log(options.quiet);
     std::vector<Curve> curves = find_curves(options, probe, axis);
@@ -221,7 +218,7 @@ void add_response_command(CLI::App& app, int& status)
         ->type_name("ID");
     command->add_option("--from", options->from, "The input that is fed, of the graph or of the first block [0]")
         ->check(CLI::Range(0, kMaxPins));
-    command->add_option("--speaker", options->speaker, "A measured loudspeaker to draw and to add: Hz, dB, degrees")
+    command->add_option("--speaker", options->speaker, "A measured loudspeaker (FRD) to draw and to add")
         ->type_name("FILE");
     command
         ->add_option("--method", options->method,
@@ -230,9 +227,7 @@ void add_response_command(CLI::App& app, int& status)
         ->type_name("NAME");
     command->add_option("--level", options->level_db, "dBFS of the sweep through what is not linear [-60]")
         ->check(CLI::Range(-140.0, 40.0));
-    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE; values that change later are left out")
-        ->allow_extra_args(false)
-        ->type_name("SETTING");
+    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE")->allow_extra_args(false)->type_name("SETTING");
     command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
     command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
         ->check(CLI::Range(kMinRate, kMaxRate));

@@ -80,6 +80,9 @@ public:
     bool process();
     const std::string& failure() const { return failure_; }
 
+    // What an output pin, or a channel of the input, holds since the last block.
+    const float* signal(const Feed& source) const { return buffer_of(source); }
+
     // The library's record of the schematic's n-th block.
     const BlockAlgo& block(int n) const { return *nodes_[index(place_[index(n)])].algo; }
 

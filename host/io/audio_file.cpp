@@ -3,8 +3,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <filesystem>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+
+#include "support/problem.h"
 
 namespace vantoro {
 
@@ -70,6 +76,9 @@ int bits_of(int format)
 SF_INFO format_of(const std::string& path, Encoding encoding, int channels, int rate)
 {
     std::string wanted = fs::path(path).extension().string();
+    std::error_code none;
+    if (wanted.empty() && fs::exists(path, none) && !fs::is_regular_file(path, none))
+        wanted = ".wav";  // a device, a fifo
     std::ranges::transform(wanted, wanted.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto* row =
         std::ranges::find_if(kExtensions, [&](const Extension& e) { return wanted == '.' + std::string(e.name); });
@@ -77,17 +86,17 @@ SF_INFO format_of(const std::string& path, Encoding encoding, int channels, int 
         std::string known;
         for (const Extension& e : kExtensions)
             known += (known.empty() ? "" : ", ") + std::string(e.name);
-        throw AudioError(path + ": the extension names the format, one of " + known);
+        throw UserError(path + ": the extension names the format, one of " + known);
     }
     if (row->lossy && encoding != Encoding::natural)
-        throw AudioError(path + ": " + std::string(row->name) + " has its own encoding; leave --format out");
+        throw UserError(path + ": " + std::string(row->name) + " has its own encoding; leave --format out");
     SF_INFO info{};
     info.samplerate = rate;
     info.channels = channels;
     info.format = row->lossy ? row->format : row->format | subtype(encoding);
     if (!sf_format_check(&info))
-        throw AudioError(path + ": " + std::string(row->name) + " does not take " + std::to_string(channels) +
-                         " channels of " + std::to_string(rate) + " Hz in this encoding");
+        throw UserError(path + ": " + std::string(row->name) + " does not take " + std::to_string(channels) +
+                        " channels of " + std::to_string(rate) + " Hz in this encoding");
     return info;
 }
 
@@ -103,6 +112,59 @@ std::int32_t code_of(float sample, float scale, float top, int shift)
                                      << shift);
 }
 
+// What libsndfile writes through: its own files do not report every failed write, above all not the last ones.
+SF_VIRTUAL_IO& part_calls()
+{
+    static SF_VIRTUAL_IO calls{[](void* part) -> sf_count_t { return static_cast<PartFile*>(part)->size(); },
+                               [](sf_count_t offset, int whence, void* part) -> sf_count_t {
+                                   return static_cast<PartFile*>(part)->seek(offset, whence);
+                               },
+                               [](void*, sf_count_t, void*) -> sf_count_t { return 0; },  // nothing is read back
+                               [](const void* bytes, sf_count_t size, void* part) -> sf_count_t {
+                                   return static_cast<PartFile*>(part)->write(bytes, static_cast<std::size_t>(size))
+                                              ? size
+                                              : 0;
+                               },
+                               [](void* part) -> sf_count_t { return static_cast<PartFile*>(part)->position(); }};
+    return calls;
+}
+
+std::int64_t number_after(std::string_view line, std::string_view mark)
+{
+    std::int64_t value = 0;
+    if (const std::size_t at = line.find(mark); at != line.npos)
+        std::from_chars(line.data() + at + mark.size(), line.data() + line.size(), value);
+    return value;
+}
+
+// How many bytes of audio a file lacks. Where it is too short, libsndfile takes it as it is, and only its log has both
+// sizes: "data : 288000 (should be 172783)".
+std::int64_t missing_bytes(SNDFILE* file)
+{
+    constexpr std::int64_t kUnknown = 0x7ffff000;  // and above: what programs that write to a pipe leave there
+    std::string log(16384, '\0');
+    log.resize(static_cast<std::size_t>(sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()))));
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);) {
+        line.erase(0, line.find_first_not_of(' '));
+        const std::int64_t claimed = number_after(line, ": ");
+        const std::int64_t found = number_after(line, "(should be ");
+        for (const char* name : {"data", "riff", "Riff size", "SSND", "Data Size"})
+            if (line.starts_with(name) && found > 0 && claimed > found && claimed < kUnknown)
+                return claimed - found;
+    }
+    return 0;
+}
+
+// The length that a file's header claims; 0: none.
+std::int64_t claimed_frames(SNDFILE* file, const SF_INFO& info)
+{
+    const double frame_bytes = static_cast<double>(sf_current_byterate(file)) / info.samplerate;
+    if (info.frames == SF_COUNT_MAX || !(frame_bytes > 0))
+        return info.frames == SF_COUNT_MAX ? 0 : info.frames;
+    return info.frames + std::llround(std::ceil(static_cast<double>(missing_bytes(file)) / frame_bytes));
+}
+
 }  // namespace
 
 // ---- reading ----
@@ -111,7 +173,7 @@ AudioReader::AudioReader(const std::string& path) : path_(path)
 {
     file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
     if (!file_)
-        throw AudioError(path + ": " + sf_strerror(nullptr));
+        throw UserError(path + ": " + sf_strerror(nullptr));
     chunk_.resize(chunk_frames(info_.channels) * static_cast<std::size_t>(info_.channels));
 }
 
@@ -126,8 +188,19 @@ void AudioReader::fill()
 {
     position_ = 0;
     size_ = sf_readf_float(file_.get(), chunk_.data(), static_cast<sf_count_t>(chunk_frames(info_.channels)));
-    if (size_ <= 0 && sf_error(file_.get()) != SF_ERR_NO_ERROR)
-        throw AudioError(path_ + ": " + sf_strerror(file_.get()));
+    found_ += std::max<sf_count_t>(size_, 0);
+    if (sf_error(file_.get()) == SF_ERR_SYSTEM)
+        throw std::runtime_error(path_ + ": cannot be read: " + sf_strerror(file_.get()));
+}
+
+std::string AudioReader::shortfall() const
+{
+    const std::string found = std::to_string(found_) + " found";
+    if (const std::int64_t claimed = claimed_frames(file_.get(), info_); claimed > found_)
+        return path_ + ": cut short or damaged: " + std::to_string(claimed) + " frames are claimed, " + found;
+    if (!frames() && info_.seekable)
+        return path_ + ": cut short: its end is missing; " + found;
+    return "";
 }
 
 int AudioReader::read(float* const* channels, int frames)
@@ -157,13 +230,11 @@ int AudioReader::read(float* const* channels, int frames)
 void AudioWriter::check(const std::string& path, Encoding encoding, int channels, int rate)
 {
     format_of(path, encoding, channels, rate);
-    if (const std::string why = PartFile::refusal(path); !why.empty())
-        throw AudioError(why);
 }
 
 AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channels, int rate,
                          std::optional<std::int64_t> frames)
-    : part_(path), channels_(channels)
+    : part_(path, PartFile::Access::seek), channels_(channels)
 {
     constexpr double kMaxWavBytes = 4e9;
     SF_INFO info = format_of(path, encoding, channels, rate);
@@ -171,9 +242,8 @@ AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channel
     if (const double bytes = static_cast<double>(frames.value_or(0)) * channels * (bits_ ? bits_ / 8 : 4);
         bytes > kMaxWavBytes && (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV)
         info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
-    file_.reset(sf_open(part_.part().c_str(), SFM_WRITE, &info));
-    if (!file_)
-        fail(sf_strerror(nullptr));
+    file_.reset(sf_open_virtual(&part_calls(), SFM_WRITE, &info, &part_));
+    check_sound(file_ != nullptr);
     sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
     sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     chunk_.resize(chunk_frames(channels) * static_cast<std::size_t>(channels));
@@ -212,18 +282,25 @@ void AudioWriter::flush()
     } else {
         written = sf_writef_float(file_.get(), chunk_.data(), frames);
     }
-    if (written != frames || sf_error(file_.get()) != SF_ERR_NO_ERROR)
-        fail(sf_strerror(file_.get()));
+    check_sound(written == frames && sf_error(file_.get()) == SF_ERR_NO_ERROR);
 }
 
 void AudioWriter::commit()
 {
     flush();
-    if (const int error = sf_close(file_.release()))
-        fail(sf_error_number(error));
+    if (const int error = sf_close(file_.release()); error != 0) {
+        part_.check();
+        throw std::runtime_error(part_.name() + ": cannot be written: " + sf_error_number(error));
+    }
     part_.commit();
 }
 
-void AudioWriter::fail(const std::string& why) const { throw AudioError(part_.path() + ": cannot be written: " + why); }
+// The system's own word for what went wrong, or else libsndfile's, which does not always say that something did.
+void AudioWriter::check_sound(bool done) const
+{
+    part_.check();
+    if (!done)
+        throw std::runtime_error(part_.name() + ": cannot be written: " + sf_strerror(file_.get()));
+}
 
 }  // namespace vantoro

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Sound files, a block of planar samples at a time. Memory does not grow with a file's length.
-// Everything throws AudioError.
+// Sound files, a block of planar samples at a time. Memory does not grow with a file's length. What the user named
+// wrongly throws UserError; what goes wrong on the way, a std::runtime_error with the file and the cause.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,10 +14,6 @@
 #include "io/part_file.h"
 
 namespace vantoro {
-
-class AudioError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 struct CloseSound {
     void operator()(SNDFILE* file) const { sf_close(file); }
@@ -35,6 +30,9 @@ public:
 
     // Up to `frames` samples a channel; the rest of each buffer is zeroed. Returns how many came, 0 at the end.
     virtual int read(float* const* channels, int frames) = 0;
+
+    // At the end: what a file lacks of the length that it claims, as a sentence. Empty: nothing.
+    virtual std::string shortfall() const { return ""; }
 };
 
 // Where it goes.
@@ -54,6 +52,7 @@ public:
     int channels() const override { return info_.channels; }
     std::optional<std::int64_t> frames() const override;
     int read(float* const* channels, int frames) override;
+    std::string shortfall() const override;
 
 private:
     void fill();
@@ -61,6 +60,7 @@ private:
     SF_INFO info_{};
     Sound file_;
     std::string path_;
+    std::int64_t found_ = 0;
     std::vector<float> chunk_;  // interleaved
     sf_count_t position_ = 0, size_ = 0;
 };
@@ -89,9 +89,9 @@ public:
 
 private:
     void flush();
-    [[noreturn]] void fail(const std::string& why) const;
+    void check_sound(bool done) const;
 
-    PartFile part_;
+    PartFile part_;  // before the sound file, which writes its last bytes into it when it is closed
     int channels_;
     int bits_;  // of PCM; 0: float
     Sound file_;

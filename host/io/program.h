@@ -7,10 +7,10 @@
 
 namespace vantoro {
 
-// Runs `name` from the PATH, without a shell: `input` on its standard input, its standard output into the file
-// `output`, its complaints on our standard error. Throws std::runtime_error: a missing program with the Debian
-// `package` it comes in, or one that fails.
-void run_program(const std::string& name, std::vector<std::string> arguments, const std::string& input,
-                 const std::string& output, const std::string& package);
+// Runs `name` from the PATH, without a shell: `input` on its standard input, its complaints on our standard error.
+// Returns what it writes to its standard output. Throws std::runtime_error: a missing program with the Debian `package`
+// it comes in, or one that fails.
+std::string run_program(const std::string& name, std::vector<std::string> arguments, const std::string& input,
+                        const std::string& package);
 
 }  // namespace vantoro

@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
+#include <stdexcept>
 
+#include "support/problem.h"
 #include "vantoro.h"
 
 namespace vantoro {
@@ -25,7 +26,7 @@ const std::map<std::string, RawFormat>& raw_formats()
 
 void CloseStream::operator()(std::FILE* file) const
 {
-    if (file != stdin && file != stdout)
+    if (file != stdin)
         std::fclose(file);
 }
 
@@ -36,7 +37,7 @@ RawReader::RawReader(const std::string& path, RawFormat format, int channels, in
       stream_(path == "-" ? stdin : std::fopen(path.c_str(), "rb"))
 {
     if (!stream_)
-        throw AudioError(path_ + ": " + std::strerror(errno));
+        throw UserError(path_ + ": cannot be read: " + std::strerror(errno));
 }
 
 int RawReader::read(float* const* channels, int frames)
@@ -46,10 +47,11 @@ int RawReader::read(float* const* channels, int frames)
     samples_.resize(size_of(channels_, frames));
     const std::size_t got = std::fread(bytes_.data(), 1, bytes_.size(), stream_.get());
     if (std::ferror(stream_.get()))
-        throw AudioError(path_ + ": " + std::strerror(errno));
+        throw std::runtime_error(path_ + ": cannot be read: " + std::strerror(errno));
     if (got % frame_bytes != 0)
-        throw AudioError(path_ + ": ends inside a frame of " + std::to_string(frame_bytes) + " bytes; are " +
-                         std::to_string(channels_) + " channels of " + std::to_string(format_.bits) + " bits right?");
+        throw std::runtime_error(path_ + ": ends inside a frame of " + std::to_string(frame_bytes) + " bytes; are " +
+                                 std::to_string(channels_) + " channels of " + std::to_string(format_.bits) +
+                                 " bits right?");
     const int done = static_cast<int>(got / frame_bytes);
     lbx_bytes2floats(bytes_.data(), samples_.data(), done * channels_, format_.bits, format_.big_endian ? 1 : 0);
     for (int ch = 0; ch < channels_; ++ch) {
@@ -62,27 +64,9 @@ int RawReader::read(float* const* channels, int frames)
 
 // ---- writing ----
 
-void RawWriter::check(const std::string& path)
-{
-    if (path == "-")
-        return;
-    if (const std::string why = PartFile::refusal(path); !why.empty())
-        throw AudioError(why);
-}
-
 RawWriter::RawWriter(const std::string& path, RawFormat format, int channels)
-    : path_(path == "-" ? "standard output" : path), format_(format), channels_(channels)
-{
-    if (path == "-") {
-        std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a failed write, and told
-        stream_.reset(stdout);
-        return;
-    }
-    part_.emplace(path);
-    stream_.reset(std::fopen(part_->part().c_str(), "wb"));
-    if (!stream_)
-        fail();
-}
+    : part_(path), live_(path == "-"), format_(format), channels_(channels)
+{}
 
 void RawWriter::write(const float* const* channels, int frames)
 {
@@ -99,20 +83,12 @@ void RawWriter::write(const float* const* channels, int frames)
     const std::size_t width = static_cast<std::size_t>(format_.bits / 8);
     for (std::size_t at = 0; format_.big_endian && at < bytes_.size(); at += width)
         std::swap(bytes_[at], bytes_[at + width - 1]);
-    if (std::fwrite(bytes_.data(), 1, bytes_.size(), stream_.get()) != bytes_.size() ||
-        (!part_ && std::fflush(stream_.get()) != 0))
-        fail();
+    part_.write(bytes_.data(), bytes_.size());
+    if (live_)
+        part_.flush();
+    part_.check();
 }
 
-void RawWriter::commit()
-{
-    if (!part_)
-        return;
-    if (std::fclose(stream_.release()) != 0)
-        fail();
-    part_->commit();
-}
-
-void RawWriter::fail() const { throw AudioError(path_ + ": cannot be written: " + std::strerror(errno)); }
+void RawWriter::commit() { part_.commit(); }
 
 }  // namespace vantoro

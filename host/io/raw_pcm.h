@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Headerless PCM, from a file or through a pipe ("-": standard input and output), by the library's own converters.
-// Everything throws AudioError.
+// Errors as with sound files.
 #pragma once
 
 #include <cstdio>
@@ -17,7 +17,7 @@ struct RawFormat {
 const std::map<std::string, RawFormat>& raw_formats();  // by name: s16le, s16be, s24le, s24be
 
 struct CloseStream {
-    void operator()(std::FILE* file) const;  // standard streams stay open
+    void operator()(std::FILE* file) const;  // standard input stays open
 };
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
 
@@ -40,25 +40,20 @@ private:
     std::vector<float> samples_;  // interleaved
 };
 
-// The nearest word; what lies beyond full scale is clipped, NaN is 0. A file takes its place with commit(); standard
-// output gets every block at once.
+// The nearest word; what lies beyond full scale is clipped. A file takes its place with commit(); standard output gets
+// every block at once.
 class RawWriter : public AudioSink {
 public:
-    static void check(const std::string& path);  // throws when the file cannot be made
-
     RawWriter(const std::string& path, RawFormat format, int channels);
 
     void write(const float* const* channels, int frames) override;
     void commit() override;
 
 private:
-    [[noreturn]] void fail() const;
-
-    std::string path_;
+    PartFile part_;
+    bool live_;  // standard output
     RawFormat format_;
     int channels_;
-    std::optional<PartFile> part_;  // not for standard output
-    Stream stream_;
     std::vector<float> samples_;  // channel after channel
     std::vector<float*> pins_;
     std::vector<unsigned char> bytes_;

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The program from outside: files in and out, reports, exit statuses. Usage: test_cli.py PROGRAM SOURCE_DIR [TESTS]"""
 
+import contextlib
 import json
 import os
 import pty
@@ -61,6 +62,13 @@ class Cli(unittest.TestCase):
                 f.write(text)
         return path
 
+    def read(self, name):
+        with open(self.path(name)) as f:
+            return f.read()
+
+    def parts(self):
+        return [name for name in os.listdir(self.dir.name) if name.endswith(".part")]
+
     def call(self, *arguments, status=0, **more):
         result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, **more)
         self.assertEqual(result.returncode, status, result.stderr)
@@ -88,11 +96,11 @@ class Cli(unittest.TestCase):
             self.call("run", gain, "-i", self.path(name), "-o", self.path("back.wav"), "--format", "float")
             self.assertEqual(samples(self.path("in.wav")), samples(self.path("back.wav")), name)
         self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.ogg"))
-        # The nearest code, clipped at both ends; NaN is 0. The report has a peak per channel and counts what does not fit.
-        wav(self.path("in.wav"), [0.4 / 32768, 0.6 / 32768, -0.6 / 32768, 1.0, 1.25, -1.0, -1.5, 1.0000001, float("nan"), 0.0], 2)
+        # The nearest code, clipped at both ends. The report has a peak per channel and counts what does not fit.
+        wav(self.path("in.wav"), [0.4 / 32768, 0.6 / 32768, -0.6 / 32768, 1.0, 1.25, -1.0, -1.5, 1.0000001], 2)
         out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm16")
-        self.assertEqual(struct.unpack("<10h", samples(self.path("out.wav"))), (0, 1, -1, 32767, 32767, -32768, -32768, 32767, 0, 0))
-        self.assertIn("peak 3.52 0.00 dBFS, 4 samples above full scale (1 not finite)", out.stdout)
+        self.assertEqual(struct.unpack("<8h", samples(self.path("out.wav"))), (0, 1, -1, 32767, 32767, -32768, -32768, 32767))
+        self.assertIn("peak 3.52 0.00 dBFS, 3 samples above full scale", out.stdout)
 
     def test_wrong_input_touches_nothing(self):
         wav(self.path("in.wav"), [0.5] * 100, 2)
@@ -108,7 +116,10 @@ class Cli(unittest.TestCase):
             ([sources, *io], ["in.wav: 48000 Hz; the schematic is made for 8000 Hz"]),
             ([gain, "-i", self.path("in.wav"), "-o", self.path("out.xyz")], ["out.xyz: the extension"]),
             ([gain, *io, "--format", "pcm99"], ["--format"]),
-            ([gain, "-i", self.path("in.wav"), "-o", "/dev/null"], ["/dev/null"]),
+            ([gain, "-i", self.path("in.wav"), "-o", self.path("no/out.wav")], ["no/out.wav: its folder cannot be written: No such file"]),
+            ([gain, *io, "--format", "pcm16", "--raw-out", "s16le"], ["--raw-out", "--format"]),
+            ([gain, *io, "--meter-interval", "1"], ["--meter-interval", "--meters"]),
+            ([gain, *io, "--meters", self.dir.name], [self.dir.name + ": is a directory"]),
             ([gain, "-o", out], ['wired to "input"']),
             ([sources, "-o", out], ["--seconds"]),
             ([sources, "-o", out, "--seconds", "nan"], ["--seconds"]),
@@ -119,42 +130,150 @@ class Cli(unittest.TestCase):
             for text in told:
                 self.assertIn(text, error)
             self.assertTrue(all(line.startswith("vantoro: ") for line in error.splitlines()), error)
-            with open(out) as f:
-                self.assertEqual(f.read(), "old")
-        self.assertFalse([n for n in os.listdir(self.dir.name) if n.endswith(".part")])
+            self.assertEqual(self.read("out.wav"), "old")
+        self.assertEqual(self.parts(), [])
 
-    def test_failing_writes_keep_the_old_file(self):
-        wav(self.path("in.wav"), [0.5] * 200000, 2)
-        gain, out = self.path("g.json", GAIN % 64), self.path("out.wav", "old")
+    def test_a_disk_that_fills_up_keeps_the_old_file(self):
+        draw = random.Random(3)
+        wav(self.path("in.wav"), [draw.uniform(-1, 1) for _ in range(60000)], 2)
+        gain = self.path("g.json", GAIN % 64)
+        for name in ("out.wav", "out.rf64", "out.flac", "out.aiff", "out.ogg", "out.opus", "out.mp3", "raw"):
+            call = ["run", gain, "-i", self.path("in.wav"), "-o", self.path(name)] + ["--raw-out", "s16le"] * (name == "raw")
+            self.call(*call)
+            size = os.path.getsize(self.path(name))
+            for most in (0, size // 2, size - 1):  # the last bytes are written when a file is closed
+                with open(self.path(name), "w") as f:
+                    f.write("old")
+                limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most))
+                error = self.call(*call, status=1, preexec_fn=limit).stderr
+                self.assertIn("%s: cannot be written: File too large" % self.path(name), error)
+                self.assertEqual(self.read(name), "old")
+        self.assertEqual(self.parts(), [])
 
-        def limit():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+    def test_signals_end_the_program_and_leave_nothing(self):
+        out, gain = self.path("out.wav", "old"), self.path("g.json", GAIN % 64)
+        raw = ["--raw-in", "s16le", "--raw-rate", "48000", "--raw-channels", "2"]
+        for name in ("dot", "gnuplot"):
+            with open(self.path(name), "w") as f:
+                f.write("#!/bin/sh\necho $$ >%s\nexec sleep 60\n" % self.path("pid"))
+            os.chmod(self.path(name), 0o700)
+        busy = ["run", self.path("s.json", SOURCES), "-o", out, "--seconds", "1e7"]
+        idle = ["run", gain, "-i", "-", *raw, "-o", out, "--meters", self.path("m.csv")]
+        blocked = ["run", self.path("s.json"), "-o", "-", "--raw-out", "s16le", "--seconds", "1e7", "--meters", self.path("m.csv")]
+        drawing = ["graph", gain, "-o", self.path("p.svg")]
+        cases = [(busy, number) for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT, signal.SIGPIPE)]
+        cases += [(call, number) for call in (idle, blocked, drawing) for number in (signal.SIGINT, signal.SIGTERM)]
+        for call, number in cases:
+            child = subprocess.Popen([PROGRAM, *call], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                     env={**os.environ, "PATH": self.dir.name + ":" + os.environ["PATH"]},
+                                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+            with child:
+                while not (os.path.exists(self.path("pid")) if call is drawing else self.parts()):
+                    time.sleep(0.01)
+                time.sleep(0.1)
+                child.send_signal(number)
+                self.assertEqual(child.wait(10), -number, call)
+            self.assertEqual(self.parts(), [], call)
+            if call is drawing:
+                drawer = "/proc/%s/cmdline" % self.read("pid").strip()  # gone, or empty until somebody collects it
+                with contextlib.suppress(OSError):
+                    while self.read(drawer):
+                        time.sleep(0.01)
+                os.remove(self.path("pid"))
+        self.assertEqual(self.read("out.wav"), "old")
 
-        error = self.call("run", gain, "-i", self.path("in.wav"), "-o", out, status=1, preexec_fn=limit).stderr
-        self.assertIn("cannot be written", error)
-        error = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("no/out.wav"), status=1).stderr
-        self.assertIn("No such file or directory", error)
-        # An interrupt too.
-        with subprocess.Popen([PROGRAM, "run", self.path("s.json", SOURCES), "-o", out, "--seconds", "1e7"],
-                              stderr=subprocess.PIPE, text=True) as child:
-            while not any(n.endswith(".part") for n in os.listdir(self.dir.name)):
-                time.sleep(0.01)
-            time.sleep(0.1)
-            child.send_signal(signal.SIGINT)
-            self.assertIn("interrupted", child.communicate()[1])
-            self.assertEqual(child.returncode, 1)
-        with open(out) as f:
-            self.assertEqual(f.read(), "old")
-        self.assertFalse([n for n in os.listdir(self.dir.name) if n.endswith(".part")])
-
-    def test_the_output_may_be_the_input(self):
+    def test_nothing_that_is_read_is_overwritten(self):
         wav(self.path("a.wav"), [0.25] * 1000, 1)
+        with open(self.path("a.wav"), "rb") as f:
+            before = f.read()
+        gain = self.path("g.json", GAIN % 64)
         os.symlink("a.wav", self.path("link.wav"))
-        self.call("run", self.path("g.json", GAIN % 64), "-i", self.path("a.wav"), "-o", self.path("link.wav"), "--format", "float",
-                  "--set", "g.gain=2")
+        os.link(self.path("a.wav"), self.path("hard.wav"))
+        for name in ("g.wav", "g.svg", "g.csv"):
+            os.symlink("g.json", self.path(name))
+        os.symlink("spl.txt", self.path("spl.csv"))
+        self.path("spl.txt", "1 0 0\n30000 0 0\n")
+        run, io = ["run", gain, "-i", self.path("a.wav")], ["-o", self.path("new.wav")]
+        cases = [([*run, "-o", self.path(name)], "the input") for name in ("a.wav", "link.wav", "hard.wav")]
+        cases += [([*run, "-o", self.path("g.wav"), "--force"], "the schematic"),
+                  ([*run, *io, "--meters", self.path("link.wav")], "the input"), ([*run, *io, "--meters", gain], "the schematic"),
+                  ([*run, *io, "--meters", self.path("new.wav")], "the output"),
+                  (["graph", gain, "-o", self.path("g.svg")], "the schematic"),
+                  (["response", gain, "-o", self.path("g.csv")], "the schematic"),
+                  (["response", gain, "-o", self.path("spl.csv"), "--speaker", self.path("spl.txt")], "the loudspeaker")]
+        for call, kept in cases:
+            self.assertIn("would overwrite " + kept, self.call(*call, status=2).stderr)
+        with open(self.path("a.wav"), "rb") as f:
+            self.assertEqual((f.read(), self.read("g.json"), self.read("spl.txt")), (before, GAIN % 64, "1 0 0\n30000 0 0\n"))
+        self.assertFalse(os.path.exists(self.path("new.wav")))
+        self.call(*run, "-o", self.path("link.wav"), "--force", "--format", "float", "--set", "g.gain=2")
         self.assertTrue(os.path.islink(self.path("link.wav")))
         self.assertEqual(samples(self.path("a.wav")), struct.pack("<f", 0.5) * 1000)
+
+    def test_outputs_of_every_kind(self):
+        wav(self.path("in.wav"), [0.25] * 200000, 2)
+        run = ["run", self.path("g.json", GAIN % 64), "-i", self.path("in.wav")]
+        self.call(*run, "-o", self.path("whole.wav"))
+        with open(self.path("whole.wav"), "rb") as f:
+            whole = f.read()
+        # A link whose file does not exist yet, and a loop of them.
+        os.mkdir(self.path("sub"))
+        os.symlink("sub/later.wav", self.path("link.wav"))
+        self.call(*run, "-o", self.path("link.wav"))
+        self.assertTrue(os.path.islink(self.path("link.wav")))
+        with open(self.path("sub/later.wav"), "rb") as f:
+            self.assertEqual(f.read(), whole)
+        os.symlink("b.wav", self.path("a.wav"))
+        os.symlink("a.wav", self.path("b.wav"))
+        self.assertIn("a.wav: cannot be written: Too many levels", self.call(*run, "-o", self.path("a.wav"), status=2).stderr)
+        # Devices and fifos; a sound file's header comes first though it is known last.
+        for output in (["/dev/null"], ["/dev/null", "--raw-out", "s16le"]):
+            self.call(*run, "-o", *output, "--meters", "/dev/null")
+        self.assertIn("/dev/full: cannot be written: No space left", self.call(*run, "-o", "/dev/full", status=1).stderr)
+        os.mkfifo(self.path("fifo.wav"))
+        with subprocess.Popen(["cat", self.path("fifo.wav")], stdout=subprocess.PIPE) as cat:
+            with subprocess.Popen([PROGRAM, *run, "-o", self.path("fifo.wav")], stdout=subprocess.DEVNULL):
+                self.assertEqual(cat.communicate()[0], whole)
+        # Standard streams that are closed: log lines do not land in files, and printing fails.
+        late = json.loads(GAIN % 64)
+        late["blocks"]["late"] = {"type": 287, "params": {"maxDelay": 10, "delay": 20}}
+        call = ["run", self.path("late.json", json.dumps(late)), "-i", self.path("in.wav"), "-o", self.path("x.wav")]
+        for streams, status in ((range(3), 1), ((2,), 0), ((0, 2), 0)):
+            child = subprocess.run([PROGRAM, *call], stdin=None, preexec_fn=lambda: [os.close(fd) for fd in streams],
+                                   stdout=subprocess.DEVNULL if 1 not in streams else None)
+            self.assertEqual(child.returncode, status)
+            with open(self.path("x.wav"), "rb") as f:
+                self.assertEqual(f.read(), whole)
+
+    def test_files_that_are_cut_short(self):
+        draw = random.Random(4)
+        wav(self.path("in.wav"), [draw.uniform(-1, 1) for _ in range(200000)], 2)
+        gain = self.path("g.json", GAIN % 64)
+        for name in ("a.wav", "a.rf64", "a.w64", "a.flac", "a.aiff", "a.au", "a.ogg"):
+            self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path(name))
+            os.truncate(self.path(name), os.path.getsize(self.path(name)) * 6 // 10)
+            out = self.call("run", gain, "-i", self.path(name), "-o", self.path("b.wav"))
+            found = len(samples(self.path("b.wav"))) // 6
+            self.assertTrue(10000 < found < 90000, name)
+            claim = "its end is missing;" if name == "a.ogg" else "100000 frames are claimed,"
+            self.assertRegex(out.stderr, r"%s: cut short.*: %s %d found\n$" % (name, claim, found))
+        for unknown in (0x7ffff000, 0xffffffff):  # as recorders leave it that write to a pipe
+            write_wav(self.path("pipe.wav"), b"", 40000, 2, 48000, 1, 16)
+            with open(self.path("pipe.wav"), "r+b") as f:
+                f.seek(40)
+                f.write(struct.pack("<I", unknown))
+            out = self.call("run", gain, "-i", self.path("pipe.wav"), "-o", self.path("b.wav"))
+            self.assertEqual((len(samples(self.path("b.wav"))), out.stderr), (60000, ""))
+
+    def test_what_is_not_finite_is_a_failure(self):
+        for frames, settings, words in (([0.5] * 200 + [float("nan")], [], "starts in channel 0 of the input"),
+                                        ([1e30] * 201, ["--set", "g.gain=1e20"], "starts in g.0")):
+            wav(self.path("in.wav"), frames * 2, 1)
+            error = self.call("run", self.path("g.json", GAIN % 64), "-i", self.path("in.wav"), "-o", self.path("out.wav", "old"),
+                              *settings, status=1).stderr
+            self.assertIn("output 0 is not finite", error)
+            self.assertIn(words, error)
+            self.assertEqual(self.read("out.wav"), "old")
 
     def test_sources_settings_and_meters(self):
         document = json.loads(SOURCES)
@@ -164,7 +283,7 @@ class Cli(unittest.TestCase):
                         "--set", "dc.value=0.25", "--set", "dc.value=1@0.5", "--set", "dc.value=9@7",
                         "--meters", self.path("m.csv"), "--meter-interval", "0.25")
         self.assertEqual(samples(self.path("o.wav")), struct.pack("<f", 0.25) * 4032 + struct.pack("<f", 1) * 3968)
-        self.assertIn("changes behind the end of the audio, not made: 1", out.stderr)
+        self.assertIn("changes after the end of the audio, not made: 1", out.stderr)
         self.assertRegex(out.stdout.splitlines()[1], r"^meter vu: -?0\.\d\d dB$")
         with open(self.path("m.csv")) as f:
             rows = [line.split(",") for line in f.read().splitlines()]
@@ -285,13 +404,42 @@ class Cli(unittest.TestCase):
         self.assertIn("did you mean BASIC_GAIN", self.call("blocks", "BASIC_GIAN", status=2).stderr)
         self.call("blocks", "--schema", "--json", status=2)
 
-    def test_graph_needs_dot(self):
+    def test_pictures_need_their_programs(self):
+        passthrough = os.path.join(EXAMPLES, "passthrough.json")
         path = self.path("p.svg", "old")
-        error = self.call("graph", os.path.join(EXAMPLES, "passthrough.json"), "-o", path, status=1, env={"PATH": self.dir.name}).stderr
-        self.assertIn("'dot' is missing", error)
-        with open(path) as f:
-            self.assertEqual(f.read(), "old")
-        self.call("graph", os.path.join(EXAMPLES, "passthrough.json"), "-o", self.path("p.txt"), status=2)
+        os.mkdir(self.path("bin"))
+        for script, words in ((None, "'dot' is missing"), ("echo half; exit 3", "'dot' failed with status 3"),
+                              ("kill -9 $$", "'dot' was ended by a signal: Killed"), ("", "'dot' wrote nothing")):
+            if script is not None:
+                with open(self.path("bin/dot"), "w") as f:
+                    f.write("#!/bin/sh\n" + script + "\n")
+                os.chmod(self.path("bin/dot"), 0o700)
+            self.assertIn(words, self.call("graph", passthrough, "-o", path, status=1, env={"PATH": self.path("bin")}).stderr)
+            self.assertEqual(self.read("p.svg"), "old")
+        self.call("graph", passthrough, "-o", self.path("p.txt"), status=2)
+
+    def test_responses_take_every_option_or_refuse_it(self):
+        document = json.loads(GAIN % 64)
+        document["rate"] = 44100
+        respond = ["response", self.path("g.json", json.dumps(document)), "-o", self.path("r.csv")]
+        for options, words in ((["--rate", "48000"], "--rate 48000: the schematic is made for 44100 Hz"),
+                               (["--set", "g.gain=2@3"], "--set g.gain=2@3: a response does not change")):
+            self.assertIn(words, self.call(*respond, *options, status=2).stderr)
+        self.call("check", self.path("g.json"), "--rate", "48000", status=2)
+        # A loudspeaker's file, as different programs write it.
+        rows = ((10, 80.5, 10), (1000, 82.25, -5), (30000, 70, 120))
+        texts = ("* a comment\n* Freq(Hz) SPL(dB) Phase(degrees)\n", "A loudspeaker\nHz\tdB\tdegrees\n", "", "\ufeff",
+                 "# one\n\nFrequency, Level, Phase\n")
+        tables = []
+        for separator in (" ", "\t", ",", ", ", ";"):
+            for text in texts:
+                for decimal in (".,", ".")[separator in (",", ", ")]:
+                    lines = (separator.join("%.2f" % v for v in row).replace(".", decimal) + "\r\n" for row in rows)
+                    self.path("speaker.frd", text + "".join(lines))
+                    self.call(*respond, "--rate", "44100", "--speaker", self.path("speaker.frd"))
+                    tables.append(self.read("r.csv"))
+        self.assertEqual(len(set(tables)), 1)
+        self.assertIn(",82.25", tables[0])
 
     def test_memory_does_not_grow_with_length(self):
         if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""):

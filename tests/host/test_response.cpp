@@ -296,7 +296,7 @@ TEST(Speaker, LinesBetweenRowsAndNothingBeyond)
         EXPECT_NEAR(std::remainder(phase_deg(values[i]) - deg, 360), 0, 1e-9);
     }
     for (const char* bad :
-         {"", "a\nb\n100 0 0\n", "a\nb\n100 0 0\n90 0 0\n", "a\nb\n100 0 0\n200 x 0\n", "a\nb\n100 0 0\n200 1\n"})
+         {"", "a\nb\n100 0 0\n", "a\nb\n100 0 0\n90 0 0\n", "a\nb\n100 0 0\n200 x 0\n", "a\nb\n100 0 0\n200\n"})
         EXPECT_THROW(read_speaker(speaker_file(bad), kAxis), UserError) << bad;
     std::filesystem::remove(path);
     EXPECT_THROW(read_speaker(path, kAxis), UserError);
