@@ -72,9 +72,15 @@ json schema_of(const VantoroParam& param, bool limited)
         out["type"] = param.kind == VANTORO_REAL ? "number" : "integer";
     if (limited && param.kind != VANTORO_FLAG && param.kind != VANTORO_CHOICE)
         add_limits(param, out);
-    if ((param.flags & unsigned{VANTORO_UNUSED}) != 0)
-        return {{"description", out["description"]}, {"not", json::object()}};
     return out;
+}
+
+// By name, what is never read is not to be given; in a row by position it must be.
+json member_schema(const VantoroParam& param, bool limited)
+{
+    if ((param.flags & unsigned{VANTORO_UNUSED}) != 0)
+        return {{"description", description_of(param)}, {"not", json::object()}};
+    return schema_of(param, limited);
 }
 
 // The entries that some choice of `param` reads in its own way.
@@ -144,7 +150,7 @@ json object_schema(const Entries& params)
     json out{{"type", "object"}, {"additionalProperties", false}, {"properties", json::object()}};
     for (std::size_t i = 0; i < params.size(); ++i)
         if (params[i])
-            out["properties"][params[i]->name] = schema_of(*params[i], !conditional.contains(i));
+            out["properties"][params[i]->name] = member_schema(*params[i], !conditional.contains(i));
     for (const VantoroParam* param : params)
         if (param && !read_entries(*param).empty())
             add_conditions(*param, params, out);

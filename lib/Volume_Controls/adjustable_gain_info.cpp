@@ -27,7 +27,7 @@ constexpr InfoRow kRows[] = {
         .linear(linear_model),
     LBX_TYPE(VC_SIG_EXT_CONTROL_SLEW, lbx::info::kVolume, "gliding volume from a pin", kControlled)
         .pins(kGain)
-        .params(kByPin, VANTORO_GLIDES)
+        .params(kByPin, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS)
         .linear(linear_model),
 };

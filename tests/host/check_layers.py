@@ -15,7 +15,7 @@ MAY_SEE = {
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],
     "commands": ["support", "io", "catalog", "schematic", "engine", "analysis"],
-    "": ["commands", "support"],  # main.cpp
+    "": ["commands", "io", "support"],  # main.cpp
 }
 PUBLIC = ["vantoro.h", "common/block_info.h"]  # of the library
 # Types by code, and the records behind them: descriptions and public functions say what a host needs.

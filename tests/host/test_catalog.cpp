@@ -169,7 +169,7 @@ TEST(Warnings, EachSaysWhatTheNumberDoesInstead)
         {EN_QVALGO_REVERB, {2, 2}, {}, "/enable: left out: QVALGO_REVERB is silent unless it is 1"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(said(c.code, c.pins, c.params), Lines{"? " + c.line});
+        EXPECT_EQ(said(c.code, c.pins, c.params), Lines{"? warning: " + c.line});
     // What is meant to be so.
     EXPECT_EQ(said(EN_QVALGO_REVERB, {2, 2}, {{"enable", false}}), Lines{});
     EXPECT_EQ(said(EN_FILTER_TEXTEQ, {1, 1}, {{"bands", {{1, 0, "Text_Peaking", 6, 100, 1, 0}}}}), Lines{});
@@ -180,10 +180,10 @@ TEST(Warnings, ComeWithTheRateForFrequencies)
     const json params{{"fc", 24000}};
     EXPECT_EQ(said(EN_FILTER_1ST, {1, 1}, params), Lines{});
     EXPECT_EQ(said(EN_FILTER_1ST, {1, 1}, params, 48000),
-              Lines{"? /fc: 24000: is out of range: fc below 24000, half the sampling rate"});
+              Lines{"? warning: /fc: 24000: is out of range: fc below 24000, half the sampling rate"});
     EXPECT_EQ(said(EN_FILTER_1ST, {1, 1}, params, 96000), Lines{});
     EXPECT_EQ(said(EN_FILTER_GRAPHICAL_EQ, {1, 1}, {{"bands", {json::object(), {{"fc", 9000}}}}}, 16000),
-              Lines{"? /bands/1/fc: 9000: is out of range: fc below 8000, half the sampling rate"});
+              Lines{"? warning: /bands/1/fc: 9000: is out of range: fc below 8000, half the sampling rate"});
     EXPECT_EQ(said(EN_FILTER_2ND_TONE, {1, 1}, {}, 16000).size(), 1U);  // a default that does not suit the rate
 }
 
