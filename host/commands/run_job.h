@@ -35,7 +35,8 @@ struct Job {
     std::optional<std::int64_t> frames;  // unknown for some streams
 };
 
-// Opens the input and reads the schematic, whose warnings it prints; touches no output. Throws UserError with everything that is wrong.
+// Opens the input and reads the schematic, whose warnings it prints; touches no output. Throws UserError with
+// everything that is wrong.
 Job prepare(const RunOptions& options);
 
 // Where the audio goes; null: the schematic has no output.

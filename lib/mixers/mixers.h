@@ -11,8 +11,8 @@
 //   EN_SPLIT_T_CONNECT             1 in,  m out   no gains: copies
 //
 // Vectors: plain types, the gains in dB; slewed types, the slew rate (see SlewAlphaGet; logged and written back when
-// clamped) and then the gains in dB. Gains are not clamped; they go through LBX_DB2Gain, so 0 dB is 0.97100782 once set.
-// Before any set a gain is 1.
+// clamped) and then the gains in dB. Gains are not clamped; they go through LBX_DB2Gain, so 0 dB is 0.97100782 once
+// set. Before any set a gain is 1.
 //
 // Plain gains change at once. Slewed gains glide: once per block a one-pole step toward the target, inside the block a
 // straight line; they start from silence and end exactly on the target.
