@@ -40,7 +40,7 @@ static_assert(std::ranges::equal(kResponses, crossover::kLowTypes.list, [](const
     return (r.times == 2) == (c.reading_count > 0);  // reads its gain twice
 }));
 
-// Every type has one, known or not.
+// Unknown types have a number of sections too.
 int sections_of(int type) { return type <= Bessel12 ? 1 : type <= Bessel24 ? 2 : 4; }
 
 void designed_pair(const Response& response, float wn, int kind, float gain, float* coeff, float* ba)
@@ -51,10 +51,10 @@ void designed_pair(const Response& response, float wn, int kind, float gain, flo
     write_section({1.0F, second[0], second[1], 1.0F, second[2], second[3]}, 1.0F, coeff + kSosCoeffs);
 }
 
-// LR12: two equal real poles. `omega` is pi Fc, `theta` that per sample.
+// LR12: two equal real poles. `omega` is pi Fc, `theta` is omega / rate.
 Sos equal_poles(float omega, float theta, float rate_hz, int kind)
 {
-    const float k = theta != 0.0F ? omega / std::tan(theta) : rate_hz;  // what the quotient tends to
+    const float k = theta != 0.0F ? omega / std::tan(theta) : rate_hz;  // the limit
     const float omega2 = omega * omega, k2 = k * k, cross = 2.0F * k * omega;
     const float a0 = k2 + cross + omega2, a1 = 2.0F * omega2 - 2.0F * k2, a2 = k2 - cross + omega2;
     if (kind == kDesignLowPass)
@@ -77,7 +77,7 @@ void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float
         const auto bilinear = kind == kDesignLowPass ? bilinear_low_pass : bilinear_high_pass;
         Sos h = type == LR12 ? equal_poles(omega, theta, rate_hz, kind) : bilinear(theta, response.inverse_q);
         for (float* b : {&h.b0, &h.b1, &h.b2})
-            *b *= gain;  // before the division, whose rounding is the last
+            *b *= gain;  // before the division, so that the division rounds last
         write_section(h, 1.0F, coeff);
     }
     if (response.times == 2)
@@ -86,7 +86,7 @@ void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float
 
 // ---- two-way and three-way
 
-// A filter's entries in the vector, in the order of the sections. Without a gain of its own: 0 dB.
+// A filter's entries in the vector; filters stand in the order of their sections. kNoGain: 0 dB.
 struct Filter {
     int kind, type, fc, gain;
 };
@@ -131,7 +131,7 @@ constexpr Ways kThreeWays = {
     kLabels3,
 };
 
-// The documented record, and what the kernel wants of it.
+// The documented record, and the same arranged for the kernel.
 template <class Core>
 struct Crossover : Core {
     Split split;
@@ -158,7 +158,7 @@ void note(Crossover3Way_Core* core, const int* sections, const int* inverted)
 
 // ---- setting
 
-// An array of another size with the old values, as far as they go, and zeros.
+// A new array that begins with the old values; the rest is 0.
 bool resized_copy(float*& fresh, const float* old, std::ptrdiff_t old_n, std::ptrdiff_t n)
 {
     if (!zeros(fresh, n))
@@ -333,7 +333,7 @@ int Crossover2Way_destroy(BlockAlgo* blk) { return destroy<Crossover2Way_Core>(b
 
 BlockAlgo* Crossover3Way_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin <= 0 || Output_pin / Input_pin != 3) {  // the remainder of the division is left out, on purpose
+    if (Input_pin <= 0 || Output_pin / Input_pin != 3) {  // ignores the remainder, on purpose
         LBX_LOG("wrong input pin number in Crossover 3Way\n");
         return nullptr;
     }

@@ -39,7 +39,7 @@ typedef struct Crossover2Way_Core {
     float* coeffArray;  // 5 floats per section: low, high
     int sos_low, sos_high;
     float* stateArray;   // 2 floats per section and channel; in a channel: low, high
-    float* inputBuffer;  // a stretch of every input
+    float* inputBuffer;  // a tile of every input
 } Crossover2Way_Core;
 
 typedef struct Crossover3Way_Core {

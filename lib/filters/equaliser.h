@@ -32,7 +32,7 @@ std::ptrdiff_t eq_vector_floats(int bands)
     return std::ptrdiff_t{1} + std::ptrdiff_t{Kind::kStride} * bands;
 }
 
-// Silent arrays for the bands of `param`, and a copy of it. Without memory the old ones stay.
+// Takes silent arrays for the bands of `param`, and a copy of it. Without memory the old ones stay.
 template <class Kind>
 [[nodiscard]] bool eq_start_again(BlockAlgo* blk, const float* param)
 {
@@ -46,7 +46,7 @@ template <class Kind>
             std::free(array);
         return false;
     }
-    std::copy_n(param, eq_vector_floats<Kind>(bands), vector);  // before the old one goes, which `param` may be
+    std::copy_n(param, eq_vector_floats<Kind>(bands), vector);  // before the old vector is freed, which may be `param`
     for (float* array : {blk->pState, blk->pStateB, blk->pStateC, blk->pParam})
         std::free(array);
     core->numFilter = bands;
@@ -122,7 +122,7 @@ int eq_destroy(BlockAlgo* blk)
     return free_block(blk);
 }
 
-// What a band starts from. The constant is 2 pi in single precision: all of the design is.
+// What a band is designed from. All of it is in single precision, 2 pi too.
 struct EqBand {
     Corner corner;
     float fourth, boost_db;  // clamped: Q, slope or octaves, as the type reads it
@@ -133,7 +133,7 @@ EqBand eq_band(float rate_hz, float fc_hz, float fourth, float boost_db, int typ
 {
     const auto number = static_cast<std::size_t>(type);
     return {corner(fc_hz * 6.2831855F / rate_hz),
-            number < kTypes ? clamp_back(fourth, clamps[number]) : fourth,  // an unknown type designs nothing
+            number < kTypes ? clamp_back(fourth, clamps[number]) : fourth,  // an unknown type is not designed
             clamp_back(boost_db, info::kSectionBoostDb.clamp)};
 }
 
@@ -145,7 +145,7 @@ enum EqCommonType {
     kEqHighPass
 };
 
-// The types that both blocks number alike. False for others; a pass band is lifted by the boost.
+// The types that both blocks number alike; of low- and high-pass the boost is the gain. False for others.
 inline bool eq_common(int type, const EqBand& band, Sos& h, float& gain)
 {
     const float A = std::pow(10.0F, band.boost_db / 40.0F);

@@ -14,10 +14,10 @@ using namespace lbx;
 namespace {
 
 constexpr int kWide = kLanes<f8>;
-constexpr int kPass = 256;  // samples per pass; the more, the less it costs to unroll the past
+constexpr int kPass = 256;  // samples per pass; the more, the less copying the past costs
 
 struct Fir : FIR_Core {
-    float* line;  // the past and the new samples of one pass in one piece, oldest first
+    float* line;  // the past and the new samples of one pass, contiguous, oldest first
 };
 
 // ---- the kernel: lanes are time
@@ -112,20 +112,20 @@ bool new_lines(CircularBuffer**& lines, int channels, int taps)
 
 std::ptrdiff_t vector_floats(int taps) { return std::ptrdiff_t{1} + std::max(taps, 0); }
 
-// Silent lines, and the vector `source` with its `taps` taps. Without memory the old ones stay.
+// Takes silent lines and a copy of the vector `source` with its `taps` taps. Without memory the old ones stay.
 bool start_again(BlockAlgo* blk, int taps, const float* source)
 {
     auto* core = core_of<Fir>(blk);
     CircularBuffer** lines = nullptr;
     float *line = nullptr, *vector = nullptr;
-    // The lines come first: a number of taps that they cannot hold ends here.
+    // The lines come first: they end the process for a number of taps that they cannot hold.
     const std::ptrdiff_t floats = vector_floats(taps);
     if (!new_lines(lines, blk->nInputs, taps) || !zeros(vector, floats) || !zeros(line, floats + kPass + kWide)) {
         free_lines(lines, blk->nInputs);
         std::free(vector);
         return false;
     }
-    std::copy_n(source, floats, vector);  // before the old one goes, which `source` may be
+    std::copy_n(source, floats, vector);  // before the old vector is freed, which may be `source`
     free_lines(core->databuffer, blk->nInputs);
     std::free(core->line);
     std::free(blk->pParam);

@@ -21,7 +21,7 @@ typedef struct FIR_Core {
 } FIR_Core;
 
 // Vector: the number of taps, then the taps; a new block copies. A number below 1 is logged and ends the process,
-// status -1, for there are no lines of that length.
+// status -1.
 BlockAlgo* FIR_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type);  // null: wrong pins, no memory
 
 // Takes over the taps. A new number of taps starts the channels from silence; the old number keeps their past. Null

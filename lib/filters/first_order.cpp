@@ -47,7 +47,7 @@ void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sample
 BlockAlgo* FirstOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
     if (Input_pin != Output_pin) {
-        LBX_LOG("wrong input pin number in Limiter\n");  // names another block; hosts know it so
+        LBX_LOG("wrong input pin number in Limiter\n");  // names another block; kept, hosts know the text
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FirstOrder_destroy);

@@ -39,7 +39,7 @@ const Type* find_type(int code)
 
 int limited(int index, int curves) { return std::max(std::min(index, curves - 1), 0); }
 
-// Room for `curves`, with the curves there are kept.
+// Room for `curves`; existing curves are kept.
 bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
 {
     if (!resize(blk->pState, std::ptrdiff_t{kSosCoeffs} * core->num_curves, std::ptrdiff_t{kSosCoeffs} * curves))
@@ -184,8 +184,8 @@ int LookUp_process(BlockAlgo* blk, float** data_in, float** data_out)
         return RT_OK;
     }
     core->idx_now = limited(to_int(data_in[0][0]), core->num_curves);
-    // A control that returns to the old curve in mid-fade finds it as it was left, and so does its next change the
-    // fade.
+    // When the control returns to the old curve during a fade, that curve goes on from where it was left; the next
+    // change then goes on with the fade.
     if (core->idx_now == core->idx_pre) {
         run_heard(core, 0, audio, data_out, blk->nOutputs, n);
         return RT_OK;

@@ -6,8 +6,8 @@
 //   EN_FILTER_LOOKUP_COMMON         corner varies  n + 1 in, n out
 //   EN_FILTER_LOOKUP_BUTTER_BESSEL  corner varies  n + 1 in, n out
 //
-// Pin 0 is the control: its first sample, truncated and held to the curves there are, is the curve's index. Pin k + 1
-// is filtered to output k, which may be its buffer.
+// Pin 0 is the control: its first sample, truncated and limited to the curves there are, is the curve's index. Pin k +
+// 1 is filtered to output k, which may be its buffer.
 #ifndef VANTORO_FILTERS_LOOK_UP_H
 #define VANTORO_FILTERS_LOOK_UP_H
 
@@ -79,8 +79,8 @@ enum LookUpButterBesselParam {
 // unknown response is logged and leaves the curves as they were; so does another block type, silently.
 void calculateLookUpCoeffs(LookUp_Core* st, float* pParameter, int sampleRate, int type);
 
-// One channel, `tickSize` samples: the heard curve alone, or the next block of a running fade. The fade's progress is
-// LookUp_process's.
+// One channel, `tickSize` samples: the heard curve alone, or the next block of a running fade. LookUp_process moves the
+// fade on.
 void LookUp_Render_noslew(LookUp_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel);
 void LookUp_Render_slew(LookUp_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel);
 

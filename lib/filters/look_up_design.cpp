@@ -13,7 +13,7 @@ using namespace lbx;
 
 namespace {
 
-// One curve: its vector, and its own boost in dB or corner in Hz.
+// A curve to design: the vector, and the curve's own boost in dB or corner in Hz.
 struct Request {
     const float* entry;
     int rate;
@@ -63,9 +63,9 @@ constexpr Response kButterBessel[] = {
     [](R r) { return bilinear_high_pass(r.half_angle(), kBessel); },
 };
 
-static_assert(std::size(kTonePeak) == std::size(look_up::kTonePeakTypes) &&
-              std::size(kCommon) == std::size(look_up::kCommonTypes) &&
-              std::size(kButterBessel) == std::size(look_up::kButterBesselTypes));
+static_assert(std::size(kTonePeak) == std::size(look_up::kTonePeakResponses) &&
+              std::size(kCommon) == std::size(look_up::kCommonResponses) &&
+              std::size(kButterBessel) == std::size(look_up::kButterBesselResponses));
 
 struct Family {
     int type;

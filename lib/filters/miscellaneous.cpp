@@ -15,11 +15,11 @@ using miscellaneous::kOutputs;
 namespace {
 
 constexpr float kDcCoeffs[] = {1.0F, -1.0F, -0.9999F};
-constexpr float kDefaultInverseQ = 1.4144272F;   // of 0.707, as the default design has it
+constexpr float kDefaultInverseQ = 1.4144272F;   // of 0.707, as the default design rounds it
 constexpr int kDenominator = 2, kNumerator = 3;  // floats
 constexpr int kCoeffs = kDenominator + kOutputs * kNumerator, kStateWords = kOutputs * kSosWords;
 
-// What the kernel wants of a StateVariable_Core.
+// The documented record, and the same arranged for the kernel.
 struct StateVariable : StateVariable_Core {
     Split split;
 };
@@ -179,7 +179,7 @@ int DCBlocking_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* StateVariable_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    if (Input_pin != 1 && Output_pin != kOutputs) {  // one right count is enough, on purpose
+    if (Input_pin != 1 && Output_pin != kOutputs) {  // one right number is enough, on purpose
         LBX_LOG("wrong input pin number in StateVariable\n");
         return nullptr;
     }

@@ -5,8 +5,8 @@
 //   EN_FILTER_MISCE_STATEVARIABLE    1 in, 3 out   pin 0: signal -> low-pass, high-pass, band-pass
 //   EN_FILTER_MISCE_STATEVARIABLEQ   2 in, 3 out   pin 0: Q, read once per block; pin 1: signal -> as above
 //
-// The state-variable blocks accept any pins of which the inputs or the outputs are right in number: a missing signal is
-// silence, a missing output is left out. Outputs may be the inputs' buffers.
+// The state-variable blocks need the right number of inputs or of outputs, not both: a missing signal is silence, a
+// missing output is left out. Outputs may be the inputs' buffers.
 #ifndef VANTORO_FILTERS_MISCELLANEOUS_H
 #define VANTORO_FILTERS_MISCELLANEOUS_H
 
@@ -39,7 +39,7 @@ typedef struct StateVariable_Core {
 
 enum StateVariableParam {
     kStateVariableFc,  // Hz, not clamped
-    kStateVariableQ,   // not clamped: 0 gives no numbers. The block with a Q pin has the first entry only
+    kStateVariableQ,   // not clamped; 0 gives infinite coefficients. The block with a Q pin has the first entry only
     kStateVariableModuleSize
 };
 

@@ -133,7 +133,7 @@ int SecondOrder_destroy(BlockAlgo* blk) { return free_block(blk); }
 BlockAlgo* NonBare_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
     if (!info::pins_agree(info::kSame, Input_pin, Output_pin)) {
-        LBX_LOG("wrong input pin number in Limiter\n");  // names another block; hosts know it so
+        LBX_LOG("wrong input pin number in Limiter\n");  // names another block; kept, hosts know the text
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, NonBare_destroy);

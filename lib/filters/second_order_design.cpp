@@ -52,8 +52,8 @@ int response_of(const Family& family, int number)
 
 constexpr std::array kFourthClamps = info::clamps_by_choice(second_order::kResponses, kGeneralQ, second_order::kQ);
 
-// A vector on its way to a section. Only responses that read the fourth number or the boost ask for it, for the vector
-// may end before it; the fourth number is left clamped.
+// A section to design. The fourth number and the boost are asked for by the responses that read them only: the vector
+// may end before them. The fourth number is clamped in the vector.
 struct Request {
     float* entry;
     VantoroRange fourth_clamp;
@@ -109,8 +109,8 @@ bool write_response(int response, int size, float* entry, int rate, float* coeff
     return true;
 }
 
-// A treble and a bass shelf of first order; p, q, r and u share each boost out between zero and pole. The bass zero
-// lies in the right half plane: kept, although it turns the phase above the corner.
+// A treble and a bass shelf of first order; p, q, r and u divide each boost between zero and pole. The bass zero lies
+// in the right half plane, which inverts the signal above the corner: kept.
 Sos tone(const float* entry, int rate)
 {
     const float treble = linear_gain(entry[kToneBoostDBTreble]);
@@ -154,8 +154,8 @@ void write_first_orders(const float* entry, int rate, const char* func, float* c
         LBX_LOG_AS(func, 735, "ErrorXXX: Wrong first order filter type!\n\n");
         std::exit(-1);
     }
-    // The first low-pass has no zero at half the sampling rate, the second has one: kept, as is the exit above against
-    // the return below.
+    // The low-pass of section 1 has no zero at half the sampling rate, that of section 2 has one. Kept, like the exit
+    // above and the return below.
     if (to_int(entry[kFirstOrdersFilter1Type]) == 1)
         one = {1.0F + one.a1, 0.0F, 0.0F, 1.0F, one.a1, 0.0F};
     if (!first_order_section(entry[kFirstOrdersFilter2Type], entry[kFirstOrdersFilter2Fc], rate, two)) {

@@ -80,20 +80,20 @@ inline constexpr Choices kParamShelfChoices = choices_of(kParamShelf, kParamShel
 inline constexpr Choices kCommonChoices = choices_of(kCommon, kCommonModuleSize);
 inline constexpr Choices kBesselButterChoices = choices_of(kBesselButter, kBesselButterModuleSize);
 
-inline constexpr VantoroParam kGeneralTypes = choice("type", kResponses, Gen_Param, "response");
-inline constexpr VantoroParam kParamShelfTypes = choice("type", kParamShelfChoices.list, Parametric, "response");
-inline constexpr VantoroParam kCommonTypes = choice("type", kCommonChoices.list, GeneralLP, "response");
-inline constexpr VantoroParam kBesselButterTypes = choice("type", kBesselButterChoices.list, BesselLP, "response");
+inline constexpr VantoroParam kGeneralResponse = choice("type", kResponses, Gen_Param, "response");
+inline constexpr VantoroParam kParamShelfResponse = choice("type", kParamShelfChoices.list, Parametric, "response");
+inline constexpr VantoroParam kCommonResponse = choice("type", kCommonChoices.list, GeneralLP, "response");
+inline constexpr VantoroParam kBesselButterResponse = choice("type", kBesselButterChoices.list, BesselLP, "response");
 
-inline constexpr VantoroSlot kGeneralLayout[] = {value(kEnable),        value(kPolarity), value(kGeneralTypes),
+inline constexpr VantoroSlot kGeneralLayout[] = {value(kEnable),        value(kPolarity), value(kGeneralResponse),
                                                  value(kSectionGainDb), value(kFc),       value(kQ),
                                                  value(kBoostDb)};
-inline constexpr VantoroSlot kParamShelfLayout[] = {value(kEnable),        value(kPolarity), value(kParamShelfTypes),
+inline constexpr VantoroSlot kParamShelfLayout[] = {value(kEnable),        value(kPolarity), value(kParamShelfResponse),
                                                     value(kSectionGainDb), value(kFc),       value(kQ),
                                                     value(kBoostDb)};
-inline constexpr VantoroSlot kCommonLayout[] = {value(kEnable),        value(kPolarity), value(kCommonTypes),
+inline constexpr VantoroSlot kCommonLayout[] = {value(kEnable),        value(kPolarity), value(kCommonResponse),
                                                 value(kSectionGainDb), value(kFc),       value(kQ)};
-inline constexpr VantoroSlot kBesselButterLayout[] = {value(kEnable), value(kPolarity), value(kBesselButterTypes),
+inline constexpr VantoroSlot kBesselButterLayout[] = {value(kEnable), value(kPolarity), value(kBesselButterResponse),
                                                       value(kSectionGainDb), value(kFc)};
 
 // ---- the others ----

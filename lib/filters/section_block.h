@@ -24,7 +24,7 @@ inline void copy_pins(const float* const* in, float* const* out, int channels, i
         copy(in[ch], out[ch], n);
 }
 
-// Filters `channels` pins, whose state begins at `state`; switched off, the section copies and keeps its state.
+// Filters `channels` pins with the state words at `state`. Switched off, the block copies and keeps its state.
 template <class Core>
 void run_section_block(const Core* core, RunSection run, float* state, const float* const* in, float* const* out,
                        int channels, int n)
@@ -35,7 +35,7 @@ void run_section_block(const Core* core, RunSection run, float* state, const flo
         run(core->coeffArray, state, in, out, channels, n, core->polarity != 0);
 }
 
-// The linear model: switched off the block copies, whatever the polarity; else `tell` tells of its sections.
+// The linear model. Switched off, the block copies, whatever the polarity; otherwise `tell` adds its section.
 template <class Core, class Tell>
 void each_section_path(const Core* core, int channels, const info::Paths& paths, Tell&& tell)
 {
@@ -71,7 +71,7 @@ void restart_section(const BlockAlgo* blk, Core* core, std::ptrdiff_t state_word
     std::fill_n(core->stateBuffer, std::max(state_words, std::ptrdiff_t{0}), 0.0F);
 }
 
-// A new block designs for the rate as single precision holds it.
+// A new block designs for the rate rounded to single precision.
 inline int rounded_rate(const BlockPro* pro) { return to_int(rate_of(pro)); }
 
 }  // namespace lbx

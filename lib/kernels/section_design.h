@@ -31,14 +31,14 @@ void write_section(const Sos& h, float gain, float* coeff);
 void write_first_order(const Sos& h, float gain, float* coeff);
 void write_pass_through(float* coeff);
 
-// What the fourth parameter of a response may be. Blocks clamp it and hand the clamped value back to their vector.
+// What the fourth parameter of a response may be. Most blocks clamp it: their descriptions say which.
 constexpr VantoroRange kQRange = {0.01F, 16.0F};
 constexpr VantoroRange kSlopeRange = {0.01F, 2.0F};
 constexpr VantoroRange kOctaveRange = {0.01F, 11.0F};
 constexpr VantoroRange kRippleRange = {0.1F, 10.0F};   // dB
 constexpr VantoroRange kLevelRange = {-50.0F, 50.0F};  // dB, of gains and boosts
 
-// The half width `alpha` of RBJ, by what the user states.
+// The half width `alpha` of RBJ, from Q, slope or bandwidth.
 float alpha_q(const Corner& c, float q);                   // sin / (2 Q)
 float alpha_slope(const Corner& c, float A, float slope);  // shelves; 0 where the slope is steeper than A allows
 float alpha_octaves(const Corner& c, float octaves);       // between -3 dB points, corrected for the bilinear warp
@@ -61,7 +61,7 @@ Sos all_pass_bandwidth(const Corner& c, double half_width);
 Sos resonant_band_pass(const Corner& c, float q);
 
 // The bilinear transform of 1 / (s^2 + s / Q + 1), corner prewarped. `half_angle` is w / 2 and `inverse_q` 1 / Q. The
-// two values below are four digits of sqrt(2) and sqrt(3), and are meant so.
+// two values below are sqrt(2) and sqrt(3) to four digits, on purpose.
 constexpr float kButterworth = 1.4142F;
 constexpr float kBessel = 1.7321F;
 Sos bilinear_low_pass(float half_angle, float inverse_q);
@@ -72,7 +72,7 @@ Sos bilinear_high_pass(float half_angle, float inverse_q);
 Sos chebyshev(float ripple_db, float wn, int kind);
 
 // First-order sections (b2 = a2 = 0). The pole of a low-, high- or all-pass is 2.72^-w: the base is 2.72, not e, on
-// purpose, for presets are tuned to it.
+// purpose: presets are tuned to it.
 float first_order_pole(float w);
 Sos first_order_low_pass(float pole);
 Sos first_order_high_pass(float pole);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// A gain of 1e-50, which is nothing in single precision, and still harmless to the arithmetic below.
+// A gain of 1e-50: 0 in single precision, and harmless to the arithmetic below.
 constexpr float kMostRippleDb = 1000.0F;
 
 // A prototype of corner 1 rad/s: sections w2 / (s^2 + sum s + w2) and, for odd orders, pole / (s + pole).
@@ -60,7 +60,7 @@ Prototype prototype(int order, double ripple_db, int algorithm)
 }
 
 // The bilinear transform s = (1 - z^-1) / (1 + z^-1) / t, for a high-pass of the prototype in 1 / s. Scaling both s and
-// the corner, as by the usual 4, changes nothing. Each function writes one section and returns its gain.
+// the corner, for instance by 4, changes nothing. Each function writes one section and returns its gain.
 struct Bilinear {
     double t;
     bool high;
