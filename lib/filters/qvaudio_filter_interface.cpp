@@ -10,8 +10,11 @@
 #include "second_order.h"
 #include "text_eq.h"
 
+using namespace lbx;
+
 namespace {
-constexpr lbx::BlockOps kFilters[] = {
+
+constexpr BlockOps kFilters[] = {
     {EN_FILTER_1ST, LBX_OPS(FirstOrder)},
     {{EN_FILTER_2ND_GENERAL, EN_FILTER_2ND_FIRSTORDERS}, LBX_OPS(SecondOrder)},
     {EN_FILTER_TEXTEQ, LBX_OPS(TextEQ)},
@@ -25,6 +28,7 @@ constexpr lbx::BlockOps kFilters[] = {
     {{EN_FILTER_LOOKUP_TONE_PEAK, EN_FILTER_LOOKUP_BUTTER_BESSEL}, LBX_OPS(LookUp)},
     {EN_FILTER_GRAPHICAL_EQ, LBX_OPS(GraphicalEQ)},
 };
+
 }  // namespace
 
 LBX_CATEGORY(FILTER, kFilters, "wrong input type in FILTER\n", 1)
