@@ -3,12 +3,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <limits>
 #include <numbers>
+
+#include "support/printable.h"
 
 namespace vantoro {
 
@@ -43,12 +44,12 @@ std::string field(std::string text)
     return '"' + text + '"';
 }
 
-// Text between single quotes: what could end them, or a line, is replaced.
+// Text between single quotes: what could end them, or what XML does not take as text, is replaced.
 std::string literal(std::string_view text)
 {
     std::string safe = "'";
-    for (const char c : text)
-        safe += c == '\'' || c == '\\' || std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '_' : c;
+    for (const char c : printable(text))
+        safe += c == '\'' || c == '\\' || (c == '>' && safe.ends_with("]]")) ? '_' : c;
     return safe + '\'';
 }
 

@@ -305,9 +305,9 @@ TEST(Speaker, LinesBetweenRowsAndNothingBeyond)
 TEST(Plot, TitlesStayText)
 {
     const std::vector<Curve> curves = {{"it's\n`id`\\", Spectrum(kAxis.bins.size(), 1.0)}};
-    const std::string script = plot_script(kAxis, curves, "'; system('x')\n#", "svg");
-    EXPECT_NE(script.find("title '_; system(_x_)_#'"), std::string::npos);
-    EXPECT_NE(script.find("title 'it_s_`id`_'"), std::string::npos);
+    const std::string script = plot_script(kAxis, curves, "'; system('x')\n# ]]> \xff", "svg");
+    EXPECT_NE(script.find("title '_; system(_x_)_n# ]]_ _xff'"), std::string::npos);
+    EXPECT_NE(script.find("title 'it_s_n`id`_'"), std::string::npos);
 }
 
 // What is drawn is the curve, to a tenth of a point on paper, in a fraction of its points.
