@@ -169,9 +169,9 @@ bool PartFile::write(const void* bytes, std::size_t size) noexcept
 std::int64_t PartFile::seek(std::int64_t offset, int whence) noexcept
 {
     const std::int64_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position_ : size_;
-    if (!flush() || lseek(fd_, from + offset, SEEK_SET) < 0)
-        return -1;
-    return position_ = from + offset;
+    if (flush())
+        keep(lseek(fd_, from + offset, SEEK_SET) >= 0);
+    return error_ == 0 ? position_ = from + offset : -1;
 }
 
 void PartFile::check() const
