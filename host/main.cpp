@@ -44,7 +44,7 @@ int main(int argc, char** argv)
             std::fputs(text.str().c_str(), stdout);
         } catch (const CLI::ParseError& error) {
             complain(error.what(), vantoro::kUsageError);
-            return complain("'vantoro --help' and 'vantoro COMMAND --help' tell more", vantoro::kUsageError);
+            return complain("see 'vantoro --help' and 'vantoro COMMAND --help'", vantoro::kUsageError);
         }
         vantoro::finish_standard_output();
     } catch (const vantoro::UserError& error) {

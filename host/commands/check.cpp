@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// vantoro check SCHEMATIC: finds every problem, or prints the graph in the order of processing.
+// vantoro check SCHEMATIC: lists every problem, or prints the graph in the order of processing.
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -22,7 +22,7 @@ struct Options {
 
 constexpr std::size_t kWidth = 100;  // of a printed line
 
-// `items` behind `label`, in lines of bearable width.
+// `items` after `label`, in lines of bounded width.
 void print_items(const char* label, const std::vector<std::string>& items)
 {
     constexpr std::size_t kIndent = 12;
@@ -148,7 +148,7 @@ int check(const Options& options)
 void add_check_command(CLI::App& app, int& status)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("check", "Find every problem of a schematic, or print its graph");
+    CLI::App* command = app.add_subcommand("check", "List every problem of a schematic, or print its graph");
     command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
     command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
     command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The subcommands: each adds itself to the program and leaves its exit status behind when it has run.
+// The subcommands: each adds itself to the program and sets the exit status when it has run.
 #pragma once
 
 #include <memory>
@@ -14,8 +14,8 @@ namespace vantoro {
 
 class Engine;
 
-inline constexpr int kFailure = 1;     // reading, writing or computing went wrong on the way
-inline constexpr int kUsageError = 2;  // something the user wrote is wrong (UserError); nothing was touched
+inline constexpr int kFailure = 1;     // reading, writing or computing failed
+inline constexpr int kUsageError = 2;  // something the user wrote is wrong (UserError); no file was touched
 
 // Each on a line of standard error, after the program's name; those beyond kMostShown are only counted.
 void print_problems(const std::vector<Problem>& problems);

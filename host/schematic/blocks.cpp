@@ -28,7 +28,7 @@ std::string unknown_type(const json& type, const Draft& draft)
     if (type.is_string() && draft.problems.size() < kMostShown)
         for (const std::string& name : nearest_types(type.get<std::string>()))
             text += (text.empty() ? "; did you mean " : " or ") + name;
-    return "an unknown type" + (text.empty() ? "; 'vantoro blocks' lists them" : text + '?');
+    return "unknown type" + (text.empty() ? "; 'vantoro blocks' lists them" : text + '?');
 }
 
 const BlockType* type_of(const json& type)
@@ -48,7 +48,7 @@ const BlockType* read_type(const Fields& fields, const Draft& draft)
     if (!type)
         fields.fault("type", unknown_type(*value, draft));
     else if (terminal)
-        fields.fault("type", "a terminal is no block: wire to \"input\" or \"output\"");
+        fields.fault("type", "a terminal is not a block; wire to \"input\" or \"output\"");
     return terminal ? nullptr : type;
 }
 
@@ -67,8 +67,7 @@ void read_block(const std::string& id, const json& value, Draft& draft)
 {
     const std::string where = "/blocks" + pointer_step(id);
     if (!good_id(id))
-        draft.fault(where, json(id),
-                    "an id of letters, digits, _ and -, not beginning with a digit, and neither input nor output");
+        draft.fault(where, json(id), "an id: letters, digits, _ and -, not starting with a digit, not input or output");
     Block& block = draft.out.blocks.emplace_back();
     Node& node = draft.nodes.emplace_back();
     json& params = draft.params.emplace_back(json::object());
@@ -98,7 +97,7 @@ void Draft::fault(std::string where, const json& value, std::string wanted)
 
 std::string Draft::no_block(const std::string& id)
 {
-    // A slip is repeated rather than new: beyond so many, and among so many blocks, nobody looks for more.
+    // Bounds the time that a document full of wrong names takes.
     constexpr std::size_t kMostSuggestions = 20;
     constexpr std::size_t kMostCompared = 500;
     std::string near;
@@ -120,7 +119,7 @@ void read_blocks(const json& blocks, const std::vector<std::string>& order, Draf
                     "an object of at most " + std::to_string(kMaxBlocks) + " blocks by id");
         return;
     }
-    // A repeated "blocks" leaves ids in the order that the document has lost.
+    // With "blocks" repeated, the order names blocks that the document no longer has.
     for (const std::string& id : order)
         if (const auto block = blocks.find(id); block != blocks.end() && draft.ids.emplace(id, draft.input()).second)
             read_block(id, *block, draft);

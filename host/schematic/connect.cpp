@@ -45,8 +45,8 @@ public:
             join(wire, entering);
         else
             problems_.push_back({place(wire), wire.from.text + " -> " + wire.to.text,
-                                 count_text(leaving, "pin") + " on " + count_text(entering, "pin") +
-                                     "; name pins so that the counts match"});
+                                 count_text(leaving, "pin") + " to " + count_text(entering, "pin") +
+                                     "; number the pins so that the counts match"});
     }
 
     std::vector<std::vector<Feed>> take() { return std::move(sources_); }
@@ -77,7 +77,7 @@ private:
                 problems_.push_back({place(wire) + "/1", wire.to.text,
                                      "pin " + std::to_string(pin) + " of " + node(wire.to).id +
                                          " is already fed by /wires/" + std::to_string(feed.wire) +
-                                         "; one wire enters a pin"});
+                                         "; only one wire may enter a pin"});
                 return;
             }
             feed = {wire.from.node, wire.from.first + k, wire.index};

@@ -41,22 +41,22 @@ std::vector<int> silent(const std::vector<Feed>& sources)
     return pins;
 }
 
-// Read by the program: nothing needs to hear it.
+// Read by the program: its outputs need not be used.
 bool is_meter(const Block& block) { return has_trait(*block.type, VANTORO_METER); }
 
-// Which blocks something hears.
-std::vector<bool> heard_blocks(const Schematic& schematic)
+// The blocks of which some output is used.
+std::vector<bool> used_blocks(const Schematic& schematic)
 {
-    std::vector<bool> heard(schematic.blocks.size());
+    std::vector<bool> used(schematic.blocks.size());
     const auto mark = [&](const std::vector<Feed>& sources) {
         for (const Feed& feed : sources)
             if (feed.block >= 0)
-                heard[index(feed.block)] = true;
+                used[index(feed.block)] = true;
     };
     for (const Block& block : schematic.blocks)
         mark(block.sources);
     mark(schematic.outputs);
-    return heard;
+    return used;
 }
 
 Problem warning(std::string where, std::string text)
@@ -64,24 +64,23 @@ Problem warning(std::string where, std::string text)
     return {.where = std::move(where), .value = {}, .wanted = std::move(text), .warning = true};
 }
 
-// "input 2 is silent: no wire enters it"
+// "input 2 is not connected"
 std::string silent_text(std::string_view what, const std::vector<int>& pins)
 {
     const bool one = pins.size() == 1;
-    return std::string(what) + (one ? " " : "s ") + list_of(pins) +
-           (one ? " is silent: no wire enters it" : " are silent: no wire enters them");
+    return std::string(what) + (one ? " " : "s ") + list_of(pins) + (one ? " is not connected" : " are not connected");
 }
 
-// A block of several outputs may offer more than is wanted of it: one that is heard is enough.
-void check_block(const Block& block, bool heard, std::vector<Problem>& warnings)
+// Of several outputs, such as the ways of a crossover, one that is used is enough.
+void check_block(const Block& block, bool used, std::vector<Problem>& warnings)
 {
     const std::string where = "/blocks" + pointer_step(block.id);
     const std::vector<int> unfed = silent(block.sources);
-    const bool useful = heard || is_meter(block);
-    if (unfed.size() == block.sources.size() && !heard)
-        warnings.push_back(warning(where, "no wire reaches this block"));
+    const bool useful = used || is_meter(block);
+    if (unfed.size() == block.sources.size() && !used)
+        warnings.push_back(warning(where, "not connected"));
     else if (!useful)
-        warnings.push_back(warning(where, "nothing hears this block"));
+        warnings.push_back(warning(where, "no output of this block is used"));
     else if (!unfed.empty())
         warnings.push_back(warning(where, silent_text("input", unfed)));
 }
@@ -91,11 +90,11 @@ void check_block(const Block& block, bool heard, std::vector<Problem>& warnings)
 std::vector<Problem> loose_ends(const Schematic& schematic, std::optional<int> inputs)
 {
     std::vector<Problem> warnings;
-    const std::vector<bool> heard = heard_blocks(schematic);
+    const std::vector<bool> used = used_blocks(schematic);
     for (std::size_t b = 0; b < schematic.blocks.size(); ++b)
-        check_block(schematic.blocks[b], heard[b], warnings);
+        check_block(schematic.blocks[b], used[b], warnings);
     if (inputs.value_or(0) > 0 && !schematic.hears_input)
-        warnings.push_back(warning("/inputs", "nothing hears the input"));
+        warnings.push_back(warning("/inputs", "the input is not used"));
     const std::vector<int> unfed = silent(schematic.outputs);
     if (!unfed.empty())
         warnings.push_back(warning("/wires", silent_text("output channel", unfed)));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Blocks and pins that no wire reaches: they run, but hardly as they are meant.
+// Blocks and pins that are not connected: the schematic runs, but hardly as it is meant.
 #pragma once
 
 #include <optional>

@@ -78,7 +78,7 @@ private:
         if (named > kMostNamed)
             text += " -> ...";
         problems_.push_back({"/wires/" + std::to_string(closing.wire), text + " -> " + blocks_[index(closing.block)].id,
-                             "a cycle; audio flows one way, so one of these wires must go"});
+                             "a cycle: remove one of these wires"});
     }
 
     std::span<const Block> blocks_;

@@ -197,7 +197,8 @@ void settle_block(Node& node, PinCounts least, Spread& spread, int n, std::vecto
         return;
     }
     refuse(node,
-           counts_text(node.inputs.value_or(least.inputs), node.outputs.value_or(least.outputs)) + " by count or wires",
+           counts_text(node.inputs.value_or(least.inputs), node.outputs.value_or(least.outputs)) +
+               " by counts and wires",
            problems);
 }
 

@@ -34,7 +34,7 @@ Setting parse_setting(std::string_view text)
         return setting;
     const auto seconds = seconds_of(value.substr(at + 1));
     if (!seconds)
-        throw UserError({{"--set", setting.text, "after @ the seconds from the start, 0 or more"}});
+        throw UserError({{"--set", setting.text, "after @: seconds from the start, 0 or more"}});
     setting.seconds = *seconds;
     return setting;
 }

@@ -69,7 +69,7 @@ End read_end(const std::string& where, const json& value, bool source, Draft& dr
     if (parse_end(value.get_ref<const std::string&>(), id, end))
         end.node = find_node(id, source, draft, wanted);
     else
-        wanted = "a block's pins: \"eq\" (all), \"eq.0\", \"eq.0-1\" or \"eq.1-\", by number from 0";
+        wanted = "the pins of a block: \"eq\" (all), \"eq.0\", \"eq.0-1\" or \"eq.1-\", by number from 0";
     if (!wanted.empty())
         draft.fault(where, value, wanted);
     end.text = as_text(value);
@@ -114,7 +114,7 @@ void read_wires(const json& wires, Draft& draft)
         const std::string where = "/wires/" + std::to_string(i);
         const json& wire = wires[i];
         if (!wire.is_array() || wire.size() != 2 || !wire[0].is_string() || !wire[1].is_string()) {
-            draft.fault(where, wire, "a wire is a pair of texts: [\"eq.0\", \"mix.1\"]");
+            draft.fault(where, wire, "a wire is a pair of strings: [\"eq.0\", \"mix.1\"]");
             continue;
         }
         const End from = read_end(where + "/0", wire[0], true, draft);

@@ -44,7 +44,7 @@ std::optional<int> Fields::whole(const char* name, int min, int max) const
     const double number = member->is_number() ? member->get<double>() : std::nan("");
     if (number >= min && number <= max && number == std::floor(number))
         return static_cast<int>(number);
-    fault(name, "a whole number, " + std::to_string(min) + " to " + std::to_string(max));
+    fault(name, "a whole number from " + std::to_string(min) + " to " + std::to_string(max));
     return {};
 }
 
@@ -54,7 +54,7 @@ std::string Fields::text(const char* name) const
     if (member && member->is_string())
         return member->get<std::string>();
     if (member)
-        fault(name, "a text");
+        fault(name, "a string");
     return {};
 }
 

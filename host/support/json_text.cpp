@@ -26,7 +26,7 @@ std::string bare_message(std::string_view what)
     return std::string(what);
 }
 
-// Where the brackets of a text stand too deep for the first time.
+// The first bracket of a text that is nested too deep.
 std::size_t offset_beyond_depth(std::string_view text)
 {
     std::size_t depth = 0;
@@ -67,7 +67,7 @@ public:
 
     bool parse_error(std::size_t position, const std::string&, const json::exception& error) override
     {
-        // The parser has read the character that it cannot take.
+        // The parser counts the character that it cannot take.
         return stop(position > 0 ? position - 1 : 0, bare_message(error.what()));
     }
 
@@ -118,7 +118,7 @@ JsonText parse_json(std::string_view text, std::string_view ordered, std::vector
         if (part.repeated)
             problems.push_back({.where = part.pointer,
                                 .value = as_text(part.key),
-                                .wanted = "a key may stand once",
+                                .wanted = "a repeated key",
                                 .line = part.place.line,
                                 .column = part.place.column});
         if (around(part.pointer) == parent)

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A walk through a JSON text, which tells what a document built from it has lost: places, the order of keys, and keys
-// that stand twice.
+// A walk through a JSON text, for what a document built from it has lost: places, the order of keys, repeated keys.
 #pragma once
 
 #include <cstddef>

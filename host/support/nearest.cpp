@@ -19,7 +19,7 @@ std::string lower(std::string_view text)
     return out;
 }
 
-// Which characters stand in a text; some share a bit.
+// The characters of a text, a bit each; some share one.
 std::uint32_t letters_of(std::string_view text)
 {
     std::uint32_t letters = 0;

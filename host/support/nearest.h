@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// "did you mean": which of some names a mistyped one may stand for.
+// "did you mean": the names that a mistyped one may stand for.
 #pragma once
 
 #include <cstddef>

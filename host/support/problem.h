@@ -12,14 +12,14 @@ namespace vantoro {
 
 struct Problem {
     std::string where;         // a JSON pointer ("/blocks/eq/params/q"), an option ("--rate"), or empty: the whole
-    std::string value;         // what stands there, as written; may be empty
+    std::string value;         // what is there, as written; may be empty
     std::string wanted;        // what would be right
-    bool warning = false;      // it runs, but not as it reads
-    std::string file{};        // where it stands; empty: on the command line
+    bool warning = false;      // it works, but hardly as it is meant
+    std::string file{};        // empty: on the command line
     int line = 0, column = 0;  // from 1; 0: unknown
 };
 
-inline constexpr std::size_t kMostShown = 200;  // the program prints no more; nor need anything help with them
+inline constexpr std::size_t kMostShown = 200;  // the program prints no more, so no others need suggestions
 
 bool has_errors(std::span<const Problem> problems);
 

@@ -335,10 +335,10 @@ class Cli(unittest.TestCase):
         wav(self.path("in.wav"), [0.5] * 100, 2)
         graph = self.path("w.json", '{"blocks": {\n "g": {"type": "BASIC_GAIN"}, "h\\u001b": 1},\n "wires": [["input", "g"], ["g", "output"]]}')
         error = self.call("check", graph, status=2).stderr
-        self.assertEqual(error.splitlines()[0], 'vantoro: %s:2:31: /blocks/h\\u001b: "h\\u001b": an id of letters, digits, _ and -, not '
-                         'beginning with a digit, and neither input nor output' % graph)
+        self.assertEqual(error.splitlines()[0], 'vantoro: %s:2:31: /blocks/h\\u001b: "h\\u001b": an id: letters, digits, _ and -, not '
+                         'starting with a digit, not input or output' % graph)
         self.path("w.json", '{"blocks": {"g": {"type": "BASIC_GAIN"},\n "h": {"type": 289}}, "wires": [["input", "g"], ["g", "output"]]}')
-        warning = "vantoro: warning: " + graph + ":2:2: /blocks/h: no wire reaches this block\n"
+        warning = "vantoro: warning: " + graph + ":2:2: /blocks/h: not connected\n"
         run = ["run", graph, "-i", self.path("in.wav"), "-o", self.path("out.wav")]
         for call in (["check", graph], run):
             self.assertEqual(self.call(*call, "--strict", status=2).stderr, warning.replace("warning: ", ""))
