@@ -5,9 +5,9 @@
 //   EN_DP_COMPRESSOR_EXT_RMS, _EXT_PEAK  n + 1 in, n out   pin 0 is the sidechain of all channels
 //
 // Levels are dB re full scale 1.0. No parameter is clamped; the output is, to [-1, 1]. Levels at or below the curve get
-// the gain of its first point, levels at or above its last point in use get unity gain. Once set, the mean square of the
-// _RMS types grows without end where rmstc exceeds 4.77 times the blocks per second: at 48 kHz its default does with
-// blocks above 1145 samples. Vantoro_block_info has the defaults. An output may share its own input's buffer.
+// the gain of its first point, levels at or above its last point in use get unity gain. Once set, the mean square of
+// the _RMS types grows without end where rmstc exceeds 4.77 times the blocks per second: at 48 kHz its default does
+// with blocks above 1145 samples. Vantoro_block_info has the defaults. An output may share its own input's buffer.
 #ifndef VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_COMPRESSOR_H
 #define VANTORO_DYNAMICS_PROCESSORS_QVAUDIO_COMPRESSOR_H
 
