@@ -8,7 +8,7 @@ namespace lbx::mute {
 
 using namespace lbx::info;
 
-inline constexpr VantoroParam kSwitch = flag("switch", 0, "1 mutes").valid_in({0, 1});
+inline constexpr VantoroParam kSwitch = flag("switch", 0, "1 mutes");
 inline constexpr VantoroParam kSlew = flag("slew", 1, "1 moves the gain by 2 % of its way per block, 0 at once");
 
 inline constexpr VantoroSlot kLayout[] = {value(kSwitch), value(kSlew)};
