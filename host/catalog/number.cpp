@@ -64,26 +64,6 @@ std::string range_of(const Meaning& meaning, const std::string& limits)
     return meaning.as->name + (' ' + limits) + (meaning.by ? " for " + std::string(meaning.by->name) : "");
 }
 
-// What a number does instead of what it says; empty: it does that.
-std::string surprise(const Placed& number, const BlockType& type)
-{
-    const Meaning& meaning = number.meaning;
-    const float v = number.value;
-    if ((number.param.flags & unsigned{VANTORO_UNUSED}) != 0)
-        return std::string("is never read by ") + type.name;
-    if (!meaning.as)
-        return std::string("is not read by ") + meaning.by->name;
-    if (const VantoroRange clamp = meaning.as->clamp; !within(clamp, v))
-        return "is limited to " + decimal(std::clamp(v, clamp.min, clamp.max)) + ": " +
-               range_of(meaning, limits_text(clamp));
-    if (!within(meaning.as->valid, v))
-        return "is out of range: " + range_of(meaning, limits_text(meaning.as->valid));
-    if (meaning.as->kind == VANTORO_INTEGER && v != std::trunc(v))
-        return "is truncated to " + decimal(std::trunc(v)) +
-               (meaning.by ? std::string(": whole numbers for ") + meaning.by->name : "");
-    return {};
-}
-
 }  // namespace
 
 std::optional<float> read_number(const VantoroParam& param, PinCounts pins, const json& value, const std::string& where,
@@ -101,21 +81,29 @@ std::optional<float> read_number(const VantoroParam& param, PinCounts pins, cons
     return {};
 }
 
-void check_use(const Placed& number, const BlockType& type, Problems& problems)
+std::string surprise(const VantoroParam& param, const Meaning& meaning, float v, const BlockType& type)
 {
-    if (std::string text = surprise(number, type); !text.empty())
-        problems.push_back({number.where, number.written, std::move(text), true});
+    if ((param.flags & unsigned{VANTORO_UNUSED}) != 0)
+        return std::string("is never read by ") + type.name;
+    if (!meaning.as)
+        return std::string("is not read by ") + meaning.by->name;
+    if (const VantoroRange clamp = meaning.as->clamp; !within(clamp, v))
+        return "is limited to " + decimal(std::clamp(v, clamp.min, clamp.max)) + ": " +
+               range_of(meaning, limits_text(clamp));
+    if (!within(meaning.as->valid, v))
+        return "is out of range: " + range_of(meaning, limits_text(meaning.as->valid));
+    if (meaning.as->kind == VANTORO_INTEGER && v != std::trunc(v))
+        return "is truncated to " + decimal(std::trunc(v)) +
+               (meaning.by ? std::string(": whole numbers for ") + meaning.by->name : "");
+    return {};
 }
 
-void check_frequency(const Placed& number, int rate, Problems& problems)
+std::string too_high(const Meaning& meaning, float value, int rate)
 {
-    const VantoroParam* as = number.meaning.as;
     const float half = static_cast<float>(rate) / 2;
-    if (!as || (as->flags & unsigned{VANTORO_BELOW_HALF_RATE}) == 0 || number.value < half)
-        return;
-    problems.push_back(
-        {number.where, number.written,
-         "is out of range: " + range_of(number.meaning, "below " + decimal(half)) + ", half the sampling rate", true});
+    if (!meaning.as || (meaning.as->flags & unsigned{VANTORO_BELOW_HALF_RATE}) == 0 || value < half)
+        return {};
+    return "is out of range: " + range_of(meaning, "below " + decimal(half)) + ", half the sampling rate";
 }
 
 }  // namespace vantoro

@@ -16,17 +16,10 @@ namespace vantoro {
 std::optional<float> read_number(const VantoroParam& param, PinCounts pins, const nlohmann::json& value,
                                  const std::string& where, std::vector<Problem>& problems);
 
-// A number in its place.
-struct Placed {
-    const VantoroParam& param;  // its own entry
-    Meaning meaning;            // what it is beside the others
-    float value;
-    std::string where;
-    std::string written;  // as the report quotes it
-};
-// Warns when the number, of one of the blocks of `type`, does something else than it says.
-void check_use(const Placed& number, const BlockType& type, std::vector<Problem>& problems);
-// Warns of a frequency that is not below half the rate.
-void check_frequency(const Placed& number, int rate, std::vector<Problem>& problems);
+// What a number that stands in `param` does instead of what it says, beside the others as `meaning` tells; empty: it
+// does that. Reports are rare, so nothing of one is made before.
+std::string surprise(const VantoroParam& param, const Meaning& meaning, float value, const BlockType& type);
+// The same of a frequency that is not below half the rate.
+std::string too_high(const Meaning& meaning, float value, int rate);
 
 }  // namespace vantoro

@@ -108,11 +108,15 @@ private:
             if (entries[i])
                 values[i] = v.value_or(entries[i]->initial);
         }
-        for (std::size_t i = 0; i < entries.size(); ++i)
-            if (const Meaning meaning = meaning_of(entries, values, i);
-                good[i] && (by_name || is_read(*entries[i], meaning)))
-                check_use({*entries[i], meaning, values[i], items[i].where, as_text(*items[i].value)}, type_,
-                          problems_);
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (!good[i])
+                continue;
+            const Meaning meaning = meaning_of(entries, values, i);
+            if (!by_name && !is_read(*entries[i], meaning))
+                continue;
+            if (std::string text = surprise(*entries[i], meaning, values[i], type_); !text.empty())
+                problems_.push_back({items[i].where, as_text(*items[i].value), std::move(text), true});
+        }
     }
 
     std::vector<float> read_table(std::size_t entry, const json& params)
@@ -230,10 +234,10 @@ void check_rate(const BlockType& type, PinCounts pins, std::span<const float> ve
 {
     const auto check = [&](const Entries& entries, std::span<const float> values, const std::string& where) {
         for (std::size_t i = 0; i < entries.size(); ++i)
-            if (entries[i])
-                check_frequency({*entries[i], meaning_of(entries, values, i), values[i], where + "/" + entries[i]->name,
-                                 decimal(values[i])},
-                                rate, problems);
+            if (std::string text =
+                    entries[i] ? too_high(meaning_of(entries, values, i), values[i], rate) : std::string();
+                !text.empty())
+                problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
     };
     const Numbers numbers = take_apart(type, pins, vector);
     check(entries_of(type), numbers.values, "");
