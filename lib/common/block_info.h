@@ -94,7 +94,8 @@ struct VantoroParam;
 // What a choice makes of another entry. Entries without a reading are read as they describe themselves.
 typedef struct VantoroReading {
     int entry;                      // its place in the layout, or among the columns of the same table
-    const struct VantoroParam* as;  // its name, unit, clamp, range and help under this choice; null: it is not read
+    int read;                       // 0: it is not read under this choice, and `as` is null
+    const struct VantoroParam* as;  // its name, unit, clamp, range and help under this choice
 } VantoroReading;
 
 typedef struct VantoroChoice {

@@ -54,11 +54,10 @@ constexpr std::array<VantoroRange, kCount> clamps_by_choice(const VantoroChoice 
 {
     std::array<VantoroRange, kCount> clamps = {};
     for (const VantoroChoice& choice : choices) {
-        const VantoroParam* as = &itself;
+        VantoroRange& clamp = clamps[static_cast<std::size_t>(choice.value)] = itself.clamp;
         for (int r = 0; r < choice.reading_count; ++r)
             if (choice.readings[r].entry == entry)
-                as = choice.readings[r].as;
-        clamps[static_cast<std::size_t>(choice.value)] = as ? as->clamp : kAnyValue;
+                clamp = choice.readings[r].read != 0 ? choice.readings[r].as->clamp : kAnyValue;
     }
     return clamps;
 }

@@ -170,8 +170,8 @@ constexpr VantoroChoice one_choice(std::string_view name, int value, std::span<c
 }
 
 // An entry under one choice: what it then is, or that it is not read.
-constexpr VantoroReading reads(int entry, const VantoroParam& as) { return {entry, &as}; }
-constexpr VantoroReading not_read(int entry) { return {entry, nullptr}; }
+constexpr VantoroReading reads(int entry, const VantoroParam& as) { return {entry, 1, &as}; }
+constexpr VantoroReading not_read(int entry) { return {entry, 0, nullptr}; }
 
 inline constexpr VantoroParam kEnable = flag("enable", 1, "0 copies the input");
 inline constexpr VantoroParam kPolarity = flag("polarity", 0, "1 inverts the output");
@@ -284,7 +284,7 @@ constexpr int initial_rows(std::span<const VantoroSlot> layout, const VantoroTab
 
 constexpr float initial_cell(const VantoroTable& table, int row, int column)
 {
-    return table.initial ? table.initial[row * table.column_count + column] : table.columns[column].initial;
+    return table.initial_rows > 0 ? table.initial[row * table.column_count + column] : table.columns[column].initial;
 }
 
 // Walks the default vector of a layout, entry by entry; returns its length.
@@ -306,7 +306,7 @@ constexpr int each_initial(std::span<const VantoroSlot> layout, int inputs, int 
     };
     int at = 0;
     for (const VantoroSlot& slot : layout) {
-        const int length = slot.table ? initial_rows(layout, *slot.table, inputs, outputs) : 1;
+        const int length = slot.kind == VANTORO_VALUE ? 1 : initial_rows(layout, *slot.table, inputs, outputs);
         if (slot.kind == VANTORO_VALUE) {
             take(at++, slot.param->initial);
         } else if (slot.kind == VANTORO_COUNT) {
