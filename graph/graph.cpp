@@ -199,6 +199,15 @@ int Vantoro_graph_find(const VantoroGraph* graph, const char* name)
     return -1;
 }
 
+int Vantoro_graph_vector(const VantoroGraph* graph, int node, float* vector, int max)
+{
+    const vgraph::RunNode* found = graph->newest->node(node);
+    if (!found)
+        return 0;
+    std::copy_n(found->posted, std::clamp(max, 0, found->length), vector);
+    return found->length;
+}
+
 const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node)
 {
     const vgraph::RunNode* found = graph->newest->node(node);
@@ -216,6 +225,13 @@ const float* Vantoro_graph_output(const VantoroGraph* graph, int channel)
 }
 
 int Vantoro_graph_process(VantoroGraph* graph) { return graph->process(); }
+
+int Vantoro_graph_failed(const VantoroGraph* graph) { return graph->now->failed(); }
+
+int Vantoro_graph_set(VantoroGraph* graph, int node, const float* vector, int length)
+{
+    return graph->newest->set(node, vector, length);
+}
 
 // The output that belongs to frame `p` of a block is frame p + 1 of the block before, so that the last frame of a block
 // can be answered by its first.

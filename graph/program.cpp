@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 #include <vantoro/level_detectors/level_detectors.h>
 #include <vantoro/vantoro_preprocess.h>
 
@@ -50,6 +51,7 @@ Program::~Program()
         if (nodes_[index(n)].block)
             BlockAlgo_destroy(nodes_[index(n)].block);
         std::free(nodes_[index(n)].levels);
+        std::free(nodes_[index(n)].posted);
     }
 }
 
@@ -80,14 +82,13 @@ float* Program::take(std::size_t samples)
 // Everything whose size follows from the preset.
 bool Program::reserve(const Preset& preset)
 {
-    std::size_t pins = 0, outputs = 0, longest = 0, floats = 0;
+    std::size_t pins = 0, outputs = 0;
     std::size_t samples = stride_ * (1 + index(inputs_));
     for (std::uint32_t n = 0; n < preset.word(VANTORO_PRESET_WORD_NODES); ++n) {
         const Node node = preset.node(n);
         pins += index(node.inputs) + index(node.outputs);
         outputs += index(node.outputs);
-        floats += node.length;
-        longest = std::max<std::size_t>(longest, node.length);
+        longest_ = std::max(longest_, static_cast<int>(node.length));
         samples += outputs_size(node) + gather_size(node);
     }
     samples = (samples + kLine - 1) / kLine * kLine;
@@ -98,8 +99,8 @@ bool Program::reserve(const Preset& preset)
     const std::size_t text = std::size_t{4} * preset.word(VANTORO_PRESET_WORD_TEXT);
     if (!zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
         !zeros(out_, index(outputs_)) || !zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) ||
-        !zeros(heard_, pins) || !zeros(posted_, floats) || !zeros(scratch_, longest) || !zeros(text_, text) ||
-        !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(longest))
+        !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) ||
+        !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))
         return false;
     std::copy_n(preset.text(), text, text_.get());
     return true;
@@ -139,8 +140,10 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     flushes_ = flushes_ || (node.info->traits & VANTORO_DENORMALS) != 0;
 
     node.length = static_cast<int>(wanted.length);
-    node.posted = posted_.get() + posted_taken_;
-    posted_taken_ += wanted.length;
+    if (Array<float> posted; zeros(posted, wanted.length))
+        node.posted = posted.release();
+    else
+        return false;
     preset.copy_floats(wanted.vector, wanted.length, node.posted);
     std::copy_n(node.posted, wanted.length, scratch_.get());
     if (apply(node, scratch_.get()) < 0)
@@ -199,12 +202,37 @@ int Program::apply(const RunNode& node, float* vector) const
     return result < 0 ? result : std::min(BlockAlgo_param_update(node.block), 0);
 }
 
+bool Program::accepts(const RunNode& node, const float* vector, int length) const
+{
+    return length > 0 && Vantoro_param_check(node.info->type, node.block->nInputs, node.block->nOutputs, vector, length,
+                                             nullptr, 0) == RT_OK;
+}
+
+int Program::set(int n, const float* vector, int length)
+{
+    if (!node(n) || !accepts(*node(n), vector, length))
+        return RT_ERR_VALUE;
+    RunNode& found = nodes_[index(n)];
+    Array<float> posted, scratch;
+    if (!zeros(posted, index(length)) || (length > longest_ && !zeros(scratch, index(length))))
+        return RT_ERR_MALLOC;
+    if (scratch) {
+        scratch_ = std::move(scratch);
+        longest_ = length;
+    }
+    std::copy_n(vector, length, posted.get());
+    std::copy_n(vector, length, scratch_.get());
+    std::free(found.posted);
+    found.posted = posted.release();
+    found.length = length;
+    const AtWork at_work(found.name);
+    return apply(found, scratch_.get());
+}
+
 int Program::post(int n, const float* vector, int length)
 {
     const RunNode* found = node(n);
-    if (!found || length != found->length || length == 0 ||
-        Vantoro_param_check(found->info->type, found->block->nInputs, found->block->nOutputs, vector, length, nullptr,
-                            0) != RT_OK)
+    if (!found || length != found->length || !accepts(*found, vector, length))
         return RT_ERR_VALUE;
     for (int i = 0; i < std::min(found->info->layout_count, length); ++i) {
         const VantoroSlot& slot = found->info->layout[i];
@@ -244,12 +272,15 @@ void Program::prepare(const RunNode& node) const
 int Program::run()
 {
     int result = RT_OK;
+    failed_ = -1;
     for (int n = 0; n < nodes_count_ && result >= 0; ++n) {
         const RunNode& node = nodes_[index(n)];
         node_at_work = node.name;
         if (node.run) [[unlikely]]
             prepare(node);
         result = std::min(BlockAlgo_process(node.block, node.in, node.out), 0);  // positive is a module's "done"
+        if (result < 0) [[unlikely]]
+            failed_ = n;
         if (node.levels) [[unlikely]] {
             int count = 0;
             const float* levels = LevelDetector_levels(node.block, &count);

@@ -63,9 +63,11 @@ public:
     // Control thread.
     int post(int node, const float* vector, int length);
 
-    // Audio thread. The result of the first node that fails, or RT_OK.
+    // Audio thread. run(): the result of the first node that fails, or RT_OK.
     void take_posts();
+    int set(int node, const float* vector, int length);
     int run();
+    int failed() const { return failed_; }
 
     Program* next_retired = nullptr;  // while swapped out
     long fade_frames = 0;             // of the fade to this program
@@ -82,6 +84,7 @@ private:
     std::size_t gather_size(const Node& node) const;
     float* take(std::size_t samples);
     int apply(const RunNode& node, float* vector) const;
+    bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;
 
     BlockPro pro_ = {};
@@ -98,9 +101,8 @@ private:
     std::size_t pins_taken_ = 0;
     Array<const float*> heard_;
     std::size_t heard_taken_ = 0;
-    Array<float> posted_;
-    std::size_t posted_taken_ = 0;
-    Array<float> scratch_;
+    Array<float> scratch_;  // as long as the longest vector
+    int longest_ = 0, failed_ = -1;
     Array<char> text_;
     Array<RunNode> nodes_;
     Queue queue_;

@@ -88,6 +88,9 @@ int Vantoro_graph_nodes(const VantoroGraph* graph);
 const char* Vantoro_graph_node_name(const VantoroGraph* graph, int node);
 int Vantoro_graph_find(const VantoroGraph* graph, const char* name);
 
+// The vector that was accepted last for a node, at most `max` entries; returns its length, 0 for no such node.
+int Vantoro_graph_vector(const VantoroGraph* graph, int node, float* vector, int max);
+
 // The library's record of a node, to be read between process calls on the audio thread; null: no such node.
 const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node);
 
@@ -102,6 +105,13 @@ const float* Vantoro_graph_output(const VantoroGraph* graph, int channel);
 // denormal numbers, they are flushed to zero, and the thread gets its own floating-point mode back. RT_OK, or the
 // negative result of the first node that failed; the outputs are then silent.
 int Vantoro_graph_process(VantoroGraph* graph);
+
+// The node that failed in the last process call, or -1.
+int Vantoro_graph_failed(const VantoroGraph* graph);
+
+// A new parameter vector at once, between two process calls. Of any length that Vantoro_param_check passes: this one
+// may allocate and log, and is for hosts that render on one thread. RT_OK, RT_ERR_VALUE, or what the library answers.
+int Vantoro_graph_set(VantoroGraph* graph, int node, const float* vector, int length);
 
 // The same for any number of frames per call: in[ch] and out[ch] hold `frames` samples each, and may be the same
 // buffers. Samples come out Vantoro_graph_latency frames after they went in. Do not mix with Vantoro_graph_process.

@@ -109,9 +109,10 @@ TEST(Preset, AnyWordsBehindARightChecksumDoNoHarm)
     int runs = 0;
     for (int i = 0; i < 20000; ++i) {
         Words preset = graph_test::preset_of(chain());
-        for (unsigned change = random() % 3 + 1; change > 0; --change) {
-            const std::size_t at = VANTORO_PRESET_WORD_RATE + random() % (preset.size() - VANTORO_PRESET_WORD_RATE);
-            preset[at] = random() % 2 == 0 ? static_cast<std::uint32_t>(random()) : preset[at] + random() % 5 - 2;
+        const auto any = [&] { return static_cast<std::uint32_t>(random()); };
+        for (std::uint32_t change = any() % 3 + 1; change > 0; --change) {
+            const std::size_t at = VANTORO_PRESET_WORD_RATE + any() % (preset.size() - VANTORO_PRESET_WORD_RATE);
+            preset[at] = any() % 2 == 0 ? any() : preset[at] + any() % 5 - 2;
         }
         graph_test::seal(preset);
         const Graph graph = make(preset, preset[VANTORO_PRESET_WORD_RATE] == 0 ? 48000 : 0);
@@ -193,6 +194,24 @@ TEST(Post, IsInForceFromTheNextBlockOnAndRefusesWhatMayNotBe)
     EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, other.data(), 6), RT_ERR_NO_BUFFER);
     EXPECT_EQ(run(graph.get(), in), by_hand(in, 100));  // a set starts the filter anew
     EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, other.data(), 6), RT_OK);
+}
+
+// Between two process calls of one thread a vector may have another length.
+TEST(Set, IsInForceAtOnceWhateverItsLength)
+{
+    PresetRows rows = chain();
+    const std::vector<float> flat = {1, 1000, 0, 1, 0, 1}, bands = {2, 1000, 6, 1, 0, 0, 300, -6, 1, 0, 0};
+    rows.nodes[0] = {"low", EN_FILTER_GRAPHICAL_EQ, 1, {1}, flat};
+    const Graph graph = make(graph_test::preset_of(rows));
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, bands.data(), 11), RT_ERR_VALUE);
+    EXPECT_EQ(Vantoro_graph_set(graph.get(), 0, bands.data(), 10), RT_ERR_VALUE);
+    EXPECT_EQ(Vantoro_graph_set(graph.get(), 0, bands.data(), 11), RT_OK);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, bands.data(), 11), RT_OK);
+    rows.nodes[0].vector = bands;
+    const Graph other = make(graph_test::preset_of(rows));
+    const std::vector<float> in = noise(640);
+    EXPECT_EQ(run(graph.get(), in), run(other.get(), in));
+    EXPECT_EQ(Vantoro_graph_failed(graph.get()), -1);
 }
 
 TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
