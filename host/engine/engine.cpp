@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/flush_to_zero.h"
+#include "../graph/flush_to_zero.h"
 
 namespace vantoro {
 
@@ -197,7 +197,7 @@ void Engine::prepare(const Node& node) const
 
 bool Engine::process()
 {
-    const FlushToZero mode(flush_to_zero_);
+    const vgraph::FlushToZero mode(flush_to_zero_);
     for (const Node& node : nodes_) {
         LibraryLog::at_work(&node.block->id);
         if (node.prepared()) [[unlikely]]

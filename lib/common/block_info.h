@@ -13,6 +13,8 @@
 #ifndef VANTORO_COMMON_BLOCK_INFO_H
 #define VANTORO_COMMON_BLOCK_INFO_H
 
+#include <stddef.h>
+
 #include "block_types.h"
 
 LBX_BEGIN_C
@@ -86,7 +88,8 @@ typedef enum VantoroPer {
 
 typedef enum VantoroParamFlag {
     VANTORO_BELOW_HALF_RATE = 1,  // a frequency: valid below half the sampling rate only
-    VANTORO_UNUSED = 2            // stored, never read
+    VANTORO_UNUSED = 2,           // stored, never read
+    VANTORO_SIZES = 4             // another value makes the block allocate
 } VantoroParamFlag;
 
 struct VantoroParam;
@@ -208,6 +211,11 @@ int Vantoro_count_per(VantoroPer per, int inputs, int outputs);
 
 // Writes the default vector of a block with these pins, at most `max` entries, and returns its length.
 int Vantoro_initial_vector(const VantoroBlockInfo* info, int inputs, int outputs, float* vector, int max);
+
+// Whether a block of this type and these pins can be given `vector` of `length` entries: the length is what the counts
+// in it ask for, every number is finite, every choice exists, and whole numbers are where they have a meaning. What
+// passes never ends the process. RT_OK, or RT_ERR_VALUE and the reason in at most n bytes of `why` (may be null).
+int Vantoro_param_check(int type, int inputs, int outputs, const float* vector, int length, char* why, size_t n);
 
 // ---- what a block does to a signal ----
 

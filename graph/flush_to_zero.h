@@ -9,7 +9,7 @@
 #include <immintrin.h>
 #endif
 
-namespace vantoro {
+namespace vgraph {
 
 class FlushToZero {
 public:
@@ -52,4 +52,4 @@ private:
     Mode old_ = 0;
 };
 
-}  // namespace vantoro
+}  // namespace vgraph

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// Memory of the runtime: arrays of zeros that free themselves. No exceptions: a null array is short memory.
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace vgraph {
+
+struct Free {
+    void operator()(void* p) const { std::free(p); }
+};
+template <class T>
+using Array = std::unique_ptr<T[], Free>;
+
+// False when memory is short. At least one element, so that null means just that.
+template <class T>
+[[nodiscard]] bool zeros(Array<T>& array, std::size_t count)
+{
+    array.reset(static_cast<T*>(std::calloc(count + 1, sizeof(T))));
+    return array != nullptr;
+}
+
+// An object, without the operators of the C++ run-time library; null when memory is short.
+template <class T>
+T* make()
+{
+    void* memory = std::aligned_alloc(alignof(T), (sizeof(T) + alignof(T) - 1) / alignof(T) * alignof(T));
+    return memory ? ::new (memory) T : nullptr;
+}
+template <class T>
+void unmake(T* object)
+{
+    if (object)
+        object->~T();
+    std::free(object);
+}
+
+}  // namespace vgraph

@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "program.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+#include <vantoro/level_detectors/level_detectors.h>
+#include <vantoro/vantoro_preprocess.h>
+
+namespace vgraph {
+
+namespace {
+
+constexpr std::size_t kLine = 16;  // samples in 64 bytes
+
+std::size_t index(int n) { return static_cast<std::size_t>(n); }
+
+// Sizes in samples, rounded up to an odd number of lines: see the header.
+std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
+
+// Marks the node that this thread works on, while it lives.
+class AtWork {
+public:
+    explicit AtWork(const char* name) { node_at_work = name; }
+    ~AtWork() { node_at_work = nullptr; }
+    AtWork(const AtWork&) = delete;
+    AtWork& operator=(const AtWork&) = delete;
+};
+
+// Both threads reach a detector's levels.
+void publish(float& to, float v) { std::atomic_ref(to).store(v, std::memory_order_relaxed); }
+
+}  // namespace
+
+constinit thread_local const char* node_at_work = nullptr;
+
+// ---- making ----
+
+Program* Program::create(const Preset& preset, int rate)
+{
+    auto* program = make<Program>();
+    if (program && program->build(preset, rate))
+        return program;
+    unmake(program);
+    return nullptr;
+}
+
+Program::~Program()
+{
+    for (int n = 0; n < nodes_count_; ++n) {
+        if (nodes_[index(n)].block)
+            BlockAlgo_destroy(nodes_[index(n)].block);
+        std::free(nodes_[index(n)].levels);
+        std::free(nodes_[index(n)].posted);
+    }
+}
+
+bool Program::contiguous(const Node& node) const
+{
+    return (Vantoro_block_info(node.type)->traits & VANTORO_CONTIGUOUS_PINS) != 0;
+}
+
+std::size_t Program::outputs_size(const Node& node) const
+{
+    const std::size_t outputs = index(node.outputs);
+    return contiguous(node) ? odd_lines(outputs * index(block_size())) : outputs * stride_;
+}
+
+std::size_t Program::gather_size(const Node& node) const
+{
+    // It reads as many data pins as it has outputs.
+    return contiguous(node) ? odd_lines(index(std::max(node.inputs - 1, node.outputs)) * index(block_size())) : 0;
+}
+
+float* Program::take(std::size_t samples)
+{
+    float* here = arena_.get() + taken_;
+    taken_ += samples;
+    return here;
+}
+
+// Everything whose size follows from the preset.
+bool Program::reserve(const Preset& preset)
+{
+    std::size_t pins = 0, outputs = 0;
+    std::size_t samples = stride_ * (1 + index(inputs_));
+    for (std::uint32_t n = 0; n < preset.word(VANTORO_PRESET_WORD_NODES); ++n) {
+        const Node node = preset.node(n);
+        pins += index(node.inputs) + index(node.outputs);
+        outputs += index(node.outputs);
+        longest_ = std::max(longest_, static_cast<int>(node.length));
+        samples += outputs_size(node) + gather_size(node);
+    }
+    samples = (samples + kLine - 1) / kLine * kLine;
+    arena_.reset(static_cast<float*>(std::aligned_alloc(kLine * sizeof(float), samples * sizeof(float))));
+    if (!arena_)
+        return false;
+    std::fill_n(arena_.get(), samples, 0.0F);
+    const std::size_t text = std::size_t{4} * preset.word(VANTORO_PRESET_WORD_TEXT);
+    if (!zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
+        !zeros(out_, index(outputs_)) || !zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) ||
+        !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) ||
+        !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))
+        return false;
+    std::copy_n(preset.text(), text, text_.get());
+    return true;
+}
+
+bool Program::build(const Preset& preset, int rate)
+{
+    const auto word = [&](VantoroPresetWord at) { return static_cast<int>(preset.word(at)); };
+    pro_ = {rate, 24, word(VANTORO_PRESET_WORD_BLOCK_SIZE), 0, 0};
+    stride_ = odd_lines(index(block_size()));
+    inputs_ = word(VANTORO_PRESET_WORD_INPUTS);
+    outputs_ = word(VANTORO_PRESET_WORD_OUTPUTS);
+    if (!reserve(preset))
+        return false;
+    buffers_[buffers_count_++] = take(stride_);  // silence
+    for (int ch = 0; ch < inputs_; ++ch)
+        buffers_[buffers_count_++] = in_[index(ch)] = take(stride_);
+    std::uint64_t link = 0;
+    for (std::uint32_t n = 0; n < preset.word(VANTORO_PRESET_WORD_NODES); ++n)
+        if (!make_node(preset, n, link))
+            return false;
+    for (int ch = 0; ch < outputs_; ++ch)
+        out_[index(ch)] = buffers_[preset.link(link++)];
+    return true;
+}
+
+bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& link)
+{
+    const Node wanted = preset.node(n);
+    RunNode& node = nodes_[index(nodes_count_++)];
+    node.info = Vantoro_block_info(wanted.type);
+    node.name = text_.get() + wanted.name;
+    const AtWork at_work(node.name);
+    node.block = BlockAlgo_init(&pro_, wanted.inputs, wanted.outputs, wanted.type);
+    if (!node.block)
+        return false;
+    flushes_ = flushes_ || (node.info->traits & VANTORO_DENORMALS) != 0;
+
+    node.length = static_cast<int>(wanted.length);
+    if (Array<float> posted; zeros(posted, wanted.length))
+        node.posted = posted.release();
+    else
+        return false;
+    preset.copy_floats(wanted.vector, wanted.length, node.posted);
+    std::copy_n(node.posted, wanted.length, scratch_.get());
+    if (apply(node, scratch_.get()) < 0)
+        return false;
+
+    float* gathered = take(gather_size(wanted));
+    node.in = pins_.get() + pins_taken_;
+    pins_taken_ += index(wanted.inputs);
+    for (int pin = 0; pin < wanted.inputs; ++pin)
+        node.in[pin] = buffers_[preset.link(link++)];
+    node.out = pins_.get() + pins_taken_;
+    pins_taken_ += index(wanted.outputs) + 1;  // a node without pins gets a pointer too
+    const std::size_t distance = contiguous(wanted) ? index(block_size()) : stride_;
+    float* outputs = take(outputs_size(wanted));
+    for (int pin = 0; pin < wanted.outputs; ++pin)
+        buffers_[buffers_count_++] = node.out[pin] = outputs + index(pin) * distance;
+
+    if (contiguous(wanted)) {
+        node.run = gathered;
+        node.heard = heard_.get() + heard_taken_;
+        heard_taken_ += index(wanted.inputs);
+        for (int pin = 1; pin < wanted.inputs; ++pin) {
+            node.heard[pin - 1] = node.in[pin];
+            node.in[pin] = gathered + index(pin - 1) * distance;
+        }
+    } else if ((node.info->traits & VANTORO_CLEAR_OUTPUTS) != 0) {
+        node.run = outputs;
+        node.run_size = outputs_size(wanted);
+    }
+    return make_levels(node);
+}
+
+bool Program::make_levels(RunNode& node)
+{
+    LevelDetector_levels(node.block, &node.level_count);
+    if (node.level_count == 0)
+        return true;
+    Array<float> own;
+    if (!zeros(own, index(node.level_count)))
+        return false;
+    node.levels = own.release();
+    return true;
+}
+
+// ---- parameters ----
+
+int Program::apply(const RunNode& node, float* vector) const
+{
+    if (node.length == 0)
+        return RT_OK;
+    if ((node.info->traits & VANTORO_PARAMS_IN_PLACE) != 0) {
+        std::copy_n(vector, node.length, node.block->pParam);
+        return RT_OK;
+    }
+    const int result = BlockAlgo_param_reset(node.block, vector);
+    return result < 0 ? result : std::min(BlockAlgo_param_update(node.block), 0);
+}
+
+bool Program::accepts(const RunNode& node, const float* vector, int length) const
+{
+    return length > 0 && Vantoro_param_check(node.info->type, node.block->nInputs, node.block->nOutputs, vector, length,
+                                             nullptr, 0) == RT_OK;
+}
+
+int Program::set(int n, const float* vector, int length)
+{
+    if (!node(n) || !accepts(*node(n), vector, length))
+        return RT_ERR_VALUE;
+    RunNode& found = nodes_[index(n)];
+    Array<float> posted, scratch;
+    if (!zeros(posted, index(length)) || (length > longest_ && !zeros(scratch, index(length))))
+        return RT_ERR_MALLOC;
+    if (scratch) {
+        scratch_ = std::move(scratch);
+        longest_ = length;
+    }
+    std::copy_n(vector, length, posted.get());
+    std::copy_n(vector, length, scratch_.get());
+    std::free(found.posted);
+    found.posted = posted.release();
+    found.length = length;
+    const AtWork at_work(found.name);
+    return apply(found, scratch_.get());
+}
+
+int Program::post(int n, const float* vector, int length)
+{
+    const RunNode* found = node(n);
+    if (!found || length != found->length || !accepts(*found, vector, length))
+        return RT_ERR_VALUE;
+    for (int i = 0; i < std::min(found->info->layout_count, length); ++i) {
+        const VantoroSlot& slot = found->info->layout[i];
+        if (slot.kind == VANTORO_ROWS)
+            break;  // entries from here on have no size but that of the vector
+        const bool sizes = slot.kind != VANTORO_VALUE || (slot.param->flags & VANTORO_SIZES) != 0;
+        if (sizes && vector[i] != found->posted[i])
+            return RT_ERR_VALUE;
+    }
+    if (!queue_.push(n, vector, length))
+        return RT_ERR_NO_BUFFER;
+    std::copy_n(vector, length, found->posted);
+    return RT_OK;
+}
+
+void Program::take_posts()
+{
+    queue_.drain(scratch_.get(), [this](int n, int) {
+        const RunNode& node = nodes_[index(n)];
+        const AtWork at_work(node.name);
+        apply(node, scratch_.get());
+    });
+}
+
+// ---- running ----
+
+void Program::prepare(const RunNode& node) const
+{
+    if (node.run_size > 0) {
+        std::fill_n(node.run, node.run_size, 0.0F);
+        return;
+    }
+    for (int i = 0; i + 1 < node.block->nInputs; ++i)
+        std::copy_n(node.heard[i], block_size(), node.run + index(i) * index(block_size()));
+}
+
+int Program::run()
+{
+    int result = RT_OK;
+    failed_ = -1;
+    for (int n = 0; n < nodes_count_ && result >= 0; ++n) {
+        const RunNode& node = nodes_[index(n)];
+        node_at_work = node.name;
+        if (node.run) [[unlikely]]
+            prepare(node);
+        result = std::min(BlockAlgo_process(node.block, node.in, node.out), 0);  // positive is a module's "done"
+        if (result < 0) [[unlikely]]
+            failed_ = n;
+        if (node.levels) [[unlikely]] {
+            int count = 0;
+            const float* levels = LevelDetector_levels(node.block, &count);
+            for (int i = 0; i < std::min(count, node.level_count); ++i)
+                publish(node.levels[i], levels[i]);
+        }
+    }
+    node_at_work = nullptr;
+    return result;
+}
+
+}  // namespace vgraph

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+// A preset made into blocks and buffers.
+//
+// Every output pin has a buffer of its own, which it keeps from block to block: some blocks leave samples as they were,
+// on purpose. A listener gets the pointer to that buffer, never a copy; pins that hear nothing share one of zeros. The
+// buffers of one node stand in one run, and the runs in order of processing. Neighbours are an odd number of 64-byte
+// lines apart, so that any 64 of them in a row begin in different places of a 4 KiB page and do not evict each other
+// from a cache whose sets repeat with the page.
+//
+// What a type's description asks for is done before it runs: its pins gathered in one array without gaps
+// (VANTORO_CONTIGUOUS_PINS), its outputs cleared (VANTORO_CLEAR_OUTPUTS), denormal numbers flushed for the whole graph
+// while one node makes them (VANTORO_DENORMALS).
+#pragma once
+
+#include <vantoro/common/block_info.h>
+
+#include "owned.h"
+#include "preset.h"
+#include "queue.h"
+
+namespace vgraph {
+
+struct RunNode {
+    BlockAlgo* block;
+    const VantoroBlockInfo* info;
+    const char* name;
+    float** in;  // the arrays of pointers for process
+    float** out;
+    const float** heard;   // contiguous pins: where the gathered inputs come from
+    float* run;            // gathered inputs, or outputs to clear
+    std::size_t run_size;  // in samples
+    float* posted;         // the vector accepted last
+    int length;            // of it
+    float* levels;         // owned: of a detector, after each block; both threads reach it through atomics
+    int level_count;
+};
+
+// The name of the node that the calling thread is making, setting or running; null: none.
+extern constinit thread_local const char* node_at_work;
+
+class Program {
+public:
+    // Null when memory is short or the library refuses a block of a checked preset.
+    static Program* create(const Preset& preset, int rate);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    int inputs() const { return inputs_; }
+    int outputs() const { return outputs_; }
+    int nodes() const { return nodes_count_; }
+    int rate() const { return pro_.nSamplingRate; }
+    int block_size() const { return pro_.nBlockSize; }
+    const RunNode* node(int n) const
+    {
+        return n >= 0 && n < nodes_count_ ? &nodes_[static_cast<std::size_t>(n)] : nullptr;
+    }
+    bool flushes() const { return flushes_; }
+
+    float* input(int ch) const { return in_[static_cast<std::size_t>(ch)]; }
+    const float* output(int ch) const { return out_[static_cast<std::size_t>(ch)]; }
+
+    // Control thread.
+    int post(int node, const float* vector, int length);
+
+    // Audio thread. run(): the result of the first node that fails, or RT_OK.
+    void take_posts();
+    int set(int node, const float* vector, int length);
+    int run();
+    int failed() const { return failed_; }
+
+    Program* next_retired = nullptr;  // while swapped out
+    long fade_frames = 0;             // of the fade to this program
+
+    Program() = default;  // empty: see create
+
+private:
+    [[nodiscard]] bool build(const Preset& preset, int rate);
+    [[nodiscard]] bool reserve(const Preset& preset);
+    [[nodiscard]] bool make_node(const Preset& preset, std::uint32_t n, std::uint64_t& link);
+    [[nodiscard]] bool make_levels(RunNode& node);
+    bool contiguous(const Node& node) const;
+    std::size_t outputs_size(const Node& node) const;
+    std::size_t gather_size(const Node& node) const;
+    float* take(std::size_t samples);
+    int apply(const RunNode& node, float* vector) const;
+    bool accepts(const RunNode& node, const float* vector, int length) const;
+    void prepare(const RunNode& node) const;
+
+    BlockPro pro_ = {};
+    std::size_t stride_ = 0;  // samples from buffer to buffer
+    int inputs_ = 0, outputs_ = 0, nodes_count_ = 0;
+    bool flushes_ = false;
+    Array<float> arena_;
+    std::size_t taken_ = 0;
+    Array<float*> buffers_;  // by the numbers of links
+    std::size_t buffers_count_ = 0;
+    Array<float*> in_;
+    Array<const float*> out_;
+    Array<float*> pins_;  // of all RunNode::in and out
+    std::size_t pins_taken_ = 0;
+    Array<const float*> heard_;
+    std::size_t heard_taken_ = 0;
+    Array<float> scratch_;  // as long as the longest vector
+    int longest_ = 0, failed_ = -1;
+    Array<char> text_;
+    Array<RunNode> nodes_;
+    Queue queue_;
+};
+
+}  // namespace vgraph

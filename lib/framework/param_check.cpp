@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+// Whether a parameter vector can be handed to a block, from the block's description alone.
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+#include "info.h"
+
+namespace {
+
+using namespace lbx;
+using namespace lbx::info;
+
+struct Check {
+    std::span<const VantoroSlot> layout;
+    int inputs, outputs;
+    std::span<const float> vector;
+    char* why;
+    std::size_t size;
+
+    [[gnu::format(printf, 2, 3)]] int refuse(const char* format, ...) const
+    {
+        if (why && size > 0) {
+            std::va_list args;
+            va_start(args, format);
+            std::vsnprintf(why, size, format, args);
+            va_end(args);
+        }
+        return RT_ERR_VALUE;
+    }
+};
+
+// The entry before which nothing else of a layout has a length of its own.
+float entry_of(const Check& check, int slot)
+{
+    const auto at = static_cast<std::size_t>(slot);
+    return at < check.vector.size() ? check.vector[at] : 0.0F;
+}
+
+// The rows that a table has in the vector; -1 while its count is missing or out of range.
+int rows_in(const Check& check, const VantoroTable& table)
+{
+    if (table.rows_entry >= 0) {
+        const auto product = static_cast<double>(to_int(entry_of(check, table.rows_entry))) *
+                             to_int(entry_of(check, table.columns_entry));
+        return product < 0 || product > static_cast<double>(check.vector.size()) ? -1 : to_int(product);
+    }
+    if (table.per != VANTORO_PER_NOTHING)
+        return count_per(table.per, check.inputs, check.outputs);
+    for (std::size_t i = 0; i < check.layout.size(); ++i)
+        if (check.layout[i].kind == VANTORO_COUNT && check.layout[i].table == &table) {
+            const int rows = to_int(entry_of(check, static_cast<int>(i)));
+            return rows >= table.min_rows && rows <= table.max_rows ? rows : -1;
+        }
+    return -1;
+}
+
+bool is_choice(const VantoroParam& param, float v)
+{
+    for (int i = 0; i < param.choice_count; ++i)
+        if (param.choices[i].value == to_int(v))
+            return true;
+    return false;
+}
+
+// `row` is -1 outside of tables.
+int check_value(const Check& check, const VantoroParam& param, float v, const char* table, int row)
+{
+    char place[64];
+    if (row < 0)
+        std::snprintf(place, sizeof place, "%s", param.name);
+    else
+        std::snprintf(place, sizeof place, "%s[%d].%s", table, row, param.name);
+    if (!std::isfinite(v))
+        return check.refuse("%s is not finite", place);
+    if (param.kind == VANTORO_CHOICE && !is_choice(param, v))
+        return check.refuse("%s: %g is none of its choices", place, static_cast<double>(v));
+    const auto whole = static_cast<float>(to_int(v));
+    if (param.kind == VANTORO_INTEGER && !(whole >= param.valid.min && whole <= param.valid.max))
+        return check.refuse("%s: %g; %g to %g", place, static_cast<double>(v), static_cast<double>(param.valid.min),
+                            static_cast<double>(param.valid.max));
+    const int below = count_per(param.below, check.inputs, check.outputs);
+    if (param.below != VANTORO_PER_NOTHING && !(whole >= 0 && to_int(v) < below))
+        return check.refuse("%s: %g; 0 to %d", place, static_cast<double>(v), below - 1);
+    return RT_OK;
+}
+
+int check_rows(const Check& check, const VantoroTable& table, int rows, std::size_t at)
+{
+    for (int i = 0; i < rows * table.column_count; ++i) {
+        const int column = table.by_columns ? i / rows : i % table.column_count;
+        const int row = table.by_columns ? i % rows : i / table.column_count;
+        if (const int result = check_value(check, table.columns[column], check.vector[at + static_cast<std::size_t>(i)],
+                                           table.name, row))
+            return result;
+    }
+    return RT_OK;
+}
+
+// Where in the vector the rows of a table begin.
+std::size_t start_of(const Check& check, const VantoroTable& table)
+{
+    std::size_t at = 0;
+    for (const VantoroSlot& slot : check.layout) {
+        if (slot.kind == VANTORO_ROWS && slot.table == &table)
+            return at;
+        at += slot.kind == VANTORO_ROWS ? static_cast<std::size_t>(rows_in(check, *slot.table)) *
+                                              static_cast<std::size_t>(slot.table->column_count)
+                                        : 1;
+    }
+    return at;
+}
+
+int length_of(const Check& check)
+{
+    double length = 0;
+    for (const VantoroSlot& slot : check.layout) {
+        const int rows = slot.table ? rows_in(check, *slot.table) : 1;
+        if (rows < 0)
+            return -1;
+        length += slot.kind == VANTORO_ROWS ? static_cast<double>(rows) * slot.table->column_count : 1;
+    }
+    return to_int(length);
+}
+
+int check_entries(const Check& check)
+{
+    std::size_t at = 0;
+    for (const VantoroSlot& slot : check.layout) {
+        int result = RT_OK;
+        const int rows = slot.table ? rows_in(check, *slot.table) : 0;
+        if (slot.kind == VANTORO_VALUE)
+            result = check_value(check, *slot.param, check.vector[at], "", -1);
+        else if (slot.kind == VANTORO_ROWS)
+            result = check_rows(check, *slot.table, rows, at);
+        else if (slot.kind == VANTORO_FIRST_OF &&
+                 to_int(check.vector[at]) != static_cast<int>(start_of(check, *slot.table)) + slot.column * rows)
+            result = check.refuse("entry %zu: %g is not where column %d of %s begins", at,
+                                  static_cast<double>(check.vector[at]), slot.column, slot.table->name);
+        if (result != RT_OK)
+            return result;
+        at += slot.kind == VANTORO_ROWS
+                  ? static_cast<std::size_t>(rows) * static_cast<std::size_t>(slot.table->column_count)
+                  : 1;
+    }
+    return RT_OK;
+}
+
+}  // namespace
+
+int Vantoro_param_check(int type, int inputs, int outputs, const float* vector, int length, char* why, size_t n)
+{
+    const VantoroBlockInfo* info = Vantoro_block_info(type);
+    Check check = {{}, inputs, outputs, {}, why, n};
+    if (!info)
+        return check.refuse("%d is no block type", type);
+    if (!Vantoro_pins_fit(info->pins, inputs, outputs))
+        return check.refuse("%d -> %d pins; %s takes %s", inputs, outputs, info->name, info->pins->text);
+    if (length < 0 || (length > 0 && !vector))
+        return check.refuse("no vector");
+    check.layout = {info->layout, static_cast<std::size_t>(info->layout_count)};
+    check.vector = {vector, static_cast<std::size_t>(length)};
+    const int wanted = length_of(check);
+    if (wanted < 0)
+        return check.refuse("a count is out of range or missing");
+    if (wanted != length)
+        return check.refuse("%d entries; %s takes %d", length, info->name, wanted);
+    return check_entries(check);
+}

@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: Apache-2.0
+// The graph runtime: the bits of the blocks it runs, presets that are refused, changes while it runs.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "graph/preset_builder.h"
+#include "support/rig.h"
+
+namespace {
+
+using graph_test::PresetRows;
+using graph_test::Words;
+
+struct Destroy {
+    void operator()(VantoroGraph* graph) const { Vantoro_graph_destroy(graph); }
+};
+using Graph = std::unique_ptr<VantoroGraph, Destroy>;
+
+Graph make(const Words& preset, int rate = 0)
+{
+    return Graph(Vantoro_graph_create(preset.data(), 4 * preset.size(), rate));
+}
+
+std::string refusal(const Words& preset, std::size_t bytes = 0)
+{
+    char why[200] = "";
+    const int result = Vantoro_graph_check(preset.data(), bytes > 0 ? bytes : 4 * preset.size(), why, sizeof why);
+    EXPECT_EQ(result == RT_OK, why[0] == 0) << why;
+    return why;
+}
+
+std::vector<float> filter(float hz, int type = LP1st) { return {1, 0, static_cast<float>(type), 0, hz, 0}; }
+const std::vector<float> kLimit = {200, 100, -20};
+
+// input -> low -> limit -> output 0, and low -> output 1.
+PresetRows chain(float hz = 500)
+{
+    return {.nodes = {{"low", EN_FILTER_1ST, 1, {1}, filter(hz)}, {"limit", EN_DP_LIMITER, 1, {2}, kLimit}},
+            .outputs = {3, 2}};
+}
+
+std::vector<float> noise(int n)
+{
+    std::mt19937 random(3);
+    std::vector<float> out(static_cast<std::size_t>(n));
+    for (float& v : out)
+        v = static_cast<float>(random()) / 4.3e9F - 0.5F;
+    return out;
+}
+
+// Whole blocks through a graph of one input; channel 0 of the output.
+std::vector<float> run(VantoroGraph* graph, const std::vector<float>& in)
+{
+    std::vector<float> out;
+    const int block = Vantoro_graph_block_size(graph);
+    for (std::size_t at = 0; at < in.size(); at += static_cast<std::size_t>(block)) {
+        std::copy_n(in.data() + at, block, Vantoro_graph_input(graph, 0));
+        EXPECT_EQ(Vantoro_graph_process(graph), RT_OK);
+        out.insert(out.end(), Vantoro_graph_output(graph, 0), Vantoro_graph_output(graph, 0) + block);
+    }
+    return out;
+}
+
+std::vector<float> by_hand(const std::vector<float>& in, float hz)
+{
+    BlockPro pro{48000, 24, 64, 0, 0};
+    BlockAlgo* low = BlockAlgo_init(&pro, 1, 1, EN_FILTER_1ST);
+    BlockAlgo* limit = BlockAlgo_init(&pro, 1, 1, EN_DP_LIMITER);
+    std::vector<float> vector = filter(hz), limits = kLimit, out = in;
+    BlockAlgo_param_reset(low, vector.data());
+    BlockAlgo_param_update(low);
+    BlockAlgo_param_reset(limit, limits.data());
+    BlockAlgo_param_update(limit);
+    for (std::size_t at = 0; at < in.size(); at += 64) {
+        float* pin = out.data() + at;
+        BlockAlgo_process(low, &pin, &pin);
+        BlockAlgo_process(limit, &pin, &pin);
+    }
+    BlockAlgo_destroy(low);
+    BlockAlgo_destroy(limit);
+    return out;
+}
+
+// ---- presets ----
+
+TEST(Preset, EveryTruncationAndEveryFlippedBitIsRefused)
+{
+    Words preset = graph_test::preset_of(chain());
+    EXPECT_EQ(refusal(preset), "");
+    for (std::size_t bytes = 0; bytes < 4 * preset.size(); ++bytes)
+        EXPECT_EQ(Vantoro_graph_check(preset.data(), bytes, nullptr, 0), RT_ERR_VALUE) << bytes;
+    for (std::size_t bit = 0; bit < 32 * preset.size(); ++bit) {
+        preset[bit / 32] ^= 1U << (bit % 32);
+        EXPECT_EQ(Vantoro_graph_check(preset.data(), 4 * preset.size(), nullptr, 0), RT_ERR_VALUE) << bit;
+        preset[bit / 32] ^= 1U << (bit % 32);
+    }
+}
+
+// Behind a checksum that is right, any word may hold anything: refused, or it runs.
+TEST(Preset, AnyWordsBehindARightChecksumDoNoHarm)
+{
+    rig::Log quiet;
+    std::mt19937 random(11);
+    int runs = 0;
+    for (int i = 0; i < 20000; ++i) {
+        Words preset = graph_test::preset_of(chain());
+        const auto any = [&] { return static_cast<std::uint32_t>(random()); };
+        for (std::uint32_t change = any() % 3 + 1; change > 0; --change) {
+            const std::size_t at = VANTORO_PRESET_WORD_RATE + any() % (preset.size() - VANTORO_PRESET_WORD_RATE);
+            preset[at] = any() % 2 == 0 ? any() : preset[at] + any() % 5 - 2;
+        }
+        graph_test::seal(preset);
+        const Graph graph = make(preset, preset[VANTORO_PRESET_WORD_RATE] == 0 ? 48000 : 0);
+        if (graph && ++runs > 0)
+            Vantoro_graph_process(graph.get());
+    }
+    EXPECT_GT(runs, 1000);
+}
+
+TEST(Preset, ARefusalNamesTheNodeAndWhatIsWrong)
+{
+    const auto with = [](auto change) {
+        PresetRows rows = chain();
+        change(rows);
+        return refusal(graph_test::preset_of(rows));
+    };
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].vector[2] = 9; }), "low: type: 9 is none of its choices");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].vector.pop_back(); }), "low: 5 entries; FILTER_1ST takes 6");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].vector[0] = NAN; }), "limit: rmstc is not finite");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].type = 4711; }), "low: 4711 is no block type of this library");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].type = EN_IN_AUDIO_INPUT; }).substr(0, 10), "low: 2817 ");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].outputs = 2; }), "low: 1 -> 2 pins; FILTER_1ST takes n -> n");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].links = {2}; }), "low: input 0 hears a pin that is not there");
+    EXPECT_EQ(with([](PresetRows& r) { r.outputs = {4}; }), "output: input 0 hears a pin that is not there");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].name = "a\nb"; }), "node 1 has no name");
+    EXPECT_EQ(with([](PresetRows& r) { r.block = 0; }), "block size 0; 1 to 65536");
+    EXPECT_EQ(make(graph_test::preset_of(chain()), 44100), nullptr);  // made for 48 kHz
+}
+
+// ---- running ----
+
+TEST(Graph, GivesTheBitsOfItsBlocks)
+{
+    const std::vector<float> in = noise(6400);
+    const Graph graph = make(graph_test::preset_of(chain()));
+    ASSERT_TRUE(graph);
+    EXPECT_EQ(run(graph.get(), in), by_hand(in, 500));
+    EXPECT_EQ(Vantoro_graph_find(graph.get(), "limit"), 1);
+    EXPECT_EQ(Vantoro_graph_find(graph.get(), "lim"), -1);
+    EXPECT_STREQ(Vantoro_graph_node_name(graph.get(), 0), "low");
+    EXPECT_EQ(Vantoro_graph_input(graph.get(), 1), nullptr);
+    EXPECT_EQ(Vantoro_graph_output(graph.get(), 2), nullptr);
+}
+
+TEST(Graph, TakesAnyNumberOfFramesWithItsLatencyAndNoOtherDifference)
+{
+    const std::vector<float> in = noise(6400);
+    const Graph graph = make(graph_test::preset_of(chain()));
+    std::vector<float> out = in, other(in.size());
+    std::mt19937 random(5);
+    for (std::size_t at = 0; at < in.size();) {
+        const auto frames = std::min<std::size_t>(random() % 150, in.size() - at);
+        const float* from[] = {out.data() + at};
+        float* to[] = {out.data() + at, other.data() + at};  // in place
+        EXPECT_EQ(Vantoro_graph_run(graph.get(), from, to, static_cast<int>(frames)), RT_OK);
+        at += frames;
+    }
+    const std::vector<float> wanted = by_hand(in, 500);
+    const auto latency = static_cast<std::size_t>(Vantoro_graph_latency(graph.get()));
+    EXPECT_EQ(latency, 63U);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        ASSERT_EQ(out[i], i < latency ? 0.0F : wanted[i - latency]) << i;
+}
+
+// ---- changes ----
+
+TEST(Post, IsInForceFromTheNextBlockOnAndRefusesWhatMayNotBe)
+{
+    const std::vector<float> in = noise(640);
+    const Graph graph = make(graph_test::preset_of(chain()));
+    for (const auto& [node, vector] : std::vector<std::pair<int, std::vector<float>>>{
+             {2, filter(100)}, {-1, filter(100)}, {0, filter(100, 9)}, {0, kLimit}, {0, {}}})
+        EXPECT_EQ(Vantoro_graph_post(graph.get(), node, vector.data(), static_cast<int>(vector.size())), RT_ERR_VALUE);
+    int posted = 0;
+    const std::vector<float> other = filter(100);
+    while (Vantoro_graph_post(graph.get(), 0, other.data(), 6) == RT_OK)
+        ++posted;
+    EXPECT_GT(posted, 100);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, other.data(), 6), RT_ERR_NO_BUFFER);
+    EXPECT_EQ(run(graph.get(), in), by_hand(in, 100));  // a set starts the filter anew
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, other.data(), 6), RT_OK);
+}
+
+// Between two process calls of one thread a vector may have another length.
+TEST(Set, IsInForceAtOnceWhateverItsLength)
+{
+    PresetRows rows = chain();
+    const std::vector<float> flat = {1, 1000, 0, 1, 0, 1}, bands = {2, 1000, 6, 1, 0, 0, 300, -6, 1, 0, 0};
+    rows.nodes[0] = {"low", EN_FILTER_GRAPHICAL_EQ, 1, {1}, flat};
+    const Graph graph = make(graph_test::preset_of(rows));
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, bands.data(), 11), RT_ERR_VALUE);
+    EXPECT_EQ(Vantoro_graph_set(graph.get(), 0, bands.data(), 10), RT_ERR_VALUE);
+    EXPECT_EQ(Vantoro_graph_set(graph.get(), 0, bands.data(), 11), RT_OK);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, bands.data(), 11), RT_OK);
+    rows.nodes[0].vector = bands;
+    const Graph other = make(graph_test::preset_of(rows));
+    const std::vector<float> in = noise(640);
+    EXPECT_EQ(run(graph.get(), in), run(other.get(), in));
+    EXPECT_EQ(Vantoro_graph_failed(graph.get()), -1);
+}
+
+TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
+{
+    const std::vector<float> in = noise(64000);
+    const Graph graph = make(graph_test::preset_of(chain()));
+    const auto swap = [&](float hz, int heard) {
+        Graph next = make(graph_test::preset_of(chain(hz)));
+        const float* from[] = {in.data()};
+        EXPECT_EQ(Vantoro_graph_replay(next.get(), from, heard), RT_OK);
+        EXPECT_EQ(Vantoro_graph_swap(graph.get(), next.get(), 20), RT_OK);
+        (void)next.release();
+    };
+    const std::vector<float> first(in.begin(), in.begin() + 6400), second(in.begin() + 6400, in.end());
+    std::vector<float> out = run(graph.get(), first);
+    swap(500, 6400);
+    const std::vector<float> rest = run(graph.get(), second);
+    out.insert(out.end(), rest.begin(), rest.end());
+    EXPECT_EQ(out, by_hand(in, 500));
+
+    swap(2000, 0);
+    swap(100, 0);  // the newest wins
+    const std::vector<float> faded = run(graph.get(), in), wanted = by_hand(in, 100);
+    EXPECT_TRUE(std::equal(faded.begin() + 1024, faded.end(), wanted.begin() + 1024));  // 960 frames of fade
+    EXPECT_FALSE(std::equal(faded.begin(), faded.begin() + 64, wanted.begin()));
+
+    PresetRows wide = chain();
+    wide.outputs = {2};
+    const Graph other = make(graph_test::preset_of(wide));
+    EXPECT_EQ(Vantoro_graph_swap(graph.get(), other.get(), 20), RT_ERR_VALUE);
+    EXPECT_EQ(Vantoro_graph_swap(graph.get(), graph.get(), 20), RT_ERR_VALUE);
+}
+
+// One thread posts and swaps while the other runs: nothing is lost, and the audio thread leaves the heap alone.
+TEST(Threads, PostAndSwapWhileTheGraphRuns)
+{
+    constexpr int kPosts = 100000, kSwaps = 50;
+    const Graph graph = make(graph_test::preset_of(chain()));
+    std::atomic<bool> done{false};
+    std::thread control([&] {
+        std::vector<float> vector = filter(100);
+        for (int i = 0; i < kPosts; ++i) {
+            vector[4] = static_cast<float>(100 + i);
+            while (Vantoro_graph_post(graph.get(), 0, vector.data(), 6) == RT_ERR_NO_BUFFER)
+                std::this_thread::yield();
+            if (i % (kPosts / kSwaps) == 0)
+                Vantoro_graph_swap(graph.get(), make(graph_test::preset_of(chain())).release(), 1);
+        }
+        done = true;
+    });
+    while (!done)
+        Vantoro_graph_process(graph.get());
+    control.join();
+    for (int i = 0; i < 100; ++i)  // the last fade
+        Vantoro_graph_process(graph.get());
+    EXPECT_EQ(Vantoro_graph_block(graph.get(), 0)->pParam[4], static_cast<float>(100 + kPosts - 1));
+}
+
+TEST(Threads, TheAudioThreadDoesNotTouchTheHeap)
+{
+    const Graph graph = make(graph_test::preset_of(chain()));
+    const std::vector<float> vector = filter(300);
+    VantoroGraph* next = make(graph_test::preset_of(chain(900))).release();
+    Vantoro_graph_process(graph.get());
+    Vantoro_graph_post(graph.get(), 0, vector.data(), 6);
+    Vantoro_graph_swap(graph.get(), next, 2);
+    Vantoro_graph_post(graph.get(), 0, vector.data(), 6);
+    const long before = rig::Allocator::touched();
+    for (int i = 0; i < 10; ++i)
+        Vantoro_graph_process(graph.get());
+    EXPECT_EQ(rig::Allocator::touched(), before);
+}
+
+}  // namespace
