@@ -9,7 +9,7 @@
 #include <string>
 
 #include "engine/engine.h"
-#include "engine/flush_to_zero.h"
+#include "../graph/flush_to_zero.h"
 #include "pins.h"
 #include "types.h"
 
@@ -39,7 +39,7 @@ double second(bench::Block& block, const bench::Pins& pins)
 
 double silence_to_noise(const vantoro::BlockType& type, vantoro::PinCounts pins, bool flush)
 {
-    const vantoro::FlushToZero mode(flush);
+    const vgraph::FlushToZero mode(flush);
     bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
     vantoro::apply_vector(type, *block.algo, bench::vector_for(type, pins));
     const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "engine/flush_to_zero.h"
+#include "../graph/flush_to_zero.h"
 #include "pins.h"
 #include "types.h"
 
@@ -77,7 +77,7 @@ bool wanted(const std::string& type, int argc, char** argv)
 int main(int argc, char** argv)
 {
     std::vector<std::uint32_t> spent(static_cast<std::size_t>(argc > 1 ? std::atol(argv[1]) : 1000000));
-    const vantoro::FlushToZero mode(true);
+    const vgraph::FlushToZero mode(true);
     const double unit = microseconds_per_tick();
     std::printf("| type, %d samples | median us | 99.99 %% | maximum |\n|---|---:|---:|---:|\n", kBlock);
     row("(the clock)", spent, unit, [] {});

@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vantoro EXPORT vantoroTargets
+install(TARGETS vantoro vantoro_graph EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
@@ -10,6 +10,8 @@ foreach(header IN LISTS vantoro_public_headers)
     cmake_path(GET header PARENT_PATH directory)
     install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
 endforeach()
+
+install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)
 install(EXPORT vantoroTargets NAMESPACE vantoro:: DESTINATION ${package_dir})
@@ -24,5 +26,7 @@ foreach(dir LIBDIR INCLUDEDIR)
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
         OUTPUT_VARIABLE VANTORO_PC_${dir})
 endforeach()
-configure_file(${PROJECT_SOURCE_DIR}/cmake/vantoro.pc.in ${PROJECT_BINARY_DIR}/vantoro.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/vantoro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(package vantoro vantoro_graph)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

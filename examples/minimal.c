@@ -52,7 +52,7 @@ int main(void)
         for (int i = 0; i < kBlock; ++i)
             energy += (double)out[0][i] * out[0][i];
     }
-    printf("level behind the limiter: %.1f dB\n", 10 * log10(energy / kBlock));
+    printf("level after the limiter: %.1f dB\n", 10 * log10(energy / kBlock));
 
     BlockAlgo_destroy(limiter);
     BlockAlgo_destroy(bell);

@@ -75,9 +75,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     const auto rows = rig::every_block();
     const rig::BlockCase& row = rows[static_cast<std::size_t>(input.range(0, static_cast<int>(rows.size()) - 1))];
-    const bool usual_pins = input.take<std::uint8_t>() % 4 != 0;
-    const int inputs = usual_pins ? row.inputs : input.range(0, 6);
-    const int outputs = usual_pins ? row.outputs : input.range(0, 12);
+    const bool fitting_pins = input.take<std::uint8_t>() % 4 != 0;
+    const int inputs = fitting_pins ? row.inputs : input.range(0, 6);
+    const int outputs = fitting_pins ? row.outputs : input.range(0, 12);
     const vantoro::BlockType* type = vantoro::find_type(row.type);
     const bool fits = type && vantoro::pins_fit(*type, {inputs, outputs});
     BlockPro pro = {input.range(1, 60000), input.range(0, 32), input.range(0, 300), 0, 0};

@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(schematic);
         if (is_small(schematic))
             run(std::move(schematic));
-    } catch (const vantoro::UserError&) {  // its problems: the usual answer
+    } catch (const vantoro::UserError&) {  // its problems: the common answer
     } catch (const std::runtime_error&) {  // the library has no such block: no memory
     }
     return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The fuzzer's bytes as a stream of values; behind its end everything is zero.
+// The fuzzer's bytes as a stream of values; past its end everything is zero.
 #pragma once
 
 #include <cstdint>

@@ -45,15 +45,15 @@ int samples(const VantoroGraph& graph) { return graph.newest->block_size(); }
 bool make_buffers(VantoroGraph& graph)
 {
     const Program& program = *graph.newest;
-    const std::size_t block = index(program.block_size());
+    const std::size_t stride = vgraph::odd_lines(index(program.block_size()));
     const std::size_t channels = index(program.inputs()) + index(program.outputs());
-    if (!vgraph::zeros(graph.arena, block * channels) || !vgraph::zeros(graph.in, index(program.inputs())) ||
+    if (!vgraph::silence(graph.arena, stride * channels) || !vgraph::zeros(graph.in, index(program.inputs())) ||
         !vgraph::zeros(graph.out, index(program.outputs())))
         return false;
     float* next = graph.arena.get();
-    for (int ch = 0; ch < program.inputs(); ++ch, next += block)
+    for (int ch = 0; ch < program.inputs(); ++ch, next += stride)
         graph.in[index(ch)] = next;
-    for (int ch = 0; ch < program.outputs(); ++ch, next += block)
+    for (int ch = 0; ch < program.outputs(); ++ch, next += stride)
         graph.out[index(ch)] = next;
     return true;
 }
@@ -212,6 +212,12 @@ const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node)
 {
     const vgraph::RunNode* found = graph->newest->node(node);
     return found ? found->block : nullptr;
+}
+
+const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin)
+{
+    const vgraph::RunNode* found = graph->now->node(node);
+    return found && pin >= 0 && pin < found->block->nOutputs ? found->out[pin] : nullptr;
 }
 
 float* Vantoro_graph_input(VantoroGraph* graph, int channel)

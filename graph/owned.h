@@ -2,6 +2,7 @@
 // Memory of the runtime: arrays of zeros that free themselves. No exceptions: a null array is short memory.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -21,6 +22,21 @@ template <class T>
     array.reset(static_cast<T*>(std::calloc(count + 1, sizeof(T))));
     return array != nullptr;
 }
+
+// A run of samples for buffers, from the start of a 64-byte line on.
+inline constexpr std::size_t kLine = 16;  // samples in it
+[[nodiscard]] inline bool silence(Array<float>& array, std::size_t samples)
+{
+    const std::size_t size = (samples + kLine) / kLine * kLine;
+    array.reset(static_cast<float*>(std::aligned_alloc(kLine * sizeof(float), size * sizeof(float))));
+    if (array)
+        std::fill_n(array.get(), size, 0.0F);
+    return array != nullptr;
+}
+
+// Sizes in samples, rounded up to an odd number of lines. Any 64 buffers in a row that are so far apart begin in
+// different places of a 4 KiB page, and do not evict each other from a cache whose sets repeat with the page.
+constexpr std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
 
 // An object, without the operators of the C++ run-time library; null when memory is short.
 template <class T>

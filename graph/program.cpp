@@ -11,12 +11,7 @@ namespace vgraph {
 
 namespace {
 
-constexpr std::size_t kLine = 16;  // samples in 64 bytes
-
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
-
-// Sizes in samples, rounded up to an odd number of lines: see the header.
-std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
 
 // Marks the node that this thread works on, while it lives.
 class AtWork {
@@ -91,13 +86,8 @@ bool Program::reserve(const Preset& preset)
         longest_ = std::max(longest_, static_cast<int>(node.length));
         samples += outputs_size(node) + gather_size(node);
     }
-    samples = (samples + kLine - 1) / kLine * kLine;
-    arena_.reset(static_cast<float*>(std::aligned_alloc(kLine * sizeof(float), samples * sizeof(float))));
-    if (!arena_)
-        return false;
-    std::fill_n(arena_.get(), samples, 0.0F);
     const std::size_t text = std::size_t{4} * preset.word(VANTORO_PRESET_WORD_TEXT);
-    if (!zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
+    if (!silence(arena_, samples) || !zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
         !zeros(out_, index(outputs_)) || !zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) ||
         !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) ||
         !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))

@@ -4,8 +4,7 @@
 // Every output pin has a buffer of its own, which it keeps from block to block: some blocks leave samples as they were,
 // on purpose. A listener gets the pointer to that buffer, never a copy; pins that hear nothing share one of zeros. The
 // buffers of one node stand in one run, and the runs in order of processing. Neighbours are an odd number of 64-byte
-// lines apart, so that any 64 of them in a row begin in different places of a 4 KiB page and do not evict each other
-// from a cache whose sets repeat with the page.
+// lines apart (odd_lines).
 //
 // What a type's description asks for is done before it runs: its pins gathered in one array without gaps
 // (VANTORO_CONTIGUOUS_PINS), its outputs cleared (VANTORO_CLEAR_OUTPUTS), denormal numbers flushed for the whole graph

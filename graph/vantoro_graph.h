@@ -101,6 +101,10 @@ const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node);
 float* Vantoro_graph_input(VantoroGraph* graph, int channel);
 const float* Vantoro_graph_output(const VantoroGraph* graph, int channel);
 
+// What an output pin of a node holds after a process call, block_size samples: for meters and spectra. Audio thread; it
+// stays where it is until another preset is swapped in. Null: no such pin.
+const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin);
+
 // One block: takes what was posted or swapped in, runs every node once. While a node of the graph decays through
 // denormal numbers, they are flushed to zero, and the thread gets its own floating-point mode back. RT_OK, or the
 // negative result of the first node that failed; the outputs are then silent.

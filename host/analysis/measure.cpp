@@ -34,7 +34,7 @@ public:
     double seconds() const { return static_cast<double>(blocks_) * heard_.block_size() / heard_.rate(); }
     int outputs() const { return heard_.outputs(); }
 
-    // What `stimulus`, and silence behind it, makes of each output: `length` samples.
+    // What `stimulus`, and silence after it, makes of each output: `length` samples.
     std::vector<Signal> respond(std::span<const float> stimulus, std::size_t length)
     {
         std::vector<Signal> response(index(outputs()));

@@ -18,7 +18,7 @@ namespace {
 constexpr double kShownDb = 80;     // below the highest point: what lies deeper is out of the picture
 constexpr double kLowestTop = -40;  // dB: a picture of next to nothing is no picture of rounding
 
-// Told apart in colour and, by their order, in grey.
+// Distinct in colour and, by their order, in grey.
 constexpr std::array kColours = {"#0b5394", "#c2410c", "#15803d", "#7e22ce",
                                  "#0f766e", "#a16207", "#be185d", "#404040"};
 

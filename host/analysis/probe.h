@@ -17,7 +17,7 @@ struct Probe {
 // All of a schematic.
 Probe probe_graph(Schematic schematic);
 
-// Some blocks, each behind the one before, pin by pin; the input is that of the first, the outputs are those of the
+// Some blocks, each after the one before, pin by pin; the input is that of the first, the outputs are those of the
 // last. Pins that carry no signal (controls, a sidechain) hear what they hear in the schematic, where the input is now
 // silent. Throws UserError.
 Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids);

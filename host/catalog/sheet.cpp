@@ -118,7 +118,7 @@ bool is_renamed(const VantoroParam& itself, const VantoroParam& as)
     return as.name != std::string_view(itself.name) || as.unit != std::string_view(itself.unit);
 }
 
-// "as slope", "in ms"; what is only told in other words brings them along.
+// "as slope", "in ms"; what is only described in other words brings them along.
 std::string difference(const VantoroParam& itself, const VantoroParam& as)
 {
     if (as.name != std::string_view(itself.name))

@@ -1,35 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/engine.h"
 
-#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 
-#include "../graph/flush_to_zero.h"
+#include "schematic/preset.h"
 
 namespace vantoro {
-
-namespace {
-
-constexpr std::size_t kLine = 16;  // samples in 64 bytes
-
-// Sizes in samples, rounded up to an odd number of lines: see the header.
-std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
-
-// The inputs that are no controls.
-std::vector<int> data_pins(const Block& block)
-{
-    std::vector<int> pins;
-    for (int pin = 0; pin < block.pins.inputs; ++pin)
-        if (!is_control(*block.type, pin, block.pins))
-            pins.push_back(pin);
-    return pins;
-}
-
-}  // namespace
 
 // ---- log ----
 
@@ -45,172 +26,68 @@ void LibraryLog::take(const char* line, void* quiet)
         hook_();
     std::string_view text = line;
     text = text.substr(0, text.find_last_not_of('\n') + 1);
-    std::fprintf(stderr, "%s: %.*s\n", id_ ? id_->c_str() : "libvantoro", static_cast<int>(text.size()), text.data());
+    const char* node = Vantoro_graph_node_at_work();
+    std::fprintf(stderr, "%s: %.*s\n", node ? node : "libvantoro", static_cast<int>(text.size()), text.data());
 }
 
 // ---- preparing ----
 
-Engine::Engine(Schematic schematic, int rate)
-    : schematic_(std::move(schematic)), pro_{rate, 24, schematic_.block_size, 0, 0},
-      flush_to_zero_(
-          std::ranges::any_of(schematic_.blocks, [](const Block& b) { return has_trait(*b.type, VANTORO_DENORMALS); })),
-      stride_(odd_lines(index(schematic_.block_size)))
+Engine::Engine(Schematic schematic, int rate) : schematic_(std::move(schematic)), node_(schematic_.blocks.size())
 {
-    place_buffers();
-    std::size_t pins = 0;
-    for (const Block& block : schematic_.blocks)
-        pins += index(block.pins.inputs) + index(block.pins.outputs);
-    pins_.resize(pins + 1);  // a block without pins gets a pointer too
-    nodes_.resize(schematic_.order.size());
-    place_.resize(nodes_.size());
-    float** next = pins_.data();
-    for (std::size_t n = 0; n < nodes_.size(); ++n) {
-        const int b = schematic_.order[n];
-        place_[index(b)] = static_cast<int>(n);
-        nodes_[n].block = &schematic_.blocks[index(b)];
-        make_node(nodes_[n], next);
-    }
-    for (const Feed& feed : schematic_.outputs)
-        outputs_.push_back(buffer_of(feed));
-}
-
-Engine::~Engine() { LibraryLog::at_work(nullptr); }
-
-// From one output's buffer to the next.
-std::size_t Engine::pitch(const Block& block) const
-{
-    return has_trait(*block.type, VANTORO_CONTIGUOUS_PINS) ? index(block_size()) : stride_;
-}
-
-std::size_t Engine::outputs_size(const Block& block) const
-{
-    const std::size_t size = index(block.pins.outputs) * pitch(block);
-    return has_trait(*block.type, VANTORO_CONTIGUOUS_PINS) ? odd_lines(size) : size;
-}
-
-std::size_t Engine::gather_size(const Block& block) const
-{
-    if (!has_trait(*block.type, VANTORO_CONTIGUOUS_PINS))
-        return 0;
-    return odd_lines(data_pins(block).size() * index(block_size()));
-}
-
-void Engine::place_buffers()
-{
-    std::size_t samples = stride_ * (1 + index(schematic_.inputs));
-    for (const Block& block : schematic_.blocks)
-        samples += outputs_size(block) + gather_size(block);
-    samples = (samples + kLine - 1) / kLine * kLine;
-    arena_.reset(static_cast<float*>(std::aligned_alloc(kLine * sizeof(float), samples * sizeof(float))));
-    if (!arena_)
+    const std::vector<std::uint32_t> preset = preset_of(schematic_, rate);
+    const std::size_t bytes = preset.size() * sizeof preset[0];
+    std::array<char, 256> why{};
+    if (Vantoro_graph_check(preset.data(), bytes, why.data(), why.size()) != RT_OK)
+        throw std::runtime_error(why.data());
+    graph_.reset(Vantoro_graph_create(preset.data(), bytes, rate));
+    if (!graph_)
         throw std::bad_alloc();
-    std::fill_n(arena_.get(), samples, 0.0F);
-
-    float* next = arena_.get();
-    const auto take = [&](std::size_t size) { return std::exchange(next, next + size); };
-    silence_ = take(stride_);
+    for (std::size_t n = 0; n < schematic_.order.size(); ++n)
+        node_[static_cast<std::size_t>(schematic_.order[n])] = static_cast<int>(n);
     for (int ch = 0; ch < schematic_.inputs; ++ch)
-        inputs_.push_back(take(stride_));
-    first_output_.resize(schematic_.blocks.size());
-    first_gather_.resize(schematic_.blocks.size());
-    for (const int b : schematic_.order) {
-        first_gather_[index(b)] = take(gather_size(schematic_.blocks[index(b)]));
-        first_output_[index(b)] = take(outputs_size(schematic_.blocks[index(b)]));
-    }
+        inputs_.push_back(Vantoro_graph_input(graph_.get(), ch));
+    for (int ch = 0; ch < static_cast<int>(schematic_.outputs.size()); ++ch)
+        outputs_.push_back(Vantoro_graph_output(graph_.get(), ch));
 }
 
-float* Engine::buffer_of(const Feed& feed) const
+// ---- changes ----
+
+void Engine::set(int n, std::span<const float> vector)
 {
-    if (feed.block == Feed::kSilence)
-        return silence_;
-    if (feed.block == Feed::kTerminal)
-        return inputs_[index(feed.pin)];
-    return first_output_[index(feed.block)] + index(feed.pin) * pitch(schematic_.blocks[index(feed.block)]);
+    const int result = Vantoro_graph_set(graph_.get(), node_of(n), vector.data(), static_cast<int>(vector.size()));
+    if (result < 0)
+        throw std::runtime_error(schematic_.blocks[static_cast<std::size_t>(n)].id + ": the library answers " +
+                                 std::to_string(result) + " to its parameters");
 }
-
-// Makes the library's block, gives it its parameters and points its pins at their buffers; `pins` moves past them.
-void Engine::make_node(Node& node, float**& pins)
-{
-    const Block& block = *node.block;
-    const int b = static_cast<int>(&block - schematic_.blocks.data());
-    LibraryLog::at_work(&block.id);
-    node.algo.reset(BlockAlgo_init(&pro_, block.pins.inputs, block.pins.outputs, block.type->type));
-    if (!node.algo)
-        throw std::runtime_error(block.id + ": the library refuses a " + std::string(block.type->name) + " of " +
-                                 std::to_string(block.pins.inputs) + " inputs and " +
-                                 std::to_string(block.pins.outputs) + " outputs, or memory is short");
-    apply(node, block.vector);
-    LibraryLog::at_work(nullptr);
-
-    node.in = pins;
-    for (const Feed& feed : block.sources)
-        *pins++ = buffer_of(feed);
-    node.out = pins;
-    for (int pin = 0; pin < block.pins.outputs; ++pin)
-        *pins++ = buffer_of({b, pin});
-
-    if (has_trait(*block.type, VANTORO_CONTIGUOUS_PINS))
-        gather(node, first_gather_[index(b)]);
-    if (has_trait(*block.type, VANTORO_CLEAR_OUTPUTS)) {
-        node.silenced = first_output_[index(b)];
-        node.silenced_size = outputs_size(block);
-    }
-}
-
-// Its data pins in one array, filled before each call.
-void Engine::gather(Node& node, float* array) const
-{
-    for (const int pin : data_pins(*node.block)) {
-        node.gathered.push_back({node.in[pin], array});
-        node.in[pin] = array;
-        array += block_size();
-    }
-}
-
-void Engine::apply(const Node& node, std::span<const float> vector) const
-{
-    LibraryLog::at_work(&node.block->id);
-    if (const int result = apply_vector(*node.block->type, *node.algo, vector); result < 0)
-        throw std::runtime_error(node.block->id + ": the library answers " + std::to_string(result) +
-                                 " to its parameters");
-    LibraryLog::at_work(nullptr);
-}
-
-// ---- running ----
 
 void Engine::change()
 {
     constexpr double kRounding = 1e-6;  // samples
     const double now = static_cast<double>(blocks_run_) * block_size() + kRounding;
-    for (; changes_left() > 0 && schematic_.changes[next_change_].seconds * rate() <= now; ++next_change_) {
-        const Change& due = schematic_.changes[next_change_];
-        apply(nodes_[index(place_[index(due.block)])], due.vector);
-    }
+    for (; changes_left() > 0 && schematic_.changes[next_change_].seconds * rate() <= now; ++next_change_)
+        set(schematic_.changes[next_change_].block, schematic_.changes[next_change_].vector);
 }
 
-void Engine::prepare(const Node& node) const
-{
-    std::fill_n(node.silenced, node.silenced_size, 0.0F);
-    for (const Copy& copy : node.gathered)
-        std::copy_n(copy.from, block_size(), copy.to);
-}
+// ---- running ----
 
 bool Engine::process()
 {
-    const vgraph::FlushToZero mode(flush_to_zero_);
-    for (const Node& node : nodes_) {
-        LibraryLog::at_work(&node.block->id);
-        if (node.prepared()) [[unlikely]]
-            prepare(node);
-        // Positive results are the modules' own ways to say "done".
-        if (const int result = BlockAlgo_process(node.algo.get(), node.in, node.out); result < 0) [[unlikely]] {
-            failure_ = node.block->id + ": the library answers " + std::to_string(result) + " to process";
-            return false;
-        }
+    const int result = Vantoro_graph_process(graph_.get());
+    if (result < 0) {
+        const char* node = Vantoro_graph_node_name(graph_.get(), Vantoro_graph_failed(graph_.get()));
+        failure_ =
+            std::string(node ? node : "graph") + ": the library answers " + std::to_string(result) + " to process";
+        return false;
     }
-    LibraryLog::at_work(nullptr);
     ++blocks_run_;
     return true;
+}
+
+const float* Engine::signal(const Feed& source) const
+{
+    if (source.block == Feed::kTerminal)
+        return inputs_[static_cast<std::size_t>(source.pin)];
+    return Vantoro_graph_signal(graph_.get(), node_of(source.block), source.pin);
 }
 
 }  // namespace vantoro

@@ -159,8 +159,8 @@ std::optional<PinCounts> choose_pins(const Node& node, PinCounts least)
     const auto good = [&](const std::optional<PinCounts>& p) {
         return p && p->inputs >= least.inputs && p->outputs >= least.outputs;
     };
-    if (const auto usual = complete_pins(*node.type, node.inputs, node.outputs); good(usual))
-        return usual;
+    if (const auto complete = complete_pins(*node.type, node.inputs, node.outputs); good(complete))
+        return complete;
     std::optional<PinCounts> best;
     for (int more = 0; more < kTries; ++more) {
         for (const Side side : {kIn, kOut}) {

@@ -170,7 +170,7 @@ typedef enum VantoroTrait {
     VANTORO_CLIPS = 128,            // limits its output to full scale
     VANTORO_LINEAR_MODEL = 256,     // Vantoro_block_linear answers
     VANTORO_TERMINAL = 512,         // stands for the host's own inputs or outputs: nothing to process
-    VANTORO_METER = 1024            // measures: LevelDetector_levels tells, and no listener is needed
+    VANTORO_METER = 1024            // measures: LevelDetector_levels has the values, and no listener is needed
 } VantoroTrait;
 
 // What handing a running block a new vector does to the signal.

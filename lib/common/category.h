@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The category interfaces: what BlockAlgo_* of vantoro_preprocess.h route to. Each takes the type codes of one
 // category, hands the call to the module that serves the type, and returns what the module returns. A type the category
-// does not serve is logged; init then gives null and the others 1 (sources: -1; basic and mixers as told in their
+// does not serve is logged; init then gives null and the others 1 (sources: -1; basic and mixers as described in their
 // headers).
 #ifndef VANTORO_COMMON_CATEGORY_H
 #define VANTORO_COMMON_CATEGORY_H

@@ -9,7 +9,7 @@ cmake --install "$build" --prefix "$work/prefix" >/dev/null
 
 cmake -S "$source/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/examples" >/dev/null
-"$work/examples/minimal_c" | grep -qE '^level behind the limiter: -1[0-9]\.[0-9] dB$'
+"$work/examples/minimal_c" | grep -qE '^level after the limiter: -1[0-9]\.[0-9] dB$'
 "$work/examples/minimal_cpp" >"$work/output"
 grep -q 'peak at the end: 0.501' "$work/output"
 

@@ -101,8 +101,8 @@ TEST(Preset, EveryTruncationAndEveryFlippedBitIsRefused)
     }
 }
 
-// Behind a checksum that is right, any word may hold anything: refused, or it runs.
-TEST(Preset, AnyWordsBehindARightChecksumDoNoHarm)
+// Under a checksum that is right, any word may hold anything: refused, or it runs.
+TEST(Preset, AnyWordsUnderARightChecksumDoNoHarm)
 {
     rig::Log quiet;
     std::mt19937 random(11);

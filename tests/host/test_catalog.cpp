@@ -51,7 +51,7 @@ TEST(Vector, FollowsEachKindOfLayout)
     using V = std::vector<float>;
     EXPECT_EQ(build(EN_FILTER_2ND_GENERAL, {1, 1}, {{"type", "gen_peaking"}, {"fc", 500}, {"polarity", true}}),
               (V{1, 1, 8, 0, 500, 1.41F, 3}));
-    // Rows one after the other, behind their count.
+    // Rows one after the other, after their count.
     EXPECT_EQ(build(EN_FILTER_GRAPHICAL_EQ, {1, 1}, {{"bands", {{{"fc", 60}}, {80, -3, 2, "GraphicalEQ_LS", 1}}}}),
               (V{2, 60, 5, 1.41F, 0, 0, 80, -3, 2, 1, 1}));
     // Columns one after the other.

@@ -88,7 +88,7 @@ TEST(Engine, BuffersAreAlignedAndSpreadOverTheCache)
         std::vector<std::uintptr_t> starts;
         std::set<std::uintptr_t> places;
         for (int ch = 0; ch < 60; ++ch) {
-            starts.push_back(reinterpret_cast<std::uintptr_t>(engine.output()[ch]));
+            starts.push_back(reinterpret_cast<std::uintptr_t>(engine.signal({ch / 30, ch % 30})));
             EXPECT_EQ(starts.back() % 64, 0U);
             places.insert(starts.back() % 4096);
         }
@@ -132,7 +132,7 @@ TEST(Engine, UnselectedOutputsFallSilent)
 
 TEST(Engine, ChangesTakePlaceAtTheNextBlock)
 {
-    // Asked for inside the second block, exactly at the fourth, and behind the end.
+    // Asked for inside the second block, exactly at the fourth, and after the end.
     Engine engine(
         parse_schematic(
             R"({"blockSize": 48, "inputs": 1, "blocks": {"g": {"type": 289, "params": {"type": "Linear", "gain": 1}}},

@@ -65,7 +65,7 @@ struct Conditions {
     bool apart = false;  // the pins do not follow each other in memory
 };
 
-// A block of the type on pins that stand in one array. The levels that a meter reads are outputs more, behind its own.
+// A block of the type on pins that stand in one array. The levels that a meter reads are more outputs, after its own.
 class Bench {
 public:
     explicit Bench(const Described& type, const Conditions& conditions = {});

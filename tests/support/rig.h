@@ -23,7 +23,7 @@ public:
     Log& operator=(const Log&) = delete;
 
     const std::vector<std::string>& lines() const { return lines_; }
-    // The messages: each line from behind "LOG (<function>(): ,<line>), ".
+    // The messages: each line from after "LOG (<function>(): ,<line>), ".
     std::vector<std::string> messages() const;
     std::string all() const;   // the lines in one text
     std::string text() const;  // the messages in one text, a '|' between them

@@ -202,7 +202,7 @@ TEST(EveryBlock, KeepsItsStateWhenAParameterSetGetsNoMemory)
         if (!is_terminal(row.type) && !row.vector.empty())
             fail_each_allocation(row, {}, row.vector);
 
-    // What resizes: other sizes than those of the list, behind it.
+    // What resizes: other sizes than those of the list, after it.
     const struct {
         int type;
         std::vector<float> vector;
