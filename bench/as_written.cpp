@@ -352,14 +352,16 @@ public:
             chosen_ = at(core.idx_stable);
             moving_ = true;
             share_.assign(core.delta_coeff, core.delta_coeff + core.num_Mx);
+            left_ = 1.0F - gain_[chosen_];
         }
     }
     void run(float* const* in, float* const* out, int n) override
     {
-        const float before = gain_[chosen_];
-        const float to = std::fma(before, alpha_, (1.0F - alpha_) * 1.0F);
-        const float step = (to - before) * (1.0F / (static_cast<float>(n) + 1.0F));
+        const float step = left_ * (1.0F - alpha_) * (1.0F / (static_cast<float>(n) + 1.0F));
+        constexpr int kTile = 64;  // samples after which the gains are taken anew
         for (int i = 0; i < n; ++i) {
+            if (i % kTile == 0 && i > 0)
+                take_gains(kTile, step);
             for (std::size_t g = 0; moving_ && g < gain_.size(); ++g) {
                 gain_[g] = gain_[g] + share_[g] * step;
                 gain_[g] = gain_[g] > 0.0F ? gain_[g] : 0.0F;
@@ -371,18 +373,27 @@ public:
                 out[j][i] = y;
             }
         }
-        if (std::fabs(step) < 1e-10F || gain_[chosen_] == before) {
-            std::ranges::fill(gain_, 0.0F);
-            gain_[chosen_] = 1.0F;
+        take_gains((n - 1) % kTile + 1, step);
+        if (step == 0.0F || (std::fabs(step) < 1e-10F && left_ < 1e-4F)) {
+            left_ = 0.0F;
             moving_ = false;
+            take_gains(0, step);
         }
     }
 
 private:
+    void take_gains(int samples, float step)
+    {
+        left_ = std::fma(-static_cast<float>(samples), step, left_);
+        for (std::size_t g = 0; g < gain_.size(); ++g)
+            gain_[g] = std::max(share_[g] * -left_, 0.0F);
+        gain_[chosen_] = 1.0F - left_;
+    }
+
     int pins_;
     std::size_t chosen_ = 0;
     bool moving_ = false;
-    float alpha_ = 0;
+    float alpha_ = 0, left_ = 0;
     Floats gain_, share_;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The glide of every slewed gain. Once per block a one-pole step toward the target; inside the block a straight line,
 // incremented before use. The step is spread over n + 1 samples; the next block starts from `to`, not from where the
-// line ended. Three pieces, not one object: a fade glides to 0, a multiplexer takes only `step`, the gain that a
+// line ended. Three pieces, not one object: a fade glides to 0, a multiplexer holds what is left, the gain that a
 // control pin drives never settles.
 #pragma once
 

@@ -11,6 +11,7 @@
 #include "../framework/params.h"
 #include "../kernels/fast_inline.h"
 #include "../kernels/mix.h"
+#include "../kernels/slew.h"
 
 namespace lbx {
 
@@ -53,6 +54,7 @@ void select_group(Core* core, int k)
         return;
     core->idx_stable = k;
     core->slew_state = 1;
+    core->left = 1.0F - core->gains[k];
     const double others = (1.0 - static_cast<double>(core->gains[k])) + 1e-10;
     for (int j = 0; j < core->slots; ++j)
         core->delta_coeff[j] = static_cast<float>(-static_cast<double>(core->gains[j]) / others);
@@ -85,25 +87,41 @@ bool slewing(const Core* core)
     return core->slew_flag != 0 && core->slew_state != 0;
 }
 
+template <class Core>
+void take_gains(Core* core)
+{
+    for (int j = 0; j < core->slots; ++j)
+        core->gains[j] = std::max(-core->delta_coeff[j] * core->left, 0.0F);
+    core->gains[core->idx_stable] = 1.0F - core->left;
+}
+
+// The slew is over: nothing moves any more, or what moves is too small to matter and its end too small to hear.
+inline bool slewed(float step, float left)
+{
+    constexpr float kInaudible = 1e-4F;
+    return step == 0.0F || (still(step) && left < kInaudible);
+}
+
 // One block of the slew: render(start, length) finds the gains of each tile, a row of kTile per group, in core->rows.
+// What is left of the way is held, not the gain: in single precision a gain near 1 stops long before its target. From
+// it the gains are taken anew after each tile.
 template <class Core, class Render>
 void slew_groups(Core* core, int n, Render render)
 {
-    float& selected = core->gains[core->idx_stable];
-    const float before = selected;
-    const float step = glide(before, 1.0F, core->slew_rate, core->pre_div).step;
+    const float step = core->left * (1.0F - core->slew_rate) * core->pre_div;
     for (int j = 0; j < core->slots; ++j)
         core->steps[j] = core->delta_coeff[j] * step;
     for (int start = 0; start < n; start += kTile) {
         const int some = std::min(kTile, n - start);
         lines<true>(core->gains, core->steps, 1, core->slots, core->rows, some);
         render(start, some);
+        core->left = std::fma(-static_cast<float>(some), step, core->left);
+        take_gains(core);
     }
-    // In single precision the gain stops below 1 once a step is less than its resolution: then, too, the slew is over.
-    if (still(step) || selected == before) {
-        std::fill_n(core->gains, core->slots, 0.0F);
-        selected = 1.0F;
+    if (slewed(step, core->left)) {
+        core->left = 0.0F;
         core->slew_state = 0;
+        take_gains(core);
     }
 }
 

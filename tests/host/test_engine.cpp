@@ -124,7 +124,7 @@ TEST(Engine, UnselectedOutputsFallSilent)
     Engine engine(parse_schematic(R"({"inputs": 1, "blocks": {"to": {"type": "MUXES_DEMUXES_SWITCH", "outputs": 2}},
         "wires": [["input", "to"], ["to", "output"]], "changes": [{"at": 0.004, "set": {"to.index": 1}}]})"),
                   48000);
-    const auto out = run(engine, {std::vector<float>(48000, 1.0F)});
+    const auto out = run(engine, {std::vector<float>(96000, 1.0F)});
     EXPECT_EQ(out[0].back(), 0.0F);
     EXPECT_EQ(out[1].back(), 1.0F);
     EXPECT_EQ(out[0].front(), 1.0F);
