@@ -11,6 +11,7 @@
 #include "Volume_Controls/gain_envelope.h"
 #include "Volume_Controls/mute.h"
 #include "basic/lbx_ulity.h"
+#include "basic/pcm.h"
 #include "basic_dsp/arithmetic_operations.h"
 #include "basic_dsp/basic_dsp.h"
 #include "basic_dsp/dsp_functions.h"

@@ -7,14 +7,16 @@
 #include <map>
 
 #include "io/audio_file.h"
+#include "vantoro.h"
 
 namespace vantoro {
 
 struct RawFormat {
-    int bits;  // 16 or 24, packed
+    VantoroPcm format;
     bool big_endian;
+    std::size_t width() const { return static_cast<std::size_t>(Vantoro_pcm_width(format)); }  // bytes
 };
-const std::map<std::string, RawFormat>& raw_formats();  // by name: s16le, s16be, s24le, s24be
+const std::map<std::string, RawFormat>& raw_formats();  // by name: s16le, f32be ...
 
 struct CloseStream {
     void operator()(std::FILE* file) const;  // standard input stays open
@@ -37,11 +39,10 @@ private:
     int channels_, rate_;
     Stream stream_;
     std::vector<unsigned char> bytes_;
-    std::vector<float> samples_;  // interleaved
 };
 
-// The nearest word; what lies beyond full scale is clipped. A file takes its place with commit(); standard output gets
-// every block at once.
+// The nearest word; what lies beyond full scale is clipped, but for floats. A file takes its place with commit();
+// standard output gets every block at once.
 class RawWriter : public AudioSink {
 public:
     RawWriter(const std::string& path, RawFormat format, int channels);
@@ -54,8 +55,6 @@ private:
     bool live_;  // standard output
     RawFormat format_;
     int channels_;
-    std::vector<float> samples_;  // channel after channel
-    std::vector<float*> pins_;
     std::vector<unsigned char> bytes_;
 };
 

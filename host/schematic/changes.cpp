@@ -76,7 +76,7 @@ private:
     // Bounds what a few characters of JSON can make the program compute and keep.
     bool affordable(const Step& step, int b)
     {
-        constexpr std::size_t kMost = 1U << 20U;
+        constexpr std::size_t kMost = 1U << 19U;
         const std::size_t before =
             std::exchange(values_, values_ + draft_.out.blocks[static_cast<std::size_t>(b)].vector.size());
         if (values_ > kMost && before <= kMost)

@@ -42,7 +42,7 @@ int lbx_floats2bytes_datapoint(float** in, LBX_BYTE* out, int chan, int in_size,
 int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in_size, int bSamples);
 
 // Integer forms, unscaled. 16 bits: the signed word (of an int, the low 16 bits). 24 bits: sign-extended ints; shorts
-// hold the upper 16 of the 24 bits, and send a low byte of 0. Raw: each byte as 0 .. 255, and the low byte back.
+// are sent as the upper 16 of the 24 bits, but read like raw. Raw: each byte as 0 .. 255, and the low byte back.
 // bytes2... return in_size, ...2bytes the bytes of in_size samples (and of all `ch` channels, interleaved).
 int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, int bs);
 int lbx_shorts2bytes(const short* in, LBX_BYTE* out, int in_size, int bSamples, int bs);

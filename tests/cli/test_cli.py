@@ -294,9 +294,11 @@ class Cli(unittest.TestCase):
     def test_headerless_streams_pass_through_a_pipe(self):
         draw = random.Random(2)
         graph = self.path("g.json", GAIN % 64)
-        for name, width, order in (("s16le", 2, "little"), ("s16be", 2, "big"), ("s24le", 3, "little"), ("s24be", 3, "big")):
-            top = 2 ** (8 * width - 1) - 1
-            codes = [0, 1, -1, top, -top] + [draw.randint(-top, top) for _ in range(995)]
+        for name, bits, width, order in (("s16le", 16, 2, "little"), ("s16be", 16, 2, "big"), ("s24le", 24, 3, "little"),
+                                         ("s24be", 24, 3, "big"), ("s24_32le", 24, 4, "little"), ("s32be", 32, 4, "big")):
+            top = 2 ** (bits - 1) - 1
+            some = min(top, 2 ** 23)  # of 32 bits a float keeps 24
+            codes = [0, 1, -1, top, -top] + [draw.randint(-some, some) for _ in range(995)]
             stream = b"".join(code.to_bytes(width, order, signed=True) for code in codes)
             raw_in = ["--raw-in", name, "--raw-rate", "44100", "--raw-channels", "2"]
             run = subprocess.run([PROGRAM, "run", graph, "-i", "-", *raw_in, "-o", "-", "--raw-out", name], input=stream,
@@ -311,9 +313,13 @@ class Cli(unittest.TestCase):
             got = [int.from_bytes(words[at:at + width], order, signed=True) for at in range(0, len(words), width)]
             self.assertEqual(got[:5], [0, 4, -4, top, -top], loud.stderr)
             self.assertTrue(all(abs(g - max(-top, min(top, 4 * c))) <= 1 for g, c in zip(got, codes)))
+        floats = struct.pack(">4f", 1e-40, -0.25, 3.5, 0)  # neither clipped nor rounded
+        run = subprocess.run([PROGRAM, "run", graph, "-i", "-", "--raw-in", "f32be", "--raw-rate", "44100", "--raw-channels",
+                              "2", "-o", "-", "--raw-out", "f32be"], input=floats, capture_output=True)
+        self.assertEqual((run.returncode, run.stdout), (0, floats))
         self.call("run", graph, "-i", "-", "-o", self.path("x.wav"), status=2)
         self.call("run", graph, "-i", self.path("loud"), "--raw-in", "s16le", "-o", self.path("x.wav"), status=2)
-        broken = self.call("run", graph, "-i", "-", *raw_in, "-o", self.path("x.wav"), input="12345678", status=1)
+        broken = self.call("run", graph, "-i", "-", *raw_in, "-o", self.path("x.wav"), input="1234567", status=1)
         self.assertIn("inside a frame", broken.stderr)
         self.assertFalse(os.path.exists(self.path("x.wav")))
 

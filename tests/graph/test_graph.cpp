@@ -248,7 +248,12 @@ TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
 // One thread posts and swaps while the other runs: nothing is lost, and the audio thread leaves the heap alone.
 TEST(Threads, PostAndSwapWhileTheGraphRuns)
 {
-    constexpr int kPosts = 100000, kSwaps = 50;
+#if defined(__SANITIZE_THREAD__)
+    constexpr int kPosts = 1000000;
+#else
+    constexpr int kPosts = 100000;
+#endif
+    constexpr int kSwaps = 50;
     const Graph graph = make(graph_test::preset_of(chain()));
     std::atomic<bool> done{false};
     std::thread control([&] {

@@ -221,7 +221,7 @@ TEST(Schematic, IsCheckedInTime)
                              [](const std::string& i) { return "{\"at\": 1" + i + ", \"set\": {\"f.taps[0]\": 1}}"; }) +
                         "], "),
     };
-    constexpr double kSeconds = 20;  // with a sanitizer; else a tenth
+    constexpr double kSeconds = 10;  // with a sanitizer; else a tenth
     for (const std::string& text : texts) {
         const std::clock_t start = std::clock();
         EXPECT_FALSE(problems_of(text).empty());

@@ -88,10 +88,10 @@ TEST(Pcm, WordsFollowTheirDefinition)
                 for (int k = 0; k < n; ++k) {
                     const int word = word_at(in, k, bits, bs);
                     ASSERT_EQ(f[at(k)], static_cast<float>(word) / scale(bits)) << k;
-                    ASSERT_EQ(s[at(k)], bits == 24 ? word >> 8 : word) << k;
+                    ASSERT_EQ(s[at(k)], bits == 24 ? in[at(k)] : word) << k;
                     ASSERT_EQ(w[at(k)], word) << k;
                     ASSERT_EQ(word_at(words, k, bits, bs), word) << k;
-                    ASSERT_EQ(word_at(shorts, k, bits, bs), bits == 24 ? word & ~0xff : word) << k;
+                    ASSERT_EQ(word_at(shorts, k, bits, bs), bits == 24 ? s[at(k)] * 256 : word) << k;
                     ASSERT_EQ(word_at(floats, k, bits, bs), sent(x[at(k)], bits, false)) << k;
                 }
                 EXPECT_EQ(f.back(), 0.25F);
@@ -99,6 +99,54 @@ TEST(Pcm, WordsFollowTheirDefinition)
                 EXPECT_EQ(w.back(), 77);
                 EXPECT_EQ((Bytes{words.back(), shorts.back(), floats.back()}), Bytes(3, kGuard));
             }
+}
+
+// Device formats, against whole numbers in double precision: words of both byte orders become floats, and floats that
+// are too loud or no number become words at full scale or 0.
+TEST(Pcm, DeviceFormatsClipAndRound)
+{
+    constexpr struct {
+        VantoroPcm format;
+        int bytes, bits;
+    } kFormats[] = {
+        {VANTORO_PCM_S16, 2, 16}, {VANTORO_PCM_S24, 3, 24}, {VANTORO_PCM_S24_32, 4, 24}, {VANTORO_PCM_S32, 4, 32}};
+    for (const auto& [format, bytes, bits] : kFormats)
+        for (int n : kSizes)
+            for (int big : {0, 1}) {
+                SCOPED_TRACE(testing::Message()
+                             << n << " frames of " << bits << " in " << 8 * bytes << ", order " << big);
+                const auto word_of = [&, bytes = bytes, bits = bits](const Bytes& stream, int k) {
+                    std::uint32_t word = 0;
+                    for (int i = 0; i < bytes; ++i)
+                        word |= std::uint32_t{stream[at(k * bytes + (big == 1 ? bytes - 1 - i : i))]} << (8 * i);
+                    return static_cast<std::int32_t>(word << (32 - bits)) >> (32 - bits);
+                };
+                const double full = std::ldexp(1.0, bits - 1) - 1;
+                const Bytes in = random_bytes(2 * n * bytes);
+                const std::vector<float> x = any_floats(2 * n);
+                std::vector<float> left(at(n + 1), 0.25F), right = left;
+                Bytes sent(at(2 * n * bytes + 1), kGuard);
+                float* const channels[] = {left.data(), right.data()};
+                const float* const sources[] = {x.data(), x.data() + n};
+                EXPECT_EQ(Vantoro_pcm_width(format), bytes);
+                EXPECT_EQ(Vantoro_pcm_read(in.data(), channels, 2, n, format, big), RT_OK);
+                EXPECT_EQ(Vantoro_pcm_write(sources, sent.data(), 2, n, format, big), RT_OK);
+                for (int k = 0; k < 2 * n; ++k) {
+                    const auto exact = static_cast<float>(word_of(in, k) / full);
+                    ASSERT_EQ((k % 2 == 0 ? left : right)[at(k / 2)], exact) << k;
+                    const float v = sources[k % 2][k / 2];
+                    const double clipped = std::isnan(v) ? 0.0 : std::clamp(static_cast<double>(v), -1.0, 1.0);
+                    const double scaled =
+                        bits == 32 ? clipped * full : static_cast<double>(static_cast<float>(clipped * full));
+                    ASSERT_EQ(word_of(sent, k), static_cast<std::int32_t>(std::round(scaled))) << k << ' ' << v;
+                    const int sign = sent[at(k * bytes + (big == 1 ? 0 : bytes - 1))];
+                    ASSERT_TRUE(bytes * 8 == bits || sign == (word_of(sent, k) < 0 ? 0xff : 0)) << k;
+                }
+                EXPECT_EQ(left.back(), 0.25F);
+                EXPECT_EQ(sent.back(), kGuard);
+            }
+    EXPECT_EQ(Vantoro_pcm_width(VANTORO_PCM_COUNT), 0);
+    EXPECT_EQ(Vantoro_pcm_read(nullptr, nullptr, 1, 1, -1, 0), RT_ERR_VALUE);
 }
 
 // Frames of one, two and three channels.
