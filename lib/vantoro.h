@@ -54,5 +54,6 @@
 #include "source/source_types.h"
 #include "source/switch.h"
 #include "vantoro_preprocess.h"
+#include "vantoro_version.h"
 
 #endif

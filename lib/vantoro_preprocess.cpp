@@ -6,6 +6,12 @@
 #include "common/category.h"
 #include "framework/log.h"
 #include "framework/new_block.h"
+#include "vantoro_version.h"
+
+#ifndef VANTORO_BUILD_DATE
+#define VANTORO_BUILD_DATE __DATE__
+#define VANTORO_BUILD_TIME __TIME__
+#endif
 
 using namespace lbx;
 
@@ -74,9 +80,11 @@ const Category& category_of(int type)
 
 void Vantoro_version_invoke(void)
 {
-    LBX_LOG_AS("Vantoro_version_invoke", 18, "VANTORO-RELEASE-VERSION 1.0,  RELEASE DATE %s, %s \n\n", __DATE__,
-               __TIME__);
+    LBX_LOG_AS("Vantoro_version_invoke", 18, "VANTORO-RELEASE-VERSION 1.0,  RELEASE DATE %s, %s \n\n",
+               VANTORO_BUILD_DATE, VANTORO_BUILD_TIME);
 }
+
+const char* Vantoro_version(void) { return VANTORO_VERSION_STRING; }
 
 void* BlockAlgo_BlockPro_init(int nSamplingRate, int bitRate, int nBlockSize)
 {

@@ -15,7 +15,7 @@
 
 LBX_BEGIN_C
 
-// Logs the version and the date and time of the build.
+// Logs the version and the date and time of the build; where SOURCE_DATE_EPOCH was set for the build, those it means.
 void Vantoro_version_invoke(void);
 
 // The context of a host that passes none: 48000 Hz, 16 bits, 64 samples.

@@ -39,7 +39,7 @@ bool pins_of_type(int nInputs, int nOutputs, int type)
 // dB to a factor, not below `floor`; a NaN gives the floor.
 float gain_of(float db, float floor)
 {
-    const float gain = std::exp(db * 2.3025851F / 20.0F);
+    const float gain = rounded::exp(db * 2.3025851F / 20.0F);
     return gain > floor ? gain : floor;
 }
 
@@ -107,7 +107,7 @@ void take_common(BlockAlgo* blk)
     core->hold_count = 0;
     core->max_rms = 0.0F;
     // A power ratio: divided by 10, not 20. Kept, make-up gains are set by ear against it.
-    core->post_gain = std::pow(10.0F, blk->pParam[kCompressorPostGain] / 10.0F);
+    core->post_gain = rounded::pow(10.0F, blk->pParam[kCompressorPostGain] / 10.0F);
 }
 
 // The gain that the curve draws at `level` dB.

@@ -23,7 +23,7 @@ void derive(BlockAlgo* blk)
     // The weight of the old gain, and near 0: the gain follows its target almost at once. Kept.
     core->decay_coeff = 1.0F - decay_factor(param[kLimiterDecayTime], 1.0F, rate_hz, 8.0F);
     // 10^(dB / 10): log2(10) / 10 is 0.33219.
-    core->threshold = std::pow(2.0F, static_cast<float>(static_cast<double>(param[kLimiterThreshold]) * 0.33219));
+    core->threshold = rounded::pow(2.0F, static_cast<float>(static_cast<double>(param[kLimiterThreshold]) * 0.33219));
     core->process_state = 0.0F;
 }
 

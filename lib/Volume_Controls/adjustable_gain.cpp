@@ -2,13 +2,13 @@
 #include "adjustable_gain.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "../framework/dispatch.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/fast_inline.h"
 #include "../kernels/ramp.h"
+#include "../math/rounded.h"
 #include "adjustable_gain_info.h"
 
 using namespace lbx;
@@ -82,7 +82,7 @@ void derive_gains(BlockAlgo* blk, const float* param)
     copy_params(blk->pParam, param, first + volumes);
     for (int k = 0; k < volumes; ++k)
         core_of<AdjustableGain_Core>(blk)->value[k] =
-            std::pow(10.0F, static_cast<float>(static_cast<double>(blk->pParam[first + k]) * 0.05));
+            rounded::pow(10.0F, static_cast<float>(static_cast<double>(blk->pParam[first + k]) * 0.05));
 }
 
 void scale_all(const float* gain, std::ptrdiff_t gain_stride, float** in, float** out, int channels, int n)

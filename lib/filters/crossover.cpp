@@ -2,7 +2,6 @@
 #include "crossover.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numbers>
 
 #include "../framework/context.h"
@@ -10,6 +9,7 @@
 #include "../kernels/level.h"
 #include "../kernels/section.h"
 #include "../math/filter_design.h"
+#include "../math/rounded.h"
 #include "crossover_info.h"
 
 using namespace lbx;
@@ -54,7 +54,7 @@ void designed_pair(const Response& response, float wn, int kind, float gain, flo
 // LR12: two equal real poles. `omega` is pi Fc, `theta` is omega / rate.
 Sos equal_poles(float omega, float theta, float rate_hz, int kind)
 {
-    const float k = theta != 0.0F ? omega / std::tan(theta) : rate_hz;  // the limit
+    const float k = theta != 0.0F ? omega / rounded::tan(theta) : rate_hz;  // the limit
     const float omega2 = omega * omega, k2 = k * k, cross = 2.0F * k * omega;
     const float a0 = k2 + cross + omega2, a1 = 2.0F * omega2 - 2.0F * k2, a2 = k2 - cross + omega2;
     if (kind == kDesignLowPass)

@@ -17,6 +17,7 @@
 #include "../framework/new_block.h"
 #include "../kernels/level.h"
 #include "../kernels/section.h"
+#include "../math/rounded.h"
 #include "section_info.h"
 
 namespace lbx {
@@ -148,7 +149,7 @@ enum EqCommonType {
 // The types that both blocks number alike; of low- and high-pass the boost is the gain. False for others.
 inline bool eq_common(int type, const EqBand& band, Sos& h, float& gain)
 {
-    const float A = std::pow(10.0F, band.boost_db / 40.0F);
+    const float A = rounded::pow(10.0F, band.boost_db / 40.0F);
     switch (type) {
     case kEqPeaking:
         h = peaking_eq(band.corner, A, alpha_q(band.corner, band.fourth));

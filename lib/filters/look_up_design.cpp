@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // From a lookup filter's vector to its curves.
 #include <algorithm>
-#include <cmath>
 #include <span>
 
 #include "../kernels/level.h"
 #include "../kernels/section.h"
 #include "../math/filter_design.h"
+#include "../math/rounded.h"
 #include "look_up_info.h"
 
 using namespace lbx;
@@ -20,7 +20,7 @@ struct Request {
     float at;
 
     Corner fixed_corner() const { return corner(angle_of(entry[kTonePeakFc], rate)); }
-    float A() const { return std::pow(10.0F, at / 40.0F); }
+    float A() const { return rounded::pow(10.0F, at / 40.0F); }
     Sos shelf(Sos (*form)(const Corner&, float, float)) const
     {
         const Corner c = fixed_corner();

@@ -2,11 +2,11 @@
 #include "miscellaneous.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/section.h"
+#include "../math/rounded.h"
 #include "miscellaneous_info.h"
 
 using namespace lbx;
@@ -25,7 +25,7 @@ struct StateVariable : StateVariable_Core {
 };
 
 // As in H. Chamberlin, "Musical Applications of Microprocessors".
-float frequency_coefficient(float fc_hz, int rate_hz) { return 2.0F * std::sin(angle_of(fc_hz, rate_hz) * 0.5F); }
+float frequency_coefficient(float fc_hz, int rate_hz) { return 2.0F * rounded::sin(angle_of(fc_hz, rate_hz) * 0.5F); }
 
 // The section of one output: b0, b1, a1, b2, a2.
 void write_output(const StateVariable_Core* core, int output, float* section)

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "second_order.h"
 
-#include <cmath>
-
+#include "../math/rounded.h"
 #include "second_order_info.h"
 #include "section_block.h"
 
@@ -58,7 +57,7 @@ void design(BlockAlgo* blk, int rate)
 void design_all_pass(BlockAlgo* blk, int rate)
 {
     const Corner c = corner(angle_of(blk->pParam[kNonBareFc], rate));
-    const float t = std::tan(blk->pParam[kNonBareQ] * c.w * 0.5F);
+    const float t = rounded::tan(blk->pParam[kNonBareQ] * c.w * 0.5F);
     write_section(all_pass(c, (1.0F - t) / (1.0F + t)), 1.0F, core_of<SecondOrder_Core>(blk)->coeffArray);
 }
 

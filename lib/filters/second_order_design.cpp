@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // From a second-order block's vector to its section.
 #include <algorithm>
-#include <cmath>
 #include <numbers>
 #include <span>
 
 #include "../kernels/level.h"
 #include "../math/filter_design.h"
+#include "../math/rounded.h"
 #include "second_order_info.h"
 
 using namespace lbx;
@@ -62,7 +62,7 @@ struct Request {
     Corner c;
 
     float fourth() const { return clamp_back(entry[kGeneralQ], fourth_clamp); }
-    float A() const { return std::pow(10.0F, entry[kGeneralBoostDB] / 40.0F); }
+    float A() const { return rounded::pow(10.0F, entry[kGeneralBoostDB] / 40.0F); }
     float q() const { return alpha_q(c, fourth()); }
     float slope() const { return alpha_slope(c, A(), fourth()); }
     float octaves() const { return alpha_octaves(c, fourth()); }
@@ -115,8 +115,8 @@ Sos tone(const float* entry, int rate)
 {
     const float treble = linear_gain(entry[kToneBoostDBTreble]);
     const float bass = linear_gain(entry[kToneBoostDBBass]);
-    const float tt = std::tan(angle_of(entry[kToneFcTreble], 2.0 * rate));
-    const float tb = std::tan(angle_of(entry[kToneFcBass], 2.0 * rate));
+    const float tt = rounded::tan(angle_of(entry[kToneFcTreble], 2.0 * rate));
+    const float tb = rounded::tan(angle_of(entry[kToneFcBass], 2.0 * rate));
     const float p = 2.0F / (treble + 1.0F);
     const float q = 2.0F / (1.0F / treble + 1.0F);
     const float r = 2.0F / (bass + 1.0F);

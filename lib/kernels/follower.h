@@ -9,6 +9,7 @@
 
 #include "../common/block_types.h"
 #include "../framework/context.h"
+#include "../math/rounded.h"
 #include "fast_inline.h"
 
 namespace lbx {
@@ -17,21 +18,21 @@ namespace lbx {
 // 2 - 10^x, near 10^-x for small x. Above x = 0.3 the mean square overshoots, above 0.477 it grows without end.
 inline float growing_weight(float db_per_s, float samples, float rate_hz)
 {
-    return std::fabs(1.0F - std::pow(10.0F, samples * db_per_s / ((rate_hz + 1e-6F) * 10.0F)));
+    return std::fabs(1.0F - rounded::pow(10.0F, samples * db_per_s / ((rate_hz + 1e-6F) * 10.0F)));
 }
 
 // 10^(-2 speed samples / (rate divisor)): an amplitude multiplied by it at each step falls by 40 speed / divisor dB per
 // second, a power by half of that.
 inline float decay_factor(float speed, float samples, float rate_hz, float divisor)
 {
-    return 1.0F / std::pow(10.0F, (speed + speed) * samples / ((rate_hz + 1e-6F) * divisor));
+    return 1.0F / rounded::pow(10.0F, (speed + speed) * samples / ((rate_hz + 1e-6F) * divisor));
 }
 
 // Weight of a new block of a one-pole follower that rises from 10 % to 90 % in `ms` (2.2 time constants).
 inline float rise_weight(float ms, const BlockPro* pro)
 {
     const auto scale = static_cast<float>(-2200LL * pro->nBlockSize);
-    return 1.0F - std::exp(scale / (rate_of(pro) * ms));
+    return 1.0F - rounded::exp(scale / (rate_of(pro) * ms));
 }
 
 inline int hold_samples(float ms, const BlockPro* pro) { return to_int(rate_of(pro) * ms / 1000.0F); }

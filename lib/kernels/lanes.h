@@ -21,6 +21,13 @@
 // A loop over lanes, with everything it calls inlined.
 #define LBX_KERNEL [[gnu::noinline, gnu::flatten]]
 
+// Lanes of x and y by their numbers, those of y counted on from the last of x.
+#if __has_builtin(__builtin_shufflevector)
+#define LBX_SHUFFLE(x, y, ...) __builtin_shufflevector(x, y, __VA_ARGS__)
+#else  // GCC before 12
+#define LBX_SHUFFLE(x, y, ...) __builtin_shuffle(x, y, decltype((x) < (y)){__VA_ARGS__})
+#endif
+
 namespace lbx {
 
 // body(0) ... body(kCount - 1), the index a constant: arrays of vectors stay in registers only if no loop indexes them.
@@ -72,7 +79,7 @@ LBX_INLINE f4 flip(f4 v, f4 signs)
 template <int a, int b, int c, int d>
 LBX_INLINE f4 mix(f4 x, f4 y)
 {
-    return __builtin_shufflevector(x, y, a, b, c, d);
+    return LBX_SHUFFLE(x, y, a, b, c, d);
 }
 
 #if defined(__AVX2__) && defined(__FMA__)
@@ -103,8 +110,7 @@ template <int a, int b, int c, int d>
 LBX_INLINE f8 mix(f8 x, f8 y)
 {
     constexpr auto kAt = [](int lane, int half) { return lane % 4 + 4 * half + 8 * (lane / 4); };
-    return __builtin_shufflevector(x, y, kAt(a, 0), kAt(b, 0), kAt(c, 0), kAt(d, 0), kAt(a, 1), kAt(b, 1), kAt(c, 1),
-                                   kAt(d, 1));
+    return LBX_SHUFFLE(x, y, kAt(a, 0), kAt(b, 0), kAt(c, 0), kAt(d, 0), kAt(a, 1), kAt(b, 1), kAt(c, 1), kAt(d, 1));
 }
 
 #else

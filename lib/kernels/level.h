@@ -3,15 +3,15 @@
 #pragma once
 
 #include <bit>
-#include <cmath>
 #include <cstdint>
 
 #include "../framework/params.h"
+#include "../math/rounded.h"
 
 namespace lbx {
 
 // 10^(dB / 20), to the last bits: what filters and crossovers scale by. LBX_DB2Gain is the coarse one.
-inline float linear_gain(float db) { return std::pow(10.0F, db / 20.0F); }
+inline float linear_gain(float db) { return rounded::pow(10.0F, db / 20.0F); }
 
 // e^y by writing y into the exponent field of a double whose low word stays 0: N. Schraudolph, "A Fast, Compact
 // Approximation of the Exponential Function". Relative error -2.9 % .. +2.98 %; e^0 gives 0.97100782. Kept as coarse as

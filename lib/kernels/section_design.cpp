@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "../math/filter_design.h"
+#include "../math/rounded.h"
 
 namespace lbx {
 
@@ -14,7 +15,7 @@ float angle_of(float fc_hz, double rate_hz)
     return static_cast<float>(static_cast<double>(fc_hz) * 2.0 * std::numbers::pi / rate_hz);
 }
 
-Corner corner(float w) { return {w, std::sin(w), std::cos(w)}; }
+Corner corner(float w) { return {w, rounded::sin(w), rounded::cos(w)}; }
 
 void write_first_order(const Sos& h, float gain, float* coeff)
 {
@@ -52,7 +53,7 @@ float alpha_octaves(const Corner& c, float octaves)
     constexpr float kLargest = 89.4F;
     if (c.sin == 0.0F)
         return 0.0F;  // 0 Hz: a band without width
-    return c.sin * std::sinh(std::clamp(octaves * kHalfLn2 * c.w / c.sin, -kLargest, kLargest));
+    return c.sin * rounded::sinh(std::clamp(octaves * kHalfLn2 * c.w / c.sin, -kLargest, kLargest));
 }
 
 Sos peaking_eq(const Corner& c, float A, float alpha)
@@ -109,13 +110,13 @@ Sos all_pass_bandwidth(const Corner& c, double half_width)
 {
     // 0.475 pi: beyond it the tangent runs away. NaN takes the cap too.
     constexpr double kWidest = 1.4922564917298002;
-    const float t = std::tan(static_cast<float>(half_width <= kWidest ? half_width : kWidest));
+    const float t = rounded::tan(static_cast<float>(half_width <= kWidest ? half_width : kWidest));
     return all_pass(c, -(1.0F - 2.0F / (t + 1.0F)));
 }
 
 Sos resonant_band_pass(const Corner& c, float q)
 {
-    const float t = std::tan(c.w / (2.0F * q));
+    const float t = rounded::tan(c.w / (2.0F * q));
     const float beta = 0.5F * (1.0F - t) / (1.0F + t);
     return {0.5F - beta, 0.0F, beta - 0.5F, 1.0F, -2.0F * (0.5F + beta) * c.cos, 2.0F * beta};
 }
@@ -123,14 +124,14 @@ Sos resonant_band_pass(const Corner& c, float q)
 Sos bilinear_low_pass(float half_angle, float inverse_q)
 {
     // At 0 Hz the cotangent is held where its square still is a number.
-    const float k = std::min(1.0F / std::tan(half_angle), 1e18F);
+    const float k = std::min(1.0F / rounded::tan(half_angle), 1e18F);
     const float k2 = k * k;
     return {1.0F, 2.0F, 1.0F, k2 + inverse_q * k + 1.0F, 2.0F * (1.0F - k2), k2 - inverse_q * k + 1.0F};
 }
 
 Sos bilinear_high_pass(float half_angle, float inverse_q)
 {
-    const float t = std::tan(half_angle);
+    const float t = rounded::tan(half_angle);
     const float t2 = t * t;
     return {1.0F, -2.0F, 1.0F, t2 + inverse_q * t + 1.0F, 2.0F * (t2 - 1.0F), t2 - inverse_q * t + 1.0F};
 }
@@ -143,7 +144,7 @@ Sos chebyshev(float ripple_db, float wn, int kind)
     return {gain, gain * ba[0], gain * ba[1], 1.0F, ba[2], ba[3]};
 }
 
-float first_order_pole(float w) { return std::pow(2.72F, -w); }
+float first_order_pole(float w) { return rounded::pow(2.72F, -w); }
 
 Sos first_order_low_pass(float pole)
 {
@@ -162,13 +163,13 @@ Sos first_order_all_pass(float pole) { return {-pole, 1.0F, 0.0F, 1.0F, -pole, 0
 Sos first_order_low_shelf(float w, float V)
 {
     const float s = std::sqrt(V);
-    const float t = std::tan(w * 0.5F);
+    const float t = rounded::tan(w * 0.5F);
     return {s + V * t, V * t - s, 0.0F, t + s, t - s, 0.0F};
 }
 
 Sos first_order_high_shelf(float w, float V)
 {
-    const float u = std::sqrt(V) * std::tan(w * 0.5F);
+    const float u = std::sqrt(V) * rounded::tan(w * 0.5F);
     return {V + u, u - V, 0.0F, u + 1.0F, u - 1.0F, 0.0F};
 }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compares what a program prints about every block with what is stored: compare_stored.sh STORED PROGRAM [ARGS]. A
-# deliberate change is stored by: build/release/tests/digest > tests/sweep/digest.txt, and likewise reports.
+# deliberate change is stored by: build/release/tests/digest > tests/sweep/digest.txt; likewise designs and reports.
 set -euo pipefail
 stored=$1
 shift

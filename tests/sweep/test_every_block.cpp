@@ -234,6 +234,10 @@ TEST(Context, IsTheGivenOneOrTheExportedOne)
     rig::Log log;
     Vantoro_version_invoke();
     EXPECT_EQ(log.lines().size(), 1U);
+    std::string version = std::to_string(VANTORO_VERSION_MAJOR);
+    for (const int number : {VANTORO_VERSION_MINOR, VANTORO_VERSION_PATCH})
+        version += "." + std::to_string(number);
+    EXPECT_EQ(Vantoro_version(), version);
     auto* pro = static_cast<BlockPro*>(BlockAlgo_BlockPro_init(44100, 24, 32));
     ASSERT_TRUE(pro);
     EXPECT_EQ(pro->nSamplingRate, 44100);
