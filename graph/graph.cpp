@@ -271,6 +271,11 @@ int Vantoro_graph_post(VantoroGraph* graph, int node, const float* vector, int l
     return graph->newest->post(node, vector, length);
 }
 
+int Vantoro_graph_post_entry(VantoroGraph* graph, int node, int entry, float value)
+{
+    return graph->newest->post_entry(node, entry, value);
+}
+
 int Vantoro_graph_swap(VantoroGraph* graph, VantoroGraph* next, float ms)
 {
     constexpr float kLongestMs = 10000;

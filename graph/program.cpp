@@ -25,6 +25,16 @@ public:
 // Both threads reach a detector's levels.
 void publish(float& to, float v) { std::atomic_ref(to).store(v, std::memory_order_relaxed); }
 
+// Whether another value of this entry would make a block allocate.
+bool sizes(const VantoroBlockInfo& info, int entry)
+{
+    for (int i = 0; i < std::min(info.layout_count, entry + 1); ++i)
+        if (info.layout[i].kind == VANTORO_ROWS)
+            return false;  // entries from here on have no size but that of the vector
+    const VantoroSlot& slot = info.layout[entry];
+    return slot.kind != VANTORO_VALUE || (slot.param->flags & VANTORO_SIZES) != 0;
+}
+
 }  // namespace
 
 constinit thread_local const char* node_at_work = nullptr;
@@ -224,18 +234,26 @@ int Program::post(int n, const float* vector, int length)
     const RunNode* found = node(n);
     if (!found || length != found->length || !accepts(*found, vector, length))
         return RT_ERR_VALUE;
-    for (int i = 0; i < std::min(found->info->layout_count, length); ++i) {
-        const VantoroSlot& slot = found->info->layout[i];
-        if (slot.kind == VANTORO_ROWS)
-            break;  // entries from here on have no size but that of the vector
-        const bool sizes = slot.kind != VANTORO_VALUE || (slot.param->flags & VANTORO_SIZES) != 0;
-        if (sizes && vector[i] != found->posted[i])
+    for (int i = 0; i < std::min(found->info->layout_count, length); ++i)
+        if (sizes(*found->info, i) && vector[i] != found->posted[i])
             return RT_ERR_VALUE;
-    }
     if (!queue_.push(n, vector, length))
         return RT_ERR_NO_BUFFER;
     std::copy_n(vector, length, found->posted);
     return RT_OK;
+}
+
+int Program::post_entry(int n, int entry, float value)
+{
+    const RunNode* found = node(n);
+    if (!found || entry < 0 || entry >= found->length || (sizes(*found->info, entry) && value != found->posted[entry]))
+        return RT_ERR_VALUE;
+    const float old = std::exchange(found->posted[entry], value);
+    const bool good = accepts(*found, found->posted, found->length);
+    if (good && queue_.push(n, found->posted, found->length))
+        return RT_OK;
+    found->posted[entry] = old;
+    return good ? RT_ERR_NO_BUFFER : RT_ERR_VALUE;
 }
 
 void Program::take_posts()

@@ -61,6 +61,7 @@ public:
 
     // Control thread.
     int post(int node, const float* vector, int length);
+    int post_entry(int node, int entry, float value);
 
     // Audio thread. run(): the result of the first node that fails, or RT_OK.
     void take_posts();

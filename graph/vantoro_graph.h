@@ -133,6 +133,10 @@ int Vantoro_graph_latency(const VantoroGraph* graph);
 // call empties. Nothing is lost: what was accepted is applied, in order.
 int Vantoro_graph_post(VantoroGraph* graph, int node, const float* vector, int length);
 
+// The same with the vector that was accepted last and one entry of it changed. Allocates nothing; RT_ERR_VALUE also for
+// no such entry.
+int Vantoro_graph_post_entry(VantoroGraph* graph, int node, int entry, float value);
+
 // Replaces the running preset by that of `next`: both run for `ms` milliseconds (0 to 10000), crossfaded with a raised
 // cosine, from the next process call on. `next` is used up: do not touch it again, post to `graph` instead, with the
 // node numbers of the new preset. A swap that has not begun when another comes is dropped: the newest wins. RT_OK, or

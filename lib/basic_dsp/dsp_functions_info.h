@@ -16,7 +16,7 @@ inline constexpr VantoroRange kDelays = {0, kLengths.max};  // and at most maxDe
 inline constexpr char kLengthHelp[] = "length of the delay line, truncated to whole samples";
 
 inline constexpr VantoroParam kMaxDelay =
-    real("maxDelay", "samples", 1, kLengths, kLengthHelp).in_steps(1).clamped(kLengths);
+    real("maxDelay", "samples", 1, kLengths, kLengthHelp).in_steps(1).clamped(kLengths).flagged(VANTORO_SIZES);
 inline constexpr VantoroParam kMaxDelayMs =
     real("maxDelay", "ms", 1, {1, 100}, kLengthHelp).in_steps(0.1F).clamped(kLengths);
 inline constexpr VantoroParam kDelay =
@@ -44,7 +44,7 @@ inline constexpr VantoroReading kReadsMs[] = {reads(kBasicDelayMaxDelay, kMaxDel
                                               reads(kBasicDelayDelay, kDelayMs)};
 inline constexpr VantoroChoice kDelayUnits[] = {one_choice("Samples", 0, kReadsSamples),
                                                 one_choice("Milliseconds", kMilliseconds, kReadsMs)};
-inline constexpr VantoroParam kDelayType = choice("type", kDelayUnits, 0, "unit of both");
+inline constexpr VantoroParam kDelayType = choice("type", kDelayUnits, 0, "unit of both").flagged(VANTORO_SIZES);
 
 inline constexpr VantoroSlot kDelayLayout[] = {value(kMaxDelay), value(kDelay), value(kDelayType)};
 inline constexpr VantoroSlot kVolDelayLayout[] = {value(kMaxDelay)};

@@ -39,18 +39,23 @@ inline constexpr VantoroReading kMedTwice[] = {reads(kCrossover3WayMedGainDB, kM
 inline constexpr Choices kLowTypes = types(kLowTwice), kHighTypes = types(kHighTwice), kMedLpTypes = types(kMedTwice),
                          kMedHpTypes = types();
 
-inline constexpr VantoroParam kLowType = choice("lowType", kLowTypes.list, LR24, "low-pass of the low band");
+// The type says how many sections a band has.
+constexpr ParamWords type_choice(std::string_view name, const Choices<10>& types, const char* help)
+{
+    return choice(name, types.list, LR24, help).flagged(VANTORO_SIZES);
+}
+inline constexpr VantoroParam kLowType = type_choice("lowType", kLowTypes, "low-pass of the low band");
 inline constexpr VantoroParam kLowFc = corner_hz("lowFc", 250, "corner of the low band");
-inline constexpr VantoroParam kHighType = choice("highType", kHighTypes.list, LR24, "high-pass of the high band");
+inline constexpr VantoroParam kHighType = type_choice("highType", kHighTypes, "high-pass of the high band");
 inline constexpr VantoroParam kHighFc = corner_hz("highFc", 3000, "corner of the high band");
 inline constexpr VantoroParam kPolarityLow = flag("polarity", 0, "1 inverts the low band");
 inline constexpr VantoroSlot kTwoWayLayout[] = {value(kLowType),    value(kLowFc),  value(kLowGainDb),
                                                 value(kHighType),   value(kHighFc), value(kHighGainDb),
                                                 value(kPolarityLow)};
 
-inline constexpr VantoroParam kMedLpType = choice("medLpType", kMedLpTypes.list, LR24, "low-pass of the mid band");
+inline constexpr VantoroParam kMedLpType = type_choice("medLpType", kMedLpTypes, "low-pass of the mid band");
 inline constexpr VantoroParam kMedLpFc = corner_hz("medLpFc", 3000, "upper corner of the mid band");
-inline constexpr VantoroParam kMedHpType = choice("medHpType", kMedHpTypes.list, LR24, "high-pass of the mid band");
+inline constexpr VantoroParam kMedHpType = type_choice("medHpType", kMedHpTypes, "high-pass of the mid band");
 inline constexpr VantoroParam kMedHpFc = corner_hz("medHpFc", 250, "lower corner of the mid band");
 inline constexpr VantoroParam kPolarity1 = flag("polarity1", 0, "1 inverts the low band");
 inline constexpr VantoroParam kPolarity2 = flag("polarity2", 0, "1 inverts the mid band");

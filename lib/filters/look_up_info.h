@@ -11,8 +11,9 @@ using namespace lbx::info;
 
 inline constexpr int kTypeEntry = 0, kCurvesEntry = 1;  // in every layout; the slew rate is the last
 
-inline constexpr VantoroParam kCurves =
-    whole("curves", 4, {1, 32}, "how many; the control pin selects one").valid_in({1, kManyRows});
+inline constexpr VantoroParam kCurves = whole("curves", 4, {1, 32}, "how many; the control pin selects one")
+                                            .valid_in({1, kManyRows})
+                                            .flagged(VANTORO_SIZES);
 inline constexpr VantoroParam kGainDb = gain_db("gainDb", -5, {-50, 24}, "gain of every curve");
 inline constexpr VantoroParam kSlewRate = slew_rate(12);
 

@@ -23,9 +23,14 @@ constexpr float kHighestDb = 6.0F;
 // Number of entries, rows or columns: a negative one is none.
 int count_of(float entry) { return std::max(to_int(entry), 0); }
 
-// Puts a copy of `vector` in the place of the block's own. False: no memory, nothing changed.
-bool take_vector(BlockAlgo* blk, const float* vector, std::ptrdiff_t n)
+// Puts a copy of `vector` in the place of the block's own, which has `held` entries; a table of the same size takes its
+// memory over. False: no memory, nothing changed.
+bool take_vector(BlockAlgo* blk, const float* vector, std::ptrdiff_t held, std::ptrdiff_t n)
 {
+    if (blk->pParam && held == n) {
+        std::copy_n(vector, n, blk->pParam);
+        return true;
+    }
     float* own = nullptr;
     if (!zeros(own, n))
         return false;
@@ -40,18 +45,21 @@ bool has_pins(const BlockAlgo* blk) { return blk->nInputs > 0 && blk->nOutputs >
 bool set_index(BlockAlgo* blk, const float* param)
 {
     const int size = count_of(param[kLookUpTableIndexSize]);
-    if (!take_vector(blk, param, kLookUpTableIndexParamOffset + std::ptrdiff_t{size}))
+    auto* core = core_of<LookUpTable_Index_Core>(blk);
+    if (!take_vector(blk, param, kLookUpTableIndexParamOffset + std::ptrdiff_t{core->table_size},
+                     kLookUpTableIndexParamOffset + std::ptrdiff_t{size}))
         return false;
-    *core_of<LookUpTable_Index_Core>(blk) = {size, blk->pParam + kLookUpTableIndexParamOffset};
+    *core = {size, blk->pParam + kLookUpTableIndexParamOffset};
     return true;
 }
 
 bool set_rms(BlockAlgo* blk, const float* param)
 {
     const int size = count_of(param[kLookUpTableRMSSize]);
-    if (!take_vector(blk, param, kLookUpTableRMSParamOffset + std::ptrdiff_t{size}))
-        return false;
     auto* core = core_of<LookUpTable_RMS_Core>(blk);
+    if (!take_vector(blk, param, kLookUpTableRMSParamOffset + std::ptrdiff_t{core->table_size},
+                     kLookUpTableRMSParamOffset + std::ptrdiff_t{size}))
+        return false;
     core->table_size = size;
     core->table = blk->pParam + kLookUpTableRMSParamOffset;
     core->step = (kHighestDb - kLowestDb) / static_cast<float>(size - 1);
@@ -74,20 +82,23 @@ bool set_2d(BlockAlgo* blk, const float* param)
     const int columns = count_of(param[kLookUpTable2DX]);
     const int rows = count_of(param[kLookUpTable2DY]);
     const std::int64_t size = std::int64_t{columns} * rows;
-    float* linear = nullptr;
-    if (size > std::numeric_limits<int>::max() || !zeros(linear, size))
+    auto* core = core_of<LookUpTable_2D_Core>(blk);
+    const bool fits = blk->pState && core->table_size == size;
+    float* linear = fits ? blk->pState : nullptr;
+    if (size > std::numeric_limits<int>::max() || (!fits && !zeros(linear, size)))
         return false;
-    if (!take_vector(blk, param, kLookUpTable2DParamOffset + size)) {
+    if (!take_vector(blk, param, kLookUpTable2DParamOffset + std::ptrdiff_t{core->table_size},
+                     kLookUpTable2DParamOffset + size)) {
         std::free(linear);
         return false;
     }
-    std::free(blk->pState);
+    if (!fits)
+        std::free(blk->pState);
     blk->pState = linear;
     const float* decibels = blk->pParam + kLookUpTable2DParamOffset;
     for (std::int64_t i = 0; i < size; ++i)
         linear[i] = linear_gain(decibels[i]);
-    *core_of<LookUpTable_2D_Core>(blk) = {columns, rows, static_cast<int>(size), linear,
-                                          blk->pParam + kLookUpTable2DParamOffset};
+    *core = {columns, rows, static_cast<int>(size), linear, blk->pParam + kLookUpTable2DParamOffset};
     return true;
 }
 

@@ -24,8 +24,10 @@ inline constexpr VantoroSlot kRmsLayout[] = {value(hold::kRmstc), value(hold::kH
 
 inline constexpr VantoroRange kSide = {1, 256};  // the library takes any; 256 x 256 are as many as kManyRows
 inline constexpr VantoroParam kDb = flag("db", 0, "1 puts out the dB values, 0 their linear gains");
-inline constexpr VantoroParam kColumns = whole("columns", 2, kSide, "entries for x").valid_in(kSide);
-inline constexpr VantoroParam kRowCount = whole("rows", 3, kSide, "entries for y").valid_in(kSide);
+inline constexpr VantoroParam kColumns =
+    whole("columns", 2, kSide, "entries for x").valid_in(kSide).flagged(VANTORO_SIZES);
+inline constexpr VantoroParam kRowCount =
+    whole("rows", 3, kSide, "entries for y").valid_in(kSide).flagged(VANTORO_SIZES);
 inline constexpr VantoroParam kDbEntry[] = {real("value", "dB", 0, {-100, 24}, "what is put out, or its level")};
 inline constexpr VantoroTable kGrid = grid(kLookUpTable2DY, kLookUpTable2DX, "table", kDbEntry, "a row for each y");
 inline constexpr VantoroSlot k2DLayout[] = {value(kDb), value(kColumns), value(kRowCount), rows(kGrid)};

@@ -196,6 +196,31 @@ TEST(Post, IsInForceFromTheNextBlockOnAndRefusesWhatMayNotBe)
     EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, other.data(), 6), RT_OK);
 }
 
+TEST(Post, AnEntryChangesTheVectorAcceptedLastAndARefusalLeavesIt)
+{
+    PresetRows rows = chain();
+    rows.nodes.push_back({"late", EN_BASIC_DSP_DELAY, 1, {1}, {10, 2, 0}});
+    const Graph graph = make(graph_test::preset_of(rows));
+    const float nan = NAN;
+    for (const auto& [node, entry, value] :
+         std::vector<std::tuple<int, int, float>>{{3, 0, 1}, {0, -1, 1}, {0, 6, 1}, {0, 2, 9}, {0, 4, nan}, {2, 0, 20}})
+        EXPECT_EQ(Vantoro_graph_post_entry(graph.get(), node, entry, value), RT_ERR_VALUE) << node << ' ' << entry;
+    const long before = rig::Allocator::touched();
+    EXPECT_EQ(Vantoro_graph_post_entry(graph.get(), 2, 0, 10), RT_OK);  // its size as it is
+    EXPECT_EQ(Vantoro_graph_post_entry(graph.get(), 0, 2, HP1st), RT_OK);
+    EXPECT_EQ(Vantoro_graph_post_entry(graph.get(), 0, 4, 100), RT_OK);
+    while (Vantoro_graph_post_entry(graph.get(), 1, 2, -20) == RT_OK)
+        continue;
+    EXPECT_EQ(Vantoro_graph_post_entry(graph.get(), 0, 4, 200), RT_ERR_NO_BUFFER);
+    EXPECT_EQ(rig::Allocator::touched(), before);
+    std::vector<float> vector(6);
+    EXPECT_EQ(Vantoro_graph_vector(graph.get(), 0, vector.data(), 6), 6);
+    EXPECT_EQ(vector, filter(100, HP1st));
+    Vantoro_graph_process(graph.get());
+    const float* in_force = Vantoro_graph_block(graph.get(), 0)->pParam;
+    EXPECT_EQ(std::vector(in_force, in_force + 6), vector);
+}
+
 // Between two process calls of one thread a vector may have another length.
 TEST(Set, IsInForceAtOnceWhateverItsLength)
 {

@@ -314,3 +314,32 @@ TEST(OnSet, OnlyWhatGlidesTakesNoStep)
         EXPECT_EQ(largest > 0 && largest < kSteep, type.info->on_set == VANTORO_GLIDES) << type.info->name;
     }
 }
+
+// Whether some move of one entry makes a set allocate, from the default and from drawn vectors.
+static bool allocates(const Described& type, const rig::Entry& entry)
+{
+    return any_vector(type, 6, [&](Vector vector) {
+        Bench bench(type);
+        bench.set(vector);
+        std::vector<float> values = {entry.param->range.min, entry.param->range.max};
+        for (int i = 0; i < entry.param->choice_count; ++i)
+            values.push_back(static_cast<float>(entry.param->choices[i].value));
+        const long before = rig::Allocator::touched();
+        for (const float value : values) {
+            vector[entry.at] = value;
+            bench.set(vector);
+        }
+        return rig::Allocator::touched() != before;
+    });
+}
+
+TEST(OnSet, OnlyWhatIsMarkedAsASizeAllocates)
+{
+    rig::Log quiet;
+    for (const Described& type : rig::every_described())
+        for (const rig::Entry& entry : rig::entries_of(type, rig::initial_vector(type)))
+            if (entry.row <= 0 && !rig::is_size(type, entry)) {
+                EXPECT_EQ(allocates(type, entry), (entry.param->flags & VANTORO_SIZES) != 0)
+                    << type.info->name << ' ' << entry.param->name;
+            }
+}
