@@ -5,5 +5,5 @@ build=$1
 mapfile -t files < <(git ls-files '*.h' '*.c' '*.cpp')
 clang-format --dry-run --Werror "${files[@]}"
 # Units that this build compiles; the tests' macros would only repeat their findings a thousand times.
-mapfile -t units < <(git ls-files 'lib/*.cpp' 'host/*.cpp')
+mapfile -t units < <(git ls-files 'lib/*.cpp' 'graph/*.cpp' 'host/*.cpp')
 printf '%s\n' "${units[@]}" | xargs -P2 -n1 clang-tidy -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
