@@ -1,9 +1,13 @@
-# What an installation holds: the library, its public headers under <vantoro/...>, a CMake package and a pkg-config file.
+# What an installation holds: the library, shared and as an archive, its public headers under <vantoro/...>, a CMake package and a pkg-config file.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vantoro EXPORT vantoroTargets
+if(BUILD_SHARED_LIBS)
+    set(vantoro_installed vantoro)
+endif()
+install(TARGETS vantoro_static ${vantoro_installed} EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 foreach(header IN LISTS vantoro_public_headers)
