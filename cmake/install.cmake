@@ -1,9 +1,17 @@
-# What an installation holds: the library, its public headers under <vantoro/...>, a CMake package and a pkg-config file.
+# What an installation holds: the libraries, shared and as archives, their public headers under <vantoro/...>, a CMake
+# package and pkg-config files.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vantoro vantoro_graph EXPORT vantoroTargets
+if(BUILD_SHARED_LIBS)
+    set(vantoro_installed vantoro)
+endif()
+if(TARGET vantoro_graph)
+    list(APPEND vantoro_installed vantoro_graph vantoro_graph_static)
+endif()
+install(TARGETS vantoro_static ${vantoro_installed} EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 foreach(header IN LISTS vantoro_public_headers)
@@ -11,7 +19,9 @@ foreach(header IN LISTS vantoro_public_headers)
     install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
 endforeach()
 
-install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
+if(TARGET vantoro_graph)
+    install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
+endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)
 install(EXPORT vantoroTargets NAMESPACE vantoro:: DESTINATION ${package_dir})
@@ -26,7 +36,11 @@ foreach(dir LIBDIR INCLUDEDIR)
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
         OUTPUT_VARIABLE VANTORO_PC_${dir})
 endforeach()
-foreach(package vantoro vantoro_graph)
+set(vantoro_packages vantoro)
+if(TARGET vantoro_graph)
+    list(APPEND vantoro_packages vantoro_graph)
+endif()
+foreach(package IN LISTS vantoro_packages)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
