@@ -1,17 +1,25 @@
-# What an installation holds: the library, its public headers under <vantoro/...>, a CMake package and a pkg-config file.
+# What an installation holds: the libraries, the archive, the public headers under <vantoro/...>, a CMake package and
+# pkg-config files.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vantoro vantoro_graph EXPORT vantoroTargets
+if(BUILD_SHARED_LIBS)
+    set(vantoro_shared vantoro)
+endif()
+if(TARGET vantoro_graph)
+    list(APPEND vantoro_shared vantoro_graph)
+    set(vantoro_graph_package vantoro_graph)
+    install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
+endif()
+install(TARGETS vantoro_static ${vantoro_shared} EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 foreach(header IN LISTS vantoro_public_headers)
     cmake_path(GET header PARENT_PATH directory)
     install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
 endforeach()
-
-install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)
 install(EXPORT vantoroTargets NAMESPACE vantoro:: DESTINATION ${package_dir})
@@ -26,7 +34,7 @@ foreach(dir LIBDIR INCLUDEDIR)
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
         OUTPUT_VARIABLE VANTORO_PC_${dir})
 endforeach()
-foreach(package vantoro vantoro_graph)
+foreach(package vantoro ${vantoro_graph_package})
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -20,6 +20,7 @@
 #include "common/biquad.h"
 #include "common/block_info.h"
 #include "common/block_types.h"
+#include "common/categories.h"
 #include "common/category.h"
 #include "common/circular_buffer.h"
 #include "common/comb.h"

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "common/category.h"
+#include "framework/categories.h"
 #include "framework/log.h"
 #include "framework/new_block.h"
 #include "vantoro_version.h"
@@ -19,64 +19,32 @@ BlockPro g_block_pro = {48000, 16, 64, 0, 0};
 
 namespace {
 
-// The terminals mark where the host moves audio in and out of its graph. They have nothing to set and nothing to run.
-BlockAlgo* terminal_init(int nInputs, int nOutputs, BlockPro* pro, int type)
+const VantoroCategory* category_of(int type)
 {
-    return new_block(nInputs, nOutputs, pro, type, free_block).release();
+    const unsigned at = VANTORO_CATEGORY_OF(type);
+    return at < VANTORO_CATEGORY_COUNT ? &Vantoro_categories[at] : nullptr;
 }
-int terminal_set(BlockAlgo*, float*) { return 0; }
-int terminal_call(BlockAlgo*) { return 0; }
 
-struct Category {
-    BlockAlgo* (*init)(int nInputs, int nOutputs, BlockPro* pro, int type);
-    int (*param_reset)(BlockAlgo* blk, float* vector);
-    int (*param_update)(BlockAlgo* blk);
-    int (*param_invoke)(BlockAlgo* blk);
-    int (*process)(BlockAlgo* blk, float** in, float** out);
-    int (*destroy)(BlockAlgo* blk);
-};
-
-#define CATEGORY(prefix)                                                                                  \
-    {                                                                                                     \
-        BlockAlgo_##prefix##_init, BlockAlgo_##prefix##_param_reset, BlockAlgo_##prefix##_param_update,   \
-            BlockAlgo_##prefix##_param_invoke, BlockAlgo_##prefix##_process, BlockAlgo_##prefix##_destroy \
-    }
-
-constexpr Category kUnserved = {};
-// A terminal is not processed: the host moves the audio itself.
-constexpr Category kTerminal = {terminal_init, terminal_set, terminal_call, terminal_call, nullptr, free_block};
-
-// Indexed by the category byte, (type & 0xff00) >> 8.
-constexpr Category kCategories[] = {
-    CATEGORY(LD),      // EN_LOUDNESS
-    CATEGORY(Basic),   // EN_BASIC_DSP
-    CATEGORY(DP),      // EN_DP
-    CATEGORY(FILTER),  // EN_FILTER
-    CATEGORY(DETECTOR), CATEGORY(Mixers), CATEGORY(MUXES), CATEGORY(NLP),
-    kUnserved,  // EN_SHARC
-    CATEGORY(SOURCE),   CATEGORY(VC),
-    kTerminal,  // EN_IN
-    kTerminal,  // EN_OUT
-    kUnserved,  // EN_HARDWARE
-    CATEGORY(QVALGO),
-};
-
-const Category& category_of(int type)
+// The terminals mark where the host moves audio in and out of its graph. They have nothing to set and nothing to run.
+bool is_terminal(int type)
 {
-    const unsigned index = (static_cast<unsigned>(type) & 0xff00U) >> 8U;
-    if (index < sizeof kCategories / sizeof kCategories[0]) [[likely]]
-        return kCategories[index];
-    return kUnserved;
+    return VANTORO_CATEGORY_OF(type) == VANTORO_CATEGORY_OF(EN_IN) ||
+           VANTORO_CATEGORY_OF(type) == VANTORO_CATEGORY_OF(EN_OUT);
+}
+
+// A call that no category serves.
+[[gnu::cold]] int unserved(const BlockAlgo* blk, const char* func, int line)
+{
+    return is_terminal(blk->method_type) ? 0 : refuse(func, line, "wrong input type\n", 0);
 }
 
 }  // namespace
 
 // Routes one call, or reports the type under the entry point's own name and line.
-#define ROUTE(op, line, ...)                                        \
-    if (const auto call = category_of(Algo_struct->method_type).op) \
-        return call(Algo_struct __VA_OPT__(, ) __VA_ARGS__);        \
-    LBX_LOG_AS(__func__, line, "wrong input type\n");               \
-    return 0
+#define ROUTE(op, line, ...)                                                               \
+    const VantoroCategory* category = category_of(Algo_struct->method_type);               \
+    return category && category->op ? category->op(Algo_struct __VA_OPT__(, ) __VA_ARGS__) \
+                                    : unserved(Algo_struct, __func__, line)
 
 void Vantoro_version_invoke(void)
 {
@@ -102,25 +70,35 @@ BlockAlgo* BlockAlgo_init(void* st_, int Input_pin, int Output_pin, int type)
         LBX_LOG_AS("BlockAlgo_init", 54, "Need call BlockAlgo_BlockPro_init first\n\n");
         st_ = &g_block_pro;
     }
-    if (const auto init = category_of(type).init)
-        return init(Input_pin, Output_pin, static_cast<BlockPro*>(st_), type);
+    auto* pro = static_cast<BlockPro*>(st_);
+    if (is_terminal(type))
+        return new_block(Input_pin, Output_pin, pro, type, free_block).release();
+    if (const VantoroCategory* category = category_of(type); category && category->init)
+        return category->init(Input_pin, Output_pin, pro, type);
     LBX_LOG_AS("BlockAlgo_init", 101, "wrong input type\n");
     return nullptr;
 }
 
 int BlockAlgo_param_reset(BlockAlgo* Algo_struct, void* param) { ROUTE(param_reset, 148, static_cast<float*>(param)); }
 
-int BlockAlgo_param_update(BlockAlgo* Algo_struct) { ROUTE(param_update, 194); }
+[[gnu::cold]] int BlockAlgo_param_update(BlockAlgo* Algo_struct) { ROUTE(param_update, 194); }
 
-int BlockAlgo_param_invoke(BlockAlgo* Algo_struct) { ROUTE(param_invoke, 240); }
+[[gnu::cold]] int BlockAlgo_param_invoke(BlockAlgo* Algo_struct) { ROUTE(param_invoke, 240); }
 
 int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out)
 {
     const BlockPro* pro = Algo_struct->block_pro;
-    const bool served = category_of(Algo_struct->method_type).process != nullptr;
-    if (served && pro && pro->nBlockSize < 1)  // then a control pin has no first sample either
+    const VantoroCategory* category = category_of(Algo_struct->method_type);
+    if (!category || !category->process) [[unlikely]]
+        return refuse(__func__, 284, "wrong input type\n", 0);  // a terminal, too: the host moves the audio itself
+    if (pro && pro->nBlockSize < 1)                             // then a control pin has no first sample either
         return RT_OK;
-    ROUTE(process, 284, data_in, data_out);
+    return category->process(Algo_struct, data_in, data_out);
 }
 
-int BlockAlgo_destroy(BlockAlgo* Algo_struct) { ROUTE(destroy, 332); }
+[[gnu::cold]] int BlockAlgo_destroy(BlockAlgo* Algo_struct)
+{
+    if (is_terminal(Algo_struct->method_type))
+        return free_block(Algo_struct);
+    ROUTE(destroy, 332);
+}

@@ -127,7 +127,7 @@ BlockAlgo* GainEnvelope_init(int nInputs, int nOutputs, BlockPro* block_pro, int
     return GainEnvelope_param_set(blk.get(), vector) == 0 ? blk.release() : nullptr;
 }
 
-int GainEnvelope_param_set(BlockAlgo* blk, float* param)
+[[gnu::cold]] int GainEnvelope_param_set(BlockAlgo* blk, float* param)
 {
     const float* source = param ? param : blk->pParam;
     const int points = std::max(to_int(source[kGainEnvelopeNumPoints]), 0);

@@ -65,10 +65,25 @@ template <class W>
     read<W>(in, n, step, [out](std::ptrdiff_t k, int value) { out[k] = static_cast<float>(value) / W::scale; });
 }
 
+// Raw bytes are nobody's hot path.
+template <>
+[[gnu::cold, gnu::noinline]] void read_floats<RawByte>(const LBX_BYTE* in, float* out, int n, int step)
+{
+    for (std::ptrdiff_t k = 0; k < n; ++k)
+        out[k] = static_cast<float>(RawByte::load(in + k * step));
+}
+
 template <class W>
 [[gnu::noinline]] void write_truncated(const float* in, LBX_BYTE* out, int n, int step = 1)
 {
     write<W>(out, n, step, [in](std::ptrdiff_t k) { return truncated<W>(in[k]); });
+}
+
+template <>
+[[gnu::cold, gnu::noinline]] void write_truncated<RawByte>(const float* in, LBX_BYTE* out, int n, int step)
+{
+    for (std::ptrdiff_t k = 0; k < n; ++k)
+        RawByte::store(out + k * step, truncated<RawByte>(in[k]));
 }
 
 // Clips in the caller's buffer first, so that full scale becomes exactly 32767.
@@ -180,8 +195,9 @@ int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in
     return count(in_size, width, chan);
 }
 
-// 16 bits or raw: a stream of 24 bits is read byte by byte too.
-int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, int bs)
+// Whole numbers are for files, not for an audio thread: small rather than fast. 16 bits or raw: a stream of 24 bits is
+// read byte by byte too.
+[[gnu::cold]] int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, int bs)
 {
     with_word(bSamples == 16 ? 16 : 8, bs, [=](auto word) {
         read<decltype(word)>(in, in_size, 1,
@@ -190,7 +206,7 @@ int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, 
     return in_size;
 }
 
-int lbx_shorts2bytes(const short* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
+[[gnu::cold]] int lbx_shorts2bytes(const short* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
 {
     with_word(bSamples, bs, [=](auto word) {
         using W = decltype(word);
@@ -200,7 +216,7 @@ int lbx_shorts2bytes(const short* in, LBX_BYTE* out, int in_size, int bSamples, 
     return count(in_size, bytes_of(bSamples));
 }
 
-int lbx_bytes2ints(const LBX_BYTE* in, int* out, int in_size, int bSamples, int bs)
+[[gnu::cold]] int lbx_bytes2ints(const LBX_BYTE* in, int* out, int in_size, int bSamples, int bs)
 {
     with_word(bSamples, bs, [=](auto word) {
         using W = decltype(word);
@@ -209,7 +225,7 @@ int lbx_bytes2ints(const LBX_BYTE* in, int* out, int in_size, int bSamples, int 
     return in_size;
 }
 
-int lbx_ints2bytes(const int* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
+[[gnu::cold]] int lbx_ints2bytes(const int* in, LBX_BYTE* out, int in_size, int bSamples, int bs)
 {
     with_word(bSamples, bs, [=](auto word) {
         using W = decltype(word);
@@ -218,7 +234,7 @@ int lbx_ints2bytes(const int* in, LBX_BYTE* out, int in_size, int bSamples, int 
     return count(in_size, bytes_of(bSamples));
 }
 
-int lbx_ints2bytes_ch(int** in, LBX_BYTE* out, int in_size, int bSamples, int bs, int ch)
+[[gnu::cold]] int lbx_ints2bytes_ch(int** in, LBX_BYTE* out, int in_size, int bSamples, int bs, int ch)
 {
     with_word(bSamples, bs, [=](auto word) {
         using W = decltype(word);

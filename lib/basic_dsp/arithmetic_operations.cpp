@@ -143,7 +143,7 @@ int Basic_Arith_Subtract(int chanNum, int size, float** xn, float** yn)
         chanNum, size, xn, yn, [](float x) { return x; }, [](float rest, float x) { return rest - x; });
 }
 
-int Basic_Arith_RmsWithTcInit(BlockAlgo* blk)
+[[gnu::cold]] int Basic_Arith_RmsWithTcInit(BlockAlgo* blk)
 {
     auto* core = new_core<RmsWithTcSt>(blk);
     if (!core || !zeros(core->oldVal, blk->nInputs) || !zeros(blk->pParam, kBasicRMSModuleSize)) {
@@ -156,7 +156,7 @@ int Basic_Arith_RmsWithTcInit(BlockAlgo* blk)
 
 // A set derives the factor from the time as handed over and stores the clamped one, from which the next update derives
 // it. Kept.
-int Basic_Arith_RmsWithTcSetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Basic_Arith_RmsWithTcSetParam(BlockAlgo* blk, float* param)
 {
     auto* core = core_of<RmsWithTcSt>(blk);
     if (!core || !blk->pParam)
@@ -222,7 +222,7 @@ int Basic_Arith_SummationDestroy(BlockAlgo* blk)
     return RT_OK;
 }
 
-int Basic_Polynomial_Init(BlockAlgo* blk)
+[[gnu::cold]] int Basic_Polynomial_Init(BlockAlgo* blk)
 {
     constexpr const auto& kVector = kInitial<arithmetic::kPolynomialLayout>;
     if (!zeros(blk->pParam, 1) || !zeros(blk->pState, std::size(kVector) - 1)) {
@@ -235,7 +235,7 @@ int Basic_Polynomial_Init(BlockAlgo* blk)
 }
 
 // A count of NaN makes a polynomial without coefficients: silence.
-int Basic_Polynomial_SetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Basic_Polynomial_SetParam(BlockAlgo* blk, float* param)
 {
     if (!blk->pParam)
         return RT_ERR_NULL_PTR;

@@ -17,7 +17,7 @@ struct Process {
     constexpr Process(decltype(of_block) f) : of_block(f) {}
     constexpr Process(decltype(of_pins) f) : of_pins(f) {}
 
-    int operator()(BlockAlgo* blk, float** xn, float** yn) const
+    LBX_INLINE int operator()(BlockAlgo* blk, float** xn, float** yn) const
     {
         return of_pins ? of_pins(blk->nInputs, blk->block_pro->nBlockSize, xn, yn) : of_block(blk, xn, yn);
     }
@@ -131,16 +131,40 @@ constexpr Row kRows[] = {
 };
 // clang-format on
 
-// Not inlined: with this call in it, BlockAlgo_Basic_process would need a stack frame.
-[[gnu::noinline]] int refuse_null()
-{
-    LBX_LOG_AS("BlockAlgo_Basic_process", __LINE__, "Input is NULL\n\n");
-    return RT_ERR_NULL_PTR;
-}
-
-[[gnu::noinline]] int refuse(const char* func, int type, int result)
+[[gnu::cold]] int refuse_type(const char* func, int type, int result)
 {
     LBX_LOG_AS(func, __LINE__, "wrong input type in basic, type = %d\n\n", type);
+    return result;
+}
+
+// One row per case of a switch: what the cases share is here.
+[[gnu::noinline]] BlockAlgo* create(int nInputs, int nOutputs, BlockPro* block_pro, int type, int (*init)(BlockAlgo*))
+{
+    BlockAlgo* blk = new_block(nInputs, nOutputs, block_pro, type, free_block).release();
+    if (blk && init)
+        init(blk);
+    return blk;
+}
+
+[[gnu::cold, gnu::noinline]] int print(const BlockAlgo* blk, void (*print)(const char*, const float*),
+                                       const char* label)
+{
+    if (!print) {
+        LBX_PRINT("Model = %d have't param to print\n\n", blk->method_type);
+        return RT_OK;
+    }
+    if (!blk->pParam)
+        return RT_ERR_NULL_PTR;
+    print(label, blk->pParam);
+    if (blk->method_type == EN_BASIC_POLY)
+        print_coefficients(blk);
+    return RT_OK;
+}
+
+[[gnu::noinline]] int destroy(BlockAlgo* blk, int (*destroy)(BlockAlgo*))
+{
+    const int result = destroy ? destroy(blk) : RT_OK;
+    free_block(blk);
     return result;
 }
 
@@ -149,64 +173,50 @@ constexpr Row kRows[] = {
 // The module's result is ignored: a block without its state is returned, and its calls report it.
 BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    const Row* row = row_of<kRows>(type);
-    if (!row) {
-        LBX_LOG("Wrong input type in basic, type = %d\n\n", type);
-        return nullptr;
-    }
-    BlockAlgo* blk = new_block(nInputs, nOutputs, block_pro, type, free_block).release();
-    if (blk && row->init)
-        row->init(blk);
-    return blk;
+    return with_row<kRows>(
+        type, [=](const Row& row) LBX_INLINED { return create(nInputs, nOutputs, block_pro, type, row.init); },
+        [=, func = __func__]() -> BlockAlgo* {
+            LBX_LOG_AS(func, __LINE__, "Wrong input type in basic, type = %d\n\n", type);
+            return nullptr;
+        });
 }
 
-int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
+[[gnu::cold]] int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 {
-    const Row* row = row_of<kRows>(blk->method_type);
-    if (!row)
-        return refuse(__func__, blk->method_type, 1);
-    return row->set ? row->set(blk, param) : RT_OK;
+    return with_row<kRows>(
+        blk->method_type, [=](const Row& row) LBX_INLINED { return row.set ? row.set(blk, param) : RT_OK; },
+        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
 }
 
-int BlockAlgo_Basic_param_update(BlockAlgo* blk)
+[[gnu::cold]] int BlockAlgo_Basic_param_update(BlockAlgo* blk)
 {
-    if (!row_of<kRows>(blk->method_type))
-        return refuse(__func__, blk->method_type, 1);
+    if (!is_served<kRows>(blk->method_type))
+        return refuse_type(__func__, blk->method_type, 1);
     return BlockAlgo_Basic_param_reset(blk, nullptr);
 }
 
-int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
+[[gnu::cold]] int BlockAlgo_Basic_param_invoke(BlockAlgo* blk)
 {
-    const Row* row = row_of<kRows>(blk->method_type);
-    if (!row || !row->print) {
-        LBX_PRINT("Model = %d have't param to print\n\n", blk->method_type);
-        return RT_OK;
-    }
-    if (!blk->pParam)
-        return RT_ERR_NULL_PTR;
-    row->print(row->label, blk->pParam);
-    if (blk->method_type == EN_BASIC_POLY)
-        print_coefficients(blk);
-    return RT_OK;
+    return with_row<kRows>(
+        blk->method_type, [=](const Row& row) LBX_INLINED { return print(blk, row.print, row.label); },
+        [=] { return print(blk, nullptr, nullptr); });
 }
 
 int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     if (!blk || !data_in || !data_out)
-        return refuse_null();
-    if (const Row* row = row_of<kRows>(blk->method_type))
-        return row->process(blk, data_in, data_out);
-    if (blk->method_type < EN_BASIC_LOGIC_ABSMAX)
-        return refuse("Basic_Atirh_process", blk->method_type, 0);
-    return refuse("Basic_DSP_process", blk->method_type, RT_ERR_VALUE);
+        return refuse("BlockAlgo_Basic_process", __LINE__, "Input is NULL\n\n", RT_ERR_NULL_PTR);
+    return with_row<kRows>(
+        blk->method_type, [=](const Row& row) LBX_INLINED { return row.process(blk, data_in, data_out); },
+        [type = blk->method_type] {
+            return type < EN_BASIC_LOGIC_ABSMAX ? refuse_type("Basic_Atirh_process", type, 0)
+                                                : refuse_type("Basic_DSP_process", type, RT_ERR_VALUE);
+        });
 }
 
-int BlockAlgo_Basic_destroy(BlockAlgo* blk)
+[[gnu::cold]] int BlockAlgo_Basic_destroy(BlockAlgo* blk)
 {
-    const Row* row = row_of<kRows>(blk->method_type);
-    if (!row)
-        return refuse(__func__, blk->method_type, 1);
-    const int result = row->destroy ? row->destroy(blk) : RT_OK;
-    free_block(blk);
-    return result;
+    return with_row<kRows>(
+        blk->method_type, [=](const Row& row) LBX_INLINED { return destroy(blk, row.destroy); },
+        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
 }

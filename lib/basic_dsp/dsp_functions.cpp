@@ -172,7 +172,7 @@ void lbx::dsp_functions::gain_slew_model(const BlockAlgo* blk, const Paths& path
         each_gain_path(blk, paths, core->set_gain);
 }
 
-int Basic_DSP_HoldInit(BlockAlgo* blk)
+[[gnu::cold]] int Basic_DSP_HoldInit(BlockAlgo* blk)
 {
     auto* core = new_core<HoldSt>(blk);
     if (core && zeros(core->holdVal, blk->nInputs) && zeros(core->lastVal, blk->nInputs) &&
@@ -211,7 +211,7 @@ int Basic_DSP_HoldDestroy(BlockAlgo* blk)
     return RT_OK;
 }
 
-int Basic_DSP_DelayInit(BlockAlgo* blk)
+[[gnu::cold]] int Basic_DSP_DelayInit(BlockAlgo* blk)
 {
     constexpr const auto& kVector = kInitial<dsp_functions::kDelayLayout>;
     auto* core = new_core<DelaySt>(blk);
@@ -224,7 +224,7 @@ int Basic_DSP_DelayInit(BlockAlgo* blk)
     return RT_ERR_MALLOC;
 }
 
-int Basic_DSP_DelaySetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Basic_DSP_DelaySetParam(BlockAlgo* blk, float* param)
 {
     auto* core = core_of<DelaySt>(blk);
     if (!core || !blk->pParam)
@@ -265,7 +265,7 @@ int Basic_DSP_DelayDestroy(BlockAlgo* blk)
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }
 
-int Basic_DSP_VolDelaySetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Basic_DSP_VolDelaySetParam(BlockAlgo* blk, float* param)
 {
     auto* core = core_of<DelaySt>(blk);
     if (!core || !blk->pParam)
@@ -333,7 +333,7 @@ int Basic_Gain_Destroy(BlockAlgo* blk)
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }
 
-int Basic_GainSlew_Init(BlockAlgo* blk)
+[[gnu::cold]] int Basic_GainSlew_Init(BlockAlgo* blk)
 {
     auto* core = new_core<GainSlewSt>(blk);
     if (!core || !zeros(blk->pParam, kBasicGainModuleSize)) {

@@ -205,7 +205,7 @@ int Basic_Logic_OneShotInit(BlockAlgo* blk)
 
 // Stores 2 to the power of the bit; process takes 2 to the power of that again, modulo 32. Kept: hosts expect these
 // pulses.
-int Basic_Logic_OneShotSetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Basic_Logic_OneShotSetParam(BlockAlgo* blk, float* param)
 {
     auto* state = core_of<OneShotSt>(blk);
     if (!state || !blk->pParam)

@@ -37,7 +37,7 @@ typedef struct VantoroPinCount {
 
 // Which numbers of pins go together. Vantoro_pins_fit applies it.
 typedef struct VantoroPinRule {
-    const char* text;  // "n + 1 -> n"
+    char text[28];  // "n + 1 -> n"
     VantoroPinCount inputs, outputs;
     int min_k;           // 1, or 2 where one group makes no sense
     int max_n;           // 0: no limit
@@ -182,9 +182,9 @@ typedef enum VantoroOnSet {
 
 typedef struct VantoroBlockInfo {
     int type;
-    char name[32];         // the enumerator without EN_
-    const char* category;  // "Filters"
-    const char* summary;   // one line
+    char name[32];        // the enumerator without EN_
+    char category[28];    // "Filters"
+    const char* summary;  // one line
     const VantoroPinRule* pins;
     int pin_count;
     const VantoroPin* pin_list;

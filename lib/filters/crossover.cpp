@@ -212,7 +212,7 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
 }
 
 template <class Core>
-int set(BlockAlgo* blk, const float* param)
+[[gnu::cold]] int set(BlockAlgo* blk, const float* param)
 {
     auto* core = core_of<Crossover<Core>>(blk);
     const Ways& way = ways(core);

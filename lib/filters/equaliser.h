@@ -60,7 +60,7 @@ template <class Kind>
 
 // Designs every band from the stored vector, and starts again from silence.
 template <class Kind>
-void eq_apply(const BlockAlgo* blk)
+[[gnu::cold]] void eq_apply(const BlockAlgo* blk)
 {
     auto* core = core_of<Equaliser<Kind>>(blk);
     float* flags = core->*Kind::kFlags;

@@ -31,7 +31,7 @@ void first_order::linear_model(const BlockAlgo* blk, const info::Paths& paths)
     each_section_path(core_of<FirstOrder_Core>(blk), blk->nInputs, paths, [&] { section(blk, paths); });
 }
 
-void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sampleRate)
+[[gnu::cold]] void calculateFilter1stCoeffs(FirstOrder_Core* st, float* pParameter, int sampleRate)
 {
     const float gain_db = clamp_back(pParameter[kFilter1stGainDB], first_order::kSectionGainDb.clamp);
     const float boost_db = clamp_back(pParameter[kFilter1stBoostDB], first_order::kSectionBoostDb.clamp);

@@ -27,7 +27,7 @@ constexpr std::array kFourthClamps =
 
 }  // namespace
 
-void calculateEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost)
+[[gnu::cold]] void calculateEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost)
 {
     const EqBand band = eq_band(fs, fc, Q, boost, filterType, kFourthClamps);
     const float half = band.corner.w * 0.5F;

@@ -40,7 +40,7 @@ const Type* find_type(int code)
 int limited(int index, int curves) { return std::max(std::min(index, curves - 1), 0); }
 
 // Room for `curves`; existing curves are kept.
-bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
+[[gnu::cold]] bool resize_curves(BlockAlgo* blk, LookUp_Core* core, int curves)
 {
     if (!resize(blk->pState, std::ptrdiff_t{kSosCoeffs} * core->num_curves, std::ptrdiff_t{kSosCoeffs} * curves))
         return false;
@@ -138,7 +138,7 @@ BlockAlgo* LookUp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int t
     return blk.release();
 }
 
-int LookUp_param_set(BlockAlgo* blk, void* param)
+[[gnu::cold]] int LookUp_param_set(BlockAlgo* blk, void* param)
 {
     const Type* row = find_type(blk->method_type);
     if (!row) {

@@ -30,7 +30,8 @@ constexpr std::array kFourthClamps =
 
 }  // namespace
 
-void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost, float gainDB)
+[[gnu::cold]] void calculateTextEQCoeffs(float* coeffArray, float fs, int filterType, float fc, float Q, float boost,
+                                         float gainDB)
 {
     const EqBand band = eq_band(fs, fc, Q, boost, filterType, kFourthClamps);
     const Corner& c = band.corner;

@@ -6,8 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <type_traits>
 
 #include "../common/block_types.h"
+#include "../kernels/lanes.h"
 #include "log.h"
 
 namespace lbx {
@@ -59,6 +61,38 @@ constexpr const auto* row_of(int type)
     return at < kRowIndex<kRows>.size() ? &kRows[kRowIndex<kRows>[at]] : nullptr;
 }
 
+template <const auto& kRows>
+constexpr bool is_served(int type)
+{
+    return row_of<kRows>(type) != nullptr;
+}
+
+// use(row) with the row that serves `type`, refuse() where none does. A switch over rows that the compiler knows: a
+// table of functions would be relocated when a shared library is loaded, which takes 32 bytes a function.
+template <const auto& kRows, class Use, class Refuse>
+LBX_INLINE std::invoke_result_t<Refuse> with_row(int type, Use use, Refuse refuse)
+{
+    const std::size_t at = static_cast<unsigned>(type) - static_cast<unsigned>(kRows[0].codes.first);
+    if (at >= kRowIndex<kRows>.size()) [[unlikely]]
+        return refuse();
+    static_assert(std::size(kRows) <= 32);
+    switch (kRowIndex<kRows>[at]) {
+#define LBX_CASE(row)                           \
+    case row:                                   \
+        if constexpr ((row) < std::size(kRows)) \
+            return use(kRows[row]);             \
+        break;
+#define LBX_EIGHT_CASES(row) \
+    LBX_CASE(row)            \
+    LBX_CASE(row + 1)        \
+    LBX_CASE(row + 2) LBX_CASE(row + 3) LBX_CASE(row + 4) LBX_CASE(row + 5) LBX_CASE(row + 6) LBX_CASE(row + 7)
+        LBX_EIGHT_CASES(0) LBX_EIGHT_CASES(8) LBX_EIGHT_CASES(16) LBX_EIGHT_CASES(24)
+#undef LBX_EIGHT_CASES
+#undef LBX_CASE
+    }
+    __builtin_unreachable();
+}
+
 // Some modules take their vector as void*; a table has one form.
 template <auto Set>
 int set_with(BlockAlgo* blk, float* vector)
@@ -87,31 +121,34 @@ int reapply(BlockAlgo* blk)
     LBX_CATEGORY_PARAMS(prefix, table, message, refused) \
     LBX_CATEGORY_RUN(prefix, table, message, refused)
 
-#define LBX_CATEGORY_INIT(prefix, table, message)                                            \
-    BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type) \
-    {                                                                                        \
-        if (const lbx::BlockOps* ops = lbx::row_of<table>(type))                             \
-            return ops->init(nInputs, nOutputs, pro, type);                                  \
-        LBX_LOG(message);                                                                    \
-        return nullptr;                                                                      \
+#define LBX_CATEGORY_INIT(prefix, table, message)                                                               \
+    [[gnu::cold]] BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type)      \
+    {                                                                                                           \
+        const auto refuse = [func = __func__]() -> BlockAlgo* {                                                 \
+            LBX_LOG_AS(func, __LINE__, message);                                                                \
+            return nullptr;                                                                                     \
+        };                                                                                                      \
+        return lbx::with_row<table>(                                                                            \
+            type, [=](const auto& row) LBX_INLINED { return row.init(nInputs, nOutputs, pro, type); }, refuse); \
     }
 
-#define LBX_CATEGORY_PARAMS(prefix, table, message, refused)                                                     \
-    LBX_CATEGORY_CALL(prefix, param_reset, param_set, table, message, refused, (BlockAlgo * blk, float* vector), \
-                      (blk, vector))                                                                             \
-    LBX_CATEGORY_CALL(prefix, param_update, param_update, table, message, refused, (BlockAlgo * blk), (blk))     \
-    LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, (BlockAlgo * blk), (blk))
+#define LBX_CATEGORY_PARAMS(prefix, table, message, refused)                                             \
+    [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_reset, param_set, table, message, refused,             \
+                                    (BlockAlgo * blk, float* vector), (blk, vector))                     \
+        [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_update, param_update, table, message, refused,     \
+                                        (BlockAlgo * blk), (blk))                                        \
+            [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, \
+                                            (BlockAlgo * blk), (blk))
 
 #define LBX_CATEGORY_RUN(prefix, table, message, refused)                                             \
     LBX_CATEGORY_CALL(prefix, process, process, table, message, refused,                              \
                       (BlockAlgo * blk, float** data_in, float** data_out), (blk, data_in, data_out)) \
-    LBX_CATEGORY_CALL(prefix, destroy, destroy, table, message, refused, (BlockAlgo * blk), (blk))
+    [[gnu::cold]] LBX_CATEGORY_CALL(prefix, destroy, destroy, table, message, refused, (BlockAlgo * blk), (blk))
 
-#define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args) \
-    int BlockAlgo_##prefix##_##name params                                         \
-    {                                                                              \
-        if (const lbx::BlockOps* ops = lbx::row_of<table>(blk->method_type))       \
-            return ops->op args;                                                   \
-        LBX_LOG(message);                                                          \
-        return refused;                                                            \
+#define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args)        \
+    int BlockAlgo_##prefix##_##name params                                                \
+    {                                                                                     \
+        return lbx::with_row<table>(                                                      \
+            blk->method_type, [=](const auto& row) LBX_INLINED { return row.op args; },   \
+            [func = __func__] { return lbx::refuse(func, __LINE__, message, refused); }); \
     }

@@ -328,10 +328,12 @@ constexpr int each_initial(std::span<const VantoroSlot> layout, int inputs, int 
 
 constexpr VantoroPinCount pins(int fixed) { return {fixed, 0, VANTORO_NONE}; }
 constexpr VantoroPinCount pins(VantoroUnknown of, int times = 1, int fixed = 0) { return {fixed, times, of}; }
-constexpr VantoroPinRule rule(const char* text, VantoroPinCount inputs, VantoroPinCount outputs, int initial_inputs,
-                              int initial_outputs, int min_k = 1, int max_n = 0)
+constexpr VantoroPinRule rule(std::string_view text, VantoroPinCount inputs, VantoroPinCount outputs,
+                              int initial_inputs, int initial_outputs, int min_k = 1, int max_n = 0)
 {
-    return {text, inputs, outputs, min_k, max_n, initial_inputs, initial_outputs};
+    VantoroPinRule out = {{}, inputs, outputs, min_k, max_n, initial_inputs, initial_outputs};
+    put(out.text, text);
+    return out;
 }
 
 inline constexpr VantoroPinRule kSame = rule("n -> n", pins(VANTORO_N), pins(VANTORO_N), 1, 1);
@@ -494,13 +496,13 @@ struct InfoRow {
     }
 };
 
-constexpr InfoRow info_row(int type, std::string_view name, const char* category, const char* summary,
+constexpr InfoRow info_row(int type, std::string_view name, std::string_view category, const char* summary,
                            const VantoroPinRule& pins)
 {
     InfoRow out = {};
     out.info.type = type;
     put(out.info.name, name);
-    out.info.category = category;
+    put(out.info.category, category);
     out.info.summary = summary;
     out.info.pins = &pins;
     out.info.block_multiple = 1;

@@ -43,6 +43,12 @@ void lbx::log_line(const char* format, ...)
     va_end(args);
 }
 
+int lbx::refuse(const char* func, int line, const char* message, int result)
+{
+    LBX_LOG_AS(func, line, "%s", message);
+    return result;
+}
+
 void Vantoro_set_log_handler(VantoroLogHandler handler, void* user)
 {
     g_version.fetch_add(1);

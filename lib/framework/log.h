@@ -5,7 +5,10 @@
 namespace lbx {
 
 // Formats and delivers one whole report in one call, so that lines of different threads never mix.
-[[gnu::format(printf, 1, 2)]] void log_line(const char* format, ...);
+[[gnu::format(printf, 1, 2), gnu::cold]] void log_line(const char* format, ...);
+
+// Reports `message` and returns `result`: the way out of a call, which then needs no stack frame.
+[[gnu::cold]] int refuse(const char* func, int line, const char* message, int result);
 
 }  // namespace lbx
 

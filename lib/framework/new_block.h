@@ -10,14 +10,19 @@
 
 #include "../common/block_types.h"
 
+// Set-up, report and release are cold: so is, by the compiler's own reckoning, every function that cannot but call one
+// of them, and what is cold is compiled for size and stands away from the kernels.
 namespace lbx {
+
+// n records of `size` zero bytes each; null for n <= 0, and when memory is short.
+[[gnu::cold]] void* zeroed(std::ptrdiff_t n, std::size_t size);
 
 // A zero-filled array. n <= 0 is a legal empty array (null). False, with p null, when memory is short.
 template <class T>
 [[nodiscard]] bool zeros(T*& p, std::ptrdiff_t n)
 {
     static_assert(std::is_trivially_copyable_v<T>);
-    p = n > 0 ? static_cast<T*>(std::calloc(static_cast<std::size_t>(n), sizeof(T))) : nullptr;
+    p = static_cast<T*>(zeroed(n, sizeof(T)));
     return p != nullptr || n <= 0;
 }
 
@@ -44,17 +49,7 @@ template <class T>
 // null does nothing, so one destroy serves the finished and the half-built block alike.
 using NewBlock = std::unique_ptr<BlockAlgo, int (*)(BlockAlgo*)>;
 
-inline NewBlock new_block(int nInputs, int nOutputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
-{
-    BlockAlgo* blk = nullptr;
-    if (zeros(blk, 1)) {
-        blk->nInputs = nInputs;
-        blk->nOutputs = nOutputs;
-        blk->block_pro = pro;
-        blk->method_type = type;
-    }
-    return {blk, destroy};
-}
+[[gnu::cold]] NewBlock new_block(int nInputs, int nOutputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*));
 
 // The module's zeroed record, hung on AlgoCore. Null when memory is short, also for the block itself.
 template <class Core>
@@ -86,17 +81,6 @@ void drop(T*& p)
 }
 
 // Frees what the record owns (AlgoCore, pParam and the three states) and the record. Null is ignored. Always RT_OK.
-inline int free_block(BlockAlgo* blk)
-{
-    if (blk) {
-        std::free(blk->AlgoCore);
-        std::free(blk->pParam);
-        std::free(blk->pState);
-        std::free(blk->pStateB);
-        std::free(blk->pStateC);
-        std::free(blk);
-    }
-    return RT_OK;
-}
+[[gnu::cold]] int free_block(BlockAlgo* blk);
 
 }  // namespace lbx

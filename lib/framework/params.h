@@ -30,11 +30,7 @@ constexpr unsigned to_uint(float v) { return convert<std::uint32_t>(v); }
 constexpr bool to_flag(float v) { return to_int(v) != 0; }
 
 // Takes over a host's vector. A null vector keeps what is stored.
-inline void copy_params(float* own, const float* vector, int n)
-{
-    for (int i = 0; vector && i < n; ++i)
-        own[i] = vector[i];
-}
+[[gnu::cold]] void copy_params(float* own, const float* vector, int n);
 
 // Silent clamp; the entry then holds what is used. NaN passes.
 inline float clamp_back(float& entry, VantoroRange range)
@@ -48,11 +44,12 @@ inline float clamp_back(float& entry, VantoroRange range)
 
 // One line of a parameter print: "Label: value \n\n".
 struct ParamLabel {
-    const char* name;
+    char name[19];         // not a pointer, which a shared library would relocate
     bool integer = false;  // printed truncated
 };
 
 // Prints `title` and then each value under its label, all in the name of `func`, and an empty closing line.
-void print_params(const char* func, const char* title, std::span<const ParamLabel> labels, const float* values);
+[[gnu::cold]] void print_params(const char* func, const char* title, std::span<const ParamLabel> labels,
+                                const float* values);
 
 }  // namespace lbx

@@ -17,7 +17,7 @@ namespace lbx {
 extern const std::array<float, 1025> log_table;
 
 // Exponent plus table entry, not interpolated: up to 0.0014 below log2(x), for positive normal x.
-inline float fast_log2(float x)
+LBX_INLINE float fast_log2(float x)
 {
     const auto bits = std::bit_cast<std::uint32_t>(x);
     const int exponent = static_cast<int>((bits >> 23U) & 0xffU) - 127;
@@ -29,7 +29,7 @@ inline constexpr float kHalfTurn = 3.1415927F;  // the first float above pi, so 
 inline constexpr float kQuarterTurn = 1.5707964F;
 
 // fmod(angle + 2 pi, 2 pi). Up to a second turn the remainder is one subtraction, which is exact there.
-inline float wrap_turn(float angle)
+LBX_INLINE float wrap_turn(float angle)
 {
     const float a = angle + kTurn;
     if (a >= 0.0F && a < 2.0F * kTurn)
@@ -38,10 +38,10 @@ inline float wrap_turn(float angle)
 }
 
 // a or its mirror about a quarter turn, whichever is smaller.
-inline float fold(float a) { return a > kHalfTurn - a ? kHalfTurn - a : a; }
+LBX_INLINE float fold(float a) { return a > kHalfTurn - a ? kHalfTurn - a : a; }
 
 // Within 1.7e-4 of sin(angle). Angles below -2 pi are not brought into range: callers keep their phase in one turn.
-inline float fast_sin(float angle)
+LBX_INLINE float fast_sin(float angle)
 {
     const float turned = wrap_turn(angle);
     const bool upper = turned < kHalfTurn;
@@ -51,7 +51,7 @@ inline float fast_sin(float angle)
 }
 
 // Within 1.2e-3 of cos(angle); range as for fast_sin.
-inline float fast_cos(float angle)
+LBX_INLINE float fast_cos(float angle)
 {
     const float turned = wrap_turn(angle);
     const bool upper = turned < kHalfTurn;

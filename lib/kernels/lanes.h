@@ -34,7 +34,10 @@ namespace lbx {
 template <int kCount, class Body>
 LBX_INLINE void repeat(Body body)
 {
-    [&]<int... kIndex>(std::integer_sequence<int, kIndex...>) { (body(std::integral_constant<int, kIndex>{}), ...); }
+    [&]<int... kIndex>(std::integer_sequence<int, kIndex...>) LBX_INLINED
+    {
+        (body(std::integral_constant<int, kIndex>{}), ...);
+    }
     (std::make_integer_sequence<int, kCount>{});
 }
 

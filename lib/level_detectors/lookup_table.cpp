@@ -77,7 +77,7 @@ void take_times(BlockAlgo* blk)
     core->decay_coeff = rise_weight(blk->pParam[kLookUpTableRMSDecayTime], blk->block_pro);
 }
 
-bool set_2d(BlockAlgo* blk, const float* param)
+[[gnu::cold]] bool set_2d(BlockAlgo* blk, const float* param)
 {
     const int columns = count_of(param[kLookUpTable2DX]);
     const int rows = count_of(param[kLookUpTable2DY]);

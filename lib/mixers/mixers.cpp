@@ -272,7 +272,7 @@ int Mixers_SlewInit(BlockAlgo* blk)
     return RT_OK;
 }
 
-int Mixers_SetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Mixers_SetParam(BlockAlgo* blk, float* param)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
     auto* linear = core_of<float>(blk);
@@ -282,7 +282,7 @@ int Mixers_SetParam(BlockAlgo* blk, float* param)
     return RT_OK;
 }
 
-int Mixers_SlewSetParam(BlockAlgo* blk, float* param)
+[[gnu::cold]] int Mixers_SlewSetParam(BlockAlgo* blk, float* param)
 {
     const std::ptrdiff_t gains = Mix_GetGainNum(blk);
     auto* st = core_of<MixSlewSt>(blk);
@@ -411,7 +411,7 @@ BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int t
     return blk.release();
 }
 
-int BlockAlgo_Mixers_param_reset(BlockAlgo* blk, float* param)
+[[gnu::cold]] int BlockAlgo_Mixers_param_reset(BlockAlgo* blk, float* param)
 {
     const MixType* row = row_of<kTypes>(blk->method_type);
     if (!row || !row->has_gains())

@@ -118,17 +118,22 @@ struct CombBank {
     LBX_INLINE f4 group(float* const* at, int t, f4 x)
     {
         f8 y[4];
+#pragma GCC unroll 4
         for (int k = 0; k < 4; ++k)
             y[k] = join(load<f4>(at[k] + t), load<f4>(at[k + 4] + t));
         f4 sum = every<f4>(0.0F);
+#pragma GCC unroll 4
         for (int k = 0; k < 4; ++k)
             sum = sum + lower(y[k]);
+#pragma GCC unroll 4
         for (int k = 0; k < 4; ++k)
             sum = sum + upper(y[k]);
         transpose(y);
+#pragma GCC unroll 4
         for (int k = 0; k < 4; ++k)
             stored[k] = low = mul_add(damp, low, fresh * y[k]);
         transpose(stored);
+#pragma GCC unroll 4
         for (int k = 0; k < 4; ++k) {
             const f8 back = mul_add(stored[k], feedback[k], every<f8>(x));
             store(at[k] + t, lower(back));
@@ -164,6 +169,7 @@ template <class V>
 LBX_INLINE void allpass_packet(const qv_allpass* allpasses, float* const* at, int t, float* x)
 {
     V v = load<V>(x);
+#pragma GCC unroll 8
     for (int k = 0; k < kAllpasses; ++k) {
         const V gain = every<V>(allpasses[k].feedback);
         const V delayed = load<V>(at[k] + t);

@@ -23,7 +23,7 @@ bool known_index(float entry)
     return index >= 0;
 }
 
-void take_table(Clime_Core_S& core, const float* vector)
+[[gnu::cold]] void take_table(Clime_Core_S& core, const float* vector)
 {
     for (const int slot : {kClimeTimeArray, kClimeFrequencyArray, kClimeGainArray})
         if (!known_index(vector[slot]))

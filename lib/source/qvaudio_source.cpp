@@ -34,23 +34,18 @@ LBX_CATEGORY_PARAMS(SOURCE, kSources, UNSERVED, -1)
 // Any failure here is fatal to the audio thread.
 int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const BlockOps* ops = row_of<kSources>(blk->method_type);
-    if (ops)
-        return ops->process(blk, data_in, data_out) == RT_OK ? RT_OK : RT_ERR_FATAL_THREAD;
-    LBX_LOG(UNSERVED);
-    return RT_ERR_FATAL_THREAD;
+    const auto run = [=](const BlockOps& row) -> int {
+        return row.process(blk, data_in, data_out) == RT_OK ? RT_OK : RT_ERR_FATAL_THREAD;
+    };
+    return with_row<kSources>(blk->method_type, run,
+                              [func = __func__] { return refuse(func, __LINE__, UNSERVED, RT_ERR_FATAL_THREAD); });
 }
 
-int BlockAlgo_SOURCE_destroy(BlockAlgo* blk)
+[[gnu::cold]] int BlockAlgo_SOURCE_destroy(BlockAlgo* blk)
 {
-    const BlockOps* ops = row_of<kSources>(blk->method_type);
-    if (!ops) {
-        LBX_LOG(UNSERVED);
-        return RT_ERR_BAD;
-    }
-    if (ops->destroy(blk) != RT_OK) {
-        LBX_LOG("Source Modle Destory failed!\n");
-        return RT_ERR_BAD;
-    }
-    return RT_OK;
+    const auto destroy = [=, func = __func__](const BlockOps& row) -> int {
+        return row.destroy(blk) == RT_OK ? RT_OK : refuse(func, __LINE__, "Source Modle Destory failed!\n", RT_ERR_BAD);
+    };
+    return with_row<kSources>(blk->method_type, destroy,
+                              [func = __func__] { return refuse(func, __LINE__, UNSERVED, RT_ERR_BAD); });
 }
