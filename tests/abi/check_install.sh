@@ -13,6 +13,20 @@ cmake --build "$work/examples" >/dev/null
 "$work/examples/minimal_cpp" >"$work/output"
 grep -q 'peak at the end: 0.501' "$work/output"
 
+# The archive: a C project, and nothing of the library is left to find when the program runs.
+mkdir "$work/static"
+cat >"$work/static/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(static_product LANGUAGES C)
+find_package(vantoro REQUIRED)
+add_executable(product $source/examples/minimal.c)
+target_link_libraries(product vantoro::static)
+END
+cmake -S "$work/static" -B "$work/static/build" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/static/build" >/dev/null
+"$work/static/build/product" >/dev/null
+! readelf -d "$work/static/build/product" | grep -q vantoro || { echo "check_install: vantoro::static is not static" >&2; exit 1; }
+
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name vantoro.pc)")
 LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libvantoro.so')")
 export PKG_CONFIG_PATH LD_LIBRARY_PATH

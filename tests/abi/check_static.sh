@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What a static link carries: check_static.sh ARCHIVE HEADER_DIR CC NM [EMULATOR ...]. Fails when a program that asks for
-# no description carries one of their tables, or a text of them.
+# no description carries one of their tables, or a text of them, or when one that names its categories carries another,
+# or cannot run what it names.
 set -euo pipefail
 archive=$1 headers=$2 cc=$3 nm=$4
 shift 4
@@ -34,6 +35,24 @@ int main(int argc, char** argv)
     return BlockAlgo_destroy(block);
 }
 END
+cat >"$work/named.c" <<'END'
+#include "vantoro.h"
+VANTORO_CATEGORIES = {VANTORO_CATEGORY(EN_DP, DP)};
+static void quiet(const char* line, void* user) { (void)line, (void)user; }
+int main(void)
+{
+    float samples[64] = {1};
+    float* pins[] = {samples};
+    BlockAlgo* block = BlockAlgo_init(&g_block_pro, 1, 1, EN_DP_LIMITER);
+    BlockAlgo* terminal = BlockAlgo_init(&g_block_pro, 0, 1, EN_IN + 1);
+    int failed = !block || !terminal || BlockAlgo_process(block, pins, pins) < 0;
+    Vantoro_set_log_handler(quiet, 0);
+    failed |= BlockAlgo_init(&g_block_pro, 1, 1, EN_FILTER_1ST) != 0 || BlockAlgo_init(&g_block_pro, 1, 1, 0xff01) != 0;
+    BlockAlgo_destroy(terminal);
+    BlockAlgo_destroy(block);
+    return failed;
+}
+END
 cat >"$work/texts.c" <<'END'
 #include <stdio.h>
 #include "common/block_info.h"
@@ -48,7 +67,7 @@ int main(void)
     return 0;
 }
 END
-for program in module entry texts; do
+for program in module entry named texts; do
     "$cc" -std=c11 -O2 -I"$headers" "$work/$program.c" "$archive" -lm -Wl,--gc-sections -o "$work/$program"
     "$@" "$work/$program" >"$work/$program.out"
 done
@@ -56,7 +75,11 @@ awk 'length > 24' "$work/texts.out" | sort -u >"$work/texts.txt"  # shorter ones
 
 carries() { "$nm" "$1" | grep -qE ' _ZN3lbx4info[0-9]+k[A-Za-z]+InfoE$' || grep -qaFf "$work/texts.txt" "$1"; }
 carries "$work/texts" || { echo "check_static: the tables are not where this looks for them" >&2; exit 1; }
-for program in module entry; do
+if ! "$nm" "$work/named" | grep -q ' T Limiter_process' || "$nm" "$work/named" | grep -q ' T FirstOrder_process'; then
+    echo "check_static: 'named' carries other blocks than it names" >&2
+    exit 1
+fi
+for program in module entry named; do
     ! carries "$work/$program" || { echo "check_static: '$program' carries descriptions" >&2; exit 1; }
 done
 echo "$(wc -l <"$work/texts.txt") texts, none of them in a program that asks for none"
