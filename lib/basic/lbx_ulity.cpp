@@ -31,20 +31,23 @@ int truncated<RawByte>(float v)
     return static_cast<int>(to_uint(v));
 }
 
+// What no converter of a device sends is small rather than fast.
+template <class W, class Run>
+[[gnu::cold, gnu::noinline]] void run_rarely(const Run& run)
+{
+    run(W{});
+}
+
 // Calls `run` with the sample layout; not at all for an unknown byte order.
 template <class Run>
 void with_word(int bits, int order, const Run& run)
 {
     if (bits != 16 && bits != 24)
-        run(RawByte{});
-    else if (bits == 16 && order == kLittle)
-        run(Word<2>{});
-    else if (bits == 16 && order == kBig)
-        run(Word<2, kBig>{});
-    else if (order == kLittle)
-        run(Word<3>{});
+        run_rarely<RawByte>(run);
     else if (order == kBig)
-        run(Word<3, kBig>{});
+        bits == 16 ? run_rarely<Word<2, kBig>>(run) : run_rarely<Word<3, kBig>>(run);
+    else if (order == kLittle)
+        bits == 16 ? run(Word<2>{}) : run(Word<3>{});
 }
 
 // From one channel to the next in a channel-major buffer; a negative count steps nowhere.
@@ -65,25 +68,10 @@ template <class W>
     read<W>(in, n, step, [out](std::ptrdiff_t k, int value) { out[k] = static_cast<float>(value) / W::scale; });
 }
 
-// Raw bytes are nobody's hot path.
-template <>
-[[gnu::cold, gnu::noinline]] void read_floats<RawByte>(const LBX_BYTE* in, float* out, int n, int step)
-{
-    for (std::ptrdiff_t k = 0; k < n; ++k)
-        out[k] = static_cast<float>(RawByte::load(in + k * step));
-}
-
 template <class W>
 [[gnu::noinline]] void write_truncated(const float* in, LBX_BYTE* out, int n, int step = 1)
 {
     write<W>(out, n, step, [in](std::ptrdiff_t k) { return truncated<W>(in[k]); });
-}
-
-template <>
-[[gnu::cold, gnu::noinline]] void write_truncated<RawByte>(const float* in, LBX_BYTE* out, int n, int step)
-{
-    for (std::ptrdiff_t k = 0; k < n; ++k)
-        RawByte::store(out + k * step, truncated<RawByte>(in[k]));
 }
 
 // Clips in the caller's buffer first, so that full scale becomes exactly 32767.
@@ -195,8 +183,8 @@ int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in
     return count(in_size, width, chan);
 }
 
-// 16 bits or raw: a stream of 24 bits is read byte by byte too. Whole numbers are for files, not for an audio thread:
-// small rather than fast.
+// Whole numbers are for files, not for an audio thread: small rather than fast. 16 bits or raw: a stream of 24 bits is
+// read byte by byte too.
 [[gnu::cold]] int lbx_bytes2shorts(const LBX_BYTE* in, short* out, int in_size, int bSamples, int bs)
 {
     with_word(bSamples == 16 ? 16 : 8, bs, [=](auto word) {

@@ -2,6 +2,7 @@
 #include "pcm.h"
 
 #include <bit>
+#include <type_traits>
 
 #include "../common/common.h"
 #include "lbx_ulity.h"
@@ -69,18 +70,34 @@ struct Format {
     }
 };
 
+// The same, small rather than fast: of the other byte order than that of the devices.
+template <class W>
+struct RareFormat {
+    [[gnu::cold]] static void read_all(const LBX_BYTE* in, float* const* channels, int count, int n)
+    {
+        Format<W>::read_all(in, channels, count, n);
+    }
+    [[gnu::cold]] static void write_all(const float* const* channels, LBX_BYTE* out, int count, int n)
+    {
+        Format<W>::write_all(channels, out, count, n);
+    }
+};
+
 struct Row {
     int width;
     void (*read)(const LBX_BYTE*, float* const*, int, int);
     void (*write)(const float* const*, LBX_BYTE*, int, int);
 };
-template <class W>
-constexpr Row kRow = {W::bytes, Format<W>::read_all, Format<W>::write_all};
+template <class W, ByteOrder Order>
+using FormatOf = std::conditional_t<Order == kBig, RareFormat<W>, Format<W>>;
+template <class W, ByteOrder Order>
+constexpr Row kRow = {W::bytes, FormatOf<W, Order>::read_all, FormatOf<W, Order>::write_all};
 
 template <ByteOrder Order>
-constexpr Row kRows[VANTORO_PCM_COUNT] = {kRow<Whole<Word<2, Order>, 16>>, kRow<Whole<Word<3, Order>, 24>>,
-                                          kRow<Whole<LongWord<24, Order>, 24>>, kRow<Whole<LongWord<32, Order>, 32>>,
-                                          kRow<Float<Order>>};
+constexpr Row kRows[VANTORO_PCM_COUNT] = {kRow<Whole<Word<2, Order>, 16>, Order>,
+                                          kRow<Whole<Word<3, Order>, 24>, Order>,
+                                          kRow<Whole<LongWord<24, Order>, 24>, Order>,
+                                          kRow<Whole<LongWord<32, Order>, 32>, Order>, kRow<Float<Order>, Order>};
 
 const Row* row_of(int format, int big_endian)
 {
