@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <random>
@@ -234,10 +235,10 @@ TEST(Context, IsTheGivenOneOrTheExportedOne)
     rig::Log log;
     Vantoro_version_invoke();
     EXPECT_EQ(log.lines().size(), 1U);
-    std::string version = std::to_string(VANTORO_VERSION_MAJOR);
-    for (const int number : {VANTORO_VERSION_MINOR, VANTORO_VERSION_PATCH})
-        version += "." + std::to_string(number);
-    EXPECT_EQ(Vantoro_version(), version);
+    char version[32];
+    std::snprintf(version, sizeof version, "%d.%d.%d", VANTORO_VERSION_MAJOR, VANTORO_VERSION_MINOR,
+                  VANTORO_VERSION_PATCH);
+    EXPECT_STREQ(Vantoro_version(), version);
     auto* pro = static_cast<BlockPro*>(BlockAlgo_BlockPro_init(44100, 24, 32));
     ASSERT_TRUE(pro);
     EXPECT_EQ(pro->nSamplingRate, 44100);
