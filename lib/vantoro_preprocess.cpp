@@ -96,6 +96,8 @@ int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out)
     return category->process(Algo_struct, data_in, data_out);
 }
 
+[[gnu::cold]] int BlockAlgo_clear(BlockAlgo* Algo_struct) { ROUTE(clear, __LINE__); }
+
 [[gnu::cold]] int BlockAlgo_destroy(BlockAlgo* Algo_struct)
 {
     if (is_terminal(Algo_struct->method_type))

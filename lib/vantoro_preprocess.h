@@ -4,6 +4,7 @@
 //   BlockAlgo_init                                   allocates everything the block will ever need
 //   BlockAlgo_param_reset, BlockAlgo_param_update    at the start, and between two process calls whenever it likes
 //   BlockAlgo_process                                once per audio block: no allocation, no log, no lock
+//   BlockAlgo_clear                                  to begin again from silence, after a NaN for instance
 //   BlockAlgo_destroy                                before the context goes
 //
 // All calls on one block come from one thread at a time; different blocks may run on different threads. A null block is
@@ -44,6 +45,10 @@ int BlockAlgo_param_invoke(BlockAlgo* Algo_struct);
 // be shared only where the module says so. The result is the module's: 0 or 1 for done (both are success), negative for
 // failure.
 int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out);
+
+// Clears the signal state: from here on the block puts out what a fresh one with the same parameters would. It neither
+// allocates nor logs: for the audio thread, between process calls. RT_OK.
+int BlockAlgo_clear(BlockAlgo* Algo_struct);
 
 // Frees the block; not its context, not the host's vector.
 int BlockAlgo_destroy(BlockAlgo* Algo_struct);

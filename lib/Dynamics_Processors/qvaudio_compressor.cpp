@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/each_index.h"
@@ -254,8 +255,7 @@ BlockAlgo* Compressor_init(int nInputs, int nOutputs, BlockPro* block_pro, int t
         !zeros(core->agc_table, kSteps + 1))
         return nullptr;
     std::ranges::copy(kDefaults, blk->pParam);
-    for (int ch = 0; ch < nOutputs; ++ch)
-        core->smooth_gain[ch] = 1.0F;
+    clear_state::compressor(blk.get());
     core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize);
     core->bit_norm = bit_norm(block_pro->bitRate);
     // The weights of a fresh block follow another law than those of one that was set: kept.
@@ -315,6 +315,15 @@ int Compressor_process(BlockAlgo* blk, float** data_in, float** data_out)
     const auto render_block = rms ? Com_Rms_Render : Com_Peak_Render;
     render_block(blk, core_of<Compressor_Core>(blk), data_in, side, data_out, blk->block_pro->nBlockSize);
     return 1;
+}
+
+void clear_state::compressor(BlockAlgo* blk)
+{
+    auto* core = core_of<Compressor_Core>(blk);
+    std::fill_n(core->smooth_rms, blk->nOutputs, 0.0F);
+    std::fill_n(core->tarck_env, blk->nOutputs, 0.0F);
+    std::fill_n(core->smooth_gain, blk->nOutputs, 1.0F);
+    core->hold_count = 0;
 }
 
 int Compressor_destroy(BlockAlgo* blk)

@@ -7,9 +7,9 @@
 
 namespace {
 constexpr lbx::BlockOps kDP[] = {
-    {{EN_DP_ENV, EN_DP_ENV_RMS}, LBX_OPS(Env)},
-    {EN_DP_LIMITER, LBX_OPS(Limiter)},
-    {{EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_EXT_PEAK}, LBX_OPS(Compressor)},
+    {{EN_DP_ENV, EN_DP_ENV_RMS}, LBX_OPS(Env), lbx::clear_state::env},
+    {EN_DP_LIMITER, LBX_OPS(Limiter), lbx::clear_state::limiter},
+    {{EN_DP_COMPRESSOR_RMS, EN_DP_COMPRESSOR_EXT_PEAK}, LBX_OPS(Compressor), lbx::clear_state::compressor},
 };
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/follower.h"
@@ -171,6 +172,13 @@ int Env_process(BlockAlgo* blk, float** data_in, float** data_out)
     else
         Env_Ext_Render(core, data_in[1], data_in[0], data_out[0], n, blk->block_pro->nSamplingRate);
     return 1;
+}
+
+void clear_state::env(BlockAlgo* blk)
+{
+    auto* core = core_of<Envelope_Core>(blk);
+    core->tarck_env = core->smooth_rms = 0.0F;
+    core->hold_count = 0;
 }
 
 int Env_destroy(BlockAlgo* blk) { return free_block(blk); }

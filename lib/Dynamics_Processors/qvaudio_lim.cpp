@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/follower.h"
@@ -97,7 +98,7 @@ BlockAlgo* Limiter_init(int nInputs, int nOutputs, BlockPro* block_pro, int type
         !zeros(core->smooth_gain, nInputs))
         return nullptr;
     copy_params(blk->pParam, kInitial<limiter::kLayout>.data(), kLimiterModuleSize);
-    std::fill_n(core->smooth_gain, nInputs, 1.0F);
+    clear_state::limiter(blk.get());
     core->pre_div = 1.0F / static_cast<float>(block_pro->nBlockSize);
     derive(blk.get());
     return blk.release();
@@ -145,6 +146,14 @@ int Limiter_process(BlockAlgo* blk, float** data_in, float** data_out)
     auto* core = core_of<Limiter_Core>(blk);
     Limiter_Render(blk, core, data_in, data_out, blk->block_pro->nBlockSize);
     return to_int(core->process_state);
+}
+
+void clear_state::limiter(BlockAlgo* blk)
+{
+    auto* core = core_of<Limiter_Core>(blk);
+    std::fill_n(core->smooth_rms, blk->nInputs, 0.0F);
+    std::fill_n(core->smooth_gain, blk->nInputs, 1.0F);
+    core->process_state = 0.0F;
 }
 
 int Limiter_destroy(BlockAlgo* blk)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/follower.h"
@@ -224,6 +225,12 @@ int Loudness_process(BlockAlgo* blk, float** data_in, float** data_out)
         }
     }
     return 1;
+}
+
+void clear_state::loudness(BlockAlgo* blk)
+{
+    core_of<Loudness_Core>(blk)->pre_gain = 0.0F;
+    std::fill_n(blk->pStateB, std::ptrdiff_t{2} * blk->nOutputs, 0.0F);
 }
 
 int Loudness_destroy(BlockAlgo* blk) { return free_block(blk); }

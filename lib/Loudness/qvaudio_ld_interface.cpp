@@ -5,7 +5,7 @@
 
 namespace {
 constexpr lbx::BlockOps kLD[] = {
-    {{EN_LOUDNESS_LH, EN_LOUDNESS_LH_EXT}, LBX_OPS(Loudness)},
+    {{EN_LOUDNESS_LH, EN_LOUDNESS_LH_EXT}, LBX_OPS(Loudness), lbx::clear_state::loudness},
 };
 }  // namespace
 

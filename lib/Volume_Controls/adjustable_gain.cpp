@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../framework/clear_state.h"
 #include "../framework/dispatch.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
@@ -214,6 +215,17 @@ int AdjustableGain_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
     return kind_of(blk->method_type)
         .render(core_of<AdjustableGain_Core>(blk), data_in, data_out, blk->nOutputs, blk->block_pro->nBlockSize);
+}
+
+// Slewed types fade in from silence; the gain that a pin moves starts from 1.
+void clear_state::adjustable_gain(BlockAlgo* blk)
+{
+    const GainKind& kind = kind_of(blk->method_type);
+    auto* core = core_of<AdjustableGain_Core>(blk);
+    if (kind.controls > 0)
+        core->value[0] = 1.0F;
+    else
+        std::fill_n(core->old_value, gain_count(kind, blk), 0.0F);
 }
 
 int AdjustableGain_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/ramp.h"
@@ -190,6 +191,12 @@ int GainEnvelope_process(BlockAlgo* blk, float** data_in, float** data_out)
     const Edges gain = advance(core_of<GainEnvelope_Core>(blk), n);
     GainEnvelope_Render(data_in, data_out, blk->nOutputs, n, gain.first, gain.last);
     return 0;
+}
+
+void clear_state::gain_envelope(BlockAlgo* blk)
+{
+    if (auto* core = core_of<GainEnvelope_Core>(blk); core->numControl > 0)
+        restart(core);
 }
 
 int GainEnvelope_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/ramp.h"
@@ -14,6 +15,15 @@ namespace {
 
 constexpr ParamLabel kLabels[] = {{"Switch"}, {"SlewFlag"}};
 constexpr float kSlewAlpha = 0.98F;
+
+// Another number than 0 and 1 leaves the target as it is.
+void take_target(Mute_Core* core, int switch_state)
+{
+    if (switch_state == 0)
+        core->gain_now = 1.0F;
+    if (switch_state == 1)
+        core->gain_now = 0.0F;
+}
 
 }  // namespace
 
@@ -48,10 +58,7 @@ int Mute_param_set(BlockAlgo* blk, float* param)
     copy_params(blk->pParam, param, kMuteModuleSize);
     core->switch_state = to_int(blk->pParam[kMuteSwitch]);
     core->slew_flag = to_int(blk->pParam[kMuteSlewFlag]);
-    if (core->switch_state == 0)
-        core->gain_now = 1.0F;
-    if (core->switch_state == 1)
-        core->gain_now = 0.0F;
+    take_target(core, core->switch_state);
     return 0;
 }
 
@@ -91,6 +98,14 @@ int Mute_process(BlockAlgo* blk, float** data_in, float** data_out)
     const auto render = core->slew_flag != 0 ? Mute_Render_slew : Mute_Render_noslew;
     render(core, data_in, data_out, blk->nOutputs, blk->block_pro->nBlockSize, core->switch_state);
     return 0;
+}
+
+void clear_state::mute(BlockAlgo* blk)
+{
+    auto* core = core_of<Mute_Core>(blk);
+    core->old_gain = 0.0F;
+    take_target(core, to_int(mute::kLayout[kMuteSwitch].param->initial));
+    take_target(core, core->switch_state);
 }
 
 int Mute_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -14,16 +14,18 @@ constexpr lbx::BlockOps kVc[] = {
      lbx::reapply<AdjustableGain_param_set>,
      AdjustableGain_param_invoke,
      AdjustableGain_process,
-     AdjustableGain_destroy},
+     AdjustableGain_destroy,
+     lbx::clear_state::nothing},
     {{EN_VC_SIG_CONTROL_SLEW, EN_VC_SIG_EXT_CONTROL_SLEW},
      Adjust_SlewGain_init,
      AdjustableSlewGain_param_set,
      lbx::reapply<AdjustableSlewGain_param_set>,
      AdjustableGain_param_invoke,
      AdjustableGain_process,
-     AdjustableGain_destroy},
-    {EN_VC_GAINENVELOPE, LBX_OPS(GainEnvelope)},
-    {EN_VC_MUTE, LBX_OPS(Mute)},
+     AdjustableGain_destroy,
+     lbx::clear_state::adjustable_gain},
+    {EN_VC_GAINENVELOPE, LBX_OPS(GainEnvelope), lbx::clear_state::gain_envelope},
+    {EN_VC_MUTE, LBX_OPS(Mute), lbx::clear_state::mute},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "../common/common.h"
+#include "../framework/clear_state.h"
 #include "../framework/context.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
@@ -196,6 +197,10 @@ int Basic_Arith_RmsWithTcDestroy(BlockAlgo* blk)
     drop(blk->pParam);
     return whole ? RT_OK : RT_ERR_NULL_PTR;
 }
+
+void clear_state::smoother(BlockAlgo* blk) { std::fill_n(core_of<RmsWithTcSt>(blk)->oldVal, blk->nInputs, 0.0F); }
+
+void clear_state::sums(BlockAlgo* blk) { std::fill_n(core_of<float>(blk), blk->nInputs, 0.0F); }
 
 int Basic_Arith_SummationInit(BlockAlgo* blk)
 {

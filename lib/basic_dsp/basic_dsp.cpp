@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "basic_dsp.h"
 
+#include "../framework/clear_state.h"
 #include "../framework/dispatch.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
@@ -32,6 +33,7 @@ struct Row {
     int (*destroy)(BlockAlgo* blk) = nullptr;
     void (*print)(const char* label, const float* param) = nullptr;
     const char* label = nullptr;
+    void (*clear)(BlockAlgo* blk) = nullptr;
 };
 
 int one_float_init(BlockAlgo* blk) { return zeros(blk->pParam, 1) ? RT_OK : RT_ERR_MALLOC; }
@@ -94,11 +96,11 @@ constexpr Row kRows[] = {
     {EN_BASIC_ARITH_ADD, Basic_Arith_Add},
     {EN_BASIC_ARITH_SUB, Basic_Arith_Subtract},
     {EN_BASIC_ARITH_RMS, Basic_Arith_RmsWithTcProcess, Basic_Arith_RmsWithTcInit, Basic_Arith_RmsWithTcSetParam,
-     Basic_Arith_RmsWithTcDestroy, print_level, "Basic Arith Rms"},
+     Basic_Arith_RmsWithTcDestroy, print_level, "Basic Arith Rms", clear_state::smoother},
     {EN_BASIC_ARITH_SUMMAT, Basic_Arith_SummationProcess, Basic_Arith_SummationInit, nullptr,
-     Basic_Arith_SummationDestroy},
+     Basic_Arith_SummationDestroy, nullptr, nullptr, clear_state::sums},
     {EN_BASIC_ARITH_SQUARE_SUMMAT, Basic_Arith_SquareSummationProcess, Basic_Arith_SummationInit, nullptr,
-     Basic_Arith_SummationDestroy},
+     Basic_Arith_SummationDestroy, nullptr, nullptr, clear_state::sums},
     {EN_BASIC_LOGIC_ABSMAX, Basic_Logic_AbsMax},
     {EN_BASIC_LOGIC_MAX, Basic_Logic_Max},
     {EN_BASIC_LOGIC_MIN, Basic_Logic_Min},
@@ -110,22 +112,22 @@ constexpr Row kRows[] = {
     LBX_ONE_FLOAT(LOGIC_ZERO_COMP, Basic_Logic_ZeroComparatorProcess, "BASIC_LOGIC_ZERO"),
 #define LBX_ONE_SHOT(type, label)                                                                             \
     {EN_BASIC_##type, Basic_Logic_OneShotProcess, Basic_Logic_OneShotInit, Basic_Logic_OneShotSetParam,       \
-     Basic_Logic_OneShotDestroy, print_one, label}
+     Basic_Logic_OneShotDestroy, print_one, label, clear_state::one_shot}
     LBX_ONE_SHOT(LOGIC_ONESHOT_FALL, "BASIC_LOGIC_OneShot_Fall"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_FALLRST, "BASIC_LOGIC_OneShot_FallRst"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_RISE, "BASIC_LOGIC_OneShot_Rise"),
     LBX_ONE_SHOT(LOGIC_ONESHOT_RISERST, "BASIC_LOGIC_OneShot_RiseRst"),
     LBX_ONE_FLOAT(LOGIC_CALC, Basic_Logic_LogicCalc, "BASIC_LOGIC_CALC"),
     {{EN_BASIC_DSP_HOLD_VALUE, EN_BASIC_DSP_HOLD_MIN}, Basic_DSP_HoldProcess, Basic_DSP_HoldInit, nullptr,
-     Basic_DSP_HoldDestroy},
+     Basic_DSP_HoldDestroy, nullptr, nullptr, clear_state::hold},
     {EN_BASIC_DSP_DELAY, Basic_DSP_DelayProcess, Basic_DSP_DelayInit, Basic_DSP_DelaySetParam, Basic_DSP_DelayDestroy,
-     print_delay, "BASIC_LOGIC_Delay"},
+     print_delay, "BASIC_LOGIC_Delay", clear_state::delay},
     {EN_BASIC_DSP_VOL_DELAY, Basic_DSP_VolDelayProcess, Basic_DSP_DelayInit, Basic_DSP_VolDelaySetParam,
-     Basic_DSP_DelayDestroy, print_one, "BASIC_LOGIC_Delay"},
+     Basic_DSP_DelayDestroy, print_one, "BASIC_LOGIC_Delay", clear_state::delay},
     {EN_BASIC_GAIN, Basic_Gain_Process, Basic_Gain_Init, Basic_Gain_SetParam, Basic_Gain_Destroy, print_gain,
      "BASIC_GAIN"},
     {EN_BASIC_GAIN_SLEW, Basic_GainSlew_Process, Basic_GainSlew_Init, Basic_GainSlew_SetParam, Basic_GainSlew_Destroy,
-     print_gain_slew, "BASIC_GAIN"},
+     print_gain_slew, "BASIC_GAIN", clear_state::gain_slew},
     {EN_BASIC_POLY, Basic_Polynomial_Process, Basic_Polynomial_Init, Basic_Polynomial_SetParam,
      Basic_Polynomial_Destroy, print_one, "BASIC_POLY"},
 };
@@ -212,6 +214,19 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
             return type < EN_BASIC_LOGIC_ABSMAX ? refuse_type("Basic_Atirh_process", type, 0)
                                                 : refuse_type("Basic_DSP_process", type, RT_ERR_VALUE);
         });
+}
+
+// A block that got no memory for its state has none to clear.
+[[gnu::cold]] int BlockAlgo_Basic_clear(BlockAlgo* blk)
+{
+    return with_row<kRows>(
+        blk->method_type,
+        [=](const Row& row) LBX_INLINED {
+            if (row.clear && blk->AlgoCore)
+                row.clear(blk);
+            return int{RT_OK};
+        },
+        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
 }
 
 [[gnu::cold]] int BlockAlgo_Basic_destroy(BlockAlgo* blk)

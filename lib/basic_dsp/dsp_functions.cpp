@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/fast_inline.h"
@@ -199,6 +200,13 @@ int Basic_DSP_HoldProcess(BlockAlgo* blk, float** xn, float** yn)
     }
 }
 
+void clear_state::hold(BlockAlgo* blk)
+{
+    const auto* core = core_of<HoldSt>(blk);
+    std::fill_n(core->holdVal, blk->nInputs, 0.0F);
+    std::fill_n(core->lastVal, blk->nInputs, 0.0F);
+}
+
 int Basic_DSP_HoldDestroy(BlockAlgo* blk)
 {
     auto* core = core_of<HoldSt>(blk);
@@ -252,6 +260,14 @@ int Basic_DSP_DelayProcess(BlockAlgo* blk, float** xn, float** yn)
     for (int pin = 0; pin < blk->nInputs; ++pin)
         delay_pin(core->rbuf[pin], core->delay, xn[pin], yn[pin], blk->block_pro->nBlockSize);
     return RT_OK;
+}
+
+void clear_state::delay(BlockAlgo* blk)
+{
+    for (int i = 0; i < ring_count(blk); ++i) {
+        const RingBufSt& ring = core_of<DelaySt>(blk)->rbuf[i];
+        std::fill_n(ring.buf, ring.num, 0.0F);
+    }
 }
 
 int Basic_DSP_DelayDestroy(BlockAlgo* blk)
@@ -377,6 +393,8 @@ int Basic_GainSlew_Process(BlockAlgo* blk, float** xn, float** yn)
     core->old_gain = settle(g, core->set_gain);
     return RT_OK;
 }
+
+void clear_state::gain_slew(BlockAlgo* blk) { core_of<GainSlewSt>(blk)->old_gain = 0.0F; }
 
 int Basic_GainSlew_Destroy(BlockAlgo* blk)
 {

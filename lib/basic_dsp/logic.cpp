@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "../common/common.h"
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "logic_info.h"
@@ -16,8 +17,9 @@ using namespace lbx;
 namespace {
 
 struct OneShotSt {
-    float last;  // the previous signal sample
-    float held;  // the latched output
+    float last;   // the previous signal sample
+    float held;   // the latched output
+    float start;  // `last` of a fresh block
 };
 
 // 2^k for k modulo 32, as a shift takes it. 31 gives +2147483648.
@@ -113,7 +115,7 @@ constexpr bool has_reset(int type)
 template <class Edge>
 void latch(OneShotSt& state, float pulse, const float* reset, const float* x, float* y, int n, Edge edge)
 {
-    auto [last, held] = state;
+    float last = state.last, held = state.held;
     for (int i = 0; i < n; ++i) {
         const float now = x[i];
         if (reset && reset[i] != 0.0F)
@@ -123,7 +125,7 @@ void latch(OneShotSt& state, float pulse, const float* reset, const float* x, fl
         y[i] = held;
         last = now;
     }
-    state = {last, held};
+    state = {last, held, state.start};
 }
 
 }  // namespace
@@ -213,8 +215,15 @@ int Basic_Logic_OneShotInit(BlockAlgo* blk)
     constexpr VantoroRange kRange = logic::kPulseBit.clamp;
     if (param)
         blk->pParam[0] = power_of_two(ParamAdaptFloat(kRange.min, kRange.max, param[0], "oneShotBit"));
-    *state = {is_falling(blk->method_type) ? 0.0F : 1.0F, 0.0F};  // the first sample is never an edge
+    state->start = is_falling(blk->method_type) ? 0.0F : 1.0F;  // the first sample is never an edge
+    clear_state::one_shot(blk);
     return RT_OK;
+}
+
+void clear_state::one_shot(BlockAlgo* blk)
+{
+    auto* state = core_of<OneShotSt>(blk);
+    *state = {state->start, 0.0F, state->start};
 }
 
 int Basic_Logic_OneShotProcess(BlockAlgo* blk, float** xn, float** yn)

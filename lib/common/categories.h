@@ -11,13 +11,14 @@
 
 #include "category.h"
 
-// The six functions of a category, as common/category.h declares them.
+// The seven functions of a category, as common/category.h declares them.
 typedef struct VantoroCategory {
     BlockAlgo* (*init)(int nInputs, int nOutputs, BlockPro* block_pro, int type);
     int (*param_reset)(BlockAlgo* blk, float* param);
     int (*param_update)(BlockAlgo* blk);
     int (*param_invoke)(BlockAlgo* blk);
     int (*process)(BlockAlgo* blk, float** data_in, float** data_out);
+    int (*clear)(BlockAlgo* blk);
     int (*destroy)(BlockAlgo* blk);
 } VantoroCategory;
 
@@ -29,7 +30,8 @@ typedef struct VantoroCategory {
 #define VANTORO_FUNCTIONS(prefix)                                                                     \
     {                                                                                                 \
         BlockAlgo_##prefix##_init, BlockAlgo_##prefix##_param_reset, BlockAlgo_##prefix##_param_update, \
-        BlockAlgo_##prefix##_param_invoke, BlockAlgo_##prefix##_process, BlockAlgo_##prefix##_destroy   \
+        BlockAlgo_##prefix##_param_invoke, BlockAlgo_##prefix##_process, BlockAlgo_##prefix##_clear,    \
+        BlockAlgo_##prefix##_destroy                                                                  \
     }
 // clang-format on
 #define VANTORO_CATEGORY(first_type, prefix) [VANTORO_CATEGORY_OF(first_type)] = VANTORO_FUNCTIONS(prefix)

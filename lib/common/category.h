@@ -15,6 +15,7 @@
     int BlockAlgo_##prefix##_param_update(BlockAlgo* blk);                                                 \
     int BlockAlgo_##prefix##_param_invoke(BlockAlgo* blk);                                                 \
     int BlockAlgo_##prefix##_process(BlockAlgo* blk, float** data_in, float** data_out);                   \
+    int BlockAlgo_##prefix##_clear(BlockAlgo* blk);                                                        \
     int BlockAlgo_##prefix##_destroy(BlockAlgo* blk);
 // clang-format on
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <numbers>
 
+#include "../framework/clear_state.h"
 #include "../framework/context.h"
 #include "../framework/new_block.h"
 #include "../kernels/level.h"
@@ -298,6 +299,13 @@ void crossover::linear_model(const BlockAlgo* blk, const info::Paths& paths)
             paths.path(out / bands(blk), out, core->split.band[band].negate ? -1 : 1);
             band_sections(blk, band, paths);
         }
+    });
+}
+
+void clear_state::crossover(BlockAlgo* blk)
+{
+    visit_core(blk, [&](const auto* core) {
+        std::fill_n(core->stateArray, std::ptrdiff_t{kSosWords} * blk->nInputs * core->split.sections, 0.0F);
     });
 }
 

@@ -58,6 +58,13 @@ template <class Kind>
     return true;
 }
 
+template <class Kind>
+void eq_silence(const BlockAlgo* blk)
+{
+    const auto* core = core_of<Equaliser<Kind>>(blk);
+    std::fill_n(core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter * blk->nInputs, 0.0F);
+}
+
 // Designs every band from the stored vector, and starts again from silence.
 template <class Kind>
 [[gnu::cold]] void eq_apply(const BlockAlgo* blk)
@@ -71,7 +78,7 @@ template <class Kind>
         Kind::design(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k, rate_hz, band);
     }
     arrange(core->cascade, core->coeffArray, core->numFilter, [&](int k) { return Kind::runs(flags[k]); });
-    std::fill_n(core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter * blk->nInputs, 0.0F);
+    eq_silence<Kind>(blk);
 }
 
 template <class Kind>

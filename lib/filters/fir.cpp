@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/lanes.h"
@@ -198,6 +199,14 @@ int FIR_process(BlockAlgo* blk, float** data_in, float** data_out)
     for (int ch = 0; ch < blk->nInputs; ++ch)
         FIR_Render(core, data_in[ch], data_out[ch], blk->block_pro->nBlockSize, ch);
     return RT_OK;
+}
+
+void clear_state::fir(BlockAlgo* blk)
+{
+    for (int ch = 0; ch < blk->nInputs; ++ch) {
+        CircularBuffer* ring = core_of<Fir>(blk)->databuffer[ch];
+        std::fill_n(ring->buffer, ring->bufferLength, 0.0F);
+    }
 }
 
 int FIR_destroy(BlockAlgo* blk)

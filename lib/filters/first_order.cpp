@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "first_order.h"
 
+#include "../framework/clear_state.h"
 #include "../kernels/level.h"
 #include "first_order_info.h"
 #include "section_block.h"
@@ -91,5 +92,7 @@ int FirstOrder_process(BlockAlgo* blk, float** data_in, float** data_out)
                       blk->block_pro->nBlockSize);
     return RT_OK;
 }
+
+void clear_state::first_order(BlockAlgo* blk) { silence_section(core_of<FirstOrder_Core>(blk), blk->nInputs); }
 
 int FirstOrder_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "graphical_eq.h"
 
+#include "../framework/clear_state.h"
 #include "equaliser.h"
 #include "graphical_eq_info.h"
 
@@ -88,5 +89,7 @@ int GraphicalEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
     eq_run<Graphical>(core_of<GraphicalEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
     return RT_OK;
 }
+
+void clear_state::graphical_eq(BlockAlgo* blk) { eq_silence<Graphical>(blk); }
 
 int GraphicalEQ_destroy(BlockAlgo* blk) { return eq_destroy<Graphical>(blk); }

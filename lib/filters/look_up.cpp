@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../framework/clear_state.h"
 #include "../kernels/slew.h"
 #include "look_up_info.h"
 #include "section_block.h"
@@ -200,6 +201,15 @@ int LookUp_process(BlockAlgo* blk, float** data_in, float** data_out)
     if (still(g.step))
         end_fade(core, blk->nOutputs);
     return RT_OK;
+}
+
+void clear_state::look_up(BlockAlgo* blk)
+{
+    auto* core = core_of<LookUp_Core>(blk);
+    core->idx_now = 0;
+    core->gain_now = 0.0F;
+    std::fill_n(core->stateBuffer_now, std::ptrdiff_t{kSosWords} * blk->nOutputs, 0.0F);
+    end_fade(core, blk->nOutputs);
 }
 
 int LookUp_destroy(BlockAlgo* blk) { return free_block(blk); }

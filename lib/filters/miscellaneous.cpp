@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/section.h"
@@ -67,11 +68,11 @@ BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, 
     return blk.release();
 }
 
-void restart(const BlockAlgo* blk, StateVariable* core)
+void restart(BlockAlgo* blk, StateVariable* core)
 {
     const float f = frequency_coefficient(blk->pParam[kStateVariableFc], blk->block_pro->nSamplingRate);
     design(core, f, f / core->Q);
-    std::fill_n(core->stateBuffer, kStateWords, 0.0F);
+    clear_state::state_variable(blk);
 }
 
 // `in` null: silence. Outputs beyond `outputs` go nowhere.
@@ -175,6 +176,11 @@ int DCBlocking_process(BlockAlgo* blk, float** data_in, float** data_out)
     return RT_OK;
 }
 
+void clear_state::dc_blocking(BlockAlgo* blk)
+{
+    std::fill_n(core_of<DCBlocking_Core>(blk)->stateBuffer, blk->nInputs, 0.0F);
+}
+
 int DCBlocking_destroy(BlockAlgo* blk) { return free_block(blk); }
 
 BlockAlgo* StateVariable_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
@@ -211,6 +217,11 @@ int StateVariable_process(BlockAlgo* blk, float** data_in, float** data_out)
     const float* in = blk->nInputs > 0 ? data_in[0] : nullptr;
     filter(core_of<StateVariable>(blk), in, data_out, blk->nOutputs, blk->block_pro->nBlockSize);
     return RT_OK;
+}
+
+void clear_state::state_variable(BlockAlgo* blk)
+{
+    std::fill_n(core_of<StateVariable>(blk)->stateBuffer, kStateWords, 0.0F);
 }
 
 int StateVariable_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "second_order.h"
 
+#include "../framework/clear_state.h"
 #include "../math/rounded.h"
 #include "second_order_info.h"
 #include "section_block.h"
@@ -125,6 +126,11 @@ int SecondOrder_process(BlockAlgo* blk, float** data_in, float** data_out)
     run_section_block(core, run_sections<SecondOrder>, core->stateBuffer, data_in, data_out, blk->nInputs,
                       blk->block_pro->nBlockSize);
     return RT_OK;
+}
+
+void clear_state::second_order(BlockAlgo* blk)
+{
+    silence_section(core_of<SecondOrder_Core>(blk), state_words(blk->nInputs));
 }
 
 int SecondOrder_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -62,13 +62,19 @@ template <class Core>
     return core;
 }
 
+template <class Core>
+void silence_section(Core* core, std::ptrdiff_t state_words)
+{
+    std::fill_n(core->stateBuffer, std::max(state_words, std::ptrdiff_t{0}), 0.0F);
+}
+
 // Takes the flags from the vector and starts again from silence.
 template <class Core>
 void restart_section(const BlockAlgo* blk, Core* core, std::ptrdiff_t state_words)
 {
     core->enable = to_int(blk->pParam[0]);
     core->polarity = to_int(blk->pParam[1]);
-    std::fill_n(core->stateBuffer, std::max(state_words, std::ptrdiff_t{0}), 0.0F);
+    silence_section(core, state_words);
 }
 
 // A new block designs for the rate rounded to single precision.

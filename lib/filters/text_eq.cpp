@@ -4,6 +4,7 @@
 #include <numbers>
 
 #include "../common/biquad.h"
+#include "../framework/clear_state.h"
 #include "equaliser.h"
 #include "text_eq_info.h"
 
@@ -100,5 +101,7 @@ int TextEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
     eq_run<Text>(core_of<TextEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
     return RT_OK;
 }
+
+void clear_state::text_eq(BlockAlgo* blk) { eq_silence<Text>(blk); }
 
 int TextEQ_destroy(BlockAlgo* blk) { return eq_destroy<Text>(blk); }

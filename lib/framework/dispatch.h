@@ -10,6 +10,7 @@
 
 #include "../common/block_types.h"
 #include "../kernels/lanes.h"
+#include "clear_state.h"
 #include "log.h"
 
 namespace lbx {
@@ -29,6 +30,7 @@ struct BlockOps {
     int (*param_invoke)(BlockAlgo* blk);
     int (*process)(BlockAlgo* blk, float** in, float** out);
     int (*destroy)(BlockAlgo* blk);
+    void (*clear)(BlockAlgo* blk);
 };
 
 // True when each row goes on where the one before ended, within one category.
@@ -107,14 +109,14 @@ int reapply(BlockAlgo* blk)
     return Set(blk, nullptr);
 }
 
-// The six functions of a module that follows the common naming.
+// The six functions of a module that follows the common naming; the seventh, of clear_state.h, is written after them.
 #define LBX_OPS(stem)                                                                                       \
     stem##_init, lbx::set_with<stem##_param_set>, stem##_param_update, stem##_param_invoke, stem##_process, \
         stem##_destroy
 
 }  // namespace lbx
 
-// Defines the six functions of a category over its table. An unserved type logs `message` and yields `refused` (init:
+// Defines the seven functions of a category over its table. An unserved type logs `message` and yields `refused` (init:
 // null). A category with a deviation takes the parts it shares.
 #define LBX_CATEGORY(prefix, table, message, refused)    \
     LBX_CATEGORY_INIT(prefix, table, message)            \
@@ -133,12 +135,25 @@ int reapply(BlockAlgo* blk)
     }
 
 #define LBX_CATEGORY_PARAMS(prefix, table, message, refused)                                             \
+    LBX_CATEGORY_CLEAR(prefix, table, message, refused)                                                  \
     [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_reset, param_set, table, message, refused,             \
                                     (BlockAlgo * blk, float* vector), (blk, vector))                     \
         [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_update, param_update, table, message, refused,     \
                                         (BlockAlgo * blk), (blk))                                        \
             [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, \
                                             (BlockAlgo * blk), (blk))
+
+#define LBX_CATEGORY_CLEAR(prefix, table, message, refused)                               \
+    [[gnu::cold]] int BlockAlgo_##prefix##_clear(BlockAlgo* blk)                          \
+    {                                                                                     \
+        return lbx::with_row<table>(                                                      \
+            blk->method_type,                                                             \
+            [=](const auto& row) LBX_INLINED {                                            \
+                row.clear(blk);                                                           \
+                return int{RT_OK};                                                        \
+            },                                                                            \
+            [func = __func__] { return lbx::refuse(func, __LINE__, message, refused); }); \
+    }
 
 #define LBX_CATEGORY_RUN(prefix, table, message, refused)                                             \
     LBX_CATEGORY_CALL(prefix, process, process, table, message, refused,                              \

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "level_detectors.h"
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/ramp.h"
@@ -306,6 +307,21 @@ int MultiLevelDetector_process(BlockAlgo* blk, float** data_in, float** data_out
 }
 
 int MultiLevelDetector_destroy(BlockAlgo* blk) { return free_block(blk); }
+
+// The levels, and what the bands hold: some of it are counters, in arrays of floats.
+void clear_state::detector(BlockAlgo* blk)
+{
+    const int type = blk->method_type;
+    if (type == EN_DETECTORS_SINGLE_BAND) {
+        auto* core = core_of<SingleLevelDetector_Core>(blk);
+        core->smooth_rms = core->rms_log[0] = 0.0F;
+        core->hold_count = 0;
+        return;
+    }
+    const int bands = type == EN_DETECTORS_SEVEN_BAND ? kSevenBands : kMaxBands;
+    std::memset(blk->pState, 0, sizeof(float) * 3 * static_cast<std::size_t>(bands));
+    std::fill_n(blk->pStateC, kWords * Bank::kLanes, 0.0F);
+}
 
 void calculateDetectorCoeffs(const float* band, int sampleRate, float* coeff)
 {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "../framework/clear_state.h"
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/each_index.h"
@@ -225,6 +226,13 @@ int LookUpTable_RMS_process(BlockAlgo* blk, float** data_in, float** data_out)
     if (has_pins(blk))
         LookUpTable_RMS_Render(core_of<LookUpTable_RMS_Core>(blk), data_in[0], data_out[0], blk->block_pro->nBlockSize);
     return 0;
+}
+
+void clear_state::look_up_table(BlockAlgo* blk)
+{
+    auto* core = core_of<LookUpTable_RMS_Core>(blk);
+    core->smooth_rms = core->rms_log = 0.0F;
+    core->hold_count = 0;
 }
 
 int LookUpTable_RMS_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -6,9 +6,12 @@
 
 namespace {
 constexpr lbx::BlockOps kDETECTOR[] = {
-    {EN_DETECTORS_SINGLE_BAND, LBX_OPS(SingleLevelDetector)}, {EN_DETECTORS_SEVEN_BAND, LBX_OPS(SevenLevelDetector)},
-    {EN_DETECTORS_MULTI_BAND, LBX_OPS(MultiLevelDetector)},   {EN_DETECTORS_LOOKUP_INDEX, LBX_OPS(LookUpTable_Index)},
-    {EN_DETECTORS_LOOKUP_RMS, LBX_OPS(LookUpTable_RMS)},      {EN_DETECTORS_LOOKUP_2D, LBX_OPS(LookUpTable_2D)},
+    {EN_DETECTORS_SINGLE_BAND, LBX_OPS(SingleLevelDetector), lbx::clear_state::detector},
+    {EN_DETECTORS_SEVEN_BAND, LBX_OPS(SevenLevelDetector), lbx::clear_state::detector},
+    {EN_DETECTORS_MULTI_BAND, LBX_OPS(MultiLevelDetector), lbx::clear_state::detector},
+    {EN_DETECTORS_LOOKUP_INDEX, LBX_OPS(LookUpTable_Index), lbx::clear_state::nothing},
+    {EN_DETECTORS_LOOKUP_RMS, LBX_OPS(LookUpTable_RMS), lbx::clear_state::look_up_table},
+    {EN_DETECTORS_LOOKUP_2D, LBX_OPS(LookUpTable_2D), lbx::clear_state::nothing},
 };
 }  // namespace
 

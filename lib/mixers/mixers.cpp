@@ -448,6 +448,14 @@ int BlockAlgo_Mixers_process(BlockAlgo* blk, float** data_in, float** data_out)
     return row->process(blk, data_in, data_out);
 }
 
+// Slewed types fade in from silence.
+int BlockAlgo_Mixers_clear(BlockAlgo* blk)
+{
+    if (is_slewed(blk->method_type))
+        std::fill_n(core_of<MixSlewSt>(blk)->old_gain, Mix_GetGainNum(blk), 0.0F);
+    return RT_OK;
+}
+
 int BlockAlgo_Mixers_destroy(BlockAlgo* blk)
 {
     int result = RT_OK;

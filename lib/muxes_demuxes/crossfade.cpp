@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/each_index.h"
@@ -101,6 +102,13 @@ int CrossFade_process(BlockAlgo* blk, float** data_in, float** data_out)
     const auto render = fading ? CrossFade_Render_slew : CrossFade_Render_noslew;
     render(core, data_in, data_out, blk->block_pro->nBlockSize, blk->nOutputs);
     return RT_OK;
+}
+
+void clear_state::crossfade(BlockAlgo* blk)
+{
+    auto* core = core_of<CrossFade_Core>(blk);
+    core->idx_pre = core->idx_now = core->change_flag = 0;
+    core->gain_now = 0.0F;
 }
 
 int CrossFade_destroy(BlockAlgo* blk) { return free_block(blk); }

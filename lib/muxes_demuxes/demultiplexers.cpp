@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "demultiplexers.h"
 
+#include "../framework/clear_state.h"
 #include "demultiplexers_info.h"
 #include "mux_slew.h"
 
@@ -138,6 +139,14 @@ int DeMultiplexers_Index_process(BlockAlgo* blk, float** data_in, float** data_o
     const auto render = slewing(core) ? DeMultiplexers_Index_Render_slew : DeMultiplexers_Index_Render_noslew;
     render(core, data_in, data_out, blk->block_pro->nBlockSize, blk->nInputs - 1);
     return RT_OK;
+}
+
+void clear_state::demultiplexer(BlockAlgo* blk)
+{
+    auto* core = core_of<Demultiplexers_Core>(blk);
+    select_first(core);
+    if (blk->method_type == EN_MUXES_DEMUXES_SWITCH)
+        select_group(core, to_int(blk->pParam[0]));
 }
 
 int DeMultiplexers_destroy(BlockAlgo* blk) { return free_block(blk); }

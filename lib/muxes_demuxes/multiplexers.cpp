@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "multiplexers.h"
 
+#include "../framework/clear_state.h"
 #include "multiplexers_info.h"
 #include "mux_slew.h"
 
@@ -131,6 +132,14 @@ int Multiplexers_Index_process(BlockAlgo* blk, float** data_in, float** data_out
     const auto render = slewing(core) ? Multiplexers_Index_Render_slew : Multiplexers_Index_Render_noslew;
     render(core, data_in, data_out, blk->block_pro->nBlockSize, blk->nOutputs);
     return RT_OK;
+}
+
+void clear_state::multiplexer(BlockAlgo* blk)
+{
+    auto* core = core_of<Multiplexers_Core>(blk);
+    select_first(core);
+    if (blk->method_type == EN_MUXES_MUXES_SWITCH)
+        select_group(core, to_int(blk->pParam[0]));
 }
 
 int Multiplexers_destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -22,6 +22,18 @@ void set_slew(Core* core, const BlockPro* pro, float flag, float rate)
     core->slew_rate = slew_alpha(rate, pro);
 }
 
+// Group 0 is selected and nothing else is heard.
+template <class Core>
+void select_first(Core* core)
+{
+    for (float* array : {core->gains, core->delta_coeff}) {
+        std::fill_n(array, core->slots, 0.0F);
+        array[0] = 1.0F;
+    }
+    core->idx_stable = core->slew_state = 0;
+    core->left = 0.0F;
+}
+
 // A block with group 0 selected. A demultiplexer has one slot more than groups: silence. `defaults` end with slew flag
 // and slew rate.
 template <class Core>
@@ -39,8 +51,7 @@ BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int 
     core->delta_coeff = core->gains + n;
     core->steps = core->delta_coeff + n;
     core->rows = line_aligned(core->steps + n);
-    core->gains[0] = 1.0F;
-    core->delta_coeff[0] = 1.0F;
+    select_first(core);
     core->pre_div = sample_share(pro);
     set_slew(core, pro, *(defaults.end() - 2), *(defaults.end() - 1));
     return blk.release();

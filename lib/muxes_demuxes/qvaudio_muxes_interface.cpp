@@ -15,12 +15,12 @@ namespace {
     stem##_init, stem##_param_set, stem##_param_update, stem##_param_invoke, stem##_process, destroy
 
 constexpr BlockOps kMuxes[] = {
-    {EN_MUXES_MUXES_SWITCH, FORM(Multiplexers_Switch, Multiplexers_destroy)},
-    {EN_MUXES_MUXES_INDEX, FORM(Multiplexers_Index, Multiplexers_destroy)},
-    {EN_MUXES_DEMUXES_SWITCH, FORM(DeMultiplexers_Switch, DeMultiplexers_destroy)},
-    {EN_MUXES_DEMUXES_INDEX, FORM(DeMultiplexers_Index, DeMultiplexers_destroy)},
-    {EN_MUXES_CROSSFADE, LBX_OPS(CrossFade)},
-    {EN_MUXES_STATE_MACHINE, LBX_OPS(State_Machine)},
+    {EN_MUXES_MUXES_SWITCH, FORM(Multiplexers_Switch, Multiplexers_destroy), clear_state::multiplexer},
+    {EN_MUXES_MUXES_INDEX, FORM(Multiplexers_Index, Multiplexers_destroy), clear_state::multiplexer},
+    {EN_MUXES_DEMUXES_SWITCH, FORM(DeMultiplexers_Switch, DeMultiplexers_destroy), clear_state::demultiplexer},
+    {EN_MUXES_DEMUXES_INDEX, FORM(DeMultiplexers_Index, DeMultiplexers_destroy), clear_state::demultiplexer},
+    {EN_MUXES_CROSSFADE, LBX_OPS(CrossFade), clear_state::crossfade},
+    {EN_MUXES_STATE_MACHINE, LBX_OPS(State_Machine), clear_state::nothing},
 };
 
 }  // namespace

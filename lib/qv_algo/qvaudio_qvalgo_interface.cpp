@@ -5,7 +5,7 @@
 
 namespace {
 constexpr lbx::BlockOps kQvAlgo[] = {
-    {EN_QVALGO_REVERB, LBX_OPS(Reverb)},
+    {EN_QVALGO_REVERB, LBX_OPS(Reverb), lbx::clear_state::reverb},
 };
 }  // namespace
 

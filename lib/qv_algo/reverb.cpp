@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "../framework/clear_state.h"
 #include "../framework/params.h"
 #include "../kernels/delay_line.h"
 #include "../kernels/each_index.h"
@@ -283,6 +284,15 @@ int Reverb_process(BlockAlgo* blk, float** data_in, float** data_out)
     for (int c = 0; c < core.num_channel; ++c)
         render_alone(core, c, data_in[c], pin(c), n);
     return RT_OK;
+}
+
+void clear_state::reverb(BlockAlgo* blk)
+{
+    const auto* core = core_of<Reverb_Core>(blk);
+    for (int c = 0; c < core->num_channel; ++c) {
+        std::for_each_n(core->combs[c], kCombs, [](qv_comb& comb) { comb_mute(&comb); });
+        std::for_each_n(core->allpasss[c], kAllpasses, [](qv_allpass& allpass) { allpass_mute(&allpass); });
+    }
 }
 
 int Reverb_destroy(BlockAlgo* blk)

@@ -7,7 +7,7 @@ using namespace lbx;
 
 namespace {
 constexpr BlockOps kNlp[] = {
-    {{EN_NLP_CLIPPERS_HARD, EN_NLP_CHANNEL_COPY}, LBX_OPS(Nlp)},
+    {{EN_NLP_CLIPPERS_HARD, EN_NLP_CHANNEL_COPY}, LBX_OPS(Nlp), lbx::clear_state::nothing},
 };
 }  // namespace
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "../framework/clear_state.h"
 #include "source.h"
 
 using namespace lbx;
@@ -59,5 +60,7 @@ spx_int32_t VCOSource_ProcessAudioSample(BlockAlgo* blk, float** data_in, float*
     }
     return RT_OK;
 }
+
+void clear_state::vco(BlockAlgo* blk) { std::fill_n(blk->pState, blk->nOutputs, 0.0F); }
 
 spx_int32_t VCOSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

@@ -18,13 +18,15 @@ using namespace lbx;
 
 namespace {
 constexpr BlockOps kSources[] = {
-    {EN_SOURCE_CLIME, SOURCE_OPS(ClimeFrequencySource)},
-    {EN_SOURCE_DC, SOURCE_OPS(DCInputSource)},
-    {{EN_SOURCE_OSC_BEEQ, EN_SOURCE_OSC_TRIANGLE}, SOURCE_OPS(OscillatorSource)},
-    {EN_SOURCE_VCO, SOURCE_OPS(VCOSource)},
-    {EN_SOURCE_WHITENOISE, SOURCE_OPS(WhiteNoiseSource)},
-    {EN_SOURCE_SWEEP, SOURCE_OPS(SweepSource)},
-    {EN_SOURCE_SWITCH, SOURCE_OPS(SwitchSource)},
+    {EN_SOURCE_CLIME, SOURCE_OPS(ClimeFrequencySource), clear_state::begin_again<ClimeFrequencySource_Update>},
+    {EN_SOURCE_DC, SOURCE_OPS(DCInputSource), clear_state::nothing},
+    {{EN_SOURCE_OSC_BEEQ, EN_SOURCE_OSC_TRIANGLE},
+     SOURCE_OPS(OscillatorSource),
+     clear_state::begin_again<OscillatorSource_Update>},
+    {EN_SOURCE_VCO, SOURCE_OPS(VCOSource), clear_state::vco},
+    {EN_SOURCE_WHITENOISE, SOURCE_OPS(WhiteNoiseSource), clear_state::nothing},
+    {EN_SOURCE_SWEEP, SOURCE_OPS(SweepSource), clear_state::begin_again<SweepSource_Update>},
+    {EN_SOURCE_SWITCH, SOURCE_OPS(SwitchSource), clear_state::nothing},
 };
 }  // namespace
 

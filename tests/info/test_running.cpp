@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Traits, delays, block sizes, and what a parameter set does to a running block: each measured on the block.
+// Traits, delays, block sizes, and what a parameter set and clearing do to a running block: each measured on the block.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,6 +7,11 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <string>
 #include <string_view>
 
 #include "support/described.h"
@@ -342,4 +347,106 @@ TEST(OnSet, OnlyWhatIsMarkedAsASizeAllocates)
                 EXPECT_EQ(allocates(type, entry), (entry.param->flags & VANTORO_SIZES) != 0)
                     << type.info->name << ' ' << entry.param->name;
             }
+}
+
+// ---- clearing ----
+
+static constexpr float kPoison[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                                    1e20F};
+
+// The scene, with controls that are 1 and then 0.
+static Outputs switched_scene(const Described& type)
+{
+    Outputs controls = rig::constant_signal(type, 8 * kBlock, 0, 1);
+    const Outputs zeros = rig::constant_signal(type, 8 * kBlock, 0, 0);
+    for (std::size_t pin = 0; pin < controls.size(); ++pin)
+        controls[pin].insert(controls[pin].end(), zeros[pin].begin(), zeros[pin].end());
+    return rig::with_controls(type, scene(type), controls);
+}
+
+TEST(Clear, LeavesWhatAFreshBlockWithTheParametersIs)
+{
+    rig::Log log;
+    for (const Described& type : rig::every_described()) {
+        std::vector<Vector> vectors = rig::good_vectors(type, 4);
+        vectors.emplace_back();  // never set
+        for (const Outputs& signal : {scene(type), switched_scene(type), rig::constant_signal(type, kBlock, 0.5F, 1)})
+            for (const Vector& vector : vectors)
+                for (const float poison : kPoison) {
+                    const Outputs fresh = answer(type, vector, signal);
+                    Bench bench(type);
+                    bench.set(vector);
+                    bench.run(signal);
+                    bench.run(rig::constant_signal(type, kBlock, poison, poison));
+                    log.clear();
+                    const long touched = rig::Allocator::touched();
+                    EXPECT_EQ(BlockAlgo_clear(bench.block()), RT_OK);
+                    EXPECT_EQ(rig::Allocator::touched(), touched) << type.info->name;
+                    EXPECT_TRUE(log.lines().empty()) << type.info->name;
+                    std::srand(rig::kSeed);
+                    EXPECT_TRUE(same_bits(bench.run(signal), fresh)) << type.info->name << " after " << poison;
+                }
+    }
+}
+
+// Within 60 dB of each other; the square root of a negative number is none in both.
+static bool alike(const Outputs& a, const Outputs& b)
+{
+    return std::ranges::equal(a, b, [](const auto& x, const auto& y) {
+        return std::ranges::equal(x, y, [](float v, float w) {
+            return std::abs(v - w) <= 1e-3F * (1 + std::abs(w)) || (std::isnan(v) && std::isnan(w));
+        });
+    });
+}
+
+// Whether the block comes back to what an undisturbed one puts out, and stays so for longer than any delay, within
+// 15 seconds. With `again` both are given the vector again first.
+static bool comes_back(const Described& type, float poison, bool again)
+{
+    Bench ill(type), well(type);
+    const Outputs signal = switched_scene(type);
+    for (Bench* bench : {&ill, &well}) {
+        bench->set(type.pins->vector);
+        const float audio = bench == &ill ? poison : 0;
+        bench->run(rig::with_controls(type, rig::constant_signal(type, 16 * kBlock, audio, 0), signal));
+        if (again)
+            bench->set(type.pins->vector);
+    }
+    const auto is_number = [](const auto& pin) { return std::isfinite(pin.back()); };
+    int good = 0;
+    for (int turn = 0; turn < 700 && good < 10; ++turn) {
+        const Outputs out = ill.run(signal);
+        good = alike(out, well.run(signal)) ? good + 1 : 0;
+        if (turn > 50 && !std::ranges::all_of(out, is_number))
+            return false;  // for a second: for good
+    }
+    return good == 10;
+}
+
+static const char* after(const Described& type, float poison)
+{
+    if (comes_back(type, poison, false))
+        return "recovers";
+    return comes_back(type, poison, true) ? "until a set" : "until cleared";
+}
+
+// The table of docs/embedding.md: a row for each way in which types behave.
+TEST(Clear, WhatDoesWithoutItIsAsThePageSays)
+{
+    rig::Log quiet;
+    std::map<std::string, std::string> rows;
+    for (const Described& type : rig::every_described()) {
+        if (!has_audio_inputs(type))
+            continue;
+        std::string row = "|";
+        for (const float poison : kPoison)
+            row.append(" ").append(after(type, poison)).append(" |");
+        rows[row].append(rows[row].empty() ? " " : ", ").append(type.info->name);
+    }
+    std::string table;
+    for (const auto& [row, types] : rows)
+        table.append(row).append(types).append(" |\n");
+    std::ifstream file(EMBEDDING_MD);
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_NE(page.find("| --- | --- | --- | --- |\n" + table + "\n"), std::string::npos) << table;
 }

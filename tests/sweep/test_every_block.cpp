@@ -134,7 +134,7 @@ TEST(EveryBlock, UpdatingTwiceIsUpdatingOnce)
 }
 
 // Init gives up cleanly at whichever allocation fails. The basic and the mixer category hand out the record although
-// its state is missing; such a block must still be safe to run and to destroy.
+// its state is missing; such a block must still be safe to run, to clear and to destroy.
 TEST(EveryBlock, SurvivesAnyFailedAllocationOfInit)
 {
     for (const BlockCase& row : rig::every_block()) {
@@ -155,6 +155,7 @@ TEST(EveryBlock, SurvivesAnyFailedAllocationOfInit)
                     out.push_back(sink.data() + 64 * pin);
                 if (!is_terminal(row.type))
                     BlockAlgo_process(blk, in.data(), out.data());
+                EXPECT_EQ(BlockAlgo_clear(blk), RT_OK);
                 BlockAlgo_destroy(blk);
             }
             if (!failed)
