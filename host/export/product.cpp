@@ -93,26 +93,29 @@ std::string name_of(const VectorEntry& entry, bool by_row)
     return with_unit(name, unit_word(param.unit));
 }
 
-std::string range_of(const VantoroParam& param)
+std::string range_of(const VantoroParam& param, PinCounts pins)
 {
+    const int below = Vantoro_count_per(param.below, pins.inputs, pins.outputs);
+    if (below > 0)
+        return "whole, 0 to " + std::to_string(below - 1);
     if (param.kind == VANTORO_FLAG)
         return "0 or 1";
     if (param.choice_count == 0)
-        return limits_text(param.range);
+        return (param.kind == VANTORO_INTEGER ? "whole, " : "") + limits_text(param.range);
     std::string out;
     for (const VantoroChoice& choice : choices_of(param))
         out += (out.empty() ? "" : ", ") + std::to_string(choice.value) + ' ' + choice.name;
     return out;
 }
 
-std::string help_of(const std::string& id, const VectorEntry& entry, bool by_row)
+std::string help_of(const Block& block, const VectorEntry& entry, bool by_row)
 {
     const VantoroParam& param = meant(entry);
     const std::string name = by_row ? entry.name.substr(0, entry.name.find('[')) +
                                           (entry.table->column_count > 1 ? "[]." + std::string(param.name) : "[]")
                                     : entry.name;
-    std::string out =
-        id + '.' + name + ": " + (param.unit[0] != '\0' ? std::string(param.unit) + ", " : "") + range_of(param);
+    std::string out = block.id + '.' + name + ": " + (param.unit[0] != '\0' ? std::string(param.unit) + ", " : "") +
+                      range_of(param, block.pins);
     if (entry.meaning.by)
         out += std::string(entry.meaning.as ? "; as it is under " : "; not read under ") + entry.meaning.by->name;
     return out;
@@ -159,7 +162,7 @@ public:
             const std::string unit = unit_word(meant(entry).unit);
             const std::string constant = names_.take(node.constant + '_' + in_upper_case(name_of(entry, by_row)));
             node.parameters.push_back({lower_case_of(constant), constant, unit.empty() ? "value" : unit,
-                                       help_of(node.block->id, entry, by_row), &meant(entry), at, by_row ? rows : 1,
+                                       help_of(*node.block, entry, by_row), &meant(entry), at, by_row ? rows : 1,
                                        by_row ? place_of_row(node, entry, 1) - at : 1, is_settable(entry)});
         }
     }
