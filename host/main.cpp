@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// vantoro: runs audio through a schematic of libvantoro's blocks, checks it, draws it, and lists the blocks.
+// vantoro: runs audio through a schematic of libvantoro's blocks, checks it, draws it, exports it, and lists the
+// blocks.
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -36,6 +37,9 @@ int main(int argc, char** argv)
         vantoro::add_blocks_command(app, status);
         vantoro::add_graph_command(app, status);
         vantoro::add_response_command(app, status);
+        vantoro::add_export_command(app, status);
+        vantoro::add_import_command(app, status);
+        vantoro::add_diff_command(app, status);
         try {
             app.parse(argc, argv);
         } catch (const CLI::Success& asked) {  // --help

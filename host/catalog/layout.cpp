@@ -19,13 +19,6 @@ std::size_t rows_of(const VantoroTable& table, std::span<const float> cells)
     return cells.size() / static_cast<std::size_t>(table.column_count);
 }
 
-// The place of a table's cell among those of the vector.
-std::size_t place_of(const VantoroTable& table, std::size_t cell, std::size_t rows)
-{
-    const auto columns = static_cast<std::size_t>(table.column_count);
-    return table.by_columns != 0 ? cell % columns * rows + cell / columns : cell;
-}
-
 std::size_t entry_of(const BlockType& type, const VantoroTable* table)
 {
     const auto slot = std::ranges::find_if(
@@ -34,6 +27,12 @@ std::size_t entry_of(const BlockType& type, const VantoroTable* table)
 }
 
 }  // namespace
+
+std::size_t place_of(const VantoroTable& table, std::size_t cell, std::size_t rows)
+{
+    const auto columns = static_cast<std::size_t>(table.column_count);
+    return table.by_columns != 0 ? cell % columns * rows + cell / columns : cell;
+}
 
 Entries entries_of(const BlockType& type)
 {

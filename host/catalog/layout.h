@@ -60,6 +60,9 @@ struct Numbers {
 Numbers take_apart(const BlockType& type, PinCounts pins, std::span<const float> vector);
 std::vector<float> put_together(const BlockType& type, const Numbers& numbers);
 
+// The place of a table's cell among those of the vector.
+std::size_t place_of(const VantoroTable& table, std::size_t cell, std::size_t rows);
+
 // The rows a table must have; -1 where the vector says how many. `values` are those of the layout.
 int rows_wanted(const VantoroTable& table, PinCounts pins, std::span<const float> values);
 // The length of a matrix's rows; 0: the table is no matrix.

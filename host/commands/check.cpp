@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // vantoro check SCHEMATIC: lists every problem, or prints the graph in the order of processing.
-#include <cstdio>
 #include <memory>
 #include <optional>
 
-#include <nlohmann/json.hpp>
-
 #include "commands/commands.h"
+#include "commands/listing.h"
 #include "engine/engine.h"
 
 namespace vantoro {
@@ -19,119 +17,6 @@ struct Options {
     bool quiet = false;
     bool strict = false;
 };
-
-constexpr std::size_t kWidth = 100;  // of a printed line
-
-// `items` after `label`, in lines of bounded width.
-void print_items(const char* label, const std::vector<std::string>& items)
-{
-    constexpr std::size_t kIndent = 12;
-    if (items.empty())
-        return;
-    std::printf("      %-6s", label);
-    std::size_t column = kIndent;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0 && column + items[i].size() > kWidth) {
-            std::printf("\n%*s", static_cast<int>(kIndent), "");
-            column = kIndent;
-        }
-        const std::string text = (column > kIndent ? " " : "") + items[i] + (i + 1 < items.size() ? ";" : "");
-        std::fputs(text.c_str(), stdout);
-        column += text.size();
-    }
-    std::puts("");
-}
-
-// "0 from eq.1", with what the pin means where it is not simply the n-th signal.
-std::vector<std::string> inputs_of(const Schematic& schematic, const std::vector<Feed>& sources, const Block* block)
-{
-    std::vector<std::string> items;
-    for (int pin = 0; pin < static_cast<int>(sources.size()); ++pin) {
-        const Feed& source = sources[static_cast<std::size_t>(pin)];
-        std::string text = std::to_string(pin);
-        if (const VantoroPin* note = block ? note_of(*block->type, PinSide::input, pin, block->pins) : nullptr)
-            text += " (" + std::string(note->name) + ')';
-        if (source.block == Feed::kSilence)
-            text += " silent";
-        else if (source.block == Feed::kTerminal)
-            text += " from input." + std::to_string(source.pin);
-        else
-            text += " from " + schematic.blocks[static_cast<std::size_t>(source.block)].id + '.' +
-                    std::to_string(source.pin);
-        items.push_back(std::move(text));
-    }
-    return items;
-}
-
-std::string value_text(const nlohmann::json& value)
-{
-    if (value.is_string())
-        return value.get<std::string>();
-    if (value.is_number()) {
-        char text[32];
-        std::snprintf(text, sizeof text, "%.7g", value.get<double>());  // what a float holds
-        return text;
-    }
-    if (!value.is_array())
-        return value.dump();
-    std::string text;
-    for (const nlohmann::json& one : value)
-        text += (text.empty() ? "" : ", ") + value_text(one);
-    return '[' + text + ']';
-}
-
-// "fc = 1000 Hz"
-std::string assignment(const VantoroParam& param, const nlohmann::json& value)
-{
-    const bool unit = param.unit[0] != '\0' && std::string_view(param.unit).find(" or ") == std::string_view::npos;
-    return std::string(param.name) + " = " + value_text(value) + (unit ? ' ' + std::string(param.unit) : "");
-}
-
-// The parameters in the order of the vector, an item each; a table's row is one item.
-std::vector<std::string> settings_of(const Block& block)
-{
-    std::vector<std::string> items;
-    const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
-    for (const VantoroSlot& slot : std::span(block.type->layout, static_cast<std::size_t>(block.type->layout_count))) {
-        if (slot.kind == VANTORO_VALUE && named.contains(slot.param->name))
-            items.push_back(assignment(*slot.param, named[slot.param->name]));
-        if (slot.kind != VANTORO_ROWS || !named.contains(slot.table->name))
-            continue;
-        const nlohmann::json& rows = named[std::string(slot.table->name)];
-        for (std::size_t row = 0; row < rows.size(); ++row) {
-            std::string text;
-            for (const VantoroParam& column :
-                 std::span(slot.table->columns, static_cast<std::size_t>(slot.table->column_count)))
-                if (rows[row].is_object() && rows[row].contains(column.name))
-                    text += (text.empty() ? "" : ", ") + assignment(column, rows[row][std::string(column.name)]);
-            items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) +
-                            "]: " + (text.empty() ? value_text(rows[row]) : text));
-        }
-    }
-    return items;
-}
-
-void print_block(const Schematic& schematic, const Block& block, std::size_t position)
-{
-    std::printf("%4zu  %s: %s (%d), %d -> %d\n", position, block.id.c_str(), std::string(block.type->name).c_str(),
-                block.type->type, block.pins.inputs, block.pins.outputs);
-    print_items("in", inputs_of(schematic, block.sources, &block));
-    print_items("set", settings_of(block));
-}
-
-void print_graph(const Schematic& schematic)
-{
-    std::printf("%s, blocks of %d samples, %d in, %zu out\n",
-                schematic.rate ? (std::to_string(*schematic.rate) + " Hz").c_str() : "any rate", schematic.block_size,
-                schematic.inputs, schematic.outputs.size());
-    for (std::size_t i = 0; i < schematic.order.size(); ++i)
-        print_block(schematic, schematic.blocks[static_cast<std::size_t>(schematic.order[i])], i + 1);
-    std::puts("      output");
-    print_items("in", inputs_of(schematic, schematic.outputs, nullptr));
-    for (const Change& change : schematic.changes)
-        std::printf("      at %g s: %s\n", change.seconds,
-                    schematic.blocks[static_cast<std::size_t>(change.block)].id.c_str());
-}
 
 int check(const Options& options)
 {

@@ -31,7 +31,10 @@ int rate_of(const Schematic& schematic, std::optional<int> asked);
 
 void add_blocks_command(CLI::App& app, int& status);
 void add_check_command(CLI::App& app, int& status);
+void add_diff_command(CLI::App& app, int& status);
+void add_export_command(CLI::App& app, int& status);
 void add_graph_command(CLI::App& app, int& status);
+void add_import_command(CLI::App& app, int& status);
 void add_response_command(CLI::App& app, int& status);
 void add_run_command(CLI::App& app, int& status);
 

@@ -2,10 +2,14 @@
 #include "schematic/preset.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <string>
+#include <utility>
 
+#include "support/printable.h"
+#include "support/problem.h"
 #include "vantoro_graph.h"
 
 namespace vantoro {
@@ -81,8 +85,93 @@ private:
     std::string names_;
 };
 
+// A preset that the runtime takes.
+class Reader {
+public:
+    explicit Reader(std::string_view bytes) : words_(bytes.size() / sizeof(std::uint32_t))
+    {
+        std::memcpy(words_.data(), bytes.data(), words_.size() * sizeof(std::uint32_t));
+        link_ = VANTORO_PRESET_HEADER + words_[VANTORO_PRESET_WORD_NODES] * VANTORO_PRESET_NODE;
+        floats_ = link_ + words_[VANTORO_PRESET_WORD_LINKS];
+        names_ = bytes.substr(sizeof(std::uint32_t) * (floats_ + words_[VANTORO_PRESET_WORD_FLOATS]));
+    }
+
+    Schematic schematic()
+    {
+        if (words_[VANTORO_PRESET_WORD_RATE] != 0)
+            out_.rate = number(VANTORO_PRESET_WORD_RATE);
+        out_.block_size = number(VANTORO_PRESET_WORD_BLOCK_SIZE);
+        out_.inputs = number(VANTORO_PRESET_WORD_INPUTS);
+        feeds_.push_back({});
+        for (int ch = 0; ch < out_.inputs; ++ch)
+            feeds_.push_back({Feed::kTerminal, ch});
+        for (int n = 0; n < number(VANTORO_PRESET_WORD_NODES); ++n)
+            add(n);
+        out_.outputs = heard_by(number(VANTORO_PRESET_WORD_OUTPUTS));
+        return std::move(out_);
+    }
+
+private:
+    int number(std::size_t at) const { return static_cast<int>(words_[at]); }
+
+    std::vector<Feed> heard_by(int pins)
+    {
+        std::vector<Feed> feeds;
+        for (int pin = 0; pin < pins; ++pin) {
+            feeds.push_back(feeds_[words_[link_++]]);
+            out_.hears_input = out_.hears_input || feeds.back().block == Feed::kTerminal;
+        }
+        return feeds;
+    }
+
+    void add(int n)
+    {
+        const std::size_t at = VANTORO_PRESET_HEADER + index(n) * VANTORO_PRESET_NODE;
+        const std::size_t length = words_[at + VANTORO_PRESET_NODE_LENGTH];
+        Block& block = out_.blocks.emplace_back();
+        block.id = printable(names_.substr(words_[at + VANTORO_PRESET_NODE_NAME]).data());
+        block.type = find_type(number(at + VANTORO_PRESET_NODE_TYPE));
+        block.pins = {number(at + VANTORO_PRESET_NODE_INPUTS), number(at + VANTORO_PRESET_NODE_OUTPUTS)};
+        block.vector.resize(length);
+        if (length > 0)
+            std::memcpy(block.vector.data(), &words_[floats_ + words_[at + VANTORO_PRESET_NODE_VECTOR]],
+                        length * sizeof(float));
+        block.sources = heard_by(block.pins.inputs);
+        for (int pin = 0; pin < block.pins.outputs; ++pin)
+            feeds_.push_back({n, pin});
+        out_.order.push_back(n);
+    }
+
+    Words words_;
+    std::size_t link_, floats_;  // the next link; the first float
+    std::string_view names_;
+    std::vector<Feed> feeds_;  // by the numbers of links
+    Schematic out_;
+};
+
 }  // namespace
 
 std::vector<std::uint32_t> preset_of(const Schematic& schematic, int rate) { return Writer(schematic).preset(rate); }
+
+std::string bytes_of(const std::vector<std::uint32_t>& preset)
+{
+    std::string bytes(preset.size() * sizeof preset[0], '\0');
+    std::memcpy(bytes.data(), preset.data(), bytes.size());
+    return bytes;
+}
+
+Schematic schematic_of(std::string_view preset)
+{
+    std::array<char, 256> why{};
+    if (Vantoro_graph_check(preset.data(), preset.size(), why.data(), why.size()) != RT_OK)
+        throw UserError(why.data());
+    return Reader(preset).schematic();
+}
+
+bool is_preset(std::string_view bytes)
+{
+    const std::uint32_t magic = VANTORO_PRESET_MAGIC;
+    return bytes.size() >= sizeof magic && std::memcmp(bytes.data(), &magic, sizeof magic) == 0;
+}
 
 }  // namespace vantoro

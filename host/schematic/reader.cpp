@@ -89,6 +89,8 @@ Schematic finish(Draft draft, std::vector<Problem>* warnings)
     return std::move(draft.out);
 }
 
+}  // namespace
+
 std::string read_file(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -107,8 +109,6 @@ std::string read_file(const std::string& path)
               .file = path}});
     return text;
 }
-
-}  // namespace
 
 Schematic parse_schematic(std::string_view text, const ReadOptions& options, std::vector<Problem>* warnings)
 {

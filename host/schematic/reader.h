@@ -34,4 +34,7 @@ Schematic read_schematic(const std::string& path, const ReadOptions& options = {
 Schematic parse_schematic(std::string_view text, const ReadOptions& options = {},
                           std::vector<Problem>* warnings = nullptr);
 
+// A whole file, up to 64 MiB. Throws UserError.
+std::string read_file(const std::string& path);
+
 }  // namespace vantoro

@@ -54,4 +54,13 @@ struct Schematic {
     std::vector<Change> changes;  // by time
 };
 
+// What a pin hears, in words: "eq.1", "input.0", "silence".
+inline std::string feed_text(const Schematic& schematic, const Feed& feed)
+{
+    if (feed.block == Feed::kSilence)
+        return "silence";
+    return (feed.block == Feed::kTerminal ? "input" : schematic.blocks[static_cast<std::size_t>(feed.block)].id) + '.' +
+           std::to_string(feed.pin);
+}
+
 }  // namespace vantoro

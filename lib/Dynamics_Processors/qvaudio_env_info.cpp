@@ -17,6 +17,8 @@ constexpr VantoroPin kDecayPins[] = {
     input(1, "signal"),
 };
 
+constexpr VantoroModule kModule = LBX_MODULE("Dynamics_Processors/qvaudio_env.h", Env);
+
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DP_ENV, kDynamics, "peak envelope, 1 at most", kOneOne)
         .params(kPeakLayout, VANTORO_KEEPS)
@@ -32,4 +34,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kEnvInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kEnvInfo = lbx::info::kServedBy<kRows, kModule>;

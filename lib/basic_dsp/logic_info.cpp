@@ -2,6 +2,7 @@
 #include "logic_info.h"
 
 #include "../framework/info_list.h"
+#include "basic_dsp.h"
 
 namespace {
 
@@ -24,6 +25,8 @@ constexpr VantoroSlot kCalc[] = {value(kOperation)};
 constexpr VantoroSlot kOneShot[] = {value(kPulseBit)};
 
 constexpr InfoRow one_shot(const InfoRow& row) { return row.params(kOneShot, VANTORO_RESTARTS); }
+
+constexpr VantoroModule kModule = LBX_CATEGORY_MODULE("basic_dsp/basic_dsp.h", Basic);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(BASIC_LOGIC_ABSMAX, kBasic, "largest magnitude of the inputs", kToOne),
@@ -50,4 +53,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kLogicInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kLogicInfo = lbx::info::kServedBy<kRows, kModule>;

@@ -9,6 +9,8 @@ using namespace lbx::graphical_eq;
 
 static_assert(std::size(kColumns) == kFilterParamSize);
 
+constexpr VantoroModule kModule = LBX_MODULE("filters/graphical_eq.h", GraphicalEQ);
+
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_GRAPHICAL_EQ, kFilters, "graphical equaliser", kSame)
         .params(kLayout, VANTORO_RESTARTS)
@@ -18,4 +20,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kGraphicalEqInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kGraphicalEqInfo = lbx::info::kServedBy<kRows, kModule>;

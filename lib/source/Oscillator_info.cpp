@@ -15,6 +15,8 @@ constexpr InfoRow oscillator(const InfoRow& row)
     return row.params(kLayout, VANTORO_RESTARTS).traits(VANTORO_SOURCE);
 }
 
+constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/Oscillator.h", OscillatorSource);
+
 constexpr InfoRow kRows[] = {
     oscillator(LBX_TYPE(SOURCE_OSC_BEEQ, kSources, "sine, as SOURCE_OSC_SINE", kNoneToMany)),
     oscillator(LBX_TYPE(SOURCE_OSC_SAWTOOTH, kSources, "rising sawtooth, not band-limited", kNoneToMany)),
@@ -25,4 +27,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kOscillatorInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kOscillatorInfo = lbx::info::kServedBy<kRows, kModule>;

@@ -12,9 +12,10 @@ MAY_SEE = {
     "io": ["support"],
     "catalog": ["support"],
     "schematic": ["support", "catalog"],
+    "export": ["support", "catalog", "schematic"],
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],
-    "commands": ["support", "io", "catalog", "schematic", "engine", "analysis"],
+    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis"],
     "": ["commands", "io", "support"],  # main.cpp
 }
 PUBLIC = ["vantoro.h", "common/block_info.h", "vantoro_graph.h"]  # of the libraries

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro export SCHEMATIC: what a product compiles in or loads.
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "commands/commands.h"
+#include "export/direct.h"
+#include "export/table.h"
+#include "io/part_file.h"
+#include "schematic/preset.h"
+#include "vantoro_graph.h"
+
+namespace vantoro {
+namespace {
+
+struct Options {
+    std::string schematic;
+    std::string table, direct, binary;  // one of them
+    std::string directory = ".";
+    std::vector<std::string> settings;
+    std::optional<int> channels, rate;
+    bool strict = false;
+};
+
+Schematic load(const Options& options)
+{
+    std::vector<Problem> problems;
+    std::vector<Setting> settings;
+    for (const std::string& text : options.settings)
+        settings.push_back(parse_setting(text));
+    Schematic schematic = load_schematic(
+        options.schematic, {.channels = options.channels, .rate = options.rate, .settings = settings}, options.strict);
+    if (schematic.changes.empty())
+        return schematic;
+    problems.push_back({"/changes", std::to_string(schematic.changes.size()), "not exported: a product makes its own",
+                        !options.strict, options.schematic});
+    if (options.strict)
+        throw UserError(problems);
+    print_problems(problems);
+    return schematic;
+}
+
+int rate_in_product(const Schematic& schematic, const Options& options)
+{
+    return schematic.rate || options.rate ? rate_of(schematic, options.rate) : 0;
+}
+
+std::string checked_preset(const Options& options, const Schematic& schematic, int rate)
+{
+    std::array<char, 256> why{};
+    std::string bytes = bytes_of(preset_of(schematic, rate));
+    if (Vantoro_graph_check(bytes.data(), bytes.size(), why.data(), why.size()) != RT_OK)
+        throw UserError({{.where = {}, .value = {}, .wanted = why.data(), .file = options.schematic}});
+    return bytes;
+}
+
+void refuse_overwriting(const std::string& path, const Options& options)
+{
+    if (const std::string why = PartFile::refusal(path, {{"the schematic", options.schematic}}); !why.empty())
+        throw UserError(why);
+}
+
+void write_c(const Options& options, const Schematic& schematic, int rate)
+{
+    const bool direct = !options.direct.empty();
+    const std::string& name = direct ? options.direct : options.table;
+    const Product product = make_product(name, options.schematic, schematic, rate);
+    const std::string path = (std::filesystem::path(options.directory) / name).string();
+    for (const char* extension : {".c", ".h"})
+        refuse_overwriting(path + extension, options);
+    const CFiles files = direct ? c_direct(product) : c_table(product);
+    write_file(path + ".c", files.source);
+    write_file(path + ".h", files.header);
+}
+
+int run(const Options& options)
+{
+    const Schematic schematic = load(options);
+    const int rate = rate_in_product(schematic, options);
+    const std::string preset = checked_preset(options, schematic, rate);
+    if (options.binary.empty()) {
+        write_c(options, schematic, rate);
+        return 0;
+    }
+    refuse_overwriting(options.binary, options);
+    write_file(options.binary, preset);
+    return 0;
+}
+
+}  // namespace
+
+void add_export_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("export", "Turn a schematic into what a product compiles in or loads");
+    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
+    CLI::Option_group* kind = command->add_option_group("form", "One of");
+    kind->add_option("--c", options->table, "NAME.c and NAME.h: a table for the graph runtime")->type_name("NAME");
+    kind->add_option("--direct", options->direct, "NAME.c and NAME.h: calls of the blocks, without a runtime")
+        ->type_name("NAME");
+    kind->add_option("--binary", options->binary, "The table as a file to load")->type_name("FILE");
+    kind->require_option(1);
+    command->add_option("-o,--directory", options->directory, "Where C files go [.]")->type_name("DIR");
+    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE")->allow_extra_args(false)->type_name("SETTING");
+    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
+    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [any]")
+        ->check(CLI::Range(kMinRate, kMaxRate));
+    command->add_flag("--strict", options->strict, "Warnings are errors");
+    command->callback([options, &status] { status = run(*options); });
+}
+
+}  // namespace vantoro

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+// vantoro import PRESET: what is in a preset. vantoro diff A B: what differs between schematics or presets.
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+#include "commands/commands.h"
+#include "commands/listing.h"
+#include "schematic/difference.h"
+#include "schematic/preset.h"
+#include "vantoro_graph.h"
+
+namespace vantoro {
+namespace {
+
+Schematic read_preset(const std::string& path, std::string_view bytes)
+{
+    try {
+        return schematic_of(bytes);
+    } catch (const UserError& error) {
+        std::vector<Problem> problems = error.problems();
+        problems.front().file = path;
+        throw UserError(std::move(problems));
+    }
+}
+
+// ---- import ----
+
+int import(const std::string& path)
+{
+    const std::string bytes = read_file(path);
+    const Schematic schematic = read_preset(path, bytes);
+    std::printf("preset of %zu bytes, version %u, CRC %08x\n", bytes.size(), VANTORO_PRESET_VERSION,
+                Vantoro_preset_crc(bytes.data(), bytes.size()));
+    print_graph(schematic);
+    return 0;
+}
+
+// ---- diff ----
+
+struct DiffOptions {
+    std::string from, to;
+    std::optional<int> channels;
+};
+
+constexpr int kDifferent = 1;
+
+Schematic read_either(const std::string& path, const DiffOptions& options)
+{
+    const std::string text = read_file(path);
+    return is_preset(text) ? read_preset(path, text) : read_schematic(path, {.channels = options.channels});
+}
+
+int diff(const DiffOptions& options)
+{
+    const Schematic from = read_either(options.from, options), to = read_either(options.to, options);
+    const std::vector<std::string> lines = differences(from, to);
+    for (const std::string& line : lines)
+        std::puts(line.c_str());
+    return lines.empty() ? 0 : kDifferent;
+}
+
+}  // namespace
+
+void add_import_command(CLI::App& app, int& status)
+{
+    auto path = std::make_shared<std::string>();
+    CLI::App* command = app.add_subcommand("import", "Check a preset and print what is in it");
+    command->add_option("preset", *path, "The preset (export --binary)")->required()->type_name("FILE");
+    command->callback([path, &status] { status = import(*path); });
+}
+
+void add_diff_command(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<DiffOptions>();
+    CLI::App* command = app.add_subcommand("diff", "List what differs between two schematics or presets");
+    command->add_option("a", options->from, "A schematic (JSON) or a preset")->required()->type_name("FILE");
+    command->add_option("b", options->to, "The other")->required()->type_name("FILE");
+    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
+    command->footer("Exit status: 0 they run alike, 1 they differ, 2 one of them is wrong");
+    command->callback([options, &status] { status = diff(*options); });
+}
+
+}  // namespace vantoro
