@@ -17,6 +17,8 @@ struct VantoroGraph {
     ~VantoroGraph();
 
     int process();
+    int run_on(Program& program);
+    void mend(Program& program);
     void begin_fade();
     void crossfade();
     void retire(Program* program);
@@ -27,6 +29,8 @@ struct VantoroGraph {
     Array<float> arena;
     Array<float*> in, out;
     int filled = 0;  // frames of the block that Vantoro_graph_run is filling
+
+    VantoroGraphFaults faults = {0, 0, -1};  // audio thread
 
     Program* now = nullptr;                  // audio thread
     Program* coming = nullptr;               // audio thread: fading in
@@ -58,16 +62,6 @@ bool make_buffers(VantoroGraph& graph)
     return true;
 }
 
-// The program hears what the graph hears.
-int run_on(Program& program, const VantoroGraph& graph)
-{
-    const vgraph::FlushToZero mode(program.flushes());
-    program.take_posts();
-    for (int ch = 0; ch < program.inputs(); ++ch)
-        std::copy_n(graph.in[index(ch)], program.block_size(), program.input(ch));
-    return program.run();
-}
-
 }  // namespace
 
 VantoroGraph::~VantoroGraph()
@@ -93,6 +87,28 @@ void VantoroGraph::free_retired()
         vgraph::unmake(program);
         program = next;
     }
+}
+
+// The program hears what the graph hears.
+int VantoroGraph::run_on(Program& program)
+{
+    const vgraph::FlushToZero mode(program.flushes());
+    program.take_posts();
+    unsigned wrong = 0;
+    for (int ch = 0; ch < program.inputs(); ++ch)
+        wrong += program.hear(ch, in[index(ch)]);
+    faults.inputs += wrong;
+    const int result = program.run();
+    if (result >= 0 && !program.sound()) [[unlikely]]
+        mend(program);
+    return result;
+}
+
+// After a number that is not finite: what of the outputs is not finite is silent for this block, the next one plays.
+void VantoroGraph::mend(Program& program)
+{
+    faults.node = program.recover();
+    ++faults.blocks;
 }
 
 // Hands out the newest program of a graph that does not run.
@@ -138,9 +154,9 @@ void VantoroGraph::crossfade()
 int VantoroGraph::process()
 {
     begin_fade();
-    int result = run_on(*now, *this);
+    int result = run_on(*now);
     if (coming)
-        result = std::min(result, run_on(*coming, *this));
+        result = std::min(result, run_on(*coming));
     if (result < 0) {
         for (int ch = 0; ch < now->outputs(); ++ch)
             std::fill_n(out[index(ch)], now->block_size(), 0.0F);
@@ -233,6 +249,8 @@ const float* Vantoro_graph_output(const VantoroGraph* graph, int channel)
 int Vantoro_graph_process(VantoroGraph* graph) { return graph->process(); }
 
 int Vantoro_graph_failed(const VantoroGraph* graph) { return graph->now->failed(); }
+
+void Vantoro_graph_faults(const VantoroGraph* graph, VantoroGraphFaults* faults) { *faults = graph->faults; }
 
 int Vantoro_graph_set(VantoroGraph* graph, int node, const float* vector, int length)
 {

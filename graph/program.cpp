@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <cmath>
 #include <utility>
 #include <vantoro/level_detectors/level_detectors.h>
 #include <vantoro/vantoro_preprocess.h>
@@ -21,6 +23,16 @@ public:
     AtWork(const AtWork&) = delete;
     AtWork& operator=(const AtWork&) = delete;
 };
+
+// On the bits of the magnitudes: the compiler makes this vectors. NaN and infinity are the largest.
+bool finite(const float* samples, int n)
+{
+    constexpr std::uint32_t kInfinite = 0x7f800000;
+    std::uint32_t peak = 0;
+    for (int i = 0; i < n; ++i)
+        peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffU);
+    return peak < kInfinite;
+}
 
 // Both threads reach a detector's levels.
 void publish(float& to, float v) { std::atomic_ref(to).store(v, std::memory_order_relaxed); }
@@ -298,6 +310,62 @@ int Program::run()
     }
     node_at_work = nullptr;
     return result;
+}
+
+// Samples beyond this are no audio; a filter that takes one in may ring for minutes.
+constexpr float kLoudest = 1e10F;
+
+unsigned Program::hear(int ch, const float* samples)
+{
+    float* to = input(ch);
+    std::uint32_t wrong = 0;
+    for (int i = 0; i < block_size(); ++i) {
+        const bool good = std::fabs(samples[i]) <= kLoudest;
+        to[i] = good ? samples[i] : 0.0F;
+        wrong += good ? 0U : 1U;
+    }
+    return wrong;
+}
+
+// What a node gave in this block.
+bool Program::finite_at(const RunNode& node) const
+{
+    return std::all_of(node.out, node.out + node.block->nOutputs,
+                       [this](const float* pin) { return finite(pin, block_size()); }) &&
+           finite(node.levels, node.level_count);
+}
+
+bool Program::sound()
+{
+    for (int ch = 0; ch < outputs_; ++ch)
+        if (!finite(output(ch), block_size()))
+            return false;
+    if (nodes_count_ == 0)
+        return true;
+    looked_at_ = (looked_at_ + 1) % nodes_count_;
+    return finite_at(nodes_[index(looked_at_)]);
+}
+
+int Program::recover()
+{
+    int first = -1;
+    for (int n = 0; n < nodes_count_; ++n) {
+        const RunNode& node = nodes_[index(n)];
+        const bool heard = std::all_of(node.in, node.in + node.block->nInputs,
+                                       [this](const float* pin) { return finite(pin, block_size()); });
+        const bool gave = finite_at(node);
+        if (heard && gave)
+            continue;
+        if (heard && first < 0)
+            first = n;
+        const AtWork at_work(node.name);
+        BlockAlgo_clear(node.block);
+    }
+    // Only now: a listener's inputs are the outputs of others.
+    for (std::size_t b = 1; b < buffers_count_; ++b)
+        if (!finite(buffers_[b], block_size()))
+            std::fill_n(buffers_[b], block_size(), 0.0F);
+    return first;
 }
 
 }  // namespace vgraph

@@ -63,10 +63,16 @@ public:
     int post(int node, const float* vector, int length);
     int post_entry(int node, int entry, float value);
 
-    // Audio thread. run(): the result of the first node that fails, or RT_OK.
+    // Audio thread. hear(): takes a channel's samples; those that are no audio become 0. Returns how many. run(): the
+    // result of the first node that fails, or RT_OK. sound(): whether the outputs are finite, and the pins and levels
+    // of one node, each block another. recover(): clears every node that heard or gave a number that is not finite, and
+    // returns the first that made one of finite inputs, or -1.
+    unsigned hear(int ch, const float* samples);
     void take_posts();
     int set(int node, const float* vector, int length);
     int run();
+    int recover();
+    bool sound();
     int failed() const { return failed_; }
 
     Program* next_retired = nullptr;  // while swapped out
@@ -86,6 +92,7 @@ private:
     int apply(const RunNode& node, float* vector) const;
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;
+    bool finite_at(const RunNode& node) const;
 
     BlockPro pro_ = {};
     std::size_t stride_ = 0;  // samples from buffer to buffer
@@ -102,7 +109,7 @@ private:
     Array<const float*> heard_;
     std::size_t heard_taken_ = 0;
     Array<float> scratch_;  // as long as the longest vector
-    int longest_ = 0, failed_ = -1;
+    int longest_ = 0, failed_ = -1, looked_at_ = 0;
     Array<char> text_;
     Array<RunNode> nodes_;
     Queue queue_;

@@ -113,6 +113,17 @@ int Vantoro_graph_process(VantoroGraph* graph);
 // The node that failed in the last process call, or -1.
 int Vantoro_graph_failed(const VantoroGraph* graph);
 
+// What was wrong since the graph was made. An input sample that is not finite, or beyond 1e10, is taken as 0. When a
+// number that is not finite reaches an output (or stands anywhere in the graph: one node is looked at per block), the
+// nodes that made it or took it in are cleared (BlockAlgo_clear); that block of the output is silent, the next one
+// plays.
+typedef struct VantoroGraphFaults {
+    unsigned long long inputs;  // samples taken as 0
+    unsigned long long blocks;  // blocks after which nodes were cleared
+    int node;                   // where the last of them started: the first node that made such a number; -1: none
+} VantoroGraphFaults;
+void Vantoro_graph_faults(const VantoroGraph* graph, VantoroGraphFaults* faults);  // audio thread
+
 // A new parameter vector at once, between two process calls. Of any length that Vantoro_param_check passes: this one
 // may allocate and log, and is for hosts that render on one thread. RT_OK, RT_ERR_VALUE, or what the library answers.
 int Vantoro_graph_set(VantoroGraph* graph, int node, const float* vector, int length);

@@ -8,12 +8,10 @@
 
 namespace vantoro {
 
-// On the bits of the magnitudes, as integers: the compiler makes this vectors. Infinity and NaN are the largest.
-bool Levels::add(const float* const* channels, int frames)
+// On the bits of the magnitudes, as integers: the compiler makes this vectors.
+void Levels::add(const float* const* channels, int frames)
 {
     constexpr std::int32_t kFullScale = std::bit_cast<std::int32_t>(1.0F);
-    constexpr std::int32_t kInfinite = 0x7f800000;
-    bool finite = true;
     for (std::size_t ch = 0; ch < peaks_.size(); ++ch) {
         std::int32_t peak = peaks_[ch];
         std::int32_t above = 0;
@@ -24,9 +22,7 @@ bool Levels::add(const float* const* channels, int frames)
         }
         peaks_[ch] = peak;
         above_ += above;
-        finite = finite && peak < kInfinite;
     }
-    return finite;
 }
 
 double Levels::peak_db(int channel) const

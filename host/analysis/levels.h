@@ -12,8 +12,7 @@ class Levels {
 public:
     explicit Levels(int channels) : peaks_(static_cast<std::size_t>(channels)) {}
 
-    // False: something is not finite.
-    [[nodiscard]] bool add(const float* const* channels, int frames);
+    void add(const float* const* channels, int frames);
 
     double peak_db(int channel) const;  // re full scale 1.0; -infinity for silence
     std::int64_t above_full_scale() const { return above_; }

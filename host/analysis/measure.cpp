@@ -58,15 +58,14 @@ private:
     {
         if (!engine.process())
             throw std::runtime_error(engine.failure());
+        if (engine.faulty())
+            throw std::runtime_error("an output is not a finite number: a filter on the way is unstable");
     }
 
     static void add(Signal& signal, const float* heard, const float* silent, std::size_t n)
     {
-        for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t i = 0; i < n; ++i)
             signal.push_back(static_cast<double>(heard[i]) - static_cast<double>(silent[i]));
-            if (!std::isfinite(signal.back()))
-                throw std::runtime_error("an output is not a finite number: a filter on the way is unstable");
-        }
     }
 
     Engine heard_, silent_;

@@ -46,7 +46,9 @@ int run(const RunOptions& options)
     std::fprintf(report, "%.3f s of audio, %.1f x real time%s\n", seconds, seconds / std::max(wall, 1e-6),
                  levels.text().c_str());
     std::fputs(meters.text().c_str(), report);
-    return 0;
+    if (engine->faulty())
+        std::fprintf(stderr, "vantoro: %s\n", engine->fault().c_str());
+    return engine->faulty() ? 1 : 0;
 }
 
 // ---- options ----
@@ -59,6 +61,7 @@ void add_files(CLI::App& command, RunOptions& options)
     command.add_option("-o,--output", options.output, "Sound file to write; the extension names the format")
         ->type_name("FILE");
     command.add_flag("--force", options.force, "Let the output replace the input");
+    command.add_flag("--keep", options.keep, "Keep an output with audio that is not finite: those blocks are silent");
     command.add_option("--format", options.encoding, "pcm16, pcm24 (default), pcm32 or float")
         ->transform(CLI::CheckedTransformer(kEncodings).description(""))
         ->type_name("NAME");

@@ -115,6 +115,7 @@ void check_meters(const RunOptions& options, Complaints& complaints)
 Job prepare(const RunOptions& options)
 {
     Job job;
+    job.keep = options.keep;
     Complaints complaints;
     std::vector<Setting> settings;
     if (!options.input.empty())

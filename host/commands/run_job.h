@@ -23,6 +23,7 @@ struct RunOptions {
     std::string raw_in, raw_out;  // formats; empty: a sound file
     std::optional<int> raw_rate, raw_channels;
     bool force = false;
+    bool keep = false;
     bool quiet = false;
     bool strict = false;
 };
@@ -33,6 +34,7 @@ struct Job {
     Schematic schematic;
     int rate = 0;                        // Hz
     std::optional<std::int64_t> frames;  // unknown for some streams
+    bool keep = false;                   // audio that is not finite does not end the run
 };
 
 // Opens the input and reads the schematic, whose warnings it prints; touches no output. Throws UserError with

@@ -2,45 +2,11 @@
 #include "commands/run_stream.h"
 
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 
 #include "commands/progress.h"
 
 namespace vantoro {
-namespace {
-
-bool finite(const float* samples, int frames)
-{
-    return std::all_of(samples, samples + frames, [](float v) { return std::isfinite(v); });
-}
-
-// Where a NaN or an infinity comes from: the input, or the first block that puts one out.
-std::string origin(const Engine& engine, int frames)
-{
-    for (int ch = 0; ch < engine.inputs(); ++ch)
-        if (!finite(engine.signal({Feed::kTerminal, ch}), frames))
-            return "channel " + std::to_string(ch) + " of the input";
-    const Schematic& schematic = engine.schematic();
-    for (const int b : schematic.order) {
-        const Block& block = schematic.blocks[static_cast<std::size_t>(b)];
-        for (int pin = 0; pin < block.pins.outputs; ++pin)
-            if (!finite(engine.signal({b, pin}), frames))
-                return block.id + '.' + std::to_string(pin);
-    }
-    return "nowhere";
-}
-
-std::string not_finite(const Engine& engine, int frames, double seconds)
-{
-    int output = 0;
-    while (finite(engine.output()[output], frames))
-        ++output;
-    return "output " + std::to_string(output) + " is not finite in the block at " + std::to_string(seconds) +
-           " s; it starts in " + origin(engine, frames);
-}
-
-}  // namespace
 
 std::int64_t stream(const Job& job, Engine& engine, AudioSink* writer, Levels& levels, Meters& meters)
 {
@@ -55,8 +21,9 @@ std::int64_t stream(const Job& job, Engine& engine, AudioSink* writer, Levels& l
         engine.change();
         if (!engine.process())
             throw std::runtime_error(engine.failure());
-        if (!levels.add(engine.output(), frames))
-            throw std::runtime_error(not_finite(engine, frames, seconds(done)));
+        if (!job.keep && engine.faulty())
+            throw std::runtime_error("in the block at " + std::to_string(seconds(done)) + " s: " + engine.fault());
+        levels.add(engine.output(), frames);
         if (writer)
             writer->write(engine.output(), frames);
         done += frames;

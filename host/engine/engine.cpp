@@ -83,6 +83,28 @@ bool Engine::process()
     return true;
 }
 
+bool Engine::faulty() const
+{
+    VantoroGraphFaults faults;
+    Vantoro_graph_faults(graph_.get(), &faults);
+    return faults.inputs > 0 || faults.blocks > 0;
+}
+
+std::string Engine::fault() const
+{
+    VantoroGraphFaults faults;
+    Vantoro_graph_faults(graph_.get(), &faults);
+    std::string text;
+    if (faults.inputs > 0)
+        text = "samples of the input that are not finite or beyond 1e10, taken as 0: " + std::to_string(faults.inputs);
+    if (faults.blocks > 0) {
+        const char* node = Vantoro_graph_node_name(graph_.get(), faults.node);
+        text += (text.empty() ? "" : "; ") + ("blocks of audio that are not finite: " + std::to_string(faults.blocks)) +
+                (node ? ", starting in " + std::string(node) : "");
+    }
+    return text;
+}
+
 const float* Engine::signal(const Feed& source) const
 {
     if (source.block == Feed::kTerminal)

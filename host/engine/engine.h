@@ -59,6 +59,10 @@ public:
     bool process();
     const std::string& failure() const { return failure_; }
 
+    // Whether the input or a block's output was not finite so far; what and where, for people.
+    bool faulty() const;
+    std::string fault() const;
+
     // What an output pin, or a channel of the input, holds since the last block.
     const float* signal(const Feed& source) const;
 

@@ -266,14 +266,16 @@ class Cli(unittest.TestCase):
             self.assertEqual((len(samples(self.path("b.wav"))), out.stderr), (60000, ""))
 
     def test_what_is_not_finite_is_a_failure(self):
-        for frames, settings, words in (([0.5] * 200 + [float("nan")], [], "starts in channel 0 of the input"),
-                                        ([1e30] * 201, ["--set", "g.gain=1e20"], "starts in g.0")):
+        for frames, settings, words in (([0.5] * 200 + [float("nan")], [], "samples of the input that are not finite or beyond 1e10, taken as 0: 1"),
+                                        ([1e9] * 201, ["--set", "g.gain=1e38"], "blocks of audio that are not finite: 1, starting in g")):
             wav(self.path("in.wav"), frames * 2, 1)
-            error = self.call("run", self.path("g.json", GAIN % 64), "-i", self.path("in.wav"), "-o", self.path("out.wav", "old"),
-                              *settings, status=1).stderr
-            self.assertIn("output 0 is not finite", error)
+            call = ["run", self.path("g.json", GAIN % 64), "-i", self.path("in.wav"), "--format", "float", *settings]
+            error = self.call(*call, "-o", self.path("out.wav", "old"), status=1).stderr
             self.assertIn(words, error)
             self.assertEqual(self.read("out.wav"), "old")
+            self.call(*call, "-o", self.path("out.wav"), "--keep", status=1)
+            got = struct.unpack("<402f", samples(self.path("out.wav")))
+            self.assertEqual(got, tuple(0 if settings or v != v else v for v in frames * 2))
 
     def test_sources_settings_and_meters(self):
         document = json.loads(SOURCES)

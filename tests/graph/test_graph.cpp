@@ -239,6 +239,35 @@ TEST(Set, IsInForceAtOnceWhateverItsLength)
     EXPECT_EQ(Vantoro_graph_failed(graph.get()), -1);
 }
 
+// What is no audio in the input is silence in its place, bit for bit; a node that overflows, and the limiter that hears
+// it, begin anew, so that the next block is that of a new graph.
+TEST(Faults, AreHeardForNoMoreThanTheirBlock)
+{
+    std::vector<float> in = noise(640), silent = in;
+    for (const auto& [at, value] : {std::pair{70, NAN}, {75, -INFINITY}, {200, 1e20F}}) {
+        in[static_cast<std::size_t>(at)] = value;
+        silent[static_cast<std::size_t>(at)] = 0;
+    }
+    PresetRows rows = chain();
+    rows.nodes[0] = {"gain", EN_BASIC_GAIN, 1, {1}, {1, 1}};
+    const Graph graph = make(graph_test::preset_of(rows)), other = make(graph_test::preset_of(rows));
+    EXPECT_EQ(run(graph.get(), in), run(other.get(), silent));
+    VantoroGraphFaults faults;
+    Vantoro_graph_faults(graph.get(), &faults);
+    EXPECT_EQ(faults.inputs, 3U);
+    EXPECT_EQ(faults.blocks, 0U);
+
+    const std::vector<float> loud = {1e38F, 1}, plain = {1, 1}, block(64, 1e3F);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, loud.data(), 2), RT_OK);
+    EXPECT_EQ(run(graph.get(), block), std::vector<float>(64));
+    Vantoro_graph_faults(graph.get(), &faults);
+    EXPECT_EQ(faults.blocks, 1U);
+    EXPECT_EQ(faults.node, 0);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, plain.data(), 2), RT_OK);
+    const Graph fresh = make(graph_test::preset_of(rows));
+    EXPECT_EQ(run(graph.get(), silent), run(fresh.get(), silent));
+}
+
 TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
 {
     const std::vector<float> in = noise(64000);
