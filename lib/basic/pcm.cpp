@@ -92,42 +92,51 @@ struct Row {
     void (*to_words)(const float* samples, int* words, int n);
 };
 template <class W, class Value>
-constexpr Row kRow = {W::bytes, gather<W>, scatter<W>, to_samples<Value>, to_words<Value>};
-
-template <ByteOrder Order>
-constexpr Row kRows[VANTORO_PCM_COUNT] = {kRow<Word<2, Order>, Whole<16>>, kRow<Word<3, Order>, Whole<24>>,
-                                          kRow<LongWord<24, Order>, Whole<24>>, kRow<LongWord<32, Order>, Whole<32>>,
-                                          kRow<LongWord<32, Order>, Float>};
-
-const Row* row_of(int format, int big_endian)
+constexpr Row row_with()
 {
-    if (format < 0 || format >= VANTORO_PCM_COUNT)
-        return nullptr;
-    return big_endian != 0 ? &kRows<kBig>[format] : &kRows<kLittle>[format];
+    return {W::bytes, gather<W>, scatter<W>, to_samples<Value>, to_words<Value>};
 }
+
+// A switch: each function in a table would be relocated when a shared library is loaded. No width: no such format.
+template <ByteOrder Order>
+Row row_of(int format)
+{
+    switch (format) {
+    case VANTORO_PCM_S16:
+        return row_with<Word<2, Order>, Whole<16>>();
+    case VANTORO_PCM_S24:
+        return row_with<Word<3, Order>, Whole<24>>();
+    case VANTORO_PCM_S24_32:
+        return row_with<LongWord<24, Order>, Whole<24>>();
+    case VANTORO_PCM_S32:
+        return row_with<LongWord<32, Order>, Whole<32>>();
+    case VANTORO_PCM_FLOAT:
+        return row_with<LongWord<32, Order>, Float>();
+    default:
+        return {};
+    }
+}
+
+Row row_of(int format, int big_endian) { return big_endian != 0 ? row_of<kBig>(format) : row_of<kLittle>(format); }
 
 }  // namespace
 
-int Vantoro_pcm_width(int format)
-{
-    const Row* row = row_of(format, 0);
-    return row ? row->width : 0;
-}
+int Vantoro_pcm_width(int format) { return row_of(format, 0).width; }
 
 int Vantoro_pcm_read(const void* frames, float* const* channels, int channel_count, int frame_count, int format,
                      int big_endian)
 {
-    const Row* row = row_of(format, big_endian);
-    if (!row)
+    const Row row = row_of(format, big_endian);
+    if (row.width == 0)
         return RT_ERR_VALUE;
-    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row->width;
+    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row.width;
     for (std::ptrdiff_t c = 0; c < channel_count; ++c) {
-        const LBX_BYTE* from = static_cast<const LBX_BYTE*>(frames) + c * row->width;
+        const LBX_BYTE* from = static_cast<const LBX_BYTE*>(frames) + c * row.width;
         for (int at = 0, n = 0; at < frame_count; at += n) {
             int words[kTile];
             n = std::min(kTile, frame_count - at);
-            row->gather(from + at * step, step, words, n);
-            row->to_samples(words, channels[c] + at, n);
+            row.gather(from + at * step, step, words, n);
+            row.to_samples(words, channels[c] + at, n);
         }
     }
     return RT_OK;
@@ -136,17 +145,17 @@ int Vantoro_pcm_read(const void* frames, float* const* channels, int channel_cou
 int Vantoro_pcm_write(const float* const* channels, void* frames, int channel_count, int frame_count, int format,
                       int big_endian)
 {
-    const Row* row = row_of(format, big_endian);
-    if (!row)
+    const Row row = row_of(format, big_endian);
+    if (row.width == 0)
         return RT_ERR_VALUE;
-    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row->width;
+    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row.width;
     for (std::ptrdiff_t c = 0; c < channel_count; ++c) {
-        LBX_BYTE* to = static_cast<LBX_BYTE*>(frames) + c * row->width;
+        LBX_BYTE* to = static_cast<LBX_BYTE*>(frames) + c * row.width;
         for (int at = 0, n = 0; at < frame_count; at += n) {
             int words[kTile];
             n = std::min(kTile, frame_count - at);
-            row->to_words(channels[c] + at, words, n);
-            row->scatter(words, to + at * step, step, n);
+            row.to_words(channels[c] + at, words, n);
+            row.scatter(words, to + at * step, step, n);
         }
     }
     return RT_OK;
