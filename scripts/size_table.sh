@@ -5,7 +5,7 @@
 set -euo pipefail
 build=$1 check=${2:-}
 cached() { sed -nE "s/^$1:[A-Z]+=(.*)/\1/p" "$build/CMakeCache.txt"; }
-cc=$(cached CMAKE_C_COMPILER) source=$(cached CMAKE_HOME_DIRECTORY)
+cc=$(sed -nE 's/^set\(CMAKE_C_COMPILER "(.*)"\)/\1/p' "$build"/CMakeFiles/*/CMakeCCompiler.cmake) source=$(cached CMAKE_HOME_DIRECTORY)
 machine=$("$cc" -dumpmachine) archive=$build/lib/libvantoro.a
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <numbers>
 #include <optional>
 #include <set>
@@ -44,22 +45,43 @@ struct Path {
 };
 using Paths = std::vector<Path>;
 
-// The paths as the library tells them; empty: the block is not linear.
+// The paths as the library tells them. What fails meanwhile is kept: no exception may leave a callback of the library.
+struct Told {
+    Paths paths;
+    std::exception_ptr failure;
+
+    template <class Add>
+    static void add(void* user, Add add) noexcept
+    {
+        auto& told = *static_cast<Told*>(user);
+        try {
+            if (!told.failure)
+                add(told.paths);
+        } catch (...) {
+            told.failure = std::current_exception();
+        }
+    }
+};
+
+// Empty: the block is not linear.
 std::optional<Paths> paths_of(const BlockAlgo& block)
 {
-    Paths paths;
+    Told told;
     VantoroLinearVisitor visitor{};
-    visitor.user = &paths;
+    visitor.user = &told;
     visitor.path = [](void* user, int input, int output, double gain, int delay) {
-        static_cast<Paths*>(user)->push_back({input, output, gain, delay});
+        Told::add(user, [&](Paths& paths) { paths.push_back({input, output, gain, delay}); });
     };
     visitor.section = [](void* user, const double* c) {
-        static_cast<Paths*>(user)->back().sections.push_back({c[0], c[1], c[2], c[3], c[4]});
+        Told::add(user, [&](Paths& paths) { paths.back().sections.push_back({c[0], c[1], c[2], c[3], c[4]}); });
     };
     visitor.taps = [](void* user, const float* taps, int count) {
-        static_cast<Paths*>(user)->back().taps = {taps, index(count)};
+        Told::add(user, [&](Paths& paths) { paths.back().taps = {taps, index(count)}; });
     };
-    return Vantoro_block_linear(&block, &visitor) != 0 ? std::optional(std::move(paths)) : std::nullopt;
+    const bool linear = Vantoro_block_linear(&block, &visitor) != 0;
+    if (told.failure)
+        std::rethrow_exception(told.failure);
+    return linear ? std::optional(std::move(told.paths)) : std::nullopt;
 }
 
 std::complex<double> at(const Path& path, double radians)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pcm.h"
 
+#include <algorithm>
 #include <bit>
-#include <type_traits>
 
 #include "../common/common.h"
 #include "lbx_ulity.h"
@@ -32,15 +32,34 @@ struct LongWord {
     }
 };
 
+// Words of a stream `step` bytes apart, and integers side by side; one by one, because they lie as they lie. How to get
+// from those to samples is a loop over vectors, and the same for every way to lay out a word.
+template <class W>
+void gather(const LBX_BYTE* from, std::ptrdiff_t step, int* words, int n)
+{
+    for (int k = 0; k < n; ++k, from += step) {
+        __asm__ volatile("");
+        words[k] = W::load(from);
+    }
+}
+template <class W>
+void scatter(const int* words, LBX_BYTE* to, std::ptrdiff_t step, int n)
+{
+    for (int k = 0; k < n; ++k, to += step) {
+        __asm__ volatile("");
+        W::store(to, words[k]);
+    }
+}
+
 // What a word is as a float, and back.
-template <class W, int Bits>
-struct Whole : W {
+template <int Bits>
+struct Whole {
     static constexpr float scale = Bits == 16 ? 32767.0F : 8388607.0F;
     static float sample(int word) { return static_cast<float>(word) / scale; }
     static int word(float v) { return round_to_int((v >= 1.0F ? 1.0F : v <= -1.0F ? -1.0F : v) * scale); }
 };
-template <class W>
-struct Whole<W, 32> : W {
+template <>
+struct Whole<32> {
     static constexpr double scale = 2147483647.0;  // no float
     static float sample(int word) { return static_cast<float>(static_cast<double>(word) / scale); }
     static int word(float v)
@@ -49,87 +68,95 @@ struct Whole<W, 32> : W {
         return to_int(scaled + (scaled < 0 ? -0.5 : 0.5));
     }
 };
-template <ByteOrder Order>
-struct Float : LongWord<32, Order> {
+struct Float {
     static float sample(int word) { return std::bit_cast<float>(word); }
     static int word(float v) { return std::bit_cast<int>(v); }
 };
 
-template <class W>
-struct Format {
-    static void read_all(const LBX_BYTE* in, float* const* channels, int count, int n)
-    {
-        for (std::ptrdiff_t c = 0; c < count; ++c)
-            read<W>(in + c * W::bytes, n, count,
-                    [out = channels[c]](std::ptrdiff_t k, int word) { out[k] = W::sample(word); });
-    }
-    static void write_all(const float* const* channels, LBX_BYTE* out, int count, int n)
-    {
-        for (std::ptrdiff_t c = 0; c < count; ++c)
-            write<W>(out + c * W::bytes, n, count, [in = channels[c]](std::ptrdiff_t k) { return W::word(in[k]); });
-    }
-};
-
-// The same, small rather than fast: of the other byte order than that of the devices.
-template <class W>
-struct RareFormat {
-    [[gnu::cold]] static void read_all(const LBX_BYTE* in, float* const* channels, int count, int n)
-    {
-        Format<W>::read_all(in, channels, count, n);
-    }
-    [[gnu::cold]] static void write_all(const float* const* channels, LBX_BYTE* out, int count, int n)
-    {
-        Format<W>::write_all(channels, out, count, n);
-    }
-};
+template <class Value>
+void to_samples(const int* words, float* samples, int n)
+{
+    each_index(n, [=](int k) LBX_INLINED { samples[k] = Value::sample(words[k]); });
+}
+template <class Value>
+void to_words(const float* samples, int* words, int n)
+{
+    each_index(n, [=](int k) LBX_INLINED { words[k] = Value::word(samples[k]); });
+}
 
 struct Row {
     int width;
-    void (*read)(const LBX_BYTE*, float* const*, int, int);
-    void (*write)(const float* const*, LBX_BYTE*, int, int);
+    void (*gather)(const LBX_BYTE* from, std::ptrdiff_t step, int* words, int n);
+    void (*scatter)(const int* words, LBX_BYTE* to, std::ptrdiff_t step, int n);
+    void (*to_samples)(const int* words, float* samples, int n);
+    void (*to_words)(const float* samples, int* words, int n);
 };
-template <class W, ByteOrder Order>
-using FormatOf = std::conditional_t<Order == kBig, RareFormat<W>, Format<W>>;
-template <class W, ByteOrder Order>
-constexpr Row kRow = {W::bytes, FormatOf<W, Order>::read_all, FormatOf<W, Order>::write_all};
-
-template <ByteOrder Order>
-constexpr Row kRows[VANTORO_PCM_COUNT] = {kRow<Whole<Word<2, Order>, 16>, Order>,
-                                          kRow<Whole<Word<3, Order>, 24>, Order>,
-                                          kRow<Whole<LongWord<24, Order>, 24>, Order>,
-                                          kRow<Whole<LongWord<32, Order>, 32>, Order>, kRow<Float<Order>, Order>};
-
-const Row* row_of(int format, int big_endian)
+template <class W, class Value>
+constexpr Row row_with()
 {
-    if (format < 0 || format >= VANTORO_PCM_COUNT)
-        return nullptr;
-    return big_endian != 0 ? &kRows<kBig>[format] : &kRows<kLittle>[format];
+    return {W::bytes, gather<W>, scatter<W>, to_samples<Value>, to_words<Value>};
 }
+
+// A switch: each function in a table would be relocated when a shared library is loaded. No width: no such format.
+template <ByteOrder Order>
+Row row_of(int format)
+{
+    switch (format) {
+    case VANTORO_PCM_S16:
+        return row_with<Word<2, Order>, Whole<16>>();
+    case VANTORO_PCM_S24:
+        return row_with<Word<3, Order>, Whole<24>>();
+    case VANTORO_PCM_S24_32:
+        return row_with<LongWord<24, Order>, Whole<24>>();
+    case VANTORO_PCM_S32:
+        return row_with<LongWord<32, Order>, Whole<32>>();
+    case VANTORO_PCM_FLOAT:
+        return row_with<LongWord<32, Order>, Float>();
+    default:
+        return {};
+    }
+}
+
+Row row_of(int format, int big_endian) { return big_endian != 0 ? row_of<kBig>(format) : row_of<kLittle>(format); }
 
 }  // namespace
 
-int Vantoro_pcm_width(int format)
-{
-    const Row* row = row_of(format, 0);
-    return row ? row->width : 0;
-}
+int Vantoro_pcm_width(int format) { return row_of(format, 0).width; }
 
 int Vantoro_pcm_read(const void* frames, float* const* channels, int channel_count, int frame_count, int format,
                      int big_endian)
 {
-    const Row* row = row_of(format, big_endian);
-    if (!row)
+    const Row row = row_of(format, big_endian);
+    if (row.width == 0)
         return RT_ERR_VALUE;
-    row->read(static_cast<const LBX_BYTE*>(frames), channels, channel_count, frame_count);
+    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row.width;
+    for (std::ptrdiff_t c = 0; c < channel_count; ++c) {
+        const LBX_BYTE* from = static_cast<const LBX_BYTE*>(frames) + c * row.width;
+        for (int at = 0, n = 0; at < frame_count; at += n) {
+            int words[kTile];
+            n = std::min(kTile, frame_count - at);
+            row.gather(from + at * step, step, words, n);
+            row.to_samples(words, channels[c] + at, n);
+        }
+    }
     return RT_OK;
 }
 
 int Vantoro_pcm_write(const float* const* channels, void* frames, int channel_count, int frame_count, int format,
                       int big_endian)
 {
-    const Row* row = row_of(format, big_endian);
-    if (!row)
+    const Row row = row_of(format, big_endian);
+    if (row.width == 0)
         return RT_ERR_VALUE;
-    row->write(channels, static_cast<LBX_BYTE*>(frames), channel_count, frame_count);
+    const std::ptrdiff_t step = std::ptrdiff_t{channel_count} * row.width;
+    for (std::ptrdiff_t c = 0; c < channel_count; ++c) {
+        LBX_BYTE* to = static_cast<LBX_BYTE*>(frames) + c * row.width;
+        for (int at = 0, n = 0; at < frame_count; at += n) {
+            int words[kTile];
+            n = std::min(kTile, frame_count - at);
+            row.to_words(channels[c] + at, words, n);
+            row.scatter(words, to + at * step, step, n);
+        }
+    }
     return RT_OK;
 }
