@@ -137,13 +137,15 @@ def compile_all(folder, cases, form, libraries):
         f.writelines('#include "../%s.h"\n' % case.prefix(form) for case in cases)
         f.writelines(case.change(form) for case in cases)
         f.write("static const struct Product products[] = {\n%s};\n" % "".join(case.row(form) for case in cases))
-    program = os.path.join(where, "play")
+    sources = [os.path.join(folder, case.prefix(form) + ".c") for case in cases]
+    return link([os.path.join(SOURCE, "tests", "export", "play.c"), *sources], os.path.join(where, "play"), libraries)
+
+
+def link(sources, program, libraries):
     paths = [os.path.join(BUILD, "lib"), os.path.join(BUILD, "graph")]
-    subprocess.run([CC, *FLAGS, "-I", where, *("-I" + os.path.join(p, "include") for p in paths),
-                    os.path.join(SOURCE, "tests", "export", "play.c"),
-                    *(os.path.join(folder, case.prefix(form) + ".c") for case in cases),
-                    *("-L" + p for p in paths), *("-Wl,-rpath," + p for p in paths), *libraries, "-lm", "-o", program],
-                   check=True)
+    subprocess.run([CC, *FLAGS, "-I", os.path.dirname(program), *("-I" + os.path.join(p, "include") for p in paths),
+                    *sources, *("-L" + p for p in paths), *("-Wl,-rpath," + p for p in paths), *libraries, "-lm",
+                    "-o", program], check=True)
     return program
 
 
@@ -212,6 +214,17 @@ class Export(unittest.TestCase):
                 self.assertTrue(result.stdout == wanted, (case.name, program, len(result.stdout), len(wanted)))
             moved += len(case.calls)
         self.assertGreater(moved, 100)
+
+    def test_the_page_shows_what_compiles_and_runs(self):
+        page = read(os.path.join(SOURCE, "docs", "embedding.md"))
+        example = os.path.join(SOURCE, "examples", "schematics", "loudspeaker.json")
+        with open(self.path("main.c"), "w") as f:
+            f.write(re.search(r"```c\n(#include \"room.h\".*?)```", page, re.S)[1])
+        self.call("export", example, "--c", "room", "--rate", "48000", "-o", self.dir.name)
+        program = link([self.path("main.c"), self.path("room.c")], self.path("main"), ["-lvantoro_graph", "-lvantoro"])
+        self.assertEqual(subprocess.run([*EMULATOR, program]).returncode, 0)
+        self.call("export", example, "--binary", self.path("b.bin"), "--set", "eq.bands[1].boostDb=-4")
+        self.assertIn("b.bin\n" + self.call("diff", example, self.path("b.bin"), status=1).stdout + "```", page)
 
     def test_damaged_presets_are_refused_with_a_reason(self):
         example = os.path.join(SOURCE, "examples", "schematics", "room.json")
