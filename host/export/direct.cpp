@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 
+#include "framework/module_names.h"
 #include "support/decimal.h"
 
 namespace vantoro {
@@ -157,7 +158,7 @@ private:
     {
         std::set<std::string> headers;
         for (const ProductNode& node : product_.nodes)
-            headers.insert(node.block->type->module->header);
+            headers.insert(lbx::module_names(node.block->type->type)->header);
         std::string out = headers.empty() ? "#include <vantoro/common/block_types.h>\n" : "";
         for (const std::string& header : headers)
             out += "#include <vantoro/" + header + ">\n";
@@ -204,7 +205,7 @@ private:
     {
         if (node.entries.empty())
             return "";
-        const VantoroModule& module = *node.block->type->module;
+        const lbx::ModuleNames& module = *lbx::module_names(node.block->type->type);
         const std::string begin = "static int set_" + node.name + "(void)\n{\n";
         const std::string vector = "vector_" + node.name, block = "block_" + node.name;
         if (has_trait(*node.block->type, VANTORO_PARAMS_IN_PLACE))
@@ -240,7 +241,7 @@ private:
         std::string out;
         if (outputs_size(node) > 0)
             out += "    memset(out_" + node.name + ", 0, sizeof out_" + node.name + ");\n";
-        out += "    " + block + " = " + node.block->type->module->init + '(' + std::to_string(node.block->pins.inputs) +
+        out += "    " + block + " = " + lbx::module_names(node.block->type->type)->init + '(' + std::to_string(node.block->pins.inputs) +
                ", " + std::to_string(node.block->pins.outputs) + ", &pro, EN_" + node.block->type->name +
                ");\n    if (!" + block + ")\n        return failed(RT_ERR_MALLOC);\n";
         if (!node.entries.empty())
@@ -253,7 +254,7 @@ private:
     {
         std::string out = "\nvoid " + product_.name + "_free(void)\n{\n";
         for (const ProductNode& node : product_.nodes)
-            out += "    if (block_" + node.name + ")\n        " + node.block->type->module->destroy + "(block_" +
+            out += "    if (block_" + node.name + ")\n        " + lbx::module_names(node.block->type->type)->destroy + "(block_" +
                    node.name + ");\n    block_" + node.name + " = NULL;\n";
         return out + "}\n";
     }
@@ -303,7 +304,7 @@ private:
         if (!product_.nodes.empty())
             out += "    int result;\n";
         for (const ProductNode& node : product_.nodes)
-            out += prepare_text(node) + "    if ((result = " + node.block->type->module->process + "(block_" +
+            out += prepare_text(node) + "    if ((result = " + lbx::module_names(node.block->type->type)->process + "(block_" +
                    node.name + ", in_" + node.name + ", pins_" + node.name + ")) < 0)\n        return result;\n";
         return out + "    return RT_OK;\n}\n";
     }

@@ -13,8 +13,6 @@ static_assert(std::size(kRmsLayout) == kCompressorParamOffset + 1 && std::size(k
 constexpr VantoroPin kSidechain[] = {input(0, "sidechain", "measured for every channel")};
 constexpr unsigned kTraits = VANTORO_DENORMALS | VANTORO_CLIPS;
 
-constexpr VantoroModule kModule = LBX_MODULE("Dynamics_Processors/qvaudio_compressor.h", Compressor);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DP_COMPRESSOR_RMS, kDynamics, "compressor, mean square", kSame)
         .params(kRmsLayout, VANTORO_KEEPS)
@@ -34,4 +32,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kCompressorInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kCompressorInfo = kRows;

@@ -17,8 +17,6 @@ constexpr VantoroPin kDecayPins[] = {
     input(1, "signal"),
 };
 
-constexpr VantoroModule kModule = LBX_MODULE("Dynamics_Processors/qvaudio_env.h", Env);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DP_ENV, kDynamics, "peak envelope, 1 at most", kOneOne)
         .params(kPeakLayout, VANTORO_KEEPS)
@@ -34,4 +32,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kEnvInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kEnvInfo = kRows;

@@ -10,8 +10,6 @@ using namespace lbx::limiter;
 
 static_assert(std::size(kLayout) == kLimiterModuleSize);
 
-constexpr VantoroModule kModule = LBX_MODULE("Dynamics_Processors/qvaudio_lim.h", Limiter);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DP_LIMITER, kDynamics, "limiter of the mean square, channel by channel", kSame)
         .params(kLayout, VANTORO_KEEPS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kLimiterInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kLimiterInfo = kRows;

@@ -13,8 +13,6 @@ static_assert(std::size(kLayout) == kLoudnessModuleSize && std::size(kPinLayout)
 constexpr VantoroPin kVolume[] = {
     control(0, "volume", "factor from 0.001 to 1, beyond that its ends; read once a block")};
 
-constexpr VantoroModule kModule = LBX_MODULE("Loudness/Loudness.h", Loudness);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(LOUDNESS_LH, kLoudness, "volume with bass and treble compensation", kSame)
         .params(kLayout, VANTORO_KEEPS)
@@ -28,4 +26,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kLoudnessInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kLoudnessInfo = kRows;

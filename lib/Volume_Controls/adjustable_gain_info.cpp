@@ -12,32 +12,20 @@ static_assert(std::size(kSingleSlew) == kAdjustableGainVolume + 1);
 
 constexpr VantoroPin kGain[] = {control(0, "gain", "factor, not limited; read once a block")};
 
-constexpr VantoroModule kFixed =
-    LBX_FUNCTIONS("Volume_Controls/adjustable_gain.h", Adjust_Gain_init, AdjustableGain_param_set,
-                  AdjustableGain_param_update, AdjustableGain_process, AdjustableGain_destroy);
-constexpr VantoroModule kGliding =
-    LBX_FUNCTIONS("Volume_Controls/adjustable_gain.h", Adjust_SlewGain_init, AdjustableSlewGain_param_set,
-                  AdjustableSlewGain_param_update, AdjustableGain_process, AdjustableGain_destroy);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(VC_SIG_CONTROL, lbx::info::kVolume, "one volume for all channels", kSame)
-        .by(kFixed)
         .params(kSingle, VANTORO_KEEPS)
         .linear(linear_model),
     LBX_TYPE(VC_MULTI_CONTROL, lbx::info::kVolume, "a volume for each channel", kSame)
-        .by(kFixed)
         .params(kMulti, VANTORO_KEEPS)
         .linear(linear_model),
     LBX_TYPE(VC_SIG_CONTROL_SLEW, lbx::info::kVolume, "one gliding volume for all channels", kSame)
-        .by(kGliding)
         .params(kSingleSlew, VANTORO_GLIDES)
         .linear(linear_model),
     LBX_TYPE(VC_MULTI_CONTROL_SLEW, lbx::info::kVolume, "a gliding volume for each channel", kSame)
-        .by(kGliding)
         .params(kMultiSlew, VANTORO_GLIDES)
         .linear(linear_model),
     LBX_TYPE(VC_SIG_EXT_CONTROL_SLEW, lbx::info::kVolume, "gliding volume from a pin", kControlled)
-        .by(kGliding)
         .pins(kGain)
         .params(kByPin, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS)

@@ -12,8 +12,6 @@ static_assert(std::size(kLayout) == kGainEnvelopeParamOffset + 1);
 
 constexpr VantoroPin kUnread[] = {control(0, "unused", "not read")};
 
-constexpr VantoroModule kModule = LBX_MODULE("Volume_Controls/gain_envelope.h", GainEnvelope);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(VC_GAINENVELOPE, kVolume, "gain along a curve in time", kControlled)
         .pins(kUnread)
@@ -22,4 +20,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kGainEnvelopeInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kGainEnvelopeInfo = kRows;

@@ -10,8 +10,6 @@ using namespace lbx::mute;
 
 static_assert(std::size(kLayout) == kMuteModuleSize);
 
-constexpr VantoroModule kModule = LBX_MODULE("Volume_Controls/mute.h", Mute);
-
 constexpr InfoRow kRows[] = {
     // Glides while `slew` is on, as it is by default, and stays on.
     LBX_TYPE(VC_MUTE, kVolume, "mute", kSame).params(kLayout, VANTORO_GLIDES).linear(linear_model),
@@ -19,4 +17,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kMuteInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kMuteInfo = kRows;

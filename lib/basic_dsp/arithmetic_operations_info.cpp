@@ -2,7 +2,6 @@
 #include "arithmetic_operations_info.h"
 
 #include "../framework/info_list.h"
-#include "basic_dsp.h"
 
 namespace {
 
@@ -11,8 +10,6 @@ using namespace lbx::arithmetic;
 static_assert(std::size(kSmootherLayout) == kBasicRMSModuleSize);
 
 constexpr VantoroPin kReset[] = {control(0, "reset", "clears the sums while not 0, sample by sample")};
-
-constexpr VantoroModule kModule = LBX_CATEGORY_MODULE("basic_dsp/basic_dsp.h", Basic);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(BASIC_ARITH_ABS, kBasic, "absolute value", kSame),
@@ -39,6 +36,5 @@ constexpr InfoRow kPolynomialRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kArithmeticInfo = lbx::info::kServedBy<kRows, kModule>;
-constinit const lbx::info::InfoRows lbx::info::kPolynomialInfo =
-    lbx::info::kServedBy<kPolynomialRows, kModule>;  // its code stands apart
+constinit const lbx::info::InfoRows lbx::info::kArithmeticInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kPolynomialInfo = kPolynomialRows;  // its code stands apart

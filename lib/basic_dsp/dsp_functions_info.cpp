@@ -2,7 +2,6 @@
 #include "dsp_functions_info.h"
 
 #include "../framework/info_list.h"
-#include "basic_dsp.h"
 
 namespace {
 
@@ -16,8 +15,6 @@ constexpr VantoroPin kTaps[] = {
     pin(0, 1, 0, -2, 1, "tap", "delay in samples, truncated, 1 to maxDelay, sample by sample; 0 is maxDelay"),
     input(-1, "signal"),
 };
-
-constexpr VantoroModule kModule = LBX_CATEGORY_MODULE("basic_dsp/basic_dsp.h", Basic);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(BASIC_DSP_HOLD_VALUE, kBasic, "holds the sample at which the hold begins", kControlled).pins(kHold),
@@ -44,4 +41,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kDspFunctionsInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kDspFunctionsInfo = kRows;

@@ -2,7 +2,6 @@
 #include "logic_info.h"
 
 #include "../framework/info_list.h"
-#include "basic_dsp.h"
 
 namespace {
 
@@ -25,8 +24,6 @@ constexpr VantoroSlot kCalc[] = {value(kOperation)};
 constexpr VantoroSlot kOneShot[] = {value(kPulseBit)};
 
 constexpr InfoRow one_shot(const InfoRow& row) { return row.params(kOneShot, VANTORO_RESTARTS); }
-
-constexpr VantoroModule kModule = LBX_CATEGORY_MODULE("basic_dsp/basic_dsp.h", Basic);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(BASIC_LOGIC_ABSMAX, kBasic, "largest magnitude of the inputs", kToOne),
@@ -53,4 +50,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kLogicInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kLogicInfo = kRows;

@@ -180,23 +180,11 @@ typedef enum VantoroOnSet {
     VANTORO_GLIDES     // the block itself moves to the new values without a step
 } VantoroOnSet;
 
-// The functions that run a type, by name: for code that is generated or written for one product, calls them directly
-// and so links only what it uses. BlockAlgo_init and its kin call the same.
-typedef struct VantoroModule {
-    char header[44];        // that declares them, below <vantoro/>: "filters/first_order.h"
-    char init[28];          // BlockAlgo* (int inputs, int outputs, BlockPro* pro, int type)
-    char param_set[32];     // int (BlockAlgo* blk, float* or void* vector)
-    char param_update[36];  // int (BlockAlgo* blk)
-    char process[40];       // int (BlockAlgo* blk, float** in, float** out)
-    char destroy[32];       // int (BlockAlgo* blk)
-} VantoroModule;
-
 typedef struct VantoroBlockInfo {
     int type;
-    char name[32];                // the enumerator without EN_
-    char category[28];            // "Filters"
-    const char* summary;          // one line
-    const VantoroModule* module;  // null: a terminal
+    char name[32];        // the enumerator without EN_
+    char category[28];    // "Filters"
+    const char* summary;  // one line
     const VantoroPinRule* pins;
     int pin_count;
     const VantoroPin* pin_list;

@@ -18,18 +18,13 @@ constexpr VantoroPin band(int first, int of, std::string_view name)
 constexpr VantoroPin kLowHigh[] = {band(0, 2, "low"), band(1, 2, "high")};
 constexpr VantoroPin kLowHighMid[] = {band(0, 3, "low"), band(1, 3, "high"), band(2, 3, "mid")};
 
-constexpr VantoroModule kTwoWayModule = LBX_MODULE("filters/crossover.h", Crossover2Way);
-constexpr VantoroModule kThreeWayModule = LBX_MODULE("filters/crossover.h", Crossover3Way);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_CROSSOVER_2WAY, kFilters, "two-way crossover", kTwoWay)
-        .by(kTwoWayModule)
         .pins(kLowHigh)
         .params(kTwoWayLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS)
         .linear(linear_model),
     LBX_TYPE(FILTER_CROSSOVER_3WAY, kFilters, "three-way crossover", kThreeWay)
-        .by(kThreeWayModule)
         .pins(kLowHighMid)
         .params(kThreeWayLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS)

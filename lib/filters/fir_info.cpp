@@ -7,12 +7,10 @@ namespace {
 
 using namespace lbx::fir;
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/fir.h", FIR);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_FIR, kFilters, "FIR filter", kSame).params(kLayout, VANTORO_KEEPS).linear(linear_model),
 };
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kFirInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kFirInfo = kRows;

@@ -9,8 +9,6 @@ using namespace lbx::first_order;
 
 static_assert(std::size(kLayout) == kFilter1stModuleSize);
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/first_order.h", FirstOrder);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_1ST, kFilters, "first-order filter", kSame)
         .params(kLayout, VANTORO_RESTARTS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kFirstOrderInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kFirstOrderInfo = kRows;

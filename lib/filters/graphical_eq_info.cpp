@@ -9,8 +9,6 @@ using namespace lbx::graphical_eq;
 
 static_assert(std::size(kColumns) == kFilterParamSize);
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/graphical_eq.h", GraphicalEQ);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_GRAPHICAL_EQ, kFilters, "graphical equaliser", kSame)
         .params(kLayout, VANTORO_RESTARTS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kGraphicalEqInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kGraphicalEqInfo = kRows;

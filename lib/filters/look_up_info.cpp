@@ -20,8 +20,6 @@ constexpr InfoRow curves_by_pin(InfoRow row, const VantoroSlot (&layout)[kCount]
     return row.pins(kPins).params(layout, VANTORO_KEEPS).traits(VANTORO_DENORMALS).linear(linear_model);
 }
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/look_up.h", LookUp);
-
 constexpr InfoRow kRows[] = {
     curves_by_pin(LBX_TYPE(FILTER_LOOKUP_TONE_PEAK, kFilters, "peak or shelf whose boost a pin selects", kControlled),
                   kTonePeakLayout),
@@ -34,4 +32,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kLookUpInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kLookUpInfo = kRows;

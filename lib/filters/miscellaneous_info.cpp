@@ -13,23 +13,14 @@ constexpr VantoroPin kStateVariable[] = {output(0, "low"), output(1, "high"), ou
 constexpr VantoroPin kStateVariableQ[] = {control(0, "q", "above 0; read once a block"), input(1, "signal"),
                                           output(0, "low"), output(1, "high"), output(2, "band")};
 
-constexpr VantoroModule kDcModule = LBX_MODULE("filters/miscellaneous.h", DCBlocking);
-constexpr VantoroModule kStateModule = LBX_MODULE("filters/miscellaneous.h", StateVariable);
-constexpr VantoroModule kStateQModule = LBX_MODULE("filters/miscellaneous.h", StateVariableQ);
-
 constexpr InfoRow kRows[] = {
-    LBX_TYPE(FILTER_MISCE_DCBLOCKING, kFilters, "removes DC", kSame)
-        .by(kDcModule)
-        .traits(VANTORO_DENORMALS)
-        .linear(dc_linear_model),
+    LBX_TYPE(FILTER_MISCE_DCBLOCKING, kFilters, "removes DC", kSame).traits(VANTORO_DENORMALS).linear(dc_linear_model),
     LBX_TYPE(FILTER_MISCE_STATEVARIABLE, kFilters, "state-variable filter", kOneThree)
-        .by(kStateModule)
         .pins(kStateVariable)
         .params(kStateVariableLayout, VANTORO_RESTARTS)
         .traits(VANTORO_DENORMALS)
         .linear(state_variable_linear_model),
     LBX_TYPE(FILTER_MISCE_STATEVARIABLEQ, kFilters, "state-variable filter, Q from a pin", kTwoThree)
-        .by(kStateQModule)
         .pins(kStateVariableQ)
         .params(kStateVariableQLayout, VANTORO_RESTARTS)
         .traits(VANTORO_DENORMALS)

@@ -22,9 +22,6 @@ constexpr InfoRow one_section(InfoRow row, const VantoroSlot (&layout)[kCount])
     return row.params(layout, VANTORO_RESTARTS).traits(VANTORO_DENORMALS).linear(linear_model);
 }
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/second_order.h", SecondOrder);
-constexpr VantoroModule kNonBareModule = LBX_MODULE("filters/second_order.h", NonBare);
-
 constexpr InfoRow kRows[] = {
     one_section(LBX_TYPE(FILTER_2ND_GENERAL, kFilters, "second-order filter, all responses", kSame), kGeneralLayout),
     one_section(LBX_TYPE(FILTER_2ND_PARAM_SHELF, kFilters, "peak or shelf", kSame), kParamShelfLayout),
@@ -41,6 +38,5 @@ constexpr InfoRow kNonBareRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kSecondOrderInfo = lbx::info::kServedBy<kRows, kModule>;
-constinit const lbx::info::InfoRows lbx::info::kNonBareInfo =
-    lbx::info::kServedBy<kNonBareRows, kNonBareModule>;  // its code stands apart
+constinit const lbx::info::InfoRows lbx::info::kSecondOrderInfo = kRows;
+constinit const lbx::info::InfoRows lbx::info::kNonBareInfo = kNonBareRows;  // its code stands apart

@@ -9,8 +9,6 @@ using namespace lbx::text_eq;
 
 static_assert(std::size(kColumns) == kTextFilterParamSize);
 
-constexpr VantoroModule kModule = LBX_MODULE("filters/text_eq.h", TextEQ);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(FILTER_TEXTEQ, kFilters, "equaliser, all responses", kSame)
         .params(kLayout, VANTORO_RESTARTS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kTextEqInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kTextEqInfo = kRows;

@@ -9,7 +9,6 @@
 #include <limits>
 #include <span>
 #include <string_view>
-#include <type_traits>
 
 #include "../common/block_info.h"
 #include "params.h"
@@ -438,36 +437,6 @@ private:
 };
 using LinearModel = void (*)(const BlockAlgo* blk, const Paths& paths);
 
-// ---- modules ----
-
-// The names of a module's functions, which must be declared. None of them is linked for it.
-template <class Init, class Set, class Update, class Process, class Destroy>
-constexpr VantoroModule module_of(std::string_view header, std::string_view init, std::string_view param_set,
-                                  std::string_view param_update, std::string_view process, std::string_view destroy)
-{
-    static_assert(std::is_same_v<Init, BlockAlgo*(int, int, BlockPro*, int)>);
-    static_assert(std::is_same_v<Set, int(BlockAlgo*, float*)> || std::is_same_v<Set, int(BlockAlgo*, void*)>);
-    static_assert(std::is_same_v<Update, int(BlockAlgo*)> && std::is_same_v<Destroy, int(BlockAlgo*)>);
-    static_assert(std::is_same_v<Process, int(BlockAlgo*, float**, float**)>);
-    VantoroModule out = {};
-    put(out.header, header);
-    put(out.init, init);
-    put(out.param_set, param_set);
-    put(out.param_update, param_update);
-    put(out.process, process);
-    put(out.destroy, destroy);
-    return out;
-}
-#define LBX_FUNCTIONS(header, init, set, update, process, destroy)                                               \
-    lbx::info::module_of<decltype(init), decltype(set), decltype(update), decltype(process), decltype(destroy)>( \
-        header, #init, #set, #update, #process, #destroy)
-// A module that follows the common naming, and one that only its category runs.
-#define LBX_MODULE(header, stem) \
-    LBX_FUNCTIONS(header, stem##_init, stem##_param_set, stem##_param_update, stem##_process, stem##_destroy)
-#define LBX_CATEGORY_MODULE(header, prefix)                                            \
-    LBX_FUNCTIONS(header, BlockAlgo_##prefix##_init, BlockAlgo_##prefix##_param_reset, \
-                  BlockAlgo_##prefix##_param_update, BlockAlgo_##prefix##_process, BlockAlgo_##prefix##_destroy)
-
 // ---- rows ----
 
 inline constexpr int kAnyBlock = std::numeric_limits<int>::max();
@@ -512,12 +481,6 @@ struct InfoRow {
         out.linear_model = model;
         return out;
     }
-    constexpr InfoRow by(const VantoroModule& module) const
-    {
-        InfoRow out = *this;
-        out.info.module = &module;
-        return out;
-    }
     constexpr InfoRow blocks(int multiple, int max) const
     {
         InfoRow out = *this;
@@ -547,15 +510,6 @@ constexpr InfoRow info_row(int type, std::string_view name, std::string_view cat
     return out;
 }
 #define LBX_TYPE(name, ...) lbx::info::info_row(EN_##name, #name, __VA_ARGS__)
-
-// Rows that one module serves.
-template <const auto& kRows, const VantoroModule& kModule>
-inline constexpr auto kServedBy = [] {
-    auto out = std::to_array(kRows);
-    for (InfoRow& row : out)
-        row = row.by(kModule);
-    return out;
-}();
 
 // The rows of one module, in the order of their codes.
 using InfoRows = std::span<const InfoRow>;

@@ -11,23 +11,16 @@ static_assert(std::size(kLayout) == kLevelDetectorsModuleSize);
 static_assert(std::size(kBand) == kMultiLevelDetectorsFilterParamSize);
 static_assert(std::size(kMultiLayout) == kMultiLevelDetectorsParamOffset + 1);
 
-constexpr VantoroModule kSingle = LBX_MODULE("level_detectors/level_detectors.h", SingleLevelDetector);
-constexpr VantoroModule kSeven = LBX_MODULE("level_detectors/level_detectors.h", SevenLevelDetector);
-constexpr VantoroModule kMulti = LBX_MODULE("level_detectors/level_detectors.h", MultiLevelDetector);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DETECTORS_SINGLE_BAND, kDetectors, "level meter", kOneOne)
-        .by(kSingle)
         .params(kLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS | VANTORO_METER)
         .linear(linear_model),
     LBX_TYPE(DETECTORS_SEVEN_BAND, kDetectors, "level meter in seven bands, 100 Hz to 10 kHz", kOneOne)
-        .by(kSeven)
         .params(kLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS | VANTORO_METER)
         .linear(linear_model),
     LBX_TYPE(DETECTORS_MULTI_BAND, kDetectors, "level meter in bands of choice", kOneOne)
-        .by(kMulti)
         .params(kMultiLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS | VANTORO_METER)
         .linear(linear_model),

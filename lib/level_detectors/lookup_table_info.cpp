@@ -17,21 +17,14 @@ constexpr VantoroPin kPlacePins[] = {
     control(1, "y", "row, from 0, truncated; read at every sample"),
 };
 
-constexpr VantoroModule kIndexModule = LBX_MODULE("level_detectors/lookup_table.h", LookUpTable_Index);
-constexpr VantoroModule kRmsModule = LBX_MODULE("level_detectors/lookup_table.h", LookUpTable_RMS);
-constexpr VantoroModule k2DModule = LBX_MODULE("level_detectors/lookup_table.h", LookUpTable_2D);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(DETECTORS_LOOKUP_INDEX, kDetectors, "table by index", kOneOne)
-        .by(kIndexModule)
         .pins(kIndexPin)
         .params(kIndexLayout, VANTORO_KEEPS),
     LBX_TYPE(DETECTORS_LOOKUP_RMS, kDetectors, "table by level", kOneOne)
-        .by(kRmsModule)
         .params(kRmsLayout, VANTORO_KEEPS)
         .traits(VANTORO_DENORMALS),
     LBX_TYPE(DETECTORS_LOOKUP_2D, kDetectors, "table by column and row", kTwoOne)
-        .by(k2DModule)
         .pins(kPlacePins)
         .params(k2DLayout, VANTORO_KEEPS),
 };

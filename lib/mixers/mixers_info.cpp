@@ -2,7 +2,6 @@
 #include "mixers_info.h"
 
 #include "../framework/info_list.h"
-#include "mixers.h"
 
 namespace {
 
@@ -42,8 +41,6 @@ constexpr InfoRow slewed(const InfoRow& row, const VantoroSlot (&layout)[kCount]
     return row.params(layout, VANTORO_GLIDES).linear(linear_model);
 }
 
-constexpr VantoroModule kModule = LBX_CATEGORY_MODULE("mixers/mixers.h", Mixers);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(MIXERS_MERGE, kMixers, "mean of the inputs", kToOne).linear(linear_model),
     plain(LBX_TYPE(MIXERS_SINGLE, kMixers, "sum of the inputs, one gain", kToOne), kOne),
@@ -64,4 +61,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kMixersInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kMixersInfo = kRows;

@@ -15,8 +15,6 @@ constexpr VantoroPin kPins[] = {
     control(0, "choice", "from 1 on the second input of each pair, else the first; its first sample, once a block"),
     pin(0, 0, 1, -1, 2, "first", "of each pair"), pin(0, 0, 2, -1, 2, "second", "of each pair")};
 
-constexpr VantoroModule kModule = LBX_MODULE("muxes_demuxes/crossfade.h", CrossFade);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(MUXES_CROSSFADE, kSwitching, "one of each pair of inputs, by a pin, with a fade", kPinRule)
         .pins(kPins)
@@ -26,4 +24,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kCrossfadeInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kCrossfadeInfo = kRows;

@@ -2,7 +2,6 @@
 #include "state_machine_info.h"
 
 #include "../framework/info_list.h"
-#include "state_machine.h"
 
 namespace {
 
@@ -13,8 +12,6 @@ constexpr VantoroTable kRanges =
 constexpr VantoroSlot kLayout[] = {rows(kRanges)};
 constexpr VantoroPin kState[] = {control(0, "state", "compared with the ranges; its first sample, once a block")};
 
-constexpr VantoroModule kModule = LBX_MODULE("muxes_demuxes/state_machine.h", State_Machine);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(MUXES_STATE_MACHINE, kSwitching, "each signal while a control is in its range", kControlled)
         .pins(kState)
@@ -24,4 +21,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kStateMachineInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kStateMachineInfo = kRows;

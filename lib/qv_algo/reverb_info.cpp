@@ -16,8 +16,6 @@ constexpr int kMaxBlock = std::numeric_limits<decltype(Reverb_Core::frame_size)>
 
 constexpr VantoroPinRule kToFour = rule("n -> n, n to 4", pins(VANTORO_N), pins(VANTORO_N), 2, 2, 1, 4);
 
-constexpr VantoroModule kModule = LBX_MODULE("qv_algo/reverb.h", Reverb);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(QVALGO_REVERB, lbx::info::kReverb, "room", kToFour)
         .params(kLayout, VANTORO_KEEPS)
@@ -27,4 +25,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kReverbInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kReverbInfo = kRows;

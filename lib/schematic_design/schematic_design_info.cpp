@@ -13,8 +13,6 @@ static_assert(std::size(kSoftLayout) == kNLPModuleSize);
 constexpr VantoroPin kLimits[] = {control(0, "upper", "upper limit, sample by sample; tested first"),
                                   control(1, "lower", "lower limit, sample by sample")};
 
-constexpr VantoroModule kModule = LBX_MODULE("schematic_design/schematic_design.h", Nlp);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(NLP_CLIPPERS_HARD, kNonLinear, "clipper between limits from pins", kLimited).pins(kLimits),
     LBX_TYPE(NLP_CLIPPERS_SOFT, kNonLinear, "cubic soft clipper", kSame).params(kSoftLayout, VANTORO_KEEPS),
@@ -23,4 +21,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kSchematicDesignInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kSchematicDesignInfo = kRows;

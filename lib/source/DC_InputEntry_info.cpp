@@ -3,7 +3,6 @@
 
 #include "../framework/info_list.h"
 #include "DC_InputEntry.h"
-#include "source_info.h"
 
 namespace {
 
@@ -11,12 +10,10 @@ using namespace lbx::dc;
 
 static_assert(std::size(kLayout) == kDCModuleSize);
 
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/DC_InputEntry.h", DCInputSource);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_DC, kSources, "constant", kNoneToMany).params(kLayout, VANTORO_KEEPS).traits(VANTORO_SOURCE),
 };
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kDcInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kDcInfo = kRows;

@@ -15,8 +15,6 @@ constexpr InfoRow oscillator(const InfoRow& row)
     return row.params(kLayout, VANTORO_RESTARTS).traits(VANTORO_SOURCE);
 }
 
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/Oscillator.h", OscillatorSource);
-
 constexpr InfoRow kRows[] = {
     oscillator(LBX_TYPE(SOURCE_OSC_BEEQ, kSources, "sine, as SOURCE_OSC_SINE", kNoneToMany)),
     oscillator(LBX_TYPE(SOURCE_OSC_SAWTOOTH, kSources, "rising sawtooth, not band-limited", kNoneToMany)),
@@ -27,4 +25,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kOscillatorInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kOscillatorInfo = kRows;

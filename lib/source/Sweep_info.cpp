@@ -10,8 +10,6 @@ using namespace lbx::sweep;
 
 static_assert(std::size(kLayout) == kSweepModuleSize);
 
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/Sweep.h", SweepSource);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_SWEEP, kSources, "exponential sine sweep", kNoneToMany)
         .params(kLayout, VANTORO_RESTARTS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kSweepInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kSweepInfo = kRows;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../framework/info.h"
 #include "../framework/info_list.h"
-#include "VCO.h"
-#include "source_info.h"
 
 namespace {
 
@@ -10,8 +8,6 @@ using namespace lbx::info;
 
 constexpr VantoroPin kFrequencies[] = {
     pin(0, 1, 0, -1, 1, "frequency", "share of half the sampling rate, 0 to 1 (1 counts as 0.99); read once a block")};
-
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/VCO.h", VCOSource);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_VCO, kSources, "sines whose frequencies come from pins", kSame)
@@ -21,4 +17,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kVcoInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kVcoInfo = kRows;

@@ -10,8 +10,6 @@ using namespace lbx::white_noise;
 
 static_assert(std::size(kLayout) == kWhiteNoiseModuleSize);
 
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/White_Noise.h", WhiteNoiseSource);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_WHITENOISE, kSources, "Gaussian white noise, up to 6 deviations", kNoneToMany)
         .params(kLayout, VANTORO_KEEPS)
@@ -20,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kWhiteNoiseInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kWhiteNoiseInfo = kRows;

@@ -9,8 +9,6 @@ using namespace lbx::clime;
 
 static_assert(std::size(kLayout) == kClimeModuleSize + 1);  // the points come last
 
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/clime_frequency.h", ClimeFrequencySource);
-
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_CLIME, kSources, "sine through points of frequency and level", kNoneToMany)
         .params(kLayout, VANTORO_RESTARTS)
@@ -19,4 +17,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kClimeInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kClimeInfo = kRows;

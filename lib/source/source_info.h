@@ -4,10 +4,6 @@
 
 #include "../framework/info.h"
 
-// A source's functions have names of their own.
-#define LBX_SOURCE_MODULE(header, stem) \
-    LBX_FUNCTIONS(header, stem##_Init, stem##_ResetParam, stem##_Update, stem##_ProcessAudioSample, stem##_Destroy)
-
 namespace lbx::source {
 
 using namespace lbx::info;

@@ -2,7 +2,6 @@
 #include "switch_info.h"
 
 #include "../framework/info_list.h"
-#include "source_info.h"
 #include "switch.h"
 
 namespace {
@@ -10,8 +9,6 @@ namespace {
 using namespace lbx::switch_source;
 
 static_assert(std::size(kLayout) == kSwitchModuleSize);
-
-constexpr VantoroModule kModule = LBX_SOURCE_MODULE("source/switch.h", SwitchSource);
 
 constexpr InfoRow kRows[] = {
     LBX_TYPE(SOURCE_SWITCH, kSources, "constant whole number", kNoneToMany)
@@ -21,4 +18,4 @@ constexpr InfoRow kRows[] = {
 
 }  // namespace
 
-constinit const lbx::info::InfoRows lbx::info::kSwitchInfo = lbx::info::kServedBy<kRows, kModule>;
+constinit const lbx::info::InfoRows lbx::info::kSwitchInfo = kRows;

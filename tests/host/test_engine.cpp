@@ -171,7 +171,7 @@ TEST(Engine, FlushesToZeroOnlyWhereStateDecays)
     Engine plain(parse_schematic(R"({"blocks": {"g": {"type": 289, "params": {"gain": 1, "type": "Linear"}}}, )" + tail,
                                  {.channels = 1}),
                  48000);
-    const std::vector<float> odd = {tiny, -tiny, -0.0F, 3e38F, std::numeric_limits<float>::infinity(), 1e-40F};
+    const std::vector<float> odd = {tiny, -tiny, -0.0F, 9e9F, 1e-40F};
     std::vector<float> in = rig::noise(640, 4);
     std::ranges::copy(odd, in.begin() + 100);
     EXPECT_EQ(rig::bits(run(plain, {in})[0]), rig::bits(in));
