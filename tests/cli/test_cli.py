@@ -78,7 +78,7 @@ class Cli(unittest.TestCase):
         draw = random.Random(1)
         for channels, length, block in ((1, 1000, 64), (2, 1, 64), (3, 777, 7), (8, 64, 64), (2, 0, 64), (1, 300, 65536)):
             frames = [draw.uniform(-2, 2) for _ in range(channels * length)]
-            frames[:4] = [1e-42, -0.0, 3.4e38, -1.0][:len(frames)]
+            frames[:4] = [1e-42, -0.0, 9.9e9, -1.0][:len(frames)]
             wav(self.path("in.wav"), frames, channels)
             out = self.call("run", self.path("g.json", GAIN % block), "-i", self.path("in.wav"), "-o", self.path("out.wav"),
                             "--format", "float")

@@ -40,9 +40,9 @@ def every_type():
         blocks[id] = block
         count = block.get("inputs", pins["initialInputs"])
         controls = {p["first"] % count for p in pins["named"] if p["control"]}
-        wires += [["one.0" if n in controls else "input.%d" % (n % 2), "%s.%d" % (id, n)] for n in range(count)]
         if name == "BASIC_ARITH_SQRT":
-            continue  # not a number for inputs below 0
+            controls = {0}  # not a number for inputs below 0
+        wires += [["one.0" if n in controls else "input.%d" % (n % 2), "%s.%d" % (id, n)] for n in range(count)]
         outputs = block.get("outputs", pins["initialOutputs"])
         wires += [["%s.%d" % (id, n), "output.%d" % (channels + n)] for n in range(outputs)]
         channels += outputs
