@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <string>
 
-#include "engine/engine.h"
 #include "../graph/flush_to_zero.h"
+#include "engine/engine.h"
 #include "pins.h"
 #include "types.h"
 

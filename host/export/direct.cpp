@@ -241,9 +241,10 @@ private:
         std::string out;
         if (outputs_size(node) > 0)
             out += "    memset(out_" + node.name + ", 0, sizeof out_" + node.name + ");\n";
-        out += "    " + block + " = " + lbx::module_names(node.block->type->type)->init + '(' + std::to_string(node.block->pins.inputs) +
-               ", " + std::to_string(node.block->pins.outputs) + ", &pro, EN_" + node.block->type->name +
-               ");\n    if (!" + block + ")\n        return failed(RT_ERR_MALLOC);\n";
+        out += "    " + block + " = " + lbx::module_names(node.block->type->type)->init + '(' +
+               std::to_string(node.block->pins.inputs) + ", " + std::to_string(node.block->pins.outputs) +
+               ", &pro, EN_" + node.block->type->name + ");\n    if (!" + block +
+               ")\n        return failed(RT_ERR_MALLOC);\n";
         if (!node.entries.empty())
             out += "    memcpy(" + vector + ", initial_" + node.name + ", sizeof " + vector + ");\n    if (set_" +
                    node.name + "() < 0)\n        return failed(RT_ERR_VALUE);\n";
@@ -254,8 +255,8 @@ private:
     {
         std::string out = "\nvoid " + product_.name + "_free(void)\n{\n";
         for (const ProductNode& node : product_.nodes)
-            out += "    if (block_" + node.name + ")\n        " + lbx::module_names(node.block->type->type)->destroy + "(block_" +
-                   node.name + ");\n    block_" + node.name + " = NULL;\n";
+            out += "    if (block_" + node.name + ")\n        " + lbx::module_names(node.block->type->type)->destroy +
+                   "(block_" + node.name + ");\n    block_" + node.name + " = NULL;\n";
         return out + "}\n";
     }
 
@@ -304,8 +305,9 @@ private:
         if (!product_.nodes.empty())
             out += "    int result;\n";
         for (const ProductNode& node : product_.nodes)
-            out += prepare_text(node) + "    if ((result = " + lbx::module_names(node.block->type->type)->process + "(block_" +
-                   node.name + ", in_" + node.name + ", pins_" + node.name + ")) < 0)\n        return result;\n";
+            out += prepare_text(node) + "    if ((result = " + lbx::module_names(node.block->type->type)->process +
+                   "(block_" + node.name + ", in_" + node.name + ", pins_" + node.name +
+                   ")) < 0)\n        return result;\n";
         return out + "    return RT_OK;\n}\n";
     }
 

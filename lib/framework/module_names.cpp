@@ -20,7 +20,7 @@ constexpr ModuleNames checked(const ModuleNames& names)
     static_assert(std::is_same_v<Process, int(BlockAlgo*, float**, float**)>);
     return names;
 }
-#define FUNCTIONS(header, init, set, update, process, destroy)                                        \
+#define FUNCTIONS(header, init, set, update, process, destroy)                                      \
     checked<decltype(init), decltype(set), decltype(update), decltype(process), decltype(destroy)>( \
         {header, #init, #set, #update, #process, #destroy})
 // A module that follows the common naming, a source, a group selector, and one that only its category runs.
