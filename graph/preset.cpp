@@ -52,8 +52,7 @@ int check_header(const Preset& preset, std::size_t bytes, const Reason& reason)
     if (word(VANTORO_PRESET_WORD_NODES) > kMaxNodes)
         return reason.refuse("%u nodes; at most %u", word(VANTORO_PRESET_WORD_NODES), kMaxNodes);
     if (4 * preset.words() != bytes)
-        return reason.refuse("its parts have %llu bytes, the whole has %zu",
-                             static_cast<unsigned long long>(4 * preset.words()), bytes);
+        return reason.refuse("its parts have %llu bytes, the whole has %zu", 4ULL * preset.words(), bytes);
     return RT_OK;
 }
 

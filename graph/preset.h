@@ -81,6 +81,6 @@ struct Reason {
 };
 
 // RT_OK for a preset that can be run.
-int check(const void* preset, std::size_t bytes, const Reason& reason);
+int check(const void* bytes, std::size_t count, const Reason& reason);
 
 }  // namespace vgraph
