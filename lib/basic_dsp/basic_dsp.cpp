@@ -175,9 +175,10 @@ constexpr Row kRows[] = {
 // The module's result is ignored: a block without its state is returned, and its calls report it.
 BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
+    const char* const func = __func__;
     return with_row<kRows>(
         type, [=](const Row& row) LBX_INLINED { return create(nInputs, nOutputs, block_pro, type, row.init); },
-        [=, func = __func__]() -> BlockAlgo* {
+        [=]() -> BlockAlgo* {
             LBX_LOG_AS(func, __LINE__, "Wrong input type in basic, type = %d\n\n", type);
             return nullptr;
         });
@@ -185,9 +186,10 @@ BlockAlgo* BlockAlgo_Basic_init(int nInputs, int nOutputs, BlockPro* block_pro, 
 
 [[gnu::cold]] int BlockAlgo_Basic_param_reset(BlockAlgo* blk, float* param)
 {
+    const char* const func = __func__;
     return with_row<kRows>(
         blk->method_type, [=](const Row& row) LBX_INLINED { return row.set ? row.set(blk, param) : RT_OK; },
-        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
+        [=] { return refuse_type(func, blk->method_type, 1); });
 }
 
 [[gnu::cold]] int BlockAlgo_Basic_param_update(BlockAlgo* blk)
@@ -219,6 +221,7 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
 // A block that got no memory for its state has none to clear.
 [[gnu::cold]] int BlockAlgo_Basic_clear(BlockAlgo* blk)
 {
+    const char* const func = __func__;
     return with_row<kRows>(
         blk->method_type,
         [=](const Row& row) LBX_INLINED {
@@ -226,12 +229,13 @@ int BlockAlgo_Basic_process(BlockAlgo* blk, float** data_in, float** data_out)
                 row.clear(blk);
             return int{RT_OK};
         },
-        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
+        [=] { return refuse_type(func, blk->method_type, 1); });
 }
 
 [[gnu::cold]] int BlockAlgo_Basic_destroy(BlockAlgo* blk)
 {
+    const char* const func = __func__;
     return with_row<kRows>(
         blk->method_type, [=](const Row& row) LBX_INLINED { return destroy(blk, row.destroy); },
-        [=, func = __func__] { return refuse_type(func, blk->method_type, 1); });
+        [=] { return refuse_type(func, blk->method_type, 1); });
 }

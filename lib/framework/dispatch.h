@@ -84,12 +84,12 @@ LBX_INLINE std::invoke_result_t<Refuse> with_row(int type, Use use, Refuse refus
         if constexpr ((row) < std::size(kRows)) \
             return use(kRows[row]);             \
         break;
-#define LBX_EIGHT_CASES(row) \
-    LBX_CASE(row)            \
-    LBX_CASE(row + 1)        \
-    LBX_CASE(row + 2) LBX_CASE(row + 3) LBX_CASE(row + 4) LBX_CASE(row + 5) LBX_CASE(row + 6) LBX_CASE(row + 7)
-        LBX_EIGHT_CASES(0) LBX_EIGHT_CASES(8) LBX_EIGHT_CASES(16) LBX_EIGHT_CASES(24)
-#undef LBX_EIGHT_CASES
+#define LBX_FOUR_CASES(row) LBX_CASE(row) LBX_CASE((row) + 1) LBX_CASE((row) + 2) LBX_CASE((row) + 3)
+        // clang-format off
+        LBX_FOUR_CASES(0) LBX_FOUR_CASES(4) LBX_FOUR_CASES(8) LBX_FOUR_CASES(12)
+        LBX_FOUR_CASES(16) LBX_FOUR_CASES(20) LBX_FOUR_CASES(24) LBX_FOUR_CASES(28)
+        // clang-format on
+#undef LBX_FOUR_CASES
 #undef LBX_CASE
     }
     __builtin_unreachable();
@@ -126,7 +126,8 @@ int reapply(BlockAlgo* blk)
 #define LBX_CATEGORY_INIT(prefix, table, message)                                                               \
     [[gnu::cold]] BlockAlgo* BlockAlgo_##prefix##_init(int nInputs, int nOutputs, BlockPro* pro, int type)      \
     {                                                                                                           \
-        const auto refuse = [func = __func__]() -> BlockAlgo* {                                                 \
+        const char* const func = __func__;                                                                      \
+        const auto refuse = [func]() -> BlockAlgo* {                                                            \
             LBX_LOG_AS(func, __LINE__, message);                                                                \
             return nullptr;                                                                                     \
         };                                                                                                      \
@@ -143,16 +144,17 @@ int reapply(BlockAlgo* blk)
             [[gnu::cold]] LBX_CATEGORY_CALL(prefix, param_invoke, param_invoke, table, message, refused, \
                                             (BlockAlgo * blk), (blk))
 
-#define LBX_CATEGORY_CLEAR(prefix, table, message, refused)                               \
-    [[gnu::cold]] int BlockAlgo_##prefix##_clear(BlockAlgo* blk)                          \
-    {                                                                                     \
-        return lbx::with_row<table>(                                                      \
-            blk->method_type,                                                             \
-            [=](const auto& row) LBX_INLINED {                                            \
-                row.clear(blk);                                                           \
-                return int{RT_OK};                                                        \
-            },                                                                            \
-            [func = __func__] { return lbx::refuse(func, __LINE__, message, refused); }); \
+#define LBX_CATEGORY_CLEAR(prefix, table, message, refused)                    \
+    [[gnu::cold]] int BlockAlgo_##prefix##_clear(BlockAlgo* blk)               \
+    {                                                                          \
+        const char* const func = __func__;                                     \
+        return lbx::with_row<table>(                                           \
+            blk->method_type,                                                  \
+            [=](const auto& row) LBX_INLINED {                                 \
+                row.clear(blk);                                                \
+                return int{RT_OK};                                             \
+            },                                                                 \
+            [func] { return lbx::refuse(func, __LINE__, message, refused); }); \
     }
 
 #define LBX_CATEGORY_RUN(prefix, table, message, refused)                                             \
@@ -160,10 +162,11 @@ int reapply(BlockAlgo* blk)
                       (BlockAlgo * blk, float** data_in, float** data_out), (blk, data_in, data_out)) \
     [[gnu::cold]] LBX_CATEGORY_CALL(prefix, destroy, destroy, table, message, refused, (BlockAlgo * blk), (blk))
 
-#define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args)        \
-    int BlockAlgo_##prefix##_##name params                                                \
-    {                                                                                     \
-        return lbx::with_row<table>(                                                      \
-            blk->method_type, [=](const auto& row) LBX_INLINED { return row.op args; },   \
-            [func = __func__] { return lbx::refuse(func, __LINE__, message, refused); }); \
+#define LBX_CATEGORY_CALL(prefix, name, op, table, message, refused, params, args)      \
+    int BlockAlgo_##prefix##_##name params                                              \
+    {                                                                                   \
+        const char* const func = __func__;                                              \
+        return lbx::with_row<table>(                                                    \
+            blk->method_type, [=](const auto& row) LBX_INLINED { return row.op args; }, \
+            [func] { return lbx::refuse(func, __LINE__, message, refused); });          \
     }

@@ -36,18 +36,20 @@ LBX_CATEGORY_PARAMS(SOURCE, kSources, UNSERVED, -1)
 // Any failure here is fatal to the audio thread.
 int BlockAlgo_SOURCE_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
+    const char* const func = __func__;
     const auto run = [=](const BlockOps& row) -> int {
         return row.process(blk, data_in, data_out) == RT_OK ? RT_OK : RT_ERR_FATAL_THREAD;
     };
     return with_row<kSources>(blk->method_type, run,
-                              [func = __func__] { return refuse(func, __LINE__, UNSERVED, RT_ERR_FATAL_THREAD); });
+                              [func] { return refuse(func, __LINE__, UNSERVED, RT_ERR_FATAL_THREAD); });
 }
 
 [[gnu::cold]] int BlockAlgo_SOURCE_destroy(BlockAlgo* blk)
 {
-    const auto destroy = [=, func = __func__](const BlockOps& row) -> int {
+    const char* const func = __func__;
+    const auto destroy = [=](const BlockOps& row) -> int {
         return row.destroy(blk) == RT_OK ? RT_OK : refuse(func, __LINE__, "Source Modle Destory failed!\n", RT_ERR_BAD);
     };
     return with_row<kSources>(blk->method_type, destroy,
-                              [func = __func__] { return refuse(func, __LINE__, UNSERVED, RT_ERR_BAD); });
+                              [func] { return refuse(func, __LINE__, UNSERVED, RT_ERR_BAD); });
 }
