@@ -40,7 +40,6 @@ typedef struct Demultiplexers_Core {
     int slots;           // private: groups, and the silence after them
     float* steps;        // private: [slots] step per sample in this block
     float* rows;         // private: running gains of a tile
-    float left;          // private: of the way to the selected group's gain of 1
 } Demultiplexers_Core;
 
 // Null, with a log line for wrong pins.

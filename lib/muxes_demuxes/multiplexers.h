@@ -39,7 +39,6 @@ typedef struct Multiplexers_Core {
     int slots;           // private: groups with a gain
     float* steps;        // private: [slots] step per sample in this block
     float* rows;         // private: running gains of a tile
-    float left;          // private: of the way to the selected group's gain of 1
 } Multiplexers_Core;
 
 // Null, with a log line for wrong pins; a multiplexer without a group is one.

@@ -15,6 +15,17 @@
 
 namespace lbx {
 
+// What is allocated: the record and, of the way to the selected group's gain of 1, what is left.
+template <class Core>
+struct Slewing : Core {
+    float left;
+};
+template <class Core>
+float& left_of(Core* core)
+{
+    return static_cast<Slewing<Core>*>(core)->left;
+}
+
 template <class Core>
 void set_slew(Core* core, const BlockPro* pro, float flag, float rate)
 {
@@ -31,7 +42,7 @@ void select_first(Core* core)
         array[0] = 1.0F;
     }
     core->idx_stable = core->slew_state = 0;
-    core->left = 0.0F;
+    left_of(core) = 0.0F;
 }
 
 // A block with group 0 selected. A demultiplexer has one slot more than groups: silence. `defaults` end with slew flag
@@ -41,7 +52,7 @@ BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int 
                         int (*destroy)(BlockAlgo*))
 {
     NewBlock blk = new_block(nInputs, nOutputs, pro, type, destroy);
-    auto* core = new_core<Core>(blk);
+    Core* core = new_core<Slewing<Core>>(blk);
     const std::ptrdiff_t n = slots;
     if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, 3 * n + rows_for(n) * kTile + kLine))
         return nullptr;
@@ -65,7 +76,7 @@ void select_group(Core* core, int k)
         return;
     core->idx_stable = k;
     core->slew_state = 1;
-    core->left = 1.0F - core->gains[k];
+    left_of(core) = 1.0F - core->gains[k];
     const double others = (1.0 - static_cast<double>(core->gains[k])) + 1e-10;
     for (int j = 0; j < core->slots; ++j)
         core->delta_coeff[j] = static_cast<float>(-static_cast<double>(core->gains[j]) / others);
@@ -102,8 +113,8 @@ template <class Core>
 void take_gains(Core* core)
 {
     for (int j = 0; j < core->slots; ++j)
-        core->gains[j] = std::max(-core->delta_coeff[j] * core->left, 0.0F);
-    core->gains[core->idx_stable] = 1.0F - core->left;
+        core->gains[j] = std::max(-core->delta_coeff[j] * left_of(core), 0.0F);
+    core->gains[core->idx_stable] = 1.0F - left_of(core);
 }
 
 // The slew is over: nothing moves any more, or what moves is too small to matter and its end too small to hear.
@@ -119,18 +130,18 @@ inline bool slewed(float step, float left)
 template <class Core, class Render>
 void slew_groups(Core* core, int n, Render render)
 {
-    const float step = core->left * (1.0F - core->slew_rate) * core->pre_div;
+    const float step = left_of(core) * (1.0F - core->slew_rate) * core->pre_div;
     for (int j = 0; j < core->slots; ++j)
         core->steps[j] = core->delta_coeff[j] * step;
     for (int start = 0; start < n; start += kTile) {
         const int some = std::min(kTile, n - start);
         lines<true>(core->gains, core->steps, 1, core->slots, core->rows, some);
         render(start, some);
-        core->left = std::fma(-static_cast<float>(some), step, core->left);
+        left_of(core) = std::fma(-static_cast<float>(some), step, left_of(core));
         take_gains(core);
     }
-    if (slewed(step, core->left)) {
-        core->left = 0.0F;
+    if (slewed(step, left_of(core))) {
+        left_of(core) = 0.0F;
         core->slew_state = 0;
         take_gains(core);
     }
