@@ -128,19 +128,20 @@ int check_entries(const Check& check)
     std::size_t at = 0;
     for (const VantoroSlot& slot : check.layout) {
         int result = RT_OK;
-        const int rows = slot.table ? rows_in(check, *slot.table) : 0;
-        if (slot.kind == VANTORO_VALUE)
+        const VantoroTable* table = slot.table;  // null: a value
+        const int rows = table ? rows_in(check, *table) : 0;
+        if (!table)
             result = check_value(check, *slot.param, check.vector[at], "", -1);
         else if (slot.kind == VANTORO_ROWS)
-            result = check_rows(check, *slot.table, rows, at);
+            result = check_rows(check, *table, rows, at);
         else if (slot.kind == VANTORO_FIRST_OF &&
-                 to_int(check.vector[at]) != static_cast<int>(start_of(check, *slot.table)) + slot.column * rows)
+                 to_int(check.vector[at]) != static_cast<int>(start_of(check, *table)) + slot.column * rows)
             result = check.refuse("entry %zu: %g is not where column %d of %s begins", at,
-                                  static_cast<double>(check.vector[at]), slot.column, slot.table->name);
+                                  static_cast<double>(check.vector[at]), slot.column, table->name);
         if (result != RT_OK)
             return result;
-        at += slot.kind == VANTORO_ROWS
-                  ? static_cast<std::size_t>(rows) * static_cast<std::size_t>(slot.table->column_count)
+        at += table && slot.kind == VANTORO_ROWS
+                  ? static_cast<std::size_t>(rows) * static_cast<std::size_t>(table->column_count)
                   : 1;
     }
     return RT_OK;
