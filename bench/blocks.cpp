@@ -25,7 +25,7 @@ void add(const vantoro::BlockType& type, vantoro::PinCounts pins, int channels, 
                                          state.SkipWithError("refused");
                                          return;
                                      }
-                                     vantoro::apply_vector(type, *block.algo, vector_for(type, pins));
+                                     block.set(vector_for(type, pins));
                                      const Pins p(pins.inputs, pins.outputs, n);
                                      hold_controls(type, pins, p, n);
                                      measure(state, channels, n, [&] { block.process(p); });

@@ -41,7 +41,7 @@ double silence_to_noise(const vantoro::BlockType& type, vantoro::PinCounts pins,
 {
     const vgraph::FlushToZero mode(flush);
     bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
-    vantoro::apply_vector(type, *block.algo, bench::vector_for(type, pins));
+    block.set(bench::vector_for(type, pins));
     const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);
     second(block, buffers);  // warm
     const double noise = second(block, buffers);

@@ -58,15 +58,14 @@ struct Bytes {
 };
 
 // Of one block with these pins; nothing when there is no such block.
-bool measure(const rig::BlockCase& row, vantoro::PinCounts pins, const std::vector<float>& vector, Bytes& bytes)
+bool measure(const rig::BlockCase& row, vantoro::PinCounts pins, std::vector<float> vector, Bytes& bytes)
 {
     BlockPro pro = {48000, 16, 64, 0, 0};
     live().clear();
     BlockAlgo* blk = BlockAlgo_init(&pro, pins.inputs, pins.outputs, row.type);
     if (!blk)
         return false;
-    if (!vector.empty())
-        vantoro::apply_vector(*vantoro::find_type(row.type), *blk, vector);
+    Vantoro_param_apply(blk, vector.data(), static_cast<int>(vector.size()));
     for (const auto& [p, size] : live())
         (p == blk || p == blk->AlgoCore ? bytes.record : bytes.rest) += static_cast<long>(size);
     BlockAlgo_destroy(blk);

@@ -86,7 +86,7 @@ int main(int argc, char** argv)
             return;
         const vantoro::PinCounts pins = bench::pins_for(type, 2).value_or(vantoro::initial_pins(type));
         bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
-        vantoro::apply_vector(type, *block.algo, bench::vector_for(type, pins));
+        block.set(bench::vector_for(type, pins));
         const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);
         row(std::string(type.name).c_str(), spent, unit, [&] { block.process(buffers); });
     });

@@ -43,8 +43,7 @@ struct Block {
     {}
     void set(std::vector<float> vector)
     {
-        if (!vector.empty())
-            BlockAlgo_param_reset(algo.get(), vector.data());
+        Vantoro_param_apply(algo.get(), vector.data(), static_cast<int>(vector.size()));
     }
     void process(const Pins& pins)
     {

@@ -97,7 +97,8 @@ int VantoroGraph::run_on(Program& program)
     unsigned wrong = 0;
     for (int ch = 0; ch < program.inputs(); ++ch)
         wrong += program.hear(ch, in[index(ch)]);
-    faults.inputs += wrong;
+    if (&program == now)  // the one that fades in hears the same
+        faults.inputs += wrong;
     const int result = program.run();
     if (result >= 0 && !program.sound()) [[unlikely]]
         mend(program);
@@ -226,7 +227,7 @@ int Vantoro_graph_vector(const VantoroGraph* graph, int node, float* vector, int
 
 const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node)
 {
-    const vgraph::RunNode* found = graph->newest->node(node);
+    const vgraph::RunNode* found = graph->now->node(node);
     return found ? found->block : nullptr;
 }
 

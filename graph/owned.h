@@ -7,6 +7,8 @@
 #include <memory>
 #include <new>
 
+#include "cache_lines.h"
+
 namespace vgraph {
 
 struct Free {
@@ -23,8 +25,7 @@ template <class T>
     return array != nullptr;
 }
 
-// A run of samples for buffers, from the start of a 64-byte line on.
-inline constexpr std::size_t kLine = 16;  // samples in it
+// A run of samples for buffers, from the start of a line on.
 [[nodiscard]] inline bool silence(Array<float>& array, std::size_t samples)
 {
     const std::size_t size = (samples + kLine) / kLine * kLine;
@@ -33,10 +34,6 @@ inline constexpr std::size_t kLine = 16;  // samples in it
         std::fill_n(array.get(), size, 0.0F);
     return array != nullptr;
 }
-
-// Sizes in samples, rounded up to an odd number of lines. Any 64 buffers in a row that are so far apart begin in
-// different places of a 4 KiB page, and do not evict each other from a cache whose sets repeat with the page.
-constexpr std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
 
 // An object, without the operators of the C++ run-time library; null when memory is short.
 template <class T>

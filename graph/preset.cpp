@@ -3,17 +3,13 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <vantoro/common/block_info.h>
+
+#include "owned.h"
 
 namespace vgraph {
 
 namespace {
-
-struct Free {
-    void operator()(void* p) const { std::free(p); }
-};
 
 // CRC-32 of IEEE 802.3, reflected, bit by bit: a preset is checked once.
 std::uint32_t crc32(const unsigned char* bytes, std::size_t count)
@@ -83,9 +79,8 @@ int check_block_size(const VantoroBlockInfo& info, std::uint32_t size, const cha
 // Its vector, copied to where floats are aligned.
 int check_vector(const Preset& preset, const Node& node, const char* name, const Reason& reason)
 {
-    const std::unique_ptr<float[], Free> vector(
-        static_cast<float*>(std::calloc(std::size_t{node.length} + 1, sizeof(float))));
-    if (!vector)
+    Array<float> vector;
+    if (!zeros(vector, node.length))
         return reason.refuse("memory is short");
     preset.copy_floats(node.vector, node.length, vector.get());
     char why[160];

@@ -204,14 +204,7 @@ bool Program::make_levels(RunNode& node)
 
 int Program::apply(const RunNode& node, float* vector) const
 {
-    if (node.length == 0)
-        return RT_OK;
-    if ((node.info->traits & VANTORO_PARAMS_IN_PLACE) != 0) {
-        std::copy_n(vector, node.length, node.block->pParam);
-        return RT_OK;
-    }
-    const int result = BlockAlgo_param_reset(node.block, vector);
-    return result < 0 ? result : std::min(BlockAlgo_param_update(node.block), 0);
+    return Vantoro_param_apply(node.block, vector, node.length);
 }
 
 bool Program::accepts(const RunNode& node, const float* vector, int length) const
@@ -220,18 +213,28 @@ bool Program::accepts(const RunNode& node, const float* vector, int length) cons
                                              nullptr, 0) == RT_OK;
 }
 
+// For vectors of this length. Between two process calls, with nothing in the queue.
+bool Program::make_room(int length)
+{
+    if (length <= longest_)
+        return true;
+    Array<float> scratch;
+    if (!zeros(scratch, index(length)) || !queue_.reserve(index(length)))
+        return false;
+    scratch_ = std::move(scratch);
+    longest_ = length;
+    return true;
+}
+
 int Program::set(int n, const float* vector, int length)
 {
     if (!node(n) || !accepts(*node(n), vector, length))
         return RT_ERR_VALUE;
+    take_posts();  // what was accepted before comes before
     RunNode& found = nodes_[index(n)];
-    Array<float> posted, scratch;
-    if (!zeros(posted, index(length)) || (length > longest_ && !zeros(scratch, index(length))))
+    Array<float> posted;
+    if (!zeros(posted, index(length)) || !make_room(length))
         return RT_ERR_MALLOC;
-    if (scratch) {
-        scratch_ = std::move(scratch);
-        longest_ = length;
-    }
     std::copy_n(vector, length, posted.get());
     std::copy_n(vector, length, scratch_.get());
     std::free(found.posted);

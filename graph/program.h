@@ -90,6 +90,7 @@ private:
     std::size_t gather_size(const Node& node) const;
     float* take(std::size_t samples);
     int apply(const RunNode& node, float* vector) const;
+    [[nodiscard]] bool make_room(int length);
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;
     bool finite_at(const RunNode& node) const;

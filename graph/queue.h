@@ -6,20 +6,26 @@
 #include <bit>
 #include <cstdint>
 
+#include <utility>
+
 #include "owned.h"
 
 namespace vgraph {
 
 class Queue {
 public:
-    // Room for at least two messages of `longest` floats.
+    // Room for at least two messages of `longest` floats. Neither side is at work, and nothing is in it.
     [[nodiscard]] bool reserve(std::size_t longest)
     {
         constexpr std::size_t kLeast = 4096;
         const std::size_t wanted = 2 * (longest + kHead);
         const std::size_t size = std::bit_ceil(wanted < kLeast ? kLeast : wanted);
+        Array<std::uint32_t> words;
+        if (!zeros(words, size))
+            return false;
+        words_ = std::move(words);
         mask_ = size - 1;
-        return zeros(words_, size);
+        return true;
     }
 
     // Writer: false when there is no room.

@@ -41,7 +41,7 @@ linked() { # NAME OPTION ...: the text of $work/NAME.c in a static product
 printf '| text in bytes | %s |\n|---|---:|\n' "${machine%%-*}"
 "$("$cc" -print-prog-name=strip)" -o "$work/whole.so" "$build/lib/libvantoro.so"
 cp "$archive" "$work/code.a"
-ar t "$archive" | grep -E '(_info|param_check)\.cpp\.o$' | xargs ar d "$work/code.a"
+ar t "$archive" | grep -E '(_info|param_check|param_set)\.cpp\.o$' | xargs ar d "$work/code.a"
 "$cc" -shared -s -Wl,--whole-archive "$work/code.a" -Wl,--no-whole-archive -lm -Wl,--gc-sections -Wl,--as-needed \
     -Wl,-Bsymbolic-functions -o "$work/code.so"
 code=$(text "$work/code.so")

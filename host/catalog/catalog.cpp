@@ -137,17 +137,4 @@ bool is_control(const BlockType& type, int input, PinCounts pins)
     return note && note->control != 0;
 }
 
-int apply_vector(const BlockType& type, BlockAlgo& block, std::span<const float> vector)
-{
-    if (type.layout_count == 0)
-        return 0;
-    if (has_trait(type, VANTORO_PARAMS_IN_PLACE)) {
-        std::ranges::copy(vector, block.pParam);
-        return 0;
-    }
-    std::vector<float> own(vector.begin(), vector.end());
-    const int result = BlockAlgo_param_reset(&block, own.data());
-    return result < 0 ? result : std::min(BlockAlgo_param_update(&block), 0);
-}
-
 }  // namespace vantoro

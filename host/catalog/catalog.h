@@ -88,9 +88,6 @@ nlohmann::json named_values(const BlockType& type, PinCounts pins, std::span<con
 bool set_value(const BlockType& type, PinCounts pins, nlohmann::json& params, std::string_view path,
                std::string_view text, std::vector<Problem>& problems, std::optional<int> rate = {});
 
-// Hands a vector to a block as its type wants it. Returns the first negative result, else 0.
-int apply_vector(const BlockType& type, BlockAlgo& block, std::span<const float> vector);
-
 // ---- output ----
 
 std::string range_text(const VantoroParam& param);  // "a number from 0.01 to 16", "one of ...", "any number"

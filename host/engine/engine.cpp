@@ -36,12 +36,13 @@ Engine::Engine(Schematic schematic, int rate) : schematic_(std::move(schematic))
 {
     const std::vector<std::uint32_t> preset = preset_of(schematic_, rate);
     const std::size_t bytes = preset.size() * sizeof preset[0];
-    std::array<char, 256> why{};
-    if (Vantoro_graph_check(preset.data(), bytes, why.data(), why.size()) != RT_OK)
-        throw std::runtime_error(why.data());
     graph_.reset(Vantoro_graph_create(preset.data(), bytes, rate));
-    if (!graph_)
+    if (!graph_) {
+        std::array<char, 256> why{};
+        if (Vantoro_graph_check(preset.data(), bytes, why.data(), why.size()) != RT_OK)
+            throw std::runtime_error(why.data());
         throw std::bad_alloc();
+    }
     for (std::size_t n = 0; n < schematic_.order.size(); ++n)
         node_[static_cast<std::size_t>(schematic_.order[n])] = static_cast<int>(n);
     for (int ch = 0; ch < schematic_.inputs; ++ch)

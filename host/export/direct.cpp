@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 
+#include "cache_lines.h"
 #include "framework/module_names.h"
 #include "support/decimal.h"
 
@@ -42,12 +43,7 @@ static void restore(Mode old) { (void)old; }
 #endif
 )";
 
-// Samples from buffer to buffer: neighbours an odd number of 64-byte lines apart do not share the sets of a cache.
-std::size_t odd_lines(std::size_t samples)
-{
-    constexpr std::size_t kLine = 16;
-    return ((samples + kLine - 1) / kLine | 1U) * kLine;
-}
+using vgraph::odd_lines;
 
 std::string number(std::size_t n) { return std::to_string(n); }
 
@@ -85,17 +81,19 @@ public:
     {
         const std::string& name = product_.name;
         std::string out = header_begin(product_, "");
-        out += "\n// Codes are those of <vantoro/common/block_types.h>. RT_OK, RT_ERR_MALLOC, or RT_ERR_VALUE for a "
-               "rate that "
-               "does not fit (" +
-               rate_text(product_.rate) + ").\nint " + name + "_init(int rate);\nvoid " + name +
-               "_free(void);\n\n// Buffers of " + product_.constant +
-               "_BLOCK_SIZE samples; null: no such channel.\nfloat* " + name + "_input(int channel);\nconst float* " +
-               name +
-               "_output(int channel);\n\n// One block of audio. RT_OK, or the negative code of the block that failed; "
-               "the outputs "
-               "are then of no use.\nint " +
-               name + "_process(void);\n";
+        out +=
+            "\n// Codes are those of <vantoro/common/block_types.h>. RT_OK, RT_ERR_MALLOC, or RT_ERR_VALUE for a "
+            "rate that "
+            "does not fit (" +
+            rate_text(product_.rate) + ").\nint " + name + "_init(int rate);\nvoid " + name +
+            "_free(void);\n\n// Buffers of " + product_.constant +
+            "_BLOCK_SIZE samples; null: no such channel.\nfloat* " + name + "_input(int channel);\nconst float* " +
+            name +
+            "_output(int channel);\n\n// One block of audio. RT_OK, or the negative code of the block that failed; "
+            "the outputs "
+            "are then of no use.\n// Input that is not finite is not mended, as the graph runtime would: a block that "
+            "heard it is cleared with\n// BlockAlgo_clear or begins anew with " +
+            name + "_init.\nint " + name + "_process(void);\n";
         std::string setters;
         for_each_settable([&](const ProductNode&, const Parameter& parameter) {
             setters += comment(parameter.help) + prototype(parameter) + ";\n";

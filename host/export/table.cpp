@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <utility>
 
 #include "schematic/preset.h"
 #include "vantoro_graph.h"
@@ -80,9 +81,9 @@ void write_vectors(const Product& product, Writer& out)
     }
 }
 
-std::string source_of(const Product& product)
+std::string source_of(const Product& product, Words preset)
 {
-    Writer out(preset_of(product.schematic, product.rate));
+    Writer out(std::move(preset));
     write_nodes(product, out);
     write_vectors(product, out);
     out.say("names");
@@ -124,9 +125,8 @@ std::string setter_text(const Product& product, const ProductNode& node, const P
            ";\n}\n";
 }
 
-std::string header_of(const Product& product)
+std::string header_of(const Product& product, std::size_t words)
 {
-    const std::size_t words = preset_of(product.schematic, product.rate).size();
     std::string out = header_begin(product, "#include <stdint.h>\n#include <vantoro/vantoro_graph.h>\n") + "#define " +
                       product.constant + "_PRESET_WORDS " + std::to_string(words) + "\n\n// Vantoro_graph_create(" +
                       product.name + "_preset, sizeof " + product.name + "_preset, " +
@@ -147,6 +147,11 @@ std::string header_of(const Product& product)
 
 }  // namespace
 
-CFiles c_table(const Product& product) { return {source_of(product), header_of(product)}; }
+CFiles c_table(const Product& product)
+{
+    Words preset = preset_of(product.schematic, product.rate);
+    std::string header = header_of(product, preset.size());
+    return {source_of(product, std::move(preset)), std::move(header)};
+}
 
 }  // namespace vantoro

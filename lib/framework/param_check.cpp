@@ -97,30 +97,28 @@ int check_rows(const Check& check, const VantoroTable& table, int rows, std::siz
     return RT_OK;
 }
 
-// Where in the vector the rows of a table begin.
-std::size_t start_of(const Check& check, const VantoroTable& table)
+// The entries that a slot takes: -1 while the count of its table is missing or out of range.
+double size_of(const Check& check, const VantoroSlot& slot)
 {
-    std::size_t at = 0;
-    for (const VantoroSlot& slot : check.layout) {
-        if (slot.kind == VANTORO_ROWS && slot.table == &table)
-            return at;
-        at += slot.kind == VANTORO_ROWS ? static_cast<std::size_t>(rows_in(check, *slot.table)) *
-                                              static_cast<std::size_t>(slot.table->column_count)
-                                        : 1;
-    }
-    return at;
+    const int rows = slot.table ? rows_in(check, *slot.table) : 1;
+    if (rows < 0 || slot.kind != VANTORO_ROWS)
+        return rows < 0 ? -1 : 1;
+    return static_cast<double>(rows) * slot.table->column_count;
 }
 
-int length_of(const Check& check)
+// Where in the vector the rows of a table begin; without a table, its length. -1 as above.
+double start_of(const Check& check, const VantoroTable* table)
 {
-    double length = 0;
+    double at = 0;
     for (const VantoroSlot& slot : check.layout) {
-        const int rows = slot.table ? rows_in(check, *slot.table) : 1;
-        if (rows < 0)
+        if (slot.kind == VANTORO_ROWS && slot.table == table)
+            break;
+        const double size = size_of(check, slot);
+        if (size < 0)
             return -1;
-        length += slot.kind == VANTORO_ROWS ? static_cast<double>(rows) * slot.table->column_count : 1;
+        at += size;
     }
-    return to_int(length);
+    return at;
 }
 
 int check_entries(const Check& check)
@@ -135,14 +133,12 @@ int check_entries(const Check& check)
         else if (slot.kind == VANTORO_ROWS)
             result = check_rows(check, *table, rows, at);
         else if (slot.kind == VANTORO_FIRST_OF &&
-                 to_int(check.vector[at]) != static_cast<int>(start_of(check, *table)) + slot.column * rows)
+                 to_int(check.vector[at]) != to_int(start_of(check, table)) + slot.column * rows)
             result = check.refuse("entry %zu: %g is not where column %d of %s begins", at,
                                   static_cast<double>(check.vector[at]), slot.column, table->name);
         if (result != RT_OK)
             return result;
-        at += table && slot.kind == VANTORO_ROWS
-                  ? static_cast<std::size_t>(rows) * static_cast<std::size_t>(table->column_count)
-                  : 1;
+        at += static_cast<std::size_t>(size_of(check, slot));
     }
     return RT_OK;
 }
@@ -161,7 +157,7 @@ int Vantoro_param_check(int type, int inputs, int outputs, const float* vector, 
         return check.refuse("no vector");
     check.layout = {info->layout, static_cast<std::size_t>(info->layout_count)};
     check.vector = {vector, static_cast<std::size_t>(length)};
-    const int wanted = length_of(check);
+    const int wanted = to_int(start_of(check, nullptr));
     if (wanted < 0)
         return check.refuse("a count is out of range or missing");
     if (wanted != length)

@@ -237,6 +237,17 @@ TEST(Set, IsInForceAtOnceWhateverItsLength)
     const std::vector<float> in = noise(640);
     EXPECT_EQ(run(graph.get(), in), run(other.get(), in));
     EXPECT_EQ(Vantoro_graph_failed(graph.get()), -1);
+
+    // What was posted before a set comes before it; what is posted afterwards may be as long as the new vector.
+    std::vector<float> many = {600};
+    while (many.size() < 1 + 5 * 600)
+        many.insert(many.end(), bands.begin() + 1, bands.begin() + 6);
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, bands.data(), 11), RT_OK);
+    for (VantoroGraph* each : {graph.get(), other.get()}) {
+        EXPECT_EQ(Vantoro_graph_set(each, 0, many.data(), 3001), RT_OK);
+        EXPECT_EQ(Vantoro_graph_post(each, 0, many.data(), 3001), RT_OK);
+    }
+    EXPECT_EQ(run(graph.get(), in), run(other.get(), in));
 }
 
 // What is no audio in the input is silence in its place, bit for bit; a node that overflows, and the limiter that hears

@@ -18,7 +18,8 @@ MAY_SEE = {
     "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis"],
     "": ["commands", "io", "support"],  # main.cpp
 }
-PUBLIC = ["vantoro.h", "common/block_info.h", "framework/module_names.h", "vantoro_graph.h"]  # of the libraries
+PUBLIC = ["vantoro.h", "common/block_info.h", "framework/module_names.h", "vantoro_graph.h",
+          "cache_lines.h"]  # of the libraries
 # Types by code, and the records under them: descriptions and public functions say what a host needs.
 MODULE_NAMES = re.compile(r"\bEN_[A-Z0-9_]+|\bAlgoCore\b|\b[A-Z]\w*(?:_Core|St)\b")
 COMMENT_OR_TEXT = re.compile(r'//[^\n]*|R"\w*\(.*?\)\w*"|"(?:\\.|[^"\\\n])*"', re.DOTALL)

@@ -155,6 +155,30 @@ static Vector with_rows(const VantoroBlockInfo& info, int rows)
     return vector;
 }
 
+// A vector that is refused leaves the block as it is; one that passes is what a reset and an update make of it.
+TEST(Set, ChecksFirst)
+{
+    rig::Log log;
+    for (const Described& type : rig::every_described()) {
+        const rig::Scene scene = rig::scenes_of(type, 1).front();
+        Vector good = scene.vectors.front(), bad = rig::initial_vector(type);
+        if (good.empty())
+            continue;
+        rig::Bench bench(type), other(type);
+        char why[100] = "";
+        bad.back() = NAN;
+        EXPECT_EQ(Vantoro_param_set(bench.block(), good.data(), static_cast<int>(good.size()), why, sizeof why), RT_OK);
+        EXPECT_EQ(other.set(good), RT_OK);
+        EXPECT_STREQ(why, "");
+        EXPECT_EQ(Vantoro_param_set(bench.block(), bad.data(), static_cast<int>(bad.size()), why, sizeof why),
+                  RT_ERR_VALUE);
+        EXPECT_STRNE(why, "");
+        const rig::Outputs signal = rig::scene_signal(type, 4 * 64);
+        EXPECT_TRUE((type.info->traits & VANTORO_RANDOM) != 0 || rig::same_bits(bench.run(signal), other.run(signal)))
+            << type.info->name;
+    }
+}
+
 TEST(Lists, TakeAsManyRowsAsTheySay)
 {
     constexpr int kMany = 300;  // stands for lists without an end

@@ -103,8 +103,8 @@ TEST(SystemCalls, AreNeverMadeByProcess)
             const auto [inputs, outputs] = config.pins;
             rig::Rig blk(row.type, inputs, outputs, config.context);
             ASSERT_TRUE(blk) << row.type;
-            if (!config.vector.empty())
-                vantoro::apply_vector(type, *blk.block(), config.vector);
+            std::vector<float> vector = config.vector;
+            Vantoro_param_apply(blk.block(), vector.data(), static_cast<int>(vector.size()));
             std::vector<float> run;  // of all pins: the state machine addresses its inputs so
             for (int pin = 0; pin < inputs + outputs; ++pin)
                 std::ranges::copy(signal_of(config, pin), std::back_inserter(run));

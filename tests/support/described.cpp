@@ -203,17 +203,7 @@ Bench::Bench(const Described& type, const Conditions& conditions)
 
 Bench::~Bench() { BlockAlgo_destroy(blk_); }
 
-int Bench::set(Vector vector)
-{
-    if (vector.empty())
-        return 0;
-    if (has(type_, VANTORO_PARAMS_IN_PLACE)) {
-        std::ranges::copy(vector, blk_->pParam);
-        return 0;
-    }
-    const int result = BlockAlgo_param_reset(blk_, vector.data());
-    return result < 0 ? result : std::min(BlockAlgo_param_update(blk_), 0);
-}
+int Bench::set(Vector vector) { return Vantoro_param_apply(blk_, vector.data(), static_cast<int>(vector.size())); }
 
 Outputs Bench::run(const Outputs& signal)
 {
