@@ -9,8 +9,9 @@ endif()
 if(TARGET vantoro_graph)
     list(APPEND vantoro_installed vantoro_graph vantoro_graph_static)
 endif()
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(TARGETS vantoro_static ${vantoro_installed} EXPORT vantoroTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

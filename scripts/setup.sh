@@ -9,7 +9,7 @@ packages() {
         test)
             packages demo
             echo googletest abigail-tools binutils python3 python3-jsonschema clang clang-format clang-tidy gcovr \
-                g++-aarch64-linux-gnu qemu-user musl-dev ;;
+                g++-aarch64-linux-gnu qemu-user musl-dev lintian ;;
         bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev sox ffmpeg llvm \
             g++-aarch64-linux-gnu ;;
         *) echo "setup.sh: unknown task '$1' (build, demo, test, bench)" >&2; exit 2 ;;
