@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What one call of process costs at worst: a million calls of every block type in stereo (or what comes nearest), each
-// timed alone. Prints median, 99.99th percentile and maximum in microseconds; the time of the clock is in all of them,
-// and in a row of its own. On a machine that other work shares the maximum is the other work's.
+// What one call of process costs at worst, and one set of unchanged parameters: a million calls of every block type in
+// stereo (or what comes nearest), each timed alone. Prints median, 99.99th percentile and maximum in microseconds; the
+// time of the clock is in all of them, and in a row of its own. On a machine that other work shares the maximum is the
+// other work's.
 //
 //   latency [CALLS [TYPE ...]]
 #include <algorithm>
@@ -86,9 +87,13 @@ int main(int argc, char** argv)
             return;
         const vantoro::PinCounts pins = bench::pins_for(type, 2).value_or(vantoro::initial_pins(type));
         bench::Block block(type.type, pins.inputs, pins.outputs, kBlock);
-        block.set(bench::vector_for(type, pins));
+        std::vector<float> vector = bench::vector_for(type, pins);
+        block.set(vector);
         const bench::Pins buffers(pins.inputs, pins.outputs, kBlock);
         row(std::string(type.name).c_str(), spent, unit, [&] { block.process(buffers); });
+        if (!vector.empty())
+            row((std::string(type.name) + ", a set").c_str(), spent, unit,
+                [&] { Vantoro_param_apply(block.algo.get(), vector.data(), static_cast<int>(vector.size())); });
     });
     return 0;
 }

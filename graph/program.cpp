@@ -157,8 +157,7 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     else
         return false;
     preset.copy_floats(wanted.vector, wanted.length, node.posted);
-    std::copy_n(node.posted, wanted.length, scratch_.get());
-    if (apply(node, scratch_.get()) < 0)
+    if (apply(node, node.posted) < 0)
         return false;
 
     float* gathered = take(gather_size(wanted));
@@ -202,7 +201,7 @@ bool Program::make_levels(RunNode& node)
 
 // ---- parameters ----
 
-int Program::apply(const RunNode& node, float* vector) const
+int Program::apply(const RunNode& node, const float* vector)
 {
     return Vantoro_param_apply(node.block, vector, node.length);
 }
@@ -236,12 +235,11 @@ int Program::set(int n, const float* vector, int length)
     if (!zeros(posted, index(length)) || !make_room(length))
         return RT_ERR_MALLOC;
     std::copy_n(vector, length, posted.get());
-    std::copy_n(vector, length, scratch_.get());
     std::free(found.posted);
     found.posted = posted.release();
     found.length = length;
     const AtWork at_work(found.name);
-    return apply(found, scratch_.get());
+    return apply(found, found.posted);
 }
 
 int Program::post(int n, const float* vector, int length)

@@ -89,7 +89,7 @@ private:
     std::size_t outputs_size(const Node& node) const;
     std::size_t gather_size(const Node& node) const;
     float* take(std::size_t samples);
-    int apply(const RunNode& node, float* vector) const;
+    static int apply(const RunNode& node, const float* vector);
     [[nodiscard]] bool make_room(int length);
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;

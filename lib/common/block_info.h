@@ -217,14 +217,13 @@ int Vantoro_initial_vector(const VantoroBlockInfo* info, int inputs, int outputs
 // passes never ends the process. RT_OK, or RT_ERR_VALUE and the reason in at most n bytes of `why` (may be null).
 int Vantoro_param_check(int type, int inputs, int outputs, const float* vector, int length, char* why, size_t n);
 
-// Gives a block a vector that Vantoro_param_check passes, whichever way its type takes one: BlockAlgo_param_reset and
-// BlockAlgo_param_update, or, with VANTORO_PARAMS_IN_PLACE, by writing to pParam. The block may write clamped values
-// into `vector`. Allocates only where the length or an entry marked VANTORO_SIZES changes. RT_OK, or the negative
-// result of the library.
-int Vantoro_param_apply(BlockAlgo* blk, float* vector, int length);
+// Gives a block a vector that Vantoro_param_check passes, whichever way its type takes one: by BlockAlgo_param_reset
+// and BlockAlgo_param_update, or, with VANTORO_PARAMS_IN_PLACE, by writing to pParam. Allocates only where the length
+// or an entry marked VANTORO_SIZES changes. RT_OK, or the negative result of the library.
+int Vantoro_param_apply(BlockAlgo* blk, const float* vector, int length);
 
 // Vantoro_param_check, then Vantoro_param_apply of what passed.
-int Vantoro_param_set(BlockAlgo* blk, float* vector, int length, char* why, size_t n);
+int Vantoro_param_set(BlockAlgo* blk, const float* vector, int length, char* why, size_t n);
 
 // ---- what a block does to a signal ----
 

@@ -179,6 +179,33 @@ TEST(Set, ChecksFirst)
     }
 }
 
+// Of values in their ranges BlockAlgo_param_update recomputes what a reset has computed.
+TEST(Set, IsWholeWithoutAnUpdate)
+{
+    rig::Log log;
+    for (const Described& type : rig::every_described())
+        for (const rig::Scene& scene : rig::scenes_of(type, kVectors)) {
+            if (type.info->layout_count == 0 || (type.info->traits & VANTORO_PARAMS_IN_PLACE) != 0)
+                continue;
+            const rig::Outputs signal = rig::scene_signal(type, 4 * 64);
+            rig::Bench benches[2] = {rig::Bench(type), rig::Bench(type)};
+            rig::Outputs heard[2];
+            for (int updated = 0; updated < 2; ++updated) {
+                std::srand(1);
+                for (Vector vector : scene.vectors) {
+                    BlockAlgo* blk = benches[updated].block();
+                    const Vector given = vector;
+                    EXPECT_EQ(BlockAlgo_param_reset(blk, vector.data()), 0);
+                    EXPECT_EQ(vector, given);
+                    EXPECT_GE(updated == 0 ? 0 : BlockAlgo_param_update(blk), 0);
+                    for (const std::vector<float>& pin : benches[updated].run(signal))
+                        heard[updated].push_back(pin);
+                }
+            }
+            EXPECT_TRUE(rig::same_bits(heard[0], heard[1])) << scene.name;
+        }
+}
+
 TEST(Lists, TakeAsManyRowsAsTheySay)
 {
     constexpr int kMany = 300;  // stands for lists without an end
