@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whether a parameter vector can be handed to a block, from the block's description alone.
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -41,9 +42,9 @@ float entry_of(const Check& check, int slot)
 int rows_in(const Check& check, const VantoroTable& table)
 {
     if (table.rows_entry >= 0) {
-        const auto product = static_cast<double>(to_int(entry_of(check, table.rows_entry))) *
-                             to_int(entry_of(check, table.columns_entry));
-        return product < 0 || product > static_cast<double>(check.vector.size()) ? -1 : to_int(product);
+        const auto product =
+            std::int64_t{to_int(entry_of(check, table.rows_entry))} * to_int(entry_of(check, table.columns_entry));
+        return product < 0 || product > std::ssize(check.vector) ? -1 : static_cast<int>(product);
     }
     if (table.per != VANTORO_PER_NOTHING)
         return count_per(table.per, check.inputs, check.outputs);
@@ -75,14 +76,17 @@ int check_value(const Check& check, const VantoroParam& param, float v, const ch
         return check.refuse("%s is not finite", place);
     if (param.kind == VANTORO_CHOICE && !is_choice(param, v))
         return check.refuse("%s: %g is none of its choices", place, static_cast<double>(v));
+    VantoroRange valid = param.valid;
+    if (param.below != VANTORO_PER_NOTHING) {
+        const auto count = static_cast<float>(count_per(param.below, check.inputs, check.outputs));
+        valid = {std::max(valid.min, 0.0F), std::min(valid.max, count - 1)};
+    } else if (param.kind != VANTORO_INTEGER)
+        return RT_OK;
     const auto whole = static_cast<float>(to_int(v));
-    if (param.kind == VANTORO_INTEGER && !(whole >= param.valid.min && whole <= param.valid.max))
-        return check.refuse("%s: %g; %g to %g", place, static_cast<double>(v), static_cast<double>(param.valid.min),
-                            static_cast<double>(param.valid.max));
-    const int below = count_per(param.below, check.inputs, check.outputs);
-    if (param.below != VANTORO_PER_NOTHING && !(whole >= 0 && to_int(v) < below))
-        return check.refuse("%s: %g; 0 to %d", place, static_cast<double>(v), below - 1);
-    return RT_OK;
+    return whole >= valid.min && whole <= valid.max
+               ? static_cast<int>(RT_OK)
+               : check.refuse("%s: %g; %g to %g", place, static_cast<double>(v), static_cast<double>(valid.min),
+                              static_cast<double>(valid.max));
 }
 
 int check_rows(const Check& check, const VantoroTable& table, int rows, std::size_t at)
@@ -98,22 +102,22 @@ int check_rows(const Check& check, const VantoroTable& table, int rows, std::siz
 }
 
 // The entries that a slot takes: -1 while the count of its table is missing or out of range.
-double size_of(const Check& check, const VantoroSlot& slot)
+std::int64_t size_of(const Check& check, const VantoroSlot& slot)
 {
     const int rows = slot.table ? rows_in(check, *slot.table) : 1;
     if (rows < 0 || slot.kind != VANTORO_ROWS)
         return rows < 0 ? -1 : 1;
-    return static_cast<double>(rows) * slot.table->column_count;
+    return std::int64_t{rows} * slot.table->column_count;
 }
 
 // Where in the vector the rows of a table begin; without a table, its length. -1 as above.
-double start_of(const Check& check, const VantoroTable* table)
+std::int64_t start_of(const Check& check, const VantoroTable* table)
 {
-    double at = 0;
+    std::int64_t at = 0;
     for (const VantoroSlot& slot : check.layout) {
         if (slot.kind == VANTORO_ROWS && slot.table == table)
             break;
-        const double size = size_of(check, slot);
+        const std::int64_t size = size_of(check, slot);
         if (size < 0)
             return -1;
         at += size;
@@ -133,7 +137,7 @@ int check_entries(const Check& check)
         else if (slot.kind == VANTORO_ROWS)
             result = check_rows(check, *table, rows, at);
         else if (slot.kind == VANTORO_FIRST_OF &&
-                 to_int(check.vector[at]) != to_int(start_of(check, table)) + slot.column * rows)
+                 to_int(check.vector[at]) != start_of(check, table) + std::int64_t{slot.column} * rows)
             result = check.refuse("entry %zu: %g is not where column %d of %s begins", at,
                                   static_cast<double>(check.vector[at]), slot.column, table->name);
         if (result != RT_OK)
@@ -157,10 +161,10 @@ int Vantoro_param_check(int type, int inputs, int outputs, const float* vector, 
         return check.refuse("no vector");
     check.layout = {info->layout, static_cast<std::size_t>(info->layout_count)};
     check.vector = {vector, static_cast<std::size_t>(length)};
-    const int wanted = to_int(start_of(check, nullptr));
+    const std::int64_t wanted = start_of(check, nullptr);
     if (wanted < 0)
         return check.refuse("a count is out of range or missing");
     if (wanted != length)
-        return check.refuse("%d entries; %s takes %d", length, info->name, wanted);
+        return check.refuse("%d entries; %s takes %lld", length, info->name, static_cast<long long>(wanted));
     return check_entries(check);
 }
