@@ -11,6 +11,8 @@
 #include "program.h"
 
 using vgraph::Array;
+using vgraph::History;
+using vgraph::Meters;
 using vgraph::Program;
 
 struct VantoroGraph {
@@ -19,8 +21,14 @@ struct VantoroGraph {
     int process();
     int run_on(Program& program);
     void mend(Program& program);
+    void blame(const Program& program, int node);
     void begin_fade();
+    bool caught_up();
     void crossfade();
+    void hand_over();
+    void measure();
+    void feed_taps();
+    void start_base();
     void retire(Program* program);
     void free_retired();
     Program* release();
@@ -31,13 +39,30 @@ struct VantoroGraph {
     int filled = 0;  // frames of the block that Vantoro_graph_run is filling
 
     VantoroGraphFaults faults = {0, 0, -1};  // audio thread
+    const char* blamed = nullptr;            // audio thread: a name in `now` or `coming`
 
     Program* now = nullptr;                  // audio thread
     Program* coming = nullptr;               // audio thread: fading in
     long faded = 0;                          // audio thread: frames of the fade
     std::atomic<Program*> waiting{nullptr};  // swapped in, not yet taken
     std::atomic<Program*> retired{nullptr};  // a list, newest first
+    std::atomic<Program*> playing{nullptr};  // what `now` is, for the control thread
     Program* newest = nullptr;               // control thread: where posts go
+    Program* begun = nullptr;                // control thread: the newest that the audio thread is known to have taken
+
+    // What was heard, for those that follow.
+    long kept = 0;  // blocks
+    History inputs;
+    std::atomic<std::int64_t> clock{0};  // blocks processed
+
+    std::atomic<bool> metering{false};
+    struct Tap {
+        History past;
+        std::int64_t since = 0;            // control thread: block of its beginning
+        std::atomic<std::int64_t> end{0};  // block
+        std::atomic<bool> on{false};
+    };
+    Tap taps[vgraph::kTaps];
 };
 
 namespace {
@@ -60,6 +85,27 @@ bool make_buffers(VantoroGraph& graph)
     for (int ch = 0; ch < program.outputs(); ++ch, next += stride)
         graph.out[index(ch)] = next;
     return true;
+}
+
+bool make_meters(Program& program)
+{
+    if (program.meters.load(std::memory_order_relaxed))
+        return true;
+    auto* meters = vgraph::make<Meters>();
+    if (!meters || !meters->reserve(program.signals() + program.outputs())) {
+        vgraph::unmake(meters);
+        return false;
+    }
+    program.meters.store(meters, std::memory_order_release);
+    return true;
+}
+
+bool alike(const VantoroGraph& a, const VantoroGraph& b)
+{
+    const Program& from = *a.newest;
+    const Program& to = *b.newest;
+    return &a != &b && from.rate() == to.rate() && from.block_size() == to.block_size() &&
+           from.inputs() == to.inputs() && from.outputs() == to.outputs();
 }
 
 }  // namespace
@@ -99,9 +145,11 @@ int VantoroGraph::run_on(Program& program)
         wrong += program.hear(ch, in[index(ch)]);
     if (&program == now)  // the one that fades in hears the same
         faults.inputs += wrong;
-    const int result = program.run();
+    const int result = program.live(clock.load(std::memory_order_relaxed), &program == coming ? now : nullptr);
     if (result >= 0 && !program.sound()) [[unlikely]]
         mend(program);
+    if (result < 0) [[unlikely]]
+        blame(program, program.failed());
     return result;
 }
 
@@ -109,7 +157,14 @@ int VantoroGraph::run_on(Program& program)
 void VantoroGraph::mend(Program& program)
 {
     faults.node = program.recover();
+    blame(program, faults.node);
     ++faults.blocks;
+}
+
+void VantoroGraph::blame(const Program& program, int node)
+{
+    const vgraph::RunNode* found = program.node(node);
+    blamed = found ? found->name : nullptr;
 }
 
 // Hands out the newest program of a graph that does not run.
@@ -130,6 +185,63 @@ void VantoroGraph::begin_fade()
         return;
     coming = waiting.exchange(nullptr, std::memory_order_acquire);
     faded = 0;
+    if (coming->base == now)
+        return;
+    coming->unlend();
+    coming->skip_to(clock.load(std::memory_order_relaxed));
+}
+
+// The blocks since it was handed over, a few at a time. What is not kept any more is left out.
+bool VantoroGraph::caught_up()
+{
+    constexpr int kMost = 2;  // in one block's time
+    const std::int64_t present = clock.load(std::memory_order_relaxed);
+    if (present - coming->heard() > inputs.depth())
+        coming->skip_to(present);
+    for (int i = 0; i < kMost && coming->heard() < present; ++i)
+        coming->relive(coming->heard(), inputs, *now);
+    return coming->heard() == present;
+}
+
+void VantoroGraph::hand_over()
+{
+    coming->take_over(*now);
+    Meters* from = now->meters.load(std::memory_order_acquire);
+    Meters* to = coming->meters.load(std::memory_order_acquire);
+    for (int ch = 0; from && to && ch < now->inputs(); ++ch)
+        to->carry(1 + ch, *from, 1 + ch);
+    for (int ch = 0; from && to && ch < now->outputs(); ++ch)
+        to->carry(coming->signals() + ch, *from, now->signals() + ch);
+    playing.store(coming, std::memory_order_release);
+    blamed = nullptr;
+    retire(now);
+    now = coming;
+    coming = nullptr;
+}
+
+void VantoroGraph::measure()
+{
+    Meters* meters = now->meters.load(std::memory_order_acquire);
+    if (!meters)
+        return;
+    meters->turn();
+    for (int s = 1; s < now->signals(); ++s)
+        meters->add(s, now->signal(s), now->block_size());
+    for (int ch = 0; ch < now->outputs(); ++ch)
+        meters->add(now->signals() + ch, out[index(ch)], now->block_size());
+}
+
+void VantoroGraph::feed_taps()
+{
+    const std::int64_t block = clock.load(std::memory_order_relaxed);
+    for (int slot = 0; slot < vgraph::kTaps; ++slot) {
+        Tap& tap = taps[slot];
+        if (!tap.on.load(std::memory_order_acquire))
+            continue;
+        const int signal = now->tapped[slot].load(std::memory_order_relaxed), channel = signal - now->signals();
+        tap.past.write(block, 0, channel >= 0 ? out[index(channel)] : now->signal(signal));
+        tap.end.store(block + 1, std::memory_order_release);
+    }
 }
 
 // From `now` to `coming` along a raised cosine.
@@ -145,31 +257,43 @@ void VantoroGraph::crossfade()
             out[index(ch)][i] = share >= 1.0F ? to : std::fma(share, to - from, from);
         }
     }
-    if (faded < fade_frames)
-        return;
-    retire(now);
-    now = coming;
-    coming = nullptr;
+    if (faded >= fade_frames)
+        hand_over();
 }
 
 int VantoroGraph::process()
 {
+    const std::int64_t block = clock.load(std::memory_order_relaxed);
+    for (int ch = 0; ch < now->inputs(); ++ch)
+        inputs.write(block, ch, in[index(ch)]);
     begin_fade();
     int result = run_on(*now);
-    if (coming)
+    const bool both = coming && caught_up();
+    if (both)
         result = std::min(result, run_on(*coming));
-    if (result < 0) {
-        for (int ch = 0; ch < now->outputs(); ++ch)
-            std::fill_n(out[index(ch)], now->block_size(), 0.0F);
-        return result;
-    }
-    if (coming) {
-        crossfade();
-        return RT_OK;
-    }
     for (int ch = 0; ch < now->outputs(); ++ch)
-        std::copy_n(now->output(ch), now->block_size(), out[index(ch)]);
-    return RT_OK;
+        if (result < 0)
+            std::fill_n(out[index(ch)], now->block_size(), 0.0F);
+        else if (!both)
+            std::copy_n(now->output(ch), now->block_size(), out[index(ch)]);
+    if (both && result >= 0)
+        crossfade();
+    if (metering.load(std::memory_order_relaxed))
+        measure();
+    feed_taps();
+    clock.store(block + 1, std::memory_order_release);
+    return result;
+}
+
+// What the next program follows: the newest that plays or fades in. One that still waits is dropped.
+void VantoroGraph::start_base()
+{
+    Program* dropped = waiting.exchange(nullptr, std::memory_order_acq_rel);
+    if (dropped)
+        vgraph::unmake(dropped);
+    else
+        begun = newest;
+    newest = begun;
 }
 
 // ---- the C interface ----
@@ -187,7 +311,8 @@ VantoroGraph* Vantoro_graph_create(const void* preset, size_t bytes, int rate)
     auto* graph = vgraph::make<VantoroGraph>();
     if (!graph)
         return nullptr;
-    graph->now = graph->newest = Program::create(view, used);
+    graph->now = graph->newest = graph->begun = Program::create(view, used);
+    graph->playing = graph->now;
     if (graph->now && make_buffers(*graph))
         return graph;
     vgraph::unmake(graph);
@@ -234,7 +359,7 @@ const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node)
 const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin)
 {
     const vgraph::RunNode* found = graph->now->node(node);
-    return found && pin >= 0 && pin < found->block->nOutputs ? found->out[pin] : nullptr;
+    return found && pin >= 0 && pin < found->outputs ? found->out[pin] : nullptr;
 }
 
 float* Vantoro_graph_input(VantoroGraph* graph, int channel)
@@ -250,6 +375,8 @@ const float* Vantoro_graph_output(const VantoroGraph* graph, int channel)
 int Vantoro_graph_process(VantoroGraph* graph) { return graph->process(); }
 
 int Vantoro_graph_failed(const VantoroGraph* graph) { return graph->now->failed(); }
+
+const char* Vantoro_graph_blamed(const VantoroGraph* graph) { return graph->blamed; }
 
 void Vantoro_graph_faults(const VantoroGraph* graph, VantoroGraphFaults* faults) { *faults = graph->faults; }
 
@@ -298,14 +425,14 @@ int Vantoro_graph_post_entry(VantoroGraph* graph, int node, int entry, float val
 int Vantoro_graph_swap(VantoroGraph* graph, VantoroGraph* next, float ms)
 {
     constexpr float kLongestMs = 10000;
-    const Program& from = *graph->newest;
-    const Program& to = *next->newest;
-    if (graph == next || !(ms >= 0 && ms <= kLongestMs) || from.rate() != to.rate() ||
-        from.block_size() != to.block_size() || from.inputs() != to.inputs() || from.outputs() != to.outputs())
+    if (!(ms >= 0 && ms <= kLongestMs) || !alike(*graph, *next))
         return RT_ERR_VALUE;
+    graph->start_base();
+    if (graph->metering.load(std::memory_order_relaxed) && !make_meters(*next->newest))
+        return RT_ERR_MALLOC;
     graph->newest = next->release();
     graph->newest->fade_frames = std::lround(static_cast<double>(ms) * graph->newest->rate() / 1000);
-    vgraph::unmake(graph->waiting.exchange(graph->newest, std::memory_order_acq_rel));
+    graph->waiting.store(graph->newest, std::memory_order_release);
     vgraph::unmake(next);
     graph->free_retired();
     return RT_OK;
@@ -323,6 +450,115 @@ int Vantoro_graph_replay(VantoroGraph* graph, const float* const* in, int frames
     for (int ch = 0; ch < graph->now->outputs(); ++ch)
         std::fill_n(graph->out[index(ch)], block, 0.0F);
     return result;
+}
+
+int Vantoro_graph_keep(VantoroGraph* graph, float seconds)
+{
+    constexpr float kLongest = 60;  // seconds
+    if (!(seconds >= 0 && seconds <= kLongest))
+        return RT_ERR_VALUE;
+    Program& program = *graph->newest;
+    const auto blocks =
+        static_cast<long>(seconds * static_cast<float>(program.rate()) / static_cast<float>(program.block_size()));
+    if (!graph->inputs.reserve(program.inputs(), program.block_size(), blocks) || !program.keep(blocks))
+        return RT_ERR_MALLOC;
+    graph->kept = blocks;
+    return RT_OK;
+}
+
+int Vantoro_graph_follow(VantoroGraph* graph, VantoroGraph* next, int frames, int blocks)
+{
+    if (!alike(*graph, *next))
+        return RT_ERR_VALUE;
+    Program& to = *next->newest;
+    if (!to.base) {
+        graph->start_base();
+        if (!to.keep(graph->kept) || !to.lend(*graph->begun))
+            return RT_ERR_MALLOC;
+        to.skip_to(0);
+    }
+    if (to.base != graph->begun)
+        return RT_ERR_VALUE;
+    const auto present = [&] { return std::min(graph->clock.load(std::memory_order_acquire), to.base->heard()); };
+    const auto missing = [&] { return present() - to.heard(); };
+    const std::int64_t most = std::min<std::int64_t>(frames / to.block_size(), graph->kept);
+    if (missing() > most)
+        to.skip_to(present() - most);
+    int result = RT_OK;
+    for (int i = 0; i < blocks && result >= 0 && missing() > 0; ++i)
+        result = to.relive(to.heard(), graph->inputs, *to.base);
+    return result < 0 ? result : static_cast<int>(missing());
+}
+
+int Vantoro_graph_settled(const VantoroGraph* graph)
+{
+    return graph->playing.load(std::memory_order_acquire) == graph->newest && graph->newest->posts_taken() ? 1 : 0;
+}
+
+// ---- meters ----
+
+int Vantoro_graph_signal_number(const VantoroGraph* graph, int node, int pin)
+{
+    const Program& program = *graph->newest;
+    if (node == VANTORO_GRAPH_INPUT)
+        return pin >= 0 && pin < program.inputs() ? 1 + pin : 0;
+    if (node == VANTORO_GRAPH_OUTPUT)
+        return pin >= 0 && pin < program.outputs() ? program.signals() + pin : 0;
+    const vgraph::RunNode* found = program.node(node);
+    return found && pin >= 0 && pin < found->outputs ? found->first_signal + pin : 0;
+}
+
+int Vantoro_graph_meters(VantoroGraph* graph, VantoroGraphMeter* meters, int max, VantoroGraphSpan* span)
+{
+    Program* program = graph->playing.load(std::memory_order_acquire);
+    *span = {0, program == graph->newest ? 1 : 0};
+    Meters* found = program->meters.load(std::memory_order_relaxed);
+    if (!found || !graph->metering.load(std::memory_order_relaxed)) {
+        if (make_meters(*graph->newest) && make_meters(*program))
+            graph->metering.store(true, std::memory_order_relaxed);
+        return 0;
+    }
+    const int signals = program->signals() + program->outputs();
+    span->blocks = found->take(meters, std::min(max, signals), program->block_size());
+    return span->blocks > 0 ? signals : 0;
+}
+
+void Vantoro_graph_meters_off(VantoroGraph* graph) { graph->metering.store(false, std::memory_order_relaxed); }
+
+int Vantoro_graph_tap(VantoroGraph* graph, int slot, int signal)
+{
+    constexpr long kSamples = 1L << 16;
+    Program& program = *graph->newest;
+    if (slot < 0 || slot >= vgraph::kTaps || signal >= program.signals() + program.outputs())
+        return RT_ERR_VALUE;
+    VantoroGraph::Tap& tap = graph->taps[slot];
+    tap.since = graph->clock.load(std::memory_order_acquire) + 1;
+    program.tapped[slot].store(std::max(signal, 0), std::memory_order_relaxed);
+    if (signal >= 0 && !tap.past.kept() &&
+        !tap.past.reserve(1, program.block_size(), kSamples / program.block_size() + 1))
+        return RT_ERR_MALLOC;
+    tap.on.store(signal >= 0, std::memory_order_release);
+    return RT_OK;
+}
+
+int Vantoro_graph_tapped(const VantoroGraph* graph, int slot, float* samples, int count)
+{
+    if (slot < 0 || slot >= vgraph::kTaps || count < 1 || !graph->taps[slot].past.kept())
+        return RT_ERR_VALUE;
+    const VantoroGraph::Tap& tap = graph->taps[slot];
+    const int block = graph->newest->block_size();
+    const std::int64_t end = tap.end.load(std::memory_order_acquire), blocks = (count + block - 1) / block;
+    if (blocks > tap.past.depth() || end - blocks < tap.since)
+        return RT_ERR_VALUE;
+    Array<float> one;
+    if (!vgraph::zeros(one, index(block)))
+        return RT_ERR_MALLOC;
+    int skipped = static_cast<int>(blocks) * block - count;  // of the oldest block
+    for (std::int64_t b = end - blocks; b < end; ++b, skipped = 0) {
+        tap.past.read(b, 0, one.get());
+        samples = std::copy(one.get() + skipped, one.get() + block, samples);
+    }
+    return tap.past.intact(end - blocks, tap.end.load(std::memory_order_acquire)) ? RT_OK : RT_ERR_VALUE;
 }
 
 void Vantoro_graph_collect(VantoroGraph* graph) { graph->free_retired(); }

@@ -67,9 +67,11 @@ Program::~Program()
     for (int n = 0; n < nodes_count_; ++n) {
         if (nodes_[index(n)].block)
             BlockAlgo_destroy(nodes_[index(n)].block);
+        std::free(nodes_[index(n)].pro);
         std::free(nodes_[index(n)].levels);
         std::free(nodes_[index(n)].posted);
     }
+    unmake(meters.load());
 }
 
 bool Program::contiguous(const Node& node) const
@@ -101,6 +103,7 @@ bool Program::reserve(const Preset& preset)
 {
     std::size_t pins = 0, outputs = 0;
     std::size_t samples = stride_ * (1 + index(inputs_));
+    const std::size_t links = preset.word(VANTORO_PRESET_WORD_LINKS);
     for (std::uint32_t n = 0; n < preset.word(VANTORO_PRESET_WORD_NODES); ++n) {
         const Node node = preset.node(n);
         pins += index(node.inputs) + index(node.outputs);
@@ -111,10 +114,12 @@ bool Program::reserve(const Preset& preset)
     const std::size_t text = std::size_t{4} * preset.word(VANTORO_PRESET_WORD_TEXT);
     if (!silence(arena_, samples) || !zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
         !zeros(out_, index(outputs_)) || !zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) ||
-        !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) ||
+        !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) || !zeros(links_, links) ||
         !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))
         return false;
     std::copy_n(preset.text(), text, text_.get());
+    for (std::size_t i = 0; i < links; ++i)
+        links_[i] = preset.link(i);
     return true;
 }
 
@@ -146,7 +151,16 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     node.info = Vantoro_block_info(wanted.type);
     node.name = text_.get() + wanted.name;
     const AtWork at_work(node.name);
-    node.block = BlockAlgo_init(&pro_, wanted.inputs, wanted.outputs, wanted.type);
+    node.inputs = wanted.inputs;
+    node.outputs = wanted.outputs;
+    node.links = links_.get() + link;
+    node.first_signal = static_cast<int>(buffers_count_);
+    node.past = node.lender = -1;
+    node.pro = make<BlockPro>();
+    if (!node.pro)
+        return false;
+    *node.pro = pro_;
+    node.block = BlockAlgo_init(node.pro, wanted.inputs, wanted.outputs, wanted.type);
     if (!node.block)
         return false;
     flushes_ = flushes_ || (node.info->traits & VANTORO_DENORMALS) != 0;
@@ -208,8 +222,8 @@ int Program::apply(const RunNode& node, const float* vector)
 
 bool Program::accepts(const RunNode& node, const float* vector, int length) const
 {
-    return length > 0 && Vantoro_param_check(node.info->type, node.block->nInputs, node.block->nOutputs, vector, length,
-                                             nullptr, 0) == RT_OK;
+    return length > 0 &&
+           Vantoro_param_check(node.info->type, node.inputs, node.outputs, vector, length, nullptr, 0) == RT_OK;
 }
 
 // For vectors of this length. Between two process calls, with nothing in the queue.
@@ -274,7 +288,7 @@ void Program::take_posts()
     queue_.drain(scratch_.get(), [this](int n, int) {
         const RunNode& node = nodes_[index(n)];
         const AtWork at_work(node.name);
-        apply(node, scratch_.get());
+        apply(node.lender >= 0 && base ? base->nodes_[index(node.lender)] : node, scratch_.get());
     });
 }
 
@@ -286,8 +300,30 @@ void Program::prepare(const RunNode& node) const
         std::fill_n(node.run, node.run_size, 0.0F);
         return;
     }
-    for (int i = 0; i + 1 < node.block->nInputs; ++i)
+    for (int i = 0; i + 1 < node.inputs; ++i)
         std::copy_n(node.heard[i], block_size(), node.run + index(i) * index(block_size()));
+}
+
+int Program::run_node(const RunNode& node)
+{
+    if (node.run) [[unlikely]]
+        prepare(node);
+    int result = RT_OK;
+    if (node.lender >= 0 && lender_) [[unlikely]]
+        borrow(node);
+    else if (!reliving_ || (node.info->traits & VANTORO_RANDOM) == 0)            // rand() belongs to what is heard
+        result = std::min(BlockAlgo_process(node.block, node.in, node.out), 0);  // positive is a module's "done"
+    const bool lent_then = reliving_ && node.lender >= 0;                        // its detector is the other thread's
+    if (node.levels && !lent_then) [[unlikely]] {
+        int count = 0;
+        const float* levels = LevelDetector_levels(block_of(node), &count);
+        for (int i = 0; i < std::min(count, node.level_count); ++i)
+            publish(node.levels[i], levels[i]);
+    }
+    if (node.past >= 0) [[unlikely]]
+        for (int pin = 0; pin < node.outputs; ++pin)
+            past_.write(block_, node.past + pin, node.out[pin]);
+    return result;
 }
 
 int Program::run()
@@ -297,17 +333,9 @@ int Program::run()
     for (int n = 0; n < nodes_count_ && result >= 0; ++n) {
         const RunNode& node = nodes_[index(n)];
         node_at_work = node.name;
-        if (node.run) [[unlikely]]
-            prepare(node);
-        result = std::min(BlockAlgo_process(node.block, node.in, node.out), 0);  // positive is a module's "done"
+        result = run_node(node);
         if (result < 0) [[unlikely]]
             failed_ = n;
-        if (node.levels) [[unlikely]] {
-            int count = 0;
-            const float* levels = LevelDetector_levels(node.block, &count);
-            for (int i = 0; i < std::min(count, node.level_count); ++i)
-                publish(node.levels[i], levels[i]);
-        }
     }
     node_at_work = nullptr;
     return result;
@@ -331,7 +359,7 @@ unsigned Program::hear(int ch, const float* samples)
 // What a node gave in this block.
 bool Program::finite_at(const RunNode& node) const
 {
-    return std::all_of(node.out, node.out + node.block->nOutputs,
+    return std::all_of(node.out, node.out + node.outputs,
                        [this](const float* pin) { return finite(pin, block_size()); }) &&
            finite(node.levels, node.level_count);
 }
@@ -352,8 +380,8 @@ int Program::recover()
     int first = -1;
     for (int n = 0; n < nodes_count_; ++n) {
         const RunNode& node = nodes_[index(n)];
-        const bool heard = std::all_of(node.in, node.in + node.block->nInputs,
-                                       [this](const float* pin) { return finite(pin, block_size()); });
+        const bool heard =
+            std::all_of(node.in, node.in + node.inputs, [this](const float* pin) { return finite(pin, block_size()); });
         const bool gave = finite_at(node);
         if (heard && gave)
             continue;

@@ -11,16 +11,24 @@
 // while one node makes them (VANTORO_DENORMALS).
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <vantoro/common/block_info.h>
 
+#include "history.h"
+#include "meter.h"
 #include "owned.h"
 #include "preset.h"
 #include "queue.h"
 
 namespace vgraph {
 
+inline constexpr int kTaps = 16;
+
 struct RunNode {
-    BlockAlgo* block;
+    BlockAlgo* block;  // audio thread, once the program runs
+    BlockPro* pro;     // of the block, which it goes with when it is taken over
+    int inputs, outputs;
     const VantoroBlockInfo* info;
     const char* name;
     float** in;  // the arrays of pointers for process
@@ -32,6 +40,10 @@ struct RunNode {
     int length;            // of it
     float* levels;         // owned: of a detector, after each block; both threads reach it through atomics
     int level_count;
+    const std::uint32_t* links;  // what the inputs hear, by signal number
+    int first_signal;            // of the outputs
+    int past;                    // its outputs in Program::past: the first, or -1
+    int lender;                  // node of the program before that runs this one until it is taken over, or -1
 };
 
 // The name of the node that the calling thread is making, setting or running; null: none.
@@ -55,28 +67,47 @@ public:
         return n >= 0 && n < nodes_count_ ? &nodes_[static_cast<std::size_t>(n)] : nullptr;
     }
     bool flushes() const { return flushes_; }
+    // By the numbers of links: silence, inputs, output pins.
+    int signals() const { return static_cast<int>(buffers_count_); }
+    const float* signal(int n) const { return buffers_[static_cast<std::size_t>(n)]; }
 
     float* input(int ch) const { return in_[static_cast<std::size_t>(ch)]; }
     const float* output(int ch) const { return out_[static_cast<std::size_t>(ch)]; }
 
     // Control thread.
+    bool posts_taken() const { return queue_.empty(); }
     int post(int node, const float* vector, int length);
     int post_entry(int node, int entry, float value);
 
-    // Audio thread. hear(): takes a channel's samples; those that are no audio become 0. Returns how many. run(): the
-    // result of the first node that fails, or RT_OK. sound(): whether the outputs are finite, and the pins and levels
-    // of one node, each block another. recover(): clears every node that heard or gave a number that is not finite, and
-    // returns the first that made one of finite inputs, or -1.
+    // Audio thread. hear(): takes a channel's samples; those that are no audio become 0. Returns how many. sound():
+    // whether the outputs are finite, and the pins and levels of one node, each block another. recover(): clears every
+    // node that heard or gave a number that is not finite, and returns the first that made one of finite inputs, or -1.
     unsigned hear(int ch, const float* samples);
     void take_posts();
     int set(int node, const float* vector, int length);
-    int run();
     int recover();
     bool sound();
     int failed() const { return failed_; }
 
-    Program* next_retired = nullptr;  // while swapped out
-    long fade_frames = 0;             // of the fade to this program
+    // Following another program, see follow.cpp. Control thread: keep() reserves the past of this program; lend() finds
+    // the nodes of `base` that go on in this one. Audio thread: unlend() and take_over(), between two blocks.
+    [[nodiscard]] bool keep(long blocks);
+    [[nodiscard]] bool lend(const Program& base);
+    void unlend();
+    void take_over(Program& base);
+    // Both return the result of the first node that fails, or RT_OK. relive(): one block of the past; `base` has what
+    // the nodes gave that it lends. live(): one block of the present; `base` has run it already. Null: nothing is lent.
+    int relive(std::int64_t block, const History& inputs, const Program& base);
+    int live(std::int64_t block, const Program* base);
+    // The next block to hear.
+    std::int64_t heard() const { return present_.load(std::memory_order_acquire); }
+    void skip_to(std::int64_t block) { present_.store(block, std::memory_order_release); }
+
+    Program* next_retired = nullptr;       // while swapped out
+    long fade_frames = 0;                  // of the fade to this program
+    const Program* base = nullptr;         // that this one follows
+    std::atomic<Meters*> meters{nullptr};  // owned
+    std::atomic<int> tapped[kTaps] = {};   // signal numbers; 0: none
 
     Program() = default;  // empty: see create
 
@@ -93,6 +124,11 @@ private:
     [[nodiscard]] bool make_room(int length);
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;
+    int run_node(const RunNode& node);
+    void borrow(const RunNode& node) const;
+    BlockAlgo* block_of(const RunNode& node) const;
+    bool same_node(const RunNode& node, const RunNode& other, const int* same) const;
+    int run();
     bool finite_at(const RunNode& node) const;
 
     BlockPro pro_ = {};
@@ -114,6 +150,13 @@ private:
     Array<char> text_;
     Array<RunNode> nodes_;
     Queue queue_;
+
+    History past_;                          // outputs of the nodes that may be lent
+    std::atomic<std::int64_t> present_{0};  // the next block to hear, counted as the graph counts
+    std::int64_t block_ = 0;                // the one that runs
+    const Program* lender_ = nullptr;       // while a block runs
+    bool reliving_ = false;
+    Array<std::uint32_t> links_;
 };
 
 }  // namespace vgraph

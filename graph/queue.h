@@ -28,6 +28,9 @@ public:
         return true;
     }
 
+    // Writer: whether all was taken.
+    bool empty() const { return read_.load(std::memory_order_acquire) == written_.load(std::memory_order_relaxed); }
+
     // Writer: false when there is no room.
     bool push(int node, const float* vector, int length)
     {

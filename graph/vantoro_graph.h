@@ -113,6 +113,10 @@ int Vantoro_graph_process(VantoroGraph* graph);
 // The node that failed in the last process call, or -1.
 int Vantoro_graph_failed(const VantoroGraph* graph);
 
+// The name of the node that failed last, or where the last fault (below) started, to be read between two process calls
+// on the audio thread; null: none since the last swap.
+const char* Vantoro_graph_blamed(const VantoroGraph* graph);
+
 // What was wrong since the graph was made. An input sample that is not finite, or beyond 1e10, is taken as 0. When a
 // number that is not finite reaches an output (or stands anywhere in the graph: one node is looked at per block), the
 // nodes that made it or took it in are cleared (BlockAlgo_clear); that block of the output is silent, the next one
@@ -158,12 +162,55 @@ int Vantoro_graph_swap(VantoroGraph* graph, VantoroGraph* next, float ms);
 // one that always ran. For a graph that is not running yet.
 int Vantoro_graph_replay(VantoroGraph* graph, const float* const* in, int frames);
 
+// So that another graph can take over unheard: keeps what the graph hears for so many seconds (0 to 60). Before audio
+// starts. RT_OK, RT_ERR_VALUE, RT_ERR_MALLOC.
+int Vantoro_graph_keep(VantoroGraph* graph, float seconds);
+
+// Lets `next` hear what `graph` has heard, while `graph` plays: at most `blocks` blocks, from where the last call
+// stopped, and nothing that is older than `frames` frames. Nodes that may remember for longer than that and are the
+// same in both graphs, with all that they hear, are taken over as they are: sources, latches, long delays, noise.
+// Returns how many blocks `next` has still to hear (then call it again, or swap: a few are caught up by the audio
+// thread), RT_ERR_VALUE for graphs that cannot be swapped, RT_ERR_MALLOC, or what a node answers. Between the first
+// call and the swap nothing is posted to `graph` and nothing else is swapped; a swap that has not begun is dropped.
+int Vantoro_graph_follow(VantoroGraph* graph, VantoroGraph* next, int frames, int blocks);
+
+// 1 when all that was posted and swapped in is heard and no fade is left, else 0.
+int Vantoro_graph_settled(const VantoroGraph* graph);
+
 // Frees what has been swapped out since the last call; swap and destroy call it too.
 void Vantoro_graph_collect(VantoroGraph* graph);
 
 // The values of a level detector after the last process call, at most `max`; returns how many there are, 0 for other
 // nodes. May be called while audio runs.
 int Vantoro_graph_levels(const VantoroGraph* graph, int node, float* levels, int max);
+
+// ---- meters ----
+
+// Signals have numbers as in the links of a preset; after the output pins come the channels of the output as they are
+// heard. By node and pin, or for a channel of the input or output; 0: no such signal.
+#define VANTORO_GRAPH_INPUT (-1)
+#define VANTORO_GRAPH_OUTPUT (-2)
+int Vantoro_graph_signal_number(const VantoroGraph* graph, int node, int pin);
+
+// Peak and mean square of every signal, by its number, since they were read last; full scale is 1. Returns how many
+// signals there are, at most `max` of which are written, or 0: nothing new. What is read now ends with the block after
+// the call before. Nothing is measured before the first call and after Vantoro_graph_meters_off.
+typedef struct VantoroGraphMeter {
+    float peak, mean_square;
+} VantoroGraphMeter;
+typedef struct VantoroGraphSpan {
+    long long blocks;  // that were measured
+    int newest;        // 1: of the preset that was swapped in last; 0: another still plays
+} VantoroGraphSpan;
+int Vantoro_graph_meters(VantoroGraph* graph, VantoroGraphMeter* meters, int max, VantoroGraphSpan* span);
+void Vantoro_graph_meters_off(VantoroGraph* graph);
+
+// Keeps the newest 65536 samples of a signal in one of 16 slots; a negative number stops that. A graph that is swapped
+// in has slots of its own, which are set before; what was kept stays.
+#define VANTORO_GRAPH_TAPS 16
+int Vantoro_graph_tap(VantoroGraph* graph, int slot, int signal);
+// The newest `count` samples of a slot, oldest first. RT_OK, or RT_ERR_VALUE while there are fewer.
+int Vantoro_graph_tapped(const VantoroGraph* graph, int slot, float* samples, int count);
 
 // For a log handler (Vantoro_set_log_handler): the name of the node that the calling thread is making, setting or
 // running, or null.
