@@ -31,8 +31,10 @@ int main(int argc, char** argv)
     try {
         CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
         app.require_subcommand(1);
-        app.set_version_flag("--version", "vantoro " VANTORO_VERSION);
+        app.set_version_flag("--version", "vantoro " VANTORO_VERSION "\nlive audio: " + vantoro::backend_names());
         vantoro::add_run_command(app, status);
+        vantoro::add_live_command(app, status);
+        vantoro::add_devices_command(app, status);
         vantoro::add_check_command(app, status);
         vantoro::add_blocks_command(app, status);
         vantoro::add_graph_command(app, status);

@@ -24,6 +24,8 @@ void print_problems(const std::vector<Problem>& problems);
 Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
+std::string backend_names();  // of live audio, in this build
+
 inline constexpr int kDefaultRate = 48000;  // Hz
 
 // The schematic's rate, or what was asked for with --rate, or the default. Throws UserError where the first two differ.
@@ -32,9 +34,11 @@ int rate_of(const Schematic& schematic, std::optional<int> asked);
 void add_blocks_command(CLI::App& app, int& status);
 void add_check_command(CLI::App& app, int& status);
 void add_diff_command(CLI::App& app, int& status);
+void add_devices_command(CLI::App& app, int& status);
 void add_export_command(CLI::App& app, int& status);
 void add_graph_command(CLI::App& app, int& status);
 void add_import_command(CLI::App& app, int& status);
+void add_live_command(CLI::App& app, int& status);
 void add_response_command(CLI::App& app, int& status);
 void add_run_command(CLI::App& app, int& status);
 

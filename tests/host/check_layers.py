@@ -15,7 +15,8 @@ MAY_SEE = {
     "export": ["support", "catalog", "schematic"],
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],
-    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis"],
+    "live": ["support", "io", "catalog", "schematic"],
+    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis", "live"],
     "": ["commands", "io", "support"],  # main.cpp
 }
 PUBLIC = ["vantoro.h", "common/block_info.h", "framework/module_names.h", "vantoro_graph.h",
