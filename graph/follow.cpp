@@ -18,13 +18,11 @@ namespace {
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
 
-// Whether a block's state may last longer than the sound that made it. What dies away through denormal numbers does
-// not, nor does what is linear, except for a delay that may be long.
+// Whether a block's state may last longer than two seconds of sound. That of a filter does not: it is linear, and what
+// begins anew with its parameters has no other state than that of its sections.
 bool remembers(const VantoroBlockInfo& info)
 {
-    constexpr unsigned kForgets = VANTORO_DENORMALS | VANTORO_LINEAR_MODEL;
-    return (info.traits & kForgets) == 0 || (info.traits & (VANTORO_UNWRITTEN_OUTPUTS | VANTORO_METER)) != 0 ||
-           info.delay < 0;
+    return (info.traits & VANTORO_LINEAR_MODEL) == 0 || info.on_set != VANTORO_RESTARTS;
 }
 
 }  // namespace

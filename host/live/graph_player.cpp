@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "live/console.h"
@@ -36,6 +37,19 @@ bool same_wiring(const Schematic& a, const Schematic& b)
                return x.id == y.id && x.type == y.type && x.pins.outputs == y.pins.outputs &&
                       std::ranges::equal(x.sources, y.sources, same_feed);
            });
+}
+
+// Whether a block glides with this vector: its type does, unless the vector says not to.
+bool glides(const Block& block)
+{
+    if (block.type->on_set != VANTORO_GLIDES)
+        return false;
+    const std::span layout(block.type->layout, index(block.type->layout_count));
+    const auto slew = std::ranges::find_if(layout, [](const VantoroSlot& slot) {
+        return slot.kind == VANTORO_VALUE && slot.param->kind == VANTORO_FLAG &&
+               slot.param->name == std::string_view("slew");
+    });
+    return slew == layout.end() || static_cast<int>(block.vector[index(static_cast<int>(slew - layout.begin()))]) != 0;
 }
 
 }  // namespace
@@ -296,7 +310,7 @@ bool GraphPlayer::glide(const Schematic& next)
         const Block& block = next.blocks[index(b)];
         if (same_bits(block.vector, current_.blocks[index(b)].vector))
             continue;
-        if (block.type->on_set != VANTORO_GLIDES)
+        if (!glides(block) || !glides(current_.blocks[index(b)]))
             return false;
         changed.push_back(b);
     }
@@ -314,10 +328,11 @@ bool GraphPlayer::glide(const Schematic& next)
 // after seconds * pace / (1 - pace).
 void GraphPlayer::replay(VantoroGraph& next, Clock::time_point began, std::unique_lock<std::mutex>& lock)
 {
-    constexpr int kFirst = 8, kAtOnce = 32;  // blocks
+    constexpr int kWarm = 4, kFirst = 8, kAtOnce = 32;  // blocks
     const double budget = options_.budget_seconds;
     int frames = static_cast<int>(options_.replay_seconds * rate_);
     const auto left = [&] { return budget - duration<double>(Clock::now() - began).count(); };
+    Vantoro_graph_follow(graph_.get(), &next, frames, kWarm);
     const Clock::time_point first = Clock::now();
     int missing = Vantoro_graph_follow(graph_.get(), &next, frames, kFirst);
     const double pace = duration<double>(Clock::now() - first).count() * rate_ / (kFirst * block_);
@@ -365,9 +380,9 @@ bool GraphPlayer::swap(const Schematic& next, std::unique_lock<std::mutex>& lock
 
 void GraphPlayer::apply(Wanted wanted, std::unique_lock<std::mutex>& lock)
 {
-    const bool glides = glide(wanted.schematic);
-    if (glides || swap(wanted.schematic, lock))
-        accept(std::move(wanted), !glides);
+    const bool glided = glide(wanted.schematic);
+    if (glided || swap(wanted.schematic, lock))
+        accept(std::move(wanted), !glided);
 }
 
 void GraphPlayer::accept(Wanted wanted, bool swapped)

@@ -14,10 +14,12 @@ namespace {
 std::atomic<long> g_calls{0};
 std::atomic<long> g_frees{0};
 std::atomic<long> g_fail_at{-1};
+thread_local long t_touched = 0;
 
 bool refuse()
 {
     const long call = g_calls.fetch_add(1);
+    ++t_touched;
     long expected = call;
     return g_fail_at.compare_exchange_strong(expected, -1);
 }
@@ -43,6 +45,7 @@ void __real_free(void* p);
 void __wrap_free(void* p)
 {
     ++g_frees;
+    ++t_touched;
     __real_free(p);
 }
 [[noreturn]] void __real_exit(int status);
@@ -60,6 +63,7 @@ namespace rig {
 
 long Allocator::calls() { return g_calls; }
 long Allocator::touched() { return g_calls + g_frees; }
+long Allocator::touched_here() { return t_touched; }
 void Allocator::fail_at(long k) { g_fail_at = g_calls + k; }
 void Allocator::fail_never() { g_fail_at = -1; }
 

@@ -38,7 +38,8 @@ private:
 // The allocator seen by the library and the test. Counts calls; the k-th call from now (0 = the next) can fail, once.
 struct Allocator {
     static long calls();
-    static long touched();  // calls, and calls of free
+    static long touched();       // calls, and calls of free
+    static long touched_here();  // the same, by this thread
     static void fail_at(long k);
     static void fail_never();
 };
