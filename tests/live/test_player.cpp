@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -169,6 +170,11 @@ double above_5khz(std::vector<double> signal, std::size_t from)
 }
 
 double db(double v) { return 20 * std::log10(std::max(v, 1e-12)); }
+
+// A gain of two channels and a detector beside it.
+constexpr char kLine[] = R"({"inputs": 2, "blocks": {
+  "gain": {"type": "BASIC_GAIN", "params": {"gain": 0, "type": "dB"}}, "meter": {"type": "DETECTORS_SINGLE_BAND"}},
+  "wires": [["input", "gain"], ["gain", "output"], ["gain.0", "meter"]]})";
 
 // ---- what is heard ----
 
@@ -378,6 +384,149 @@ TEST(Change, OfAnyBlockIsHeardWithoutAClick)
     }
     EXPECT_EQ(touched, 0);
     std::printf("%d changes of a block, %d glided: clicks of %.1f dB at most\n", changes, glides, worst);
+}
+
+// Ten changes while the first is being prepared: the last one is heard, and nothing of those between is built.
+TEST(Change, TheNewestWins)
+{
+    const Schematic flat = parse_schematic(kLine, {.rate = kRate});
+    Deck deck(flat);
+    const Signal in = noise(2, kLead);
+    deck.play(in, kLead / 2, 64);
+    for (int i = 1; i <= 10; ++i) {
+        Schematic next = flat;
+        next.blocks[0].vector[0] = -static_cast<float>(i);
+        deck.player.play(std::move(next), ++deck.revision);
+    }
+    for (int i = 0; i < 200; ++i) {
+        deck.play(in, 64, 64);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    deck.settle();
+    Schematic last = flat;
+    last.blocks[0].vector[0] = -10;
+    const Signal wanted = always(last, in, deck.at);
+    EXPECT_TRUE(std::equal(wanted[0].end() - 640, wanted[0].end(), deck.out[0].end() - 640));
+}
+
+// ---- meters ----
+
+TEST(Meters, EveryReaderGetsWhatWasPlayedSinceItReadAndTapsHearTheNewest)
+{
+    Deck deck(parse_schematic(kLine, {.rate = kRate}));
+    const auto wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(30)); };
+    const auto first = deck.player.reader();
+    wait();
+    const auto tap = deck.player.tap("output", 0), none = deck.player.tap("nobody", 0);
+    Signal in = noise(2, 64 * 200);
+    in[0][64 * 50 + 3] = 0.9F;  // the peak of the first reading
+    std::vector<float> newest(100), silent(100, 1.0F);
+    EXPECT_FALSE(tap->newest(newest));
+    for (int i = 0; i < 100; ++i) {  // the collector asks now and then
+        deck.play(in, 64, 64);
+        std::this_thread::sleep_for(std::chrono::microseconds(300));
+    }
+    const auto second = deck.player.reader();
+    wait();
+    deck.play(in, 64 * 2, 64);
+    wait();
+    const Readings readings = first->read();
+    ASSERT_EQ(readings.inputs.size(), 2U);
+    ASSERT_EQ(readings.pins.size(), 2U);
+    ASSERT_EQ(readings.outputs.size(), 2U);
+    EXPECT_EQ(readings.inputs[0].peak, 0.9F);
+    EXPECT_EQ(readings.outputs[0].peak, readings.pins[0][0].peak);
+    double sum = 0;
+    for (int i = 0; i < 64 * 102; ++i)
+        sum += static_cast<double>(in[1][index(i)]) * static_cast<double>(in[1][index(i)]);
+    EXPECT_NEAR(static_cast<double>(readings.inputs[1].mean_square), sum / (64 * 102), 0.03 * sum / (64 * 102));
+    EXPECT_EQ(readings.detectors[0].size(), 0U);
+    EXPECT_GT(readings.detectors[1].size(), 0U);
+    EXPECT_LT(second->read().inputs[0].peak, 0.9F);
+    EXPECT_EQ(first->read().inputs[0].peak, 0.0F);
+    ASSERT_TRUE(tap->newest(newest));
+    EXPECT_TRUE(std::equal(newest.begin(), newest.end(), deck.out[0].end() - 100));
+    ASSERT_TRUE(none->newest(silent));
+    EXPECT_EQ(silent, std::vector<float>(100));
+    EXPECT_EQ(deck.touched, 0);
+    std::vector<std::unique_ptr<Player::Tap>> taps;
+    while (auto more = deck.player.tap("input", 1))
+        taps.push_back(std::move(more));
+    EXPECT_EQ(taps.size(), 14U);
+}
+
+// ---- faults ----
+
+TEST(Faults, AreNamedMutedAndFadedInAgain)
+{
+    std::atomic<int> said{0};
+    const Schematic schematic = parse_schematic(kLine, {.rate = kRate});
+    Deck deck(schematic, {.say = [&](const std::string& text) { said += text.starts_with("gain:") ? 1 : 0; }});
+    const Signal in(2, std::vector<float>(64 * 200, 2.0F));
+    deck.play(in, 6400, 64);
+    Schematic wrong = schematic;
+    wrong.blocks[0].vector[0] = 3e38F;  // a factor
+    wrong.blocks[0].vector[1] = 1;
+    deck.change(wrong);
+    deck.play(in, 1920, 64);
+    EXPECT_GT(deck.player.status().muted_blocks, 0);
+    deck.change(schematic);
+    deck.play(in, 3200, 64);
+    for (const auto& channel : deck.out)
+        EXPECT_TRUE(std::ranges::all_of(channel, [](float v) { return std::isfinite(v); }));
+    deck.settle();
+    EXPECT_EQ(deck.player.status().fault, "gain");
+    EXPECT_GT(said, 0);
+    // Fading in: no step is larger than a raised cosine of 20 ms makes.
+    const auto& out = deck.out[0];
+    for (std::size_t i = out.size() - 1600; i + 1 < out.size(); ++i)
+        ASSERT_LT(std::fabs(out[i + 1] - out[i]), 2.0F * 0.002F) << i;
+    EXPECT_NEAR(out.back(), out[6000], 1e-6F);
+}
+
+// ---- threads ----
+
+// Changes as fast as they come while another thread plays and a third one reads meters: all is applied.
+TEST(Threads, PlayChangeAndReadAtTheSameTime)
+{
+    const Schematic schematic = parse_schematic(kLine, {.rate = kRate});
+    Deck deck(schematic);
+    std::atomic<bool> done{false};
+    std::thread reading([&] {
+        const auto reader = deck.player.reader();
+        const auto tap = deck.player.tap("gain", 1);
+        std::vector<float> newest(256);
+        while (!done) {
+            (void)reader->read();
+            (void)tap->newest(newest);
+            (void)deck.player.status();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    std::thread changing([&] {
+        for (std::uint64_t i = 1; i <= 200 / kSlow; ++i) {
+            Schematic next = schematic;
+            next.blocks[0].vector[0] = -static_cast<float>(i % 7);
+            deck.player.play(std::move(next), i);
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        }
+        done = true;
+    });
+    const Signal in = noise(2, 64);
+    while (!done) {
+        deck.at = 0;
+        deck.play(in, 64, 64);
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    changing.join();
+    reading.join();
+    deck.revision = 200 / kSlow;
+    for (int i = 0; i < 3000 && deck.player.status().heard != deck.revision; ++i) {
+        deck.play(in, 64, 64);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(deck.player.status().heard, deck.revision);
+    EXPECT_EQ(deck.touched, 0);
 }
 
 }  // namespace

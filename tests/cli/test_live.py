@@ -1,0 +1,201 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
+"""vantoro live on files, a JACK server without a card, and an ALSA device of the test's own.
+Usage: test_live.py VANTORO SOURCE_DIR [JACK_CLIENT] [ALSA_PLUGIN]"""
+
+import filecmp
+import json
+import os
+import re
+import resource
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import wave
+
+VANTORO, SOURCE = sys.argv[1], sys.argv[2]
+JACK_CLIENT, PLUGIN = (sys.argv[3:5] + ["", ""])[:2]
+EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
+LOG_LIMIT = 1 << 24  # bytes: a JACK server in freewheel can fill a disk
+
+
+def limits():
+    resource.setrlimit(resource.RLIMIT_FSIZE, (LOG_LIMIT, LOG_LIMIT))
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.dir)
+        self.env = dict(os.environ)
+        self.music = self.path("music.wav")
+        with wave.open(self.music, "wb") as f:
+            f.setparams((2, 2, 48000, 0, "NONE", ""))
+            f.writeframes(b"".join(struct.pack("<hh", (i * 37) % 16000 - 8000, (i * 91) % 12000 - 6000)
+                                   for i in range(48000)))
+
+    def path(self, name):
+        return os.path.join(self.dir, name)
+
+    def run_it(self, *args):
+        return subprocess.run([VANTORO, *args], env=self.env, capture_output=True, text=True, timeout=30)
+
+    def live(self, *args):
+        """A session; its log grows in self.log."""
+        with open(self.path("log"), "w") as log:
+            self.session = subprocess.Popen(["timeout", "-s", "INT", "40", VANTORO, "live", *args], env=self.env, stderr=log,
+                                            preexec_fn=limits)
+        self.addCleanup(self.stop)
+
+    def stop(self):
+        if self.session.poll() is None:
+            self.session.send_signal(signal.SIGINT)
+        return self.session.wait(10)
+
+    def log(self):
+        with open(self.path("log")) as f:
+            return f.read()
+
+    def wait_for(self, pattern, seconds=5.0, count=1):
+        """Until the log has the pattern; how long it took."""
+        start = time.monotonic()
+        while len(re.findall(pattern, self.log())) < count:
+            self.assertLess(time.monotonic() - start, seconds, f"no {pattern!r} in\n{self.log()}")
+            time.sleep(0.02)
+        return time.monotonic() - start
+
+    def edit(self, change):
+        with open(self.path("s.json")) as f:
+            document = json.load(f)
+        change(document)
+        with open(self.path("new"), "w") as f:
+            json.dump(document, f)
+        os.rename(self.path("new"), self.path("s.json"))
+
+
+class Files(Case):
+    def test_a_file_through_a_schematic_is_what_run_makes_of_it(self):
+        schematic = os.path.join(EXAMPLES, "loudspeaker_eq.json")
+        self.assertEqual(self.run_it("run", schematic, "-i", self.music, "-o", self.path("run.wav")).returncode, 0)
+        live = self.run_it("live", schematic, "--input", "file:" + self.music, "--output", "file:" + self.path("live.wav"))
+        self.assertEqual(live.returncode, 0, live.stderr)
+        self.assertTrue(filecmp.cmp(self.path("run.wav"), self.path("live.wav"), shallow=False))
+
+    def test_a_saved_file_is_heard_and_a_broken_one_is_not(self):
+        shutil.copy(os.path.join(EXAMPLES, "passthrough.json"), self.path("s.json"))
+        self.live(self.path("s.json"), "--input", "file:" + self.music, "--output", "null", "--loop")
+        self.wait_for("running")
+        self.edit(lambda d: d.update(blocks=3))
+        self.wait_for("goes on as before")
+        self.assertIn("/blocks", self.log())
+        good = json.load(open(os.path.join(EXAMPLES, "passthrough.json")))
+        self.edit(lambda d: d.update(good, title="again"))
+        self.wait_for("read anew")
+        self.edit(lambda d: d.update(block_size=32))
+        self.wait_for("goes on as before", count=2)
+        self.assertEqual(self.stop(), 0)
+        self.assertRegex(self.log(), r"s played, \d+ xruns, 0 blocks muted")
+
+    def test_what_is_asked_wrongly_is_said(self):
+        schematic = os.path.join(EXAMPLES, "passthrough.json")
+        for args, said in [(["--input", "tape:1"], "one of file:PATH, null"),
+                           (["--input", "file:" + self.music, "--output", "null", "--rate", "44100"], "48000 Hz, --rate 44100"),
+                           (["--input", "file:" + self.path("no.wav"), "--output", "null"], "no.wav")]:
+            result = self.run_it("live", schematic, *args)
+            self.assertNotEqual(result.returncode, 0)
+            self.assertIn(said, result.stderr)
+        self.assertIn("file", self.run_it("--version").stdout)
+        self.assertEqual(self.run_it("devices").returncode, 0)
+
+
+@unittest.skipUnless(JACK_CLIENT and shutil.which("jackd"), "no JACK server here")
+class Jack(Case):
+    def serve(self):
+        self.server = subprocess.Popen(["timeout", "40", "jackd", "-n", self.name, "--no-realtime", "-d", "dummy", "-r", "48000",
+                                        "-p", "1024", "-C", "4", "-P", "6"], env=self.env, stdout=subprocess.DEVNULL,
+                                       stderr=subprocess.DEVNULL, preexec_fn=limits)
+        self.addCleanup(self.server.terminate)
+        for _ in range(100):
+            if "jack" in self.run_it("devices").stdout.replace("jack                         none", ""):
+                return
+            time.sleep(0.05)
+        self.fail("the JACK server does not start")
+
+    def setUp(self):
+        super().setUp()
+        self.name = "vantoro-test-%d" % os.getpid()
+        self.env.update(JACK_DEFAULT_SERVER=self.name, JACK_NO_START_SERVER="1", JACK_NO_AUDIO_RESERVATION="1")
+        self.serve()
+
+    def test_sounds_as_run_does_bit_for_bit(self):
+        for name in ["loudspeaker_eq", "passthrough", "two_way"]:
+            schematic = os.path.join(EXAMPLES, name + ".json")
+            self.live(schematic, "--input", "jack", "--output", "jack", "--quiet")
+            self.wait_for("jack: 48000 Hz")
+            heard = subprocess.run(["timeout", "20", JACK_CLIENT, self.music, self.path("heard.wav")], env=self.env,
+                                   capture_output=True, text=True)
+            self.assertEqual(heard.returncode, 0, heard.stderr)
+            self.assertEqual(self.stop(), 0)
+            self.run_it("run", schematic, "-i", self.path("heard.in.wav"), "-o", self.path("run.wav"), "--format", "float")
+            with open(self.path("run.wav"), "rb") as a, open(self.path("heard.wav"), "rb") as b:
+                self.assertEqual(a.read()[-100000:], b.read()[-100000:], name)
+
+    def test_a_server_that_ends_is_said_and_taken_up_again(self):
+        self.live(os.path.join(EXAMPLES, "passthrough.json"), "--input", "jack", "--output", "jack")
+        self.wait_for("running")
+        self.server.kill()
+        self.server.wait()
+        self.assertLess(self.wait_for("server is gone", 2), 1)
+        self.serve()
+        self.assertLess(self.wait_for("plays again", 4), 2)
+        self.assertEqual(self.stop(), 0)
+
+
+@unittest.skipUnless(PLUGIN, "no ALSA here")
+class Alsa(Case):
+    def setUp(self):
+        super().setUp()
+        with open(self.path("asoundrc"), "w") as f:
+            f.write(f"""
+pcm_type.vtest {{ lib "{PLUGIN}" }}
+pcm.card {{ type vtest gone "{self.path('gone')}" stumble "{self.path('stumble')}" }}
+pcm.other {{ type vtest }}
+pcm.tape {{ type file slave.pcm "null" file "{self.path('tape.raw')}" format "raw" }}
+""")
+        self.env.update(ALSA_CONFIG_PATH="/usr/share/alsa/alsa.conf:" + self.path("asoundrc"))
+        self.schematic = os.path.join(EXAMPLES, "passthrough.json")
+
+    def test_a_device_that_goes_and_comes_back(self):
+        self.live(self.schematic, "--input", "alsa:card", "--output", "alsa:card")
+        self.wait_for("running")
+        self.assertIn("the device has 4 channels, the schematic 2", self.log())
+        open(self.path("stumble"), "w").close()
+        self.wait_for("1 xruns")
+        open(self.path("gone"), "w").close()
+        self.assertLess(self.wait_for("device is gone", 2), 1)
+        os.remove(self.path("gone"))
+        self.assertLess(self.wait_for("plays again", 4), 2)
+        seconds = float(re.findall(r"running ([\d.]+) s", self.log())[-1])
+        self.wait_for(r"running (?!%s)" % seconds, count=3)
+        self.assertEqual(self.stop(), 0)
+
+    def test_two_clocks_are_refused_and_formats_named(self):
+        result = self.run_it("live", self.schematic, "--input", "alsa:card", "--output", "alsa:other")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("clocks of their own", result.stderr)
+
+    def test_what_a_device_gets_is_what_run_makes(self):
+        self.live(self.schematic, "--input", "file:" + self.music, "--output", "alsa:tape")
+        self.assertEqual(self.session.wait(20), 0, self.log())
+        self.run_it("run", self.schematic, "-i", self.music, "-o", self.path("run.raw"), "--raw-out", "f32le")
+        with open(self.path("tape.raw"), "rb") as tape, open(self.path("run.raw"), "rb") as run:
+            self.assertIn(run.read()[:200000], tape.read())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=1)
