@@ -3,6 +3,7 @@
 """vantoro live on files, a JACK server without a card, and an ALSA device of the test's own.
 Usage: test_live.py VANTORO SOURCE_DIR [JACK_CLIENT] [ALSA_PLUGIN]"""
 
+import ctypes
 import filecmp
 import json
 import os
@@ -21,7 +22,13 @@ import wave
 VANTORO, SOURCE = sys.argv[1], sys.argv[2]
 JACK_CLIENT, PLUGIN = (sys.argv[3:5] + ["", ""])[:2]
 EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
-LOG_LIMIT = 1 << 24  # bytes: a JACK server in freewheel can fill a disk
+LOG_LIMIT = 1 << 24  # bytes
+
+
+def die_with_parent():
+    """A server that is left alone in freewheel uses a whole core."""
+    resource.setrlimit(resource.RLIMIT_CPU, (60, 60))
+    ctypes.CDLL(None).prctl(1, signal.SIGKILL)
 
 
 def limits():
@@ -48,7 +55,7 @@ class Case(unittest.TestCase):
     def live(self, *args):
         """A session; its log grows in self.log."""
         with open(self.path("log"), "w") as log:
-            self.session = subprocess.Popen(["timeout", "-s", "INT", "40", VANTORO, "live", *args], env=self.env, stderr=log,
+            self.session = subprocess.Popen([VANTORO, "live", *args, "--seconds", "60"], env=self.env, stderr=log,
                                             preexec_fn=limits)
         self.addCleanup(self.stop)
 
@@ -93,7 +100,8 @@ class Files(Case):
         self.edit(lambda d: d.update(blocks=3))
         self.wait_for("goes on as before")
         self.assertIn("/blocks", self.log())
-        good = json.load(open(os.path.join(EXAMPLES, "passthrough.json")))
+        with open(os.path.join(EXAMPLES, "passthrough.json")) as f:
+            good = json.load(f)
         self.edit(lambda d: d.update(good, title="again"))
         self.wait_for("read anew")
         self.edit(lambda d: d.update(block_size=32))
@@ -116,15 +124,20 @@ class Files(Case):
 @unittest.skipUnless(JACK_CLIENT and shutil.which("jackd"), "no JACK server here")
 class Jack(Case):
     def serve(self):
-        self.server = subprocess.Popen(["timeout", "40", "jackd", "-n", self.name, "--no-realtime", "-d", "dummy", "-r", "48000",
-                                        "-p", "1024", "-C", "4", "-P", "6"], env=self.env, stdout=subprocess.DEVNULL,
-                                       stderr=subprocess.DEVNULL, preexec_fn=limits)
-        self.addCleanup(self.server.terminate)
+        self.server = subprocess.Popen(["jackd", "-n", self.name, "--no-realtime", "-d", "dummy", "-r", "48000", "-p", "1024",
+                                        "-C", "4", "-P", "6"], env=self.env, stdout=subprocess.DEVNULL,
+                                       stderr=subprocess.DEVNULL, preexec_fn=die_with_parent)
+        self.addCleanup(self.end_server, self.server)
         for _ in range(100):
             if "jack" in self.run_it("devices").stdout.replace("jack                         none", ""):
                 return
             time.sleep(0.05)
         self.fail("the JACK server does not start")
+
+    @staticmethod
+    def end_server(server):
+        server.kill()
+        server.wait()
 
     def setUp(self):
         super().setUp()
@@ -133,7 +146,7 @@ class Jack(Case):
         self.serve()
 
     def test_sounds_as_run_does_bit_for_bit(self):
-        for name in ["loudspeaker_eq", "passthrough", "two_way"]:
+        for name in ["loudspeaker_eq", "passthrough", "room"]:
             schematic = os.path.join(EXAMPLES, name + ".json")
             self.live(schematic, "--input", "jack", "--output", "jack", "--quiet")
             self.wait_for("jack: 48000 Hz")
@@ -143,13 +156,12 @@ class Jack(Case):
             self.assertEqual(self.stop(), 0)
             self.run_it("run", schematic, "-i", self.path("heard.in.wav"), "-o", self.path("run.wav"), "--format", "float")
             with open(self.path("run.wav"), "rb") as a, open(self.path("heard.wav"), "rb") as b:
-                self.assertEqual(a.read()[-100000:], b.read()[-100000:], name)
+                self.assertTrue(a.read()[-100000:] == b.read()[-100000:], name)
 
     def test_a_server_that_ends_is_said_and_taken_up_again(self):
         self.live(os.path.join(EXAMPLES, "passthrough.json"), "--input", "jack", "--output", "jack")
         self.wait_for("running")
-        self.server.kill()
-        self.server.wait()
+        self.end_server(self.server)
         self.assertLess(self.wait_for("server is gone", 2), 1)
         self.serve()
         self.assertLess(self.wait_for("plays again", 4), 2)
@@ -165,7 +177,7 @@ class Alsa(Case):
 pcm_type.vtest {{ lib "{PLUGIN}" }}
 pcm.card {{ type vtest gone "{self.path('gone')}" stumble "{self.path('stumble')}" }}
 pcm.other {{ type vtest }}
-pcm.tape {{ type file slave.pcm "null" file "{self.path('tape.raw')}" format "raw" }}
+pcm.tape {{ type file slave.pcm "other" file "{self.path('tape.raw')}" format "raw" }}
 """)
         self.env.update(ALSA_CONFIG_PATH="/usr/share/alsa/alsa.conf:" + self.path("asoundrc"))
         self.schematic = os.path.join(EXAMPLES, "passthrough.json")
@@ -192,9 +204,11 @@ pcm.tape {{ type file slave.pcm "null" file "{self.path('tape.raw')}" format "ra
     def test_what_a_device_gets_is_what_run_makes(self):
         self.live(self.schematic, "--input", "file:" + self.music, "--output", "alsa:tape")
         self.assertEqual(self.session.wait(20), 0, self.log())
-        self.run_it("run", self.schematic, "-i", self.music, "-o", self.path("run.raw"), "--raw-out", "f32le")
+        self.run_it("run", self.schematic, "-i", self.music, "-o", self.path("run.raw"), "--raw-out", "s16le")
         with open(self.path("tape.raw"), "rb") as tape, open(self.path("run.raw"), "rb") as run:
-            self.assertIn(run.read()[:200000], tape.read())
+            frames = tape.read()  # of four channels, two of them silent
+            heard = b"".join(frames[i:i + 4] for i in range(0, len(frames) - 7, 8))
+            self.assertTrue(run.read()[:100000] in heard)
 
 
 if __name__ == "__main__":

@@ -11,7 +11,7 @@
 
 typedef struct Device {
     snd_pcm_ioplug_t io;
-    const char *gone, *stumble;
+    char *gone, *stumble;
     struct timespec start;
     int runs;
 } Device;
@@ -64,18 +64,25 @@ static int stop(snd_pcm_ioplug_t* io)
     return 0;
 }
 
+static void release(Device* d)
+{
+    close(d->io.poll_fd);
+    free(d->gone);
+    free(d->stumble);
+    free(d);
+}
+
 static int closed(snd_pcm_ioplug_t* io)
 {
-    close(io->poll_fd);
-    free(io->private_data);
+    release(io->private_data);
     return 0;
 }
 
 static int limit(snd_pcm_ioplug_t* io)
 {
-    const unsigned access[] = {SND_PCM_ACCESS_RW_INTERLEAVED}, formats[] = {SND_PCM_FORMAT_S16, SND_PCM_FORMAT_S24_3LE};
+    const unsigned access[] = {SND_PCM_ACCESS_RW_INTERLEAVED}, formats[] = {SND_PCM_FORMAT_S16};
     if (snd_pcm_ioplug_set_param_list(io, SND_PCM_IOPLUG_HW_ACCESS, 1, access) < 0 ||
-        snd_pcm_ioplug_set_param_list(io, SND_PCM_IOPLUG_HW_FORMAT, 2, formats) < 0 ||
+        snd_pcm_ioplug_set_param_list(io, SND_PCM_IOPLUG_HW_FORMAT, 1, formats) < 0 ||
         snd_pcm_ioplug_set_param_minmax(io, SND_PCM_IOPLUG_HW_CHANNELS, 4, 8) < 0 ||
         snd_pcm_ioplug_set_param_minmax(io, SND_PCM_IOPLUG_HW_RATE, 44100, 96000) < 0 ||
         snd_pcm_ioplug_set_param_minmax(io, SND_PCM_IOPLUG_HW_PERIOD_BYTES, 64, 1 << 20) < 0)
@@ -93,12 +100,10 @@ SND_PCM_PLUGIN_DEFINE_FUNC(vtest)
     snd_config_for_each(at, next, conf)
     {
         const snd_config_t* entry = snd_config_iterator_entry(at);
-        const char* id;
+        const char *id, *path;
         snd_config_get_id(entry, &id);
-        if (!strcmp(id, "gone"))
-            snd_config_get_string(entry, &d->gone);
-        if (!strcmp(id, "stumble"))
-            snd_config_get_string(entry, &d->stumble);
+        if (snd_config_get_string(entry, &path) == 0 && strcmp(id, "type") != 0)
+            *(strcmp(id, "gone") == 0 ? &d->gone : &d->stumble) = strdup(path);
     }
     d->io.version = SND_PCM_IOPLUG_VERSION;
     d->io.name = "vtest";
@@ -108,8 +113,7 @@ SND_PCM_PLUGIN_DEFINE_FUNC(vtest)
     d->io.poll_events = POLLIN;
     int error = there(d->gone) ? -ENODEV : snd_pcm_ioplug_create(&d->io, name, stream, mode);
     if (error < 0) {
-        close(d->io.poll_fd);
-        free(d);
+        release(d);
         return error;
     }
     *pcmp = d->io.pcm;
