@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // vantoro live SCHEMATIC: plays on a device, and takes changes while it plays.
 #include <sys/mman.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -196,8 +198,9 @@ public:
         player_->set_backend(backend_.get(), got.period);
         compare_channels(console_, "input", got.inputs, inputs_);
         compare_channels(console_, "output", got.outputs, outputs_);
-        if (mlockall(MCL_CURRENT | MCL_FUTURE) != 0)
-            console_.say(std::string("memory is not locked: ") + std::strerror(errno));
+        lock_memory();
+        constexpr int kBuffered = 4;  // periods, at the most: what the device still has when the fade has been written
+        still_to_come_ = std::chrono::milliseconds(1000LL * kBuffered * got.period / got.rate);
         backend_->start(*routing_);
         console_.say(backend_->name() + ": " + std::to_string(got.rate) + " Hz, period " + std::to_string(got.period));
     }
@@ -223,14 +226,18 @@ public:
 
     int finish()
     {
-        if (!routing_->ended())
+        if (!routing_->ended()) {
             player_->fade_out();
+            std::this_thread::sleep_for(still_to_come_);
+        }
         backend_->stop();
         routing_->finish();
         const PlayerStatus status = player_->status();
         player_->set_backend(nullptr, 0);
-        console_.say(std::to_string(status.seconds) + " s played, " + std::to_string(status.xruns) + " xruns, " +
-                     std::to_string(status.muted_blocks) + " blocks muted");
+        char seconds[32];
+        std::snprintf(seconds, sizeof seconds, "%.1f s played, ", status.seconds);
+        console_.say(seconds + std::to_string(status.xruns) + " xruns, " + std::to_string(status.muted_blocks) +
+                     " blocks muted");
         if (const std::string why = routing_->trouble(); !why.empty())
             throw std::runtime_error(why);
         return status.muted_blocks > 0 ? kFailure : 0;
@@ -239,6 +246,15 @@ public:
     Player& player() { return *player_; }
 
 private:
+    // What comes later is locked only where nothing limits that: an allocation beyond a limit would fail.
+    void lock_memory()
+    {
+        rlimit limit{};
+        const bool unlimited = getrlimit(RLIMIT_MEMLOCK, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY;
+        if (mlockall(unlimited ? MCL_CURRENT | MCL_FUTURE : MCL_CURRENT) != 0)
+            console_.say(std::string("memory is not locked: ") + std::strerror(errno));
+    }
+
     void reload()
     {
         try {
@@ -286,6 +302,7 @@ private:
     std::unique_ptr<GraphPlayer> player_;
     std::unique_ptr<Routing> routing_;
     std::unique_ptr<Backend> backend_;
+    std::chrono::milliseconds still_to_come_{0};
     std::uint64_t revision_ = 0;
     std::string trouble_;
     std::chrono::steady_clock::time_point shown_{};
