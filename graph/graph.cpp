@@ -36,7 +36,8 @@ struct VantoroGraph {
     // The graph's own buffers, so that they stay where they are across a swap.
     Array<float> arena;
     Array<float*> in, out;
-    int filled = 0;  // frames of the block that Vantoro_graph_run is filling
+    int inputs_count = 0, outputs_count = 0;  // the same for all that is swapped in; any thread
+    int filled = 0;                           // frames of the block that Vantoro_graph_run is filling
 
     VantoroGraphFaults faults = {0, 0, -1};  // audio thread
     const char* blamed = nullptr;            // audio thread: a name in `now` or `coming`
@@ -75,6 +76,8 @@ bool make_buffers(VantoroGraph& graph)
 {
     const Program& program = *graph.newest;
     const std::size_t stride = vgraph::odd_lines(index(program.block_size()));
+    graph.inputs_count = program.inputs();
+    graph.outputs_count = program.outputs();
     const std::size_t channels = index(program.inputs()) + index(program.outputs());
     if (!vgraph::silence(graph.arena, stride * channels) || !vgraph::zeros(graph.in, index(program.inputs())) ||
         !vgraph::zeros(graph.out, index(program.outputs())))
@@ -364,12 +367,12 @@ const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin)
 
 float* Vantoro_graph_input(VantoroGraph* graph, int channel)
 {
-    return channel >= 0 && channel < graph->newest->inputs() ? graph->in[index(channel)] : nullptr;
+    return channel >= 0 && channel < graph->inputs_count ? graph->in[index(channel)] : nullptr;
 }
 
 const float* Vantoro_graph_output(const VantoroGraph* graph, int channel)
 {
-    return channel >= 0 && channel < graph->newest->outputs() ? graph->out[index(channel)] : nullptr;
+    return channel >= 0 && channel < graph->outputs_count ? graph->out[index(channel)] : nullptr;
 }
 
 int Vantoro_graph_process(VantoroGraph* graph) { return graph->process(); }
