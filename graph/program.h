@@ -90,15 +90,15 @@ public:
     int failed() const { return failed_; }
 
     // Following another program, see follow.cpp. Control thread: keep() reserves the past of this program; lend() finds
-    // the nodes of `base` that go on in this one. Audio thread: unlend() and take_over(), between two blocks.
+    // the nodes of `from` that go on in this one. Audio thread: unlend() and take_over(), between two blocks.
     [[nodiscard]] bool keep(long blocks);
-    [[nodiscard]] bool lend(const Program& base);
+    [[nodiscard]] bool lend(const Program& from);
     void unlend();
-    void take_over(Program& base);
-    // Both return the result of the first node that fails, or RT_OK. relive(): one block of the past; `base` has what
-    // the nodes gave that it lends. live(): one block of the present; `base` has run it already. Null: nothing is lent.
-    int relive(std::int64_t block, const History& inputs, const Program& base);
-    int live(std::int64_t block, const Program* base);
+    void take_over(Program& old);
+    // Both return the result of the first node that fails, or RT_OK. relive(): one block of the past; `from` has what
+    // the nodes gave that it lends. live(): one block of the present; `from` has run it already. Null: nothing is lent.
+    int relive(std::int64_t block, const History& inputs, const Program& from);
+    int live(std::int64_t block, const Program* from);
     // The next block to hear.
     std::int64_t heard() const { return present_.load(std::memory_order_acquire); }
     void skip_to(std::int64_t block) { present_.store(block, std::memory_order_release); }
