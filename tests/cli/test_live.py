@@ -109,6 +109,23 @@ class Files(Case):
         self.assertEqual(self.stop(), 0)
         self.assertRegex(self.log(), r"s played, \d+ xruns, 0 blocks muted")
 
+    def test_ctrl_c_fades_out(self):
+        steady = self.path("steady.wav")
+        with wave.open(steady, "wb") as f:
+            f.setparams((2, 2, 48000, 0, "NONE", ""))
+            f.writeframes(struct.pack("<hh", 16000, -16000) * 48000)
+        self.live(os.path.join(EXAMPLES, "passthrough.json"), "--input", "file:" + steady, "--loop", "--output",
+                  "file:" + self.path("out.wav"))
+        self.wait_for("running", count=2)
+        self.assertEqual(self.stop(), 0)
+        with wave.open(self.path("out.wav"), "rb") as f:
+            frames = f.readframes(f.getnframes())
+        left = [int.from_bytes(frames[i:i + 3], "little", signed=True) / 2**23 for i in range(0, len(frames), 6)]
+        self.assertEqual(left[-1], 0)
+        self.assertEqual(left[48000], 16000 / 32768)
+        steepest = max(abs(b - a) for a, b in zip(left[48000:], left[48001:]))
+        self.assertTrue(0 < steepest < 0.5 * 0.0018, steepest)  # a raised cosine over 960 frames
+
     def test_what_is_asked_wrongly_is_said(self):
         schematic = os.path.join(EXAMPLES, "passthrough.json")
         for args, said in [(["--input", "tape:1"], "one of file:PATH, null"),
