@@ -209,6 +209,7 @@ std::vector<Device> list()
         jack_free(ports);
     }
     std::vector<Device> devices;
+    devices.reserve(owners.size());
     const std::string rate = std::to_string(jack_get_sample_rate(client.get()));
     for (const auto& [owner, ports] : owners)
         devices.push_back(
