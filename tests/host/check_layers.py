@@ -15,7 +15,10 @@ MAY_SEE = {
     "export": ["support", "catalog", "schematic"],
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],
-    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis"],
+    "live": ["support", "io", "catalog", "schematic"],
+    "control": ["support", "io", "catalog", "schematic", "engine", "analysis", "live"],
+    "server": ["support", "control", "live"],
+    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis", "live", "control", "server"],
     "": ["commands", "io", "support"],  # main.cpp
 }
 PUBLIC = ["vantoro.h", "common/block_info.h", "framework/module_names.h", "vantoro_graph.h"]  # of the libraries
