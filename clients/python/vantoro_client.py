@@ -12,8 +12,11 @@ python3-websockets) are all it needs.
 """
 
 import asyncio
+import contextlib
 import json
 import os
+
+import websockets
 
 
 class Problems(Exception):
@@ -28,19 +31,21 @@ class Client:
     """A connection. Functions wait for their answers; docs/control.md lists all requests."""
 
     def __init__(self, address, token=None, name="python", patience=10):
-        import websockets
-
         host = address.removeprefix("http://").rstrip("/")
         self._loop = asyncio.new_event_loop()
         self._patience = patience  # s
         self._id = 0
         self._pushed = []
-        self._socket = self._run(websockets.connect(f"ws://{host}/control", max_size=None, open_timeout=patience))
+        self._socket = self._run(self._connect(f"ws://{host}/control"))
         hello = {"protocol": 1, "client": name}
         token = token or os.environ.get("VANTORO_TOKEN")
         if token:
             hello["token"] = token
-        self.hello = self.ask(hello=hello)["hello"]
+        try:
+            self.hello = self.ask(hello=hello)["hello"]
+        except Exception:
+            self.close()
+            raise
 
     def __enter__(self):
         return self
@@ -49,8 +54,14 @@ class Client:
         self.close()
 
     def close(self):
-        self._run(self._socket.close())
-        self._loop.close()
+        """Says goodbye; more than once does no harm."""
+        if not self._loop.is_closed():
+            with contextlib.suppress(websockets.ConnectionClosed, TimeoutError):
+                self._run(self._socket.close())
+            self._loop.close()
+
+    async def _connect(self, address):
+        return await websockets.connect(address, max_size=None)
 
     def _run(self, awaitable, patience=None):
         return self._loop.run_until_complete(asyncio.wait_for(awaitable, patience or self._patience))

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <deque>
+#include <limits>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -115,7 +116,7 @@ public:
     // Pings, and drops whoever does not answer or does not say hello.
     void look(Clock::time_point now)
     {
-        if (now - heard_ > kSilence || (closing_ && now - left_ > kPatience))
+        if (now - heard_ > kSilence || (closing_ && now - left_ > kLinger))
             return cut();
         if (!open_ || closing_)
             return;
@@ -219,7 +220,7 @@ public:
     {
         parser_.emplace();
         parser_->header_limit(kMaxHeader);
-        parser_->body_limit(boost::none);  // none is ever read
+        parser_->body_limit(std::numeric_limits<std::uint64_t>::max());  // none is ever read
         stream_.expires_after(kPatience);
         http::async_read_header(
             stream_, buffer_, *parser_, [self = shared_from_this()](beast::error_code error, std::size_t) {
