@@ -105,9 +105,9 @@ Control::Control(Document& document, Player& player, ControlOptions options, Pee
 
 // ---- clients ----
 
-void Control::join(int client, bool trusted)
+void Control::join(int client, bool trusted, bool greeted)
 {
-    clients_.emplace(client, Client{"client " + std::to_string(client), trusted || options_.token.empty(), false,
+    clients_.emplace(client, Client{"client " + std::to_string(client), trusted || options_.token.empty(), greeted,
                                     Subscription(player_)});
 }
 

@@ -39,7 +39,8 @@ public:
 
     Control(Document& document, Player& player, ControlOptions options, Peers& peers);
 
-    void join(int client, bool trusted);  // trusted: it has shown the token already
+    // trusted: it has shown the token already; greeted: a part of this program, which needs no hello.
+    void join(int client, bool trusted, bool greeted = false);
     void leave(int client) { clients_.erase(client); }
     void take(int client, std::string_view text);
     bool greeted(int client) const;  // it has said hello
