@@ -42,6 +42,7 @@ int main(int argc, char** argv)
         vantoro::add_export_command(app, status);
         vantoro::add_import_command(app, status);
         vantoro::add_diff_command(app, status);
+        vantoro::add_remote_commands(app, status);
         try {
             app.parse(argc, argv);
         } catch (const CLI::Success& asked) {  // --help

@@ -5,12 +5,12 @@ set -euo pipefail
 packages() {
     case "$1" in
         build) echo g++ cmake ninja-build pkg-config libsndfile1-dev nlohmann-json3-dev libcli11-dev libkissfft-dev \
-            libjack-jackd2-dev libasound2-dev ;;
+            libjack-jackd2-dev libasound2-dev libboost-dev ;;
         demo) packages build; echo graphviz gnuplot-nox sonic-pi-samples ;;
         test)
             packages demo
-            echo googletest abigail-tools binutils python3 python3-jsonschema clang clang-format clang-tidy gcovr \
-                g++-aarch64-linux-gnu qemu-user musl-dev lintian jackd2 ;;
+            echo googletest abigail-tools binutils python3 python3-jsonschema python3-websockets clang clang-format \
+                clang-tidy gcovr g++-aarch64-linux-gnu qemu-user musl-dev lintian jackd2 ;;
         bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev sox ffmpeg llvm \
             g++-aarch64-linux-gnu ;;
         *) echo "setup.sh: unknown task '$1' (build, demo, test, bench)" >&2; exit 2 ;;

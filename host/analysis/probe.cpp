@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "schematic/bypass.h"
 #include "schematic/order.h"
 #include "support/nearest.h"
 
@@ -13,21 +14,6 @@ namespace vantoro {
 namespace {
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
-
-bool carries_signal(const Block& block, int pin)
-{
-    const VantoroPin* note = note_of(*block.type, PinSide::input, pin, block.pins);
-    return !note || (note->control == 0 && note->name != std::string_view("sidechain"));
-}
-
-std::vector<int> signal_pins(const Block& block)
-{
-    std::vector<int> pins;
-    for (int pin = 0; pin < block.pins.inputs; ++pin)
-        if (carries_signal(block, pin))
-            pins.push_back(pin);
-    return pins;
-}
 
 int find_block(const Schematic& schematic, const std::string& id)
 {

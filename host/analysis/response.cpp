@@ -84,6 +84,11 @@ std::optional<Paths> paths_of(const BlockAlgo& block)
     return linear ? std::optional(std::move(told.paths)) : std::nullopt;
 }
 
+std::complex<double> at(const Section& s, std::complex<double> z)
+{
+    return (s.b0 + z * (s.b1 + z * s.b2)) / (1.0 + z * (s.a1 + z * s.a2));
+}
+
 std::complex<double> at(const Path& path, double radians)
 {
     const auto z = std::polar(1.0, -radians);
@@ -91,7 +96,7 @@ std::complex<double> at(const Path& path, double radians)
     if (path.delay > 0)
         h *= std::polar(1.0, -radians * path.delay);
     for (const Section& s : path.sections)
-        h *= (s.b0 + z * (s.b1 + z * s.b2)) / (1.0 + z * (s.a1 + z * s.a2));
+        h *= at(s, z);
     if (!path.taps.empty()) {
         std::complex<double> sum = 0;
         for (std::size_t k = path.taps.size(); k-- > 0;)
@@ -204,6 +209,19 @@ Computed compute(const Engine& engine, int from, const Axis& axis)
         result.outputs.push_back(propagation.at(feed));
     result.unstable.assign(propagation.unstable().begin(), propagation.unstable().end());
     return result;
+}
+
+std::vector<Spectrum> sections_of(const Engine& engine, int block, const Axis& axis)
+{
+    std::vector<Spectrum> out;
+    for (const Path& path : paths_of(engine.block(block)).value_or(Paths{}))
+        if (path.from == 0 && path.to == 0)
+            for (const Section& section : path.sections) {
+                Spectrum& values = out.emplace_back(axis.bins.size());
+                for (std::size_t i = 0; i < values.size(); ++i)
+                    values[i] = at(section, std::polar(1.0, -axis.radians(i)));
+            }
+    return out;
 }
 
 }  // namespace vantoro

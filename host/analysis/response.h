@@ -38,4 +38,7 @@ struct Computed {
 // is what it selected last: run the engine before.
 Computed compute(const Engine& engine, int from, const Axis& axis);
 
+// The sections between a linear block's first input and first output, each by itself: the bands of an equaliser.
+std::vector<Spectrum> sections_of(const Engine& engine, int block, const Axis& axis);
+
 }  // namespace vantoro

@@ -66,9 +66,8 @@ bool is_comment(std::string_view line)
     return first == line.npos || std::string_view("*#;\"").find(line[first]) != line.npos;
 }
 
-std::vector<Row> read_rows(const std::string& path)
+std::vector<Row> read_rows(std::istream& file, const std::string& path)
 {
-    std::ifstream file(path);
     const auto fault = [&](std::string wanted, int at = 0) {
         return UserError(
             {{.where = {}, .value = {}, .wanted = std::move(wanted), .file = path, .line = at, .column = 1}});
@@ -106,11 +105,8 @@ std::complex<double> between(const Row& a, const Row& b, double hz)
     return std::polar(std::pow(10, db / 20), deg * std::numbers::pi / 180);
 }
 
-}  // namespace
-
-Spectrum read_speaker(const std::string& path, const Axis& axis)
+Spectrum on_axis(const std::vector<Row>& rows, const Axis& axis)
 {
-    const std::vector<Row> rows = read_rows(path);
     Spectrum values(axis.bins.size(), std::numeric_limits<double>::quiet_NaN());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const double hz = axis.hz(i);
@@ -120,6 +116,20 @@ Spectrum read_speaker(const std::string& path, const Axis& axis)
         values[i] = between(*(next - 1), *next, hz);
     }
     return values;
+}
+
+}  // namespace
+
+Spectrum read_speaker(const std::string& path, const Axis& axis)
+{
+    std::ifstream file(path);
+    return on_axis(read_rows(file, path), axis);
+}
+
+Spectrum parse_speaker(const std::string& text, const std::string& name, const Axis& axis)
+{
+    std::istringstream file(text);
+    return on_axis(read_rows(file, name), axis);
 }
 
 }  // namespace vantoro

@@ -15,5 +15,7 @@ namespace vantoro {
 // shorter way round; where the file ends nothing is known, and the values are not numbers.
 // Throws UserError: file, line, and what would be right.
 Spectrum read_speaker(const std::string& path, const Axis& axis);
+// The same of a text; `name` stands for the file in messages.
+Spectrum parse_speaker(const std::string& text, const std::string& name, const Axis& axis);
 
 }  // namespace vantoro

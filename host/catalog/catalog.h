@@ -92,6 +92,7 @@ bool set_value(const BlockType& type, PinCounts pins, nlohmann::json& params, st
 
 std::string range_text(const VantoroParam& param);  // "a number from 0.01 to 16", "one of ...", "any number"
 nlohmann::ordered_json to_json(const BlockType& type);
+nlohmann::ordered_json catalog_json();     // of every type
 std::string sheet(const BlockType& type);  // everything about one type
 std::string overview();                    // one line a block type, by category
 // JSON schema of the `params` of blocks of one type.

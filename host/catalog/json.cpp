@@ -158,4 +158,12 @@ json to_json(const BlockType& type)
     return out;
 }
 
+json catalog_json()
+{
+    json out = json::array();
+    for (const BlockType* type : every_type())
+        out.push_back(to_json(*type));
+    return out;
+}
+
 }  // namespace vantoro

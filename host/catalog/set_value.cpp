@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "catalog/catalog.h"
+#include "catalog/path.h"
 #include "catalog/words.h"
 #include "support/json_text.h"
 #include "support/nearest.h"
@@ -18,33 +19,10 @@ namespace {
 using nlohmann::json;
 using Problems = std::vector<Problem>;
 
-// "bands[3].boostDb": "bands", "3", "boostDb".
-std::vector<std::string> steps_of(std::string_view path)
-{
-    std::vector<std::string> steps(1);
-    for (char c : path) {
-        if (c == '[' || c == '.')
-            steps.emplace_back();
-        else if (c != ']')
-            steps.back() += c;
-    }
-    return steps;
-}
-
 // Whether a place is another one, or lies below it.
 bool is_in(std::string_view place, std::string_view other)
 {
     return place.starts_with(other) && (place.size() == other.size() || place[other.size()] == '/');
-}
-
-json value_of(std::string_view text)
-{
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error == std::errc{} && end == text.data() + text.size() && std::isfinite(number))
-        return number;
-    json value = parse_value(text);
-    return value.is_discarded() ? json(text) : value;
 }
 
 // What is right where `step` leads nowhere from `node`.
@@ -72,8 +50,32 @@ const json* step_to(const json& node, const std::string& step)
     return found ? &node.at(index) : nullptr;
 }
 
-// The value at a path below `root`, and where it is; null, and a report, where there is none.
-json* find_value(json& root, std::string_view path, std::string_view text, std::string& where, Problems& problems)
+}  // namespace
+
+json value_of(std::string_view text)
+{
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc{} && end == text.data() + text.size() && std::isfinite(number))
+        return number;
+    json value = parse_value(text);
+    return value.is_discarded() ? json(text) : value;
+}
+
+std::vector<std::string> steps_of(std::string_view path)
+{
+    std::vector<std::string> steps(1);
+    for (char c : path) {
+        if (c == '[' || c == '.')
+            steps.emplace_back();
+        else if (c != ']')
+            steps.back() += c;
+    }
+    return steps;
+}
+
+const json* find_value(const json& root, std::string_view path, std::string_view text, std::string& where,
+                       Problems& problems)
 {
     const json* node = &root;
     where.clear();
@@ -86,10 +88,8 @@ json* find_value(json& root, std::string_view path, std::string_view text, std::
         }
         node = next;
     }
-    return const_cast<json*>(node);
+    return node;
 }
-
-}  // namespace
 
 bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_view path, std::string_view text,
                Problems& problems, std::optional<int> rate)
@@ -103,10 +103,10 @@ bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_
         // An element: the table is written out first, as it stands or by its defaults.
         Problems known;
         json all = named_values(type, pins, build_vector(type, pins, params, known));
-        json* element = find_value(all, path, text, where, problems);
+        const json* element = find_value(all, path, text, where, problems);
         if (!element)
             return false;
-        *element = value_of(text);
+        *const_cast<json*>(element) = value_of(text);  // of `all`
         next[name] = all[name];
     }
     Problems found;

@@ -19,14 +19,6 @@ struct Options {
     bool schema = false;
 };
 
-nlohmann::ordered_json catalog_json()
-{
-    auto out = nlohmann::ordered_json::array();
-    for (const BlockType* type : every_type())
-        out.push_back(to_json(*type));
-    return out;
-}
-
 const BlockType& type_named(const std::string& name)
 {
     if (const BlockType* type = find_type(name))

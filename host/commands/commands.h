@@ -39,6 +39,7 @@ void add_export_command(CLI::App& app, int& status);
 void add_graph_command(CLI::App& app, int& status);
 void add_import_command(CLI::App& app, int& status);
 void add_live_command(CLI::App& app, int& status);
+void add_remote_commands(CLI::App& app, int& status);  // set, get
 void add_response_command(CLI::App& app, int& status);
 void add_run_command(CLI::App& app, int& status);
 

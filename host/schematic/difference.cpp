@@ -33,7 +33,7 @@ public:
         for (const Block& block : from.blocks) {
             const auto found = left.find(block.id);
             if (found == left.end()) {
-                lines_.push_back("- " + block.id + ": " + block.type->name);
+                list_.push_back({block.id, block.type->name, {}});
                 continue;
             }
             compare(block, *found->second);
@@ -41,17 +41,17 @@ public:
         }
         for (const Block& block : to.blocks)
             if (left.contains(block.id))
-                lines_.push_back("+ " + block.id + ": " + block.type->name);
+                list_.push_back({block.id, {}, block.type->name});
         compare_feeds("output", from.outputs, to.outputs);
     }
 
-    std::vector<std::string> lines() && { return std::move(lines_); }
+    std::vector<Difference> list() && { return std::move(list_); }
 
 private:
     void add(const std::string& what, const std::string& from, const std::string& to)
     {
         if (from != to)
-            lines_.push_back(what + ": " + from + " -> " + to);
+            list_.push_back({what, from, to});
     }
 
     void compare(const Block& from, const Block& to)
@@ -95,14 +95,24 @@ private:
     }
 
     const Schematic &from_, &to_;
-    std::vector<std::string> lines_;
+    std::vector<Difference> list_;
 };
 
 }  // namespace
 
+std::vector<Difference> difference_list(const Schematic& from, const Schematic& to)
+{
+    return Differences(from, to).list();
+}
+
 std::vector<std::string> differences(const Schematic& from, const Schematic& to)
 {
-    return Differences(from, to).lines();
+    std::vector<std::string> lines;
+    for (const Difference& d : difference_list(from, to))
+        lines.push_back(d.from.empty() ? "+ " + d.what + ": " + d.to
+                        : d.to.empty() ? "- " + d.what + ": " + d.from
+                                       : d.what + ": " + d.from + " -> " + d.to);
+    return lines;
 }
 
 }  // namespace vantoro

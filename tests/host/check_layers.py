@@ -16,7 +16,9 @@ MAY_SEE = {
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],
     "live": ["support", "io", "catalog", "schematic"],
-    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis", "live"],
+    "control": ["support", "io", "catalog", "schematic", "engine", "analysis", "live"],
+    "server": ["support", "control", "live"],
+    "commands": ["support", "io", "catalog", "schematic", "export", "engine", "analysis", "live", "control", "server"],
     "": ["commands", "io", "support"],  # main.cpp
 }
 PUBLIC = ["vantoro.h", "common/block_info.h", "framework/module_names.h", "vantoro_graph.h",

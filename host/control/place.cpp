@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control/place.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "catalog/layout.h"
+#include "catalog/path.h"
+#include "catalog/words.h"
+#include "support/json_walk.h"
+#include "support/nearest.h"
+
+namespace vantoro {
+
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+const VantoroTable* table_of(const BlockType& type, std::string_view name)
+{
+    for (const VantoroSlot& slot : layout_of(type))
+        if (slot.kind == VANTORO_ROWS && slot.table->name == name)
+            return slot.table;
+    return nullptr;
+}
+
+// A row may be written as an array in the order of the columns.
+std::size_t index_of(const std::string& step, const VantoroTable& table)
+{
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(step.data(), step.data() + step.size(), index);
+    if (error == std::errc{} && end == step.data() + step.size())
+        return index;
+    const auto columns = columns_of(table);
+    return static_cast<std::size_t>(
+        std::ranges::find_if(columns, [&](const VantoroParam& column) { return column.name == step; }) -
+        columns.begin());
+}
+
+// Where a table as it is written holds a value, or has room for it; null: it is written in another form.
+ordered_json* find_written(ordered_json& written, const std::vector<std::string>& steps, const VantoroTable& table)
+{
+    ordered_json* node = &written;
+    for (std::size_t n = 1; n < steps.size(); ++n) {
+        const bool last = n + 1 == steps.size();
+        if (node->is_object() && (last || node->contains(steps[n])))
+            node = &(*node)[steps[n]];
+        else if (const std::size_t i = index_of(steps[n], table); node->is_array() && i < node->size())
+            node = &(*node)[i];
+        else
+            return nullptr;
+    }
+    return node->is_structured() ? nullptr : node;
+}
+
+// Without the columns that have their default anyhow.
+ordered_json short_rows(const json& rows, const VantoroTable& table)
+{
+    ordered_json out = rows;
+    for (ordered_json& row : out)
+        for (const VantoroParam& column : columns_of(table))
+            if (row.is_object() && row.contains(column.name) && row[column.name].is_number() &&
+                row[column.name].get<float>() == column.initial)
+                row.erase(column.name);
+    return out;
+}
+
+}  // namespace
+
+ordered_json tidy(const ordered_json& value)
+{
+    if (value.is_number_float())
+        return std::abs(value.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max())
+                   ? number_json(value.get<float>())
+                   : value;
+    ordered_json out = value;
+    if (value.is_structured())
+        for (ordered_json& part : out)
+            part = tidy(part);
+    return out;
+}
+
+Target target_of(const Schematic& schematic, const std::string& path)
+{
+    const std::size_t dot = path.find('.');
+    const std::string id = path.substr(0, dot);
+    const auto found = std::ranges::find(schematic.blocks, id, &Block::id);
+    if (found != schematic.blocks.end())
+        return {*found, dot == path.npos ? "" : path.substr(dot + 1)};
+    std::vector<std::string_view> ids;
+    for (const Block& block : schematic.blocks)
+        ids.push_back(block.id);
+    const std::string near = nearest(id, ids);
+    throw UserError({{path, id, "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?")}});
+}
+
+void place_value(ordered_json& document, const Schematic& schematic, const Assignment& value, std::optional<int> rate,
+                 std::vector<Problem>& problems)
+{
+    const Target target = target_of(schematic, value.path);
+    const Block& block = target.block;
+    ordered_json& written = document["blocks"][block.id];
+    json params = written.contains("params") ? json(written["params"]) : json::object();
+    std::vector<Problem> found;
+    const bool good =
+        set_value(*block.type, block.pins, params, target.path, value.value.dump(-1, ' ', true), found, rate);
+    for (Problem& problem : found) {
+        problem.where.insert(0, "/blocks" + pointer_step(block.id) + "/params");
+        problems.push_back(std::move(problem));
+    }
+    if (!good)
+        return;
+    const std::vector<std::string> steps = steps_of(target.path);
+    ordered_json& place = written["params"][steps.front()];
+    const VantoroTable* table = table_of(*block.type, steps.front());
+    if (steps.size() == 1 || !table)
+        place = tidy(value.value);
+    else if (ordered_json* cell = find_written(place, steps, *table))
+        *cell = tidy(value.value);
+    else
+        place = short_rows(params[steps.front()], *table);
+}
+
+}  // namespace vantoro

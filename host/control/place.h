@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+// One value set in a schematic's document, and nothing else of it changed.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "schematic/schematic.h"
+#include "support/problem.h"
+
+namespace vantoro {
+
+struct Assignment {
+    std::string path;  // "eq.bands[0].boostDb"
+    nlohmann::ordered_json value;
+};
+
+// The block and what follows its point. Throws UserError.
+struct Target {
+    const Block& block;
+    std::string path;
+};
+Target target_of(const Schematic& schematic, const std::string& path);
+
+// Sets `value` in `document`, which reads as `schematic`. A table that is left to its defaults is written out when one
+// of its values is set. What is wrong goes to `problems`, as do warnings of this value; with an error the document
+// stays as it was.
+void place_value(nlohmann::ordered_json& document, const Schematic& schematic, const Assignment& value,
+                 std::optional<int> rate, std::vector<Problem>& problems);
+
+// Numbers as a person would write them: 2000 for 2000.0, and of the others the shortest that is the same float.
+nlohmann::ordered_json tidy(const nlohmann::ordered_json& value);
+
+}  // namespace vantoro
