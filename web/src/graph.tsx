@@ -200,37 +200,38 @@ function drawWires(canvas: HTMLCanvasElement, c: Colours, now: number): void {
   ctx.lineCap = 'round';
   const chosen = selected.peek();
   for (const line of drawn.peek().lines) drawWire(ctx, line, c, line.block.includes(chosen));
+  if (k > 0.5) drawPins(ctx, drawn.peek().lines, c);
   if (k > 0.7) drawLevels(ctx, c, now);
 }
 
 function drawWire(ctx: CanvasRenderingContext2D, line: Line, c: Colours, near: boolean): void {
   const i = stream.signals.get(line.from);
   const level = i === undefined ? -120 : (stream.peak[i] ?? -120);
-  ctx.setLineDash(line.control ? [5, 4] : []);
-  ctx.lineWidth = near ? 2 : 1.25;
-  ctx.strokeStyle = line.control ? c.control : c.quiet;
-  ctx.globalAlpha = line.control && !near ? 0.75 : 1;
-  ctx.stroke(line.path);
   const share = line.control ? 0 : clamp((level + 72) / 72, 0, 1);
-  if (share > 0) {
-    ctx.globalAlpha = 0.2 + 0.8 * share;
-    ctx.lineWidth = 1 + 1.75 * share;
-    ctx.strokeStyle = levelColour(level, c);
-    ctx.stroke(line.path);
-  }
+  if (line.control) ctx.setLineDash([5, 4]);
+  ctx.lineWidth = (near ? 2 : 1.25) + 1.5 * share;
+  ctx.strokeStyle = line.control ? c.control : share > 0 ? levelColour(level, c) : c.quiet;
+  ctx.globalAlpha = share > 0 ? 0.35 + 0.65 * share : 1;
+  ctx.stroke(line.path);
   ctx.globalAlpha = 1;
-  ctx.setLineDash([]);
-  drawPin(ctx, line, c);
+  if (line.control) ctx.setLineDash([]);
 }
 
-function drawPin(ctx: CanvasRenderingContext2D, line: Line, c: Colours): void {
-  ctx.fillStyle = line.control ? c.control : c.muted;
-  for (const [x, y] of [line.start, line.end]) {
-    ctx.beginPath();
-    if (line.control && x === line.end[0]) ctx.rect(x - 3, y - 3, 6, 6);
-    else ctx.arc(x, y, 2.5, 0, 7);
-    ctx.fill();
+// Round for signals, square for controls; all of a kind at once.
+function drawPins(ctx: CanvasRenderingContext2D, lines: Line[], c: Colours): void {
+  const round = new Path2D();
+  const square = new Path2D();
+  for (const line of lines) {
+    for (const [x, y] of [line.start, line.end]) {
+      round.moveTo(x, y);
+      if (line.control) square.rect(x - 3, y - 3, 6, 6);
+      else round.arc(x, y, 2.5, 0, 7);
+    }
   }
+  ctx.fillStyle = c.muted;
+  ctx.fill(round);
+  ctx.fillStyle = c.control;
+  ctx.fill(square);
 }
 
 export const levelColour = (db: number, c: Colours): string => (db >= -0.1 ? c.bad : db > -6 ? c.warn : c.ok);

@@ -53,10 +53,13 @@ function animate(pin: string, row: HTMLElement): () => void {
   const part = (name: string): HTMLElement => row.querySelector<HTMLElement>(`.${name}`)!;
   const [rest, mean, hold, text] = [part('rest'), part('mean'), part('hold'), part('peak')];
   let held = -120;
+  let last = -1;
   let until = 0;
   let before = 0;
   let wrote = 0;
   return onFrame((now) => {
+    if (last === stream.meterCount) return;
+    last = stream.meterCount;
     const i = stream.signals.get(pin);
     const peak = i === undefined ? -120 : (stream.peak[i] ?? -120);
     held = now > until ? Math.max(-120, held - FALL * (now - before)) : held;
