@@ -1,11 +1,9 @@
 // Every block type of the catalog: its panel has the control that each parameter asks for, and each works.
 import assert from 'node:assert/strict';
-import { after, test } from 'node:test';
+import { test } from 'node:test';
 import type { Page } from 'playwright-core';
 import type { BlockType, Param, Params, Table, Value } from '../../web/src/types';
-import { catalog, Client, closeBrowser, noFaults, open, pick, Program, soon, type Schematic } from './support';
-
-after(closeBrowser);
+import { catalog, pick, soon, start, type Schematic } from './support';
 
 const TYPES = catalog.filter((t) => !t.traits.includes('terminal'));
 const idOf = (t: BlockType): string => `b${t.code}`;
@@ -23,8 +21,8 @@ interface Seen {
 }
 
 // Operates every control of the open panel once, as keys would, and says what there was.
-function operate(page: Page): Promise<Record<string, Seen>> {
-  return page.evaluate(() => {
+function operate(page: Page, skip: string[]): Promise<Record<string, Seen>> {
+  return page.evaluate((left) => {
     const seen: Record<string, Seen> = {};
     for (const row of document.querySelectorAll<HTMLElement>('.panel [data-path]')) {
       const toggle = row.querySelector<HTMLButtonElement>('[role=switch]');
@@ -34,12 +32,12 @@ function operate(page: Page): Promise<Record<string, Seen>> {
       const control = toggle ?? select ?? radios[0] ?? number;
       const kind = toggle ? 'flag' : select || radios.length ? 'choice' : 'number';
       seen[row.dataset['path']!] = { kind, disabled: control!.disabled };
-      if (control!.disabled || kind === 'choice') continue;
+      if (control!.disabled || kind === 'choice' || left.includes(row.dataset['path']!)) continue;
       toggle?.click();
-      number?.dispatchEvent(new KeyboardEvent('keydown', { key: number.value.startsWith('1') ? 'ArrowDown' : 'ArrowUp', bubbles: true, cancelable: true }));
+      number?.dispatchEvent(new KeyboardEvent('keydown', { key: 'ArrowUp', bubbles: true, cancelable: true }));
     }
     return seen;
-  });
+  }, skip);
 }
 
 const kindOf = (p: Param): string => (p.kind === 'flag' || p.kind === 'choice' ? p.kind : 'number');
@@ -64,30 +62,25 @@ function firstCells(t: Table, table: Value | undefined): Map<string, Seen> {
 }
 
 test(`controls of all ${TYPES.length} block types`, async () => {
-  const program = await Program.start(all());
-  const client = await Client.join(program);
-  const page = await open(program);
+  const { client, page } = await start(all());
   for (const type of TYPES) {
     const id = idOf(type);
     await pick(page, id);
     const before = (await client.params(id)) as Params;
     const expected = wanted(type.layout.map((s) => s.param), before);
     for (const s of type.layout) if (s.table && (before[s.table.name] as unknown[]).length) firstCells(s.table, before[s.table.name]).forEach((v, k) => expected.set(k, v));
-    const seen = await operate(page);
+    // Of the two sizes of a table one at a time.
+    const skip = type.layout.flatMap((s) => (s.table?.rowsEntry === undefined ? [] : [type.layout[s.table.rowsEntry]!.param!.name]));
+    const seen = await operate(page, skip.map((name) => `${id}.${name}`));
     for (const [path, want] of expected) assert.deepEqual(seen[`${id}.${path}`], want, `${type.name} ${path}`);
-    const moved = [...expected].filter(([, w]) => !w.disabled && w.kind !== 'choice').map(([path]) => path);
+    const moved = [...expected].filter(([path, w]) => !w.disabled && w.kind !== 'choice' && !skip.includes(path)).map(([path]) => path);
     await soon(async () => {
       const now = (await client.ask({ get: moved.map((p) => `${id}.${p}`) }))['values'] as Params;
       const still = moved.filter((p) => String(now[`${id}.${p}`]) === String(valueAt(before, p)));
       assert.deepEqual(still, [], `${type.name}: not changed`);
     });
   }
-  const bad = await page.locator('.notes .bad').allTextContents();
-  assert.deepEqual(bad, []);
-  await page.close();
-  client.leave();
-  await program.end();
-  noFaults();
+  assert.deepEqual(await page.locator('.notes .bad').allTextContents(), []);
 });
 
 const valueAt = (params: Params, path: string): unknown =>
@@ -100,12 +93,9 @@ test('filters have their points', async () => {
     FILTER_CROSSOVER_2WAY: 2, FILTER_CROSSOVER_3WAY: 4, FILTER_MISCE_STATEVARIABLE: 1, FILTER_LOOKUP_COMMON: 2, LOUDNESS_LH: 2,
     FILTER_2ND_IIR: 0, BASIC_GAIN: 0, DP_LIMITER: 0,
   };
-  const program = await Program.start(all());
-  const page = await open(program);
+  const { page } = await start(all());
   for (const [name, count] of Object.entries(points)) {
     await pick(page, idOf(TYPES.find((t) => t.name === name)!));
     await soon(async () => assert.equal(await page.locator('.plot .point').count(), count, name));
   }
-  await page.close();
-  await program.end();
 });

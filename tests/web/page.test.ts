@@ -1,10 +1,10 @@
 // The page against a program that plays: every control, dragging, the way back, saving, edits from outside, a lost
 // connection, two browsers, a telephone.
 import assert from 'node:assert/strict';
-import { after, afterEach, test } from 'node:test';
+import { test } from 'node:test';
 import type { Locator, Page } from 'playwright-core';
 import type { Params } from '../../web/src/types';
-import { Client, closeBrowser, noFaults, open, pick, Program, soon, type Schematic } from './support';
+import { Client, open, pick, soon, start, type Schematic } from './support';
 
 const EQ: Schematic = {
   title: 'Two ways',
@@ -17,32 +17,6 @@ const EQ: Schematic = {
   },
   wires: [['input', 'peak'], ['peak', 'eq'], ['eq', 'comp'], ['comp', 'volume'], ['volume', 'output']],
 };
-
-const programs: Program[] = [];
-const pages: Page[] = [];
-const clients: Client[] = [];
-
-async function start(schematic: Schematic, options = {}): Promise<{ program: Program; page: Page; client: Client }> {
-  const program = await Program.start(structuredClone(schematic));
-  programs.push(program);
-  const client = await Client.join(program);
-  clients.push(client);
-  return { program, client, page: await another(program, options) };
-}
-
-async function another(program: Program, options = {}): Promise<Page> {
-  const page = await open(program, options);
-  pages.push(page);
-  return page;
-}
-
-afterEach(async () => {
-  for (const client of clients.splice(0)) client.leave();
-  await Promise.all(pages.splice(0).map((page) => page.close()));
-  await Promise.all(programs.splice(0).map((program) => program.end()));
-  noFaults();
-});
-after(closeBrowser);
 
 const slider = (page: Page, path: string): Locator => page.locator(`[data-path="${path}"] input[type=range]`);
 const typed = (page: Page, path: string): Locator => page.locator(`[data-path="${path}"] input[type=text]`);
@@ -209,6 +183,26 @@ test('an edit of the file from outside is taken; a broken one is shown and plays
   await soon(async () => assert.equal(await typed(page, 'peak.fc').inputValue(), '1000'));
 });
 
+test('a file that changed under unsaved work is not overwritten', async () => {
+  const { page, program, client } = await start(EQ);
+  await slider(page, 'peak.boostDb').press('ArrowRight');
+  await holds(client, 'peak', { boostDb: 3.1 });
+  const theirs = program.read().replace('"volumeDb": -6', '"volumeDb": -9');
+  program.write(theirs);
+  const notice = page.getByRole('status').filter({ hasText: 'changed on disk' });
+  await notice.waitFor();
+  await page.keyboard.press('Control+s');
+  await page.getByRole('dialog').getByRole('button', { name: 'Save', exact: true }).click();
+  await page.locator('.notes .bad').waitFor();
+  assert.equal(program.read(), theirs);
+  await page.getByRole('dialog').getByRole('button', { name: 'Cancel' }).click();
+  await notice.getByRole('button', { name: 'Take the file' }).click();
+  await holds(client, 'volume', { volumeDb: -9 });
+  await holds(client, 'peak', { boostDb: 3 });
+  await page.getByRole('button', { name: 'Undo', exact: true }).click();
+  await holds(client, 'peak', { boostDb: 3.1 });
+});
+
 test('a lost connection is said, and comes back without a reload', async () => {
   const { page, program } = await start(EQ);
   await pick(page, 'volume');
@@ -223,16 +217,15 @@ test('a lost connection is said, and comes back without a reload', async () => {
   await slider(page, 'volume.volumeDb').press('ArrowRight');
   const client = await Client.join(program);
   await holds(client, 'volume', { volumeDb: -5.9 });
-  client.leave();
   await soon(async () => assert.match((await page.locator('[data-meter="input.0"] .peak').textContent())!, /\d/));
 });
 
 test('two browsers see what the other changes', async () => {
   const { page, program } = await start(EQ);
-  const other = await another(program, { colorScheme: 'dark' });
+  const other = await open(program, { colorScheme: 'dark' });
   await slider(page, 'peak.boostDb').press('ArrowRight');
   await soon(async () => assert.equal(await typed(other, 'peak.boostDb').inputValue(), '3.1'));
-  await other.getByRole('button', { name: 'Undo' }).click();
+  await other.getByRole('button', { name: 'Undo', exact: true }).click();
   await soon(async () => assert.equal(await typed(page, 'peak.boostDb').inputValue(), '3'));
   await soon(async () => assert.ok(await page.getByRole('button', { name: 'Redo' }).isEnabled()));
 });

@@ -20,10 +20,10 @@ for file in web/dist/*; do size=$((size + $(gzip -9 -c "$file" | wc -c))); done
 [ "$size" -le "$limit" ] || { echo "the page has $size bytes gzipped, more than $limit" >&2; exit 1; }
 
 export VANTORO="$build/host/vantoro"
-export VANTORO_SERVER="${VANTORO_SERVER:-$VANTORO live --null}"
+export VANTORO_SERVER="${VANTORO_SERVER:-$VANTORO live --input null --output null}"
 mkdir -p web/node_modules/.tests
 rm -f web/node_modules/.tests/*
 NODE_PATH=web/node_modules web/node_modules/.bin/esbuild tests/web/*"${tests[0]}"*.test.ts --bundle --platform=node --format=esm \
     --packages=external --outdir=web/node_modules/.tests --out-extension:.js=.mjs --log-level=warning
-node --test --test-reporter=spec web/node_modules/.tests/*.mjs
+timeout 240 node --test --test-timeout=60000 --test-reporter=spec web/node_modules/.tests/*.mjs
 echo "page: $size bytes gzipped"

@@ -4,6 +4,7 @@ import { execFileSync, spawn, type ChildProcess } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { after, afterEach } from 'node:test';
 import { chromium, type Browser, type BrowserContextOptions, type Page } from 'playwright-core';
 import { WebSocket } from 'ws';
 import type { BlockType, Params, State } from '../../web/src/types';
@@ -32,16 +33,10 @@ export class Program {
     this.write(JSON.stringify(schematic, null, 2) + '\n');
   }
 
-  static async start(schematic: Schematic): Promise<Program> {
-    const program = new Program(schematic);
-    await program.run();
-    return program;
-  }
-
   async run(): Promise<void> {
     const [command = '', ...rest] = env('VANTORO_SERVER').split(' ');
     const port = this.url ? ['--port', new URL(this.url).port] : [];
-    const child = spawn(command, [...rest, this.file, ...port], { stdio: ['ignore', 'pipe', 'pipe'] });
+    const child = spawn(command, [...rest, this.file, ...port], { stdio: 'pipe' });
     this.process = child;
     let said = '';
     this.url = await new Promise<string>((found, failed) => {
@@ -60,8 +55,9 @@ export class Program {
   write = (text: string): void => writeFileSync(this.file, text);
 
   async kill(): Promise<void> {
-    const child = this.process!;
-    if (child.exitCode !== null) return;
+    const child = this.process;
+    if (!child) return;
+    if (child.exitCode !== null || child.signalCode !== null) return;
     const gone = new Promise((done) => child.once('exit', done));
     child.kill('SIGKILL');
     await gone;
@@ -82,6 +78,7 @@ export class Client {
   static async join(program: Program): Promise<Client> {
     const client = new Client(new WebSocket(`${program.url.replace('http', 'ws')}/control`, { origin: program.url }));
     await new Promise((open, failed) => client.socket.once('open', open).once('error', failed));
+    cleanup.push(() => client.socket.close());
     client.state = ((await client.ask({ hello: { protocol: 1, client: 'test' } }))['hello'] as { state: State }).state;
     return client;
   }
@@ -105,13 +102,26 @@ export class Client {
     return ((await this.ask({ get: [block] }))['values'] as Record<string, Params>)[block]!;
   }
 
-  leave = (): void => this.socket.close();
 }
 
 type Answer = Record<string, unknown>;
 
 let browser: Browser | undefined;
-const faults: string[] = [];
+const faults: string[] = []; // errors in any page, what the content policy forbids among them
+const cleanup: (() => Promise<void> | void)[] = [];
+
+afterEach(async () => {
+  for (const undo of cleanup.splice(0).reverse()) await undo();
+  assert.deepEqual(faults.splice(0), []);
+});
+after(() => browser?.close());
+
+export async function start(schematic: Schematic, options: BrowserContextOptions = {}): Promise<{ program: Program; page: Page; client: Client }> {
+  const program = new Program(structuredClone(schematic));
+  cleanup.push(() => program.end());
+  await program.run();
+  return { program, client: await Client.join(program), page: await open(program, options) };
+}
 
 export async function open(program: Program, options: BrowserContextOptions = {}): Promise<Page> {
   browser ??= await chromium.launch({
@@ -119,6 +129,7 @@ export async function open(program: Program, options: BrowserContextOptions = {}
     args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update', '--disable-sync'],
   });
   const page = await browser.newPage({ viewport: { width: 1440, height: 900 }, ...options });
+  cleanup.push(() => page.close());
   page.setDefaultTimeout(5000);
   page.on('pageerror', (error) => faults.push(String(error)));
   page.on('console', (m) => m.type() === 'error' && !/ERR_CONNECTION_REFUSED|WebSocket/.test(m.text()) && faults.push(m.text()));
@@ -126,13 +137,6 @@ export async function open(program: Program, options: BrowserContextOptions = {}
   await page.locator('.light.open').waitFor();
   return page;
 }
-
-// Errors in any page, what the content policy forbids among them.
-export function noFaults(): void {
-  assert.deepEqual(faults, []);
-}
-
-export const closeBrowser = (): Promise<void> | undefined => browser?.close();
 
 // Waits until it holds; the message of the last failure, where it never does.
 export async function soon(check: () => Promise<void> | void, within = 4000): Promise<void> {

@@ -5,7 +5,7 @@ import { choiceOf, isOn, shortChoice, type Reading } from './describe';
 import { limited, numberText, parsed, positionOf, rounded, stepped, stepsOf, valueAt, withUnit } from './numbers';
 import { Gesture } from './sender';
 import { change, live, rate } from './store';
-import type { Param, Value } from './types';
+import type { Param, Params, Value } from './types';
 
 // What the parameter under the pointer or with the focus means: shown in a line of its own, so nothing jumps.
 export const hint = signal('');
@@ -16,15 +16,16 @@ interface Props {
   reading: Reading;
   value: Value | undefined;
   label?: string;
+  also?: (value: Value) => Params; // what must change with it
 }
 
-export function Control({ id, path, reading, value, label }: Props) {
+export function Control({ id, path, reading, value, label, also }: Props) {
   const { param, as, read } = reading;
   const name = label ?? as.name;
   const disabled = !read || !live.value;
   const text = `${as.help}${as === param ? '' : ` (${param.name})`}${reading.why ? `; ${reading.why}` : ''}`;
   const show = (): void => void (hint.value = `${name}: ${text}`);
-  const own = { id, path, param: as, name, disabled };
+  const own = { id, path, param: as, name, disabled, ...(also && { also }) };
   return (
     <div class={`control ${param.kind}${read ? '' : ' unread'}`} data-path={`${id}.${path}`} onPointerEnter={show} onFocusIn={show}>
       <span class="name" title={text}>{name}</span>
@@ -41,6 +42,7 @@ interface Own {
   param: Param;
   name: string;
   disabled: boolean;
+  also?: (value: Value) => Params;
 }
 
 function Switch({ id, path, name, disabled, on }: Own & { on: boolean }) {
@@ -79,11 +81,11 @@ export function turn(e: KeyboardEvent, index: number, count: number, set: (i: nu
   (e.currentTarget as HTMLElement).querySelectorAll('button')[next]?.focus();
 }
 
-function Slide({ id, path, param, name, disabled, value }: Own & { value: number }) {
+function Slide({ id, path, param, name, disabled, value, also }: Own & { value: number }) {
   const gesture = useMemo(() => new Gesture(), [id, path]);
   const steps = stepsOf(param, rate.value);
   const position = positionOf(param, value, rate.value);
-  const set = (v: number): void => change(id, { [path]: v }, gesture);
+  const set = (v: number): void => change(id, { [path]: v, ...also?.(v) }, gesture);
   return (
     <>
       <input type="range" min="0" max={steps} step="1" value={position} aria-label={name} disabled={disabled}

@@ -9,7 +9,7 @@ import { Graph, tab } from './graph';
 import { Levels } from './levels';
 import { Panel } from './panel';
 import { Plot } from './plot';
-import { connection, dismiss, live, notes, redo, start, state, undo, unsaved } from './store';
+import { connection, dismiss, live, notes, redo, start, state, undo } from './store';
 
 function App() {
   useEffect(() => {
@@ -68,7 +68,7 @@ function shortcuts(e: KeyboardEvent): void {
   const typing = e.target instanceof HTMLInputElement && e.target.dataset['draft'] === 'true';
   const key = e.key.toLowerCase();
   if (key === 's') {
-    if (live.value && unsaved.value) void openSave();
+    if (live.value) void openSave();
   } else if (typing) return;
   else if (key === 'z') (e.shiftKey ? redo : undo)();
   else if (key === 'y') redo();

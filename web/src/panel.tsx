@@ -33,7 +33,9 @@ function Chosen({ id, type }: { id: string; type: BlockType }) {
         {nothing && <p class="empty">This block has no parameters.</p>}
         {entries.some(Boolean) && (
           <div class="controls">
-            {entries.map((r) => r && <Control key={r.param.name} id={id} path={r.param.name} reading={r} value={params[r.param.name]} />)}
+            {entries.map((r, i) => r && (
+              <Control key={r.param.name} id={id} path={r.param.name} reading={r} value={params[r.param.name]} also={(v) => resized(id, type, i, v)} />
+            ))}
           </div>
         )}
         {tablesOf(type).map((t) => <TableOf key={t.name} id={id} type={type} table={t} params={params} />)}
@@ -86,6 +88,17 @@ function Detectors({ id }: { id: string }) {
 }
 
 // ---- tables
+
+// A table whose rows or columns a parameter counts gets its new size in the same step.
+function resized(id: string, type: BlockType, entry: number, value: Value): Params {
+  const table = tablesOf(type).find((t) => t.rowsEntry === entry || t.columnsEntry === entry);
+  if (!table) return {};
+  const old = rowsOf(table, paramsOfBlock(id)[table.name]) as Cell[][];
+  const rows = table.rowsEntry === entry ? Number(value) : old.length;
+  const columns = table.columnsEntry === entry ? Number(value) : (old[0]?.length ?? 0);
+  const cell = (i: number, k: number): Cell => old[i]?.[k] ?? table.columns[0]!.default;
+  return { [table.name]: Array.from({ length: rows }, (_, i) => Array.from({ length: columns }, (_, k) => cell(i, k))) };
+}
 
 interface TableProps {
   id: string;

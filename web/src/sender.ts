@@ -44,8 +44,9 @@ export class Sender {
     this.passed.clear();
   }
 
-  get idle(): boolean {
-    return !this.flying && this.queue.length === 0;
+  // Once all that was changed is answered.
+  async settled(): Promise<void> {
+    while (this.flying || this.queue.length > 0) await new Promise((next) => setTimeout(next, 10));
   }
 
   private async next(): Promise<void> {

@@ -219,7 +219,9 @@ const sender = new Sender(
   async (gesture, set) => {
     const a = await link.ask({ gesture, set });
     setWarnings.value = (a['warnings'] as Problem[] | undefined) ?? [];
-    return a['rev'] as number;
+    const rev = a['rev'] as number;
+    if (state.value && rev > state.value.rev) patch({ rev });
+    return rev;
   },
   show,
   (error, paths) => {
@@ -267,6 +269,7 @@ export function solo(output: string): void {
 }
 
 export async function pendingChanges(): Promise<Change[] | undefined> {
+  await sender.settled();
   const a = await ask<{ changes?: Change[] }>({ save: { rev: state.value!.rev, list: true } });
   return a && (a.changes ?? []);
 }
