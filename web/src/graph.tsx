@@ -201,7 +201,7 @@ function drawWires(canvas: HTMLCanvasElement, c: Colours, now: number): void {
   const chosen = selected.peek();
   for (const line of drawn.peek().lines) drawWire(ctx, line, c, line.block.includes(chosen));
   if (k > 0.5) drawPins(ctx, drawn.peek().lines, c);
-  if (k > 0.7) drawLevels(ctx, c, now);
+  if (k > 0.7) drawLevels(ctx, c, now, Math.max(9.5, 9.5 / k));
 }
 
 function drawWire(ctx: CanvasRenderingContext2D, line: Line, c: Colours, near: boolean): void {
@@ -239,12 +239,12 @@ export const levelColour = (db: number, c: Colours): string => (db >= -0.1 ? c.b
 // Numbers that can be read: the highest of a fifth of a second.
 const shown = { at: 0, levels: new Map<string, number>(), next: new Map<string, number>() };
 
-function drawLevels(ctx: CanvasRenderingContext2D, c: Colours, now: number): void {
+function drawLevels(ctx: CanvasRenderingContext2D, c: Colours, now: number, size: number): void {
   for (const [name, i] of stream.signals) {
     shown.next.set(name, Math.max(shown.next.get(name) ?? -120, stream.peak[i] ?? -120));
   }
   if (now - shown.at > 200) Object.assign(shown, { at: now, levels: shown.next, next: new Map() });
-  ctx.font = FONT(9.5);
+  ctx.font = FONT(size);
   ctx.textBaseline = 'bottom';
   ctx.strokeStyle = c.bg; // keeps crossing wires off the digits
   ctx.lineWidth = 3;

@@ -95,7 +95,7 @@ export const bounds = computed((): { lo: number; hi: number } => {
     }
   }
   for (const h of handles.value) if (h.y) [lo, hi] = [Math.min(lo, h.y.value - 1), Math.max(hi, h.y.value + 1)];
-  last = { key, lo: clamp(Math.floor(lo / 6) * 6, -48, 0), hi: clamp(Math.ceil(hi / 6) * 6, 6, 48) };
+  last = { key, lo: clamp(Math.floor(lo / 6) * 6, -36, 0), hi: clamp(Math.ceil(hi / 6) * 6, 6, 48) };
   return { lo: last.lo, hi: last.hi };
 });
 
@@ -134,11 +134,11 @@ const FLOOR = -100; // dBFS at the lower edge of the plot; the upper edge is 0
 function drawSpectra(u: uPlot): void {
   const [before, after] = around.peek();
   const c = colours.peek();
-  if (shows('before')) spectrum(u, stream.spectrum[before], c.quiet, '50', false);
-  if (shows('after')) spectrum(u, stream.spectrum[after], c.after, '30', true);
+  if (shows('before')) spectrum(u, stream.spectrum[before], c.muted, '28', '60');
+  if (shows('after')) spectrum(u, stream.spectrum[after], c.after, '30', 'b0');
 }
 
-function spectrum(u: uPlot, db: number[] | undefined, colour: string, fill: string, outline: boolean): void {
+function spectrum(u: uPlot, db: number[] | undefined, colour: string, fill: string, outline: string): void {
   const hz = stream.spectrumHz;
   if (!db || db.length !== hz.length) return;
   const { left, top, width, height } = u.bbox;
@@ -150,11 +150,9 @@ function spectrum(u: uPlot, db: number[] | undefined, colour: string, fill: stri
   ctx.clip();
   ctx.beginPath();
   db.forEach((v, i) => ctx.lineTo(left + (width * Math.log(hz[i]! / LOW)) / wide, top + height * clamp(v / FLOOR, 0, 1.02)));
-  if (outline) {
-    ctx.strokeStyle = `${colour}b0`;
-    ctx.lineWidth = devicePixelRatio || 1;
-    ctx.stroke();
-  }
+  ctx.strokeStyle = colour + outline;
+  ctx.lineWidth = devicePixelRatio || 1;
+  ctx.stroke();
   ctx.lineTo(left + width * 2, top + height * 1.02);
   ctx.lineTo(left - width, top + height * 1.02);
   ctx.fillStyle = colour + fill;
@@ -205,7 +203,6 @@ export function Plot() {
   const text = useRef<HTMLSpanElement>(null);
   useEffect(() => run(box.current!, (u) => (text.current!.textContent = readoutText(u))), []);
   useEffect(() => effect(() => listenTo(...around.value)), []);
-  const note = [selected.value, ...targets.value].map((k) => response.value?.responses[k]?.note).find(Boolean);
   return (
     <section class="plot" aria-label="Response">
       <header>
@@ -214,9 +211,19 @@ export function Plot() {
         <Ways />
       </header>
       <div class="area" ref={box} onDblClick={addRow}><Points /><span class="readout" ref={text} aria-hidden="true" /></div>
-      <p class="note">{note}</p>
+      <p class="note" title={noteText()}>{noteText()}</p>
     </section>
   );
+}
+
+// What has no curve, or not the whole of it: "output.2, output.3: nothing arrives".
+function noteText(): string {
+  const by = new Map<string, string[]>();
+  for (const key of new Set([selected.value, ...targets.value])) {
+    const note = response.value?.responses[key]?.note;
+    if (note) by.set(note, [...(by.get(note) ?? []), key]);
+  }
+  return [...by].map(([note, keys]) => (keys.length > 1 && keys.length === targets.value.length ? note : `${keys.join(', ')}: ${note}`)).join('; ');
 }
 
 function readoutText(u: uPlot): string {

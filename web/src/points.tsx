@@ -23,7 +23,33 @@ export function Points() {
     area.addEventListener('wheel', wheel, { passive: false });
     return () => area.removeEventListener('wheel', wheel);
   }, []);
-  return <div class="points" ref={layer}>{handles.value.map((h) => <Point key={h.key} handle={h} />)}</div>;
+  return <div class="points" ref={layer}>{spread(handles.value).map(([h, aside]) => <Point key={h.key} handle={h} aside={aside} />)}</div>;
+}
+
+interface Spot {
+  x: number;
+  y: number;
+}
+
+function spotOf(h: Handle): Spot {
+  const { left, top, width, height } = frameBox.value;
+  const { lo, hi } = bounds.value;
+  return {
+    x: left + width * clamp(Math.log(h.x.value / LOW) / Math.log(high.value / LOW), 0, 1),
+    y: top + height * clamp((hi - levelAt(h)) / (hi - lo), 0, 1),
+  };
+}
+
+// Points in the same place are shown below one another, so that each can be taken.
+function spread(all: Handle[]): [Handle, number][] {
+  const taken: Spot[] = [];
+  return all.map((h) => {
+    const { x, y } = spotOf(h);
+    let aside = 0;
+    while (taken.some((t) => Math.hypot(t.x - x, t.y - y - aside) < 12)) aside += 26;
+    taken.push({ x, y: y + aside });
+    return [h, aside];
+  });
 }
 
 // Without a level of its own the point rides on the block's curve.
@@ -35,16 +61,13 @@ function levelAt(h: Handle): number {
   return db?.[i] ?? 0;
 }
 
-function Point({ handle: h }: { handle: Handle }) {
-  const { left, top, width, height } = frameBox.value;
-  const { lo, hi } = bounds.value;
-  const x = left + width * clamp(Math.log(h.x.value / LOW) / Math.log(high.value / LOW), 0, 1);
-  const y = top + height * clamp((hi - levelAt(h)) / (hi - lo), 0, 1);
+function Point({ handle: h, aside }: { handle: Handle; aside: number }) {
+  const { x, y } = spotOf(h);
   const drag = useMemo(() => dragger(h.key), [h.key]);
   const on = h.row < 0 || h.row === selectedRow.value;
   return (
     <button class={`point${on ? ' on' : ''}${h.off ? ' off' : ''}`} disabled={!live.value} data-point={h.key}
-      style={{ transform: `translate(${x}px, ${y}px)` }} aria-label={handleText(h)} aria-roledescription="point on the response"
+      style={{ transform: `translate(${x}px, ${y + aside}px)` }} aria-label={handleText(h)} aria-roledescription="point on the response"
       title={`${handleText(h)}\nDrag: frequency and level. Wheel, Page keys: width.`}
       onFocus={() => h.row >= 0 && (selectedRow.value = h.row)} onKeyDown={(e) => keys(e, h)} {...drag}>{h.label}</button>
   );
@@ -63,11 +86,10 @@ function dragger(key: string) {
     onPointerDown(e: PointerEvent) {
       const h = current(key);
       if (!h || e.button !== 0) return;
-      const target = e.currentTarget as HTMLElement;
-      target.setPointerCapture(e.pointerId);
-      const at = new DOMMatrix(target.style.transform);
+      (e.currentTarget as HTMLElement).setPointerCapture(e.pointerId);
+      const at = spotOf(h);
       const p = place(e);
-      grip = { dx: at.e - p.x, dy: at.f - p.y };
+      grip = { dx: at.x - p.x, dy: at.y - p.y };
       gesture.hold();
       if (h.row >= 0) selectedRow.value = h.row;
     },
