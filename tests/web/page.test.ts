@@ -11,11 +11,34 @@ const EQ: Schematic = {
   inputs: 2,
   blocks: {
     peak: { type: 'FILTER_2ND_GENERAL', params: { type: 'Gen_Param', fc: 1000, q: 1, boostDb: 3 } },
-    eq: { type: 'FILTER_TEXTEQ', params: { bands: [{ fc: 100, boostDb: 2 }, { fc: 3000, boostDb: -4, q: 2 }] } },
-    comp: { type: 'DP_COMPRESSOR_RMS', params: { curve: [[-80, -80], [-40, -40], [0, -20]] } },
+    eq: {
+      type: 'FILTER_TEXTEQ',
+      params: {
+        bands: [
+          { fc: 100, boostDb: 2 },
+          { fc: 3000, boostDb: -4, q: 2 },
+        ],
+      },
+    },
+    comp: {
+      type: 'DP_COMPRESSOR_RMS',
+      params: {
+        curve: [
+          [-80, -80],
+          [-40, -40],
+          [0, -20],
+        ],
+      },
+    },
     volume: { type: 'VC_SIG_CONTROL_SLEW', params: { volumeDb: -6 } },
   },
-  wires: [['input', 'peak'], ['peak', 'eq'], ['eq', 'comp'], ['comp', 'volume'], ['volume', 'output']],
+  wires: [
+    ['input', 'peak'],
+    ['peak', 'eq'],
+    ['eq', 'comp'],
+    ['comp', 'volume'],
+    ['volume', 'output'],
+  ],
 };
 
 const slider = (page: Page, path: string): Locator => page.locator(`[data-path="${path}"] input[type=range]`);
@@ -99,7 +122,9 @@ test('bands have a point each; keys move it; rows come and go', async () => {
   await page.getByRole('button', { name: 'Remove row 3' }).click();
   await soon(async () => assert.equal((await client.params('eq'))['bands'].length, 2));
   await page.locator('[data-path="eq.bands[1].type"] select').selectOption({ label: 'Text_Notch' });
-  await soon(async () => assert.match((await page.locator('[data-point="bands1"]').getAttribute('aria-label'))!, /gainDb/));
+  await soon(async () =>
+    assert.match((await page.locator('[data-point="bands1"]').getAttribute('aria-label'))!, /gainDb/),
+  );
 });
 
 test('a dynamics block shows its static curve; a point of it is dragged; levels move', async () => {
@@ -232,8 +257,13 @@ test('two browsers see what the other changes', async () => {
 
 test('the loudspeaker and the sum with it', async () => {
   const { page } = await start(EQ);
-  const rows = Array.from({ length: 100 }, (_, i) => `${(20 * 1000 ** (i / 99)).toFixed(2)} ${(80 + Math.sin(i)).toFixed(2)} 0`);
-  await page.getByTestId('speaker').setInputFiles({ name: 'box.frd', mimeType: 'text/plain', buffer: Buffer.from(rows.join('\n')) });
+  const rows = Array.from(
+    { length: 100 },
+    (_, i) => `${(20 * 1000 ** (i / 99)).toFixed(2)} ${(80 + Math.sin(i)).toFixed(2)} 0`,
+  );
+  await page
+    .getByTestId('speaker')
+    .setInputFiles({ name: 'box.frd', mimeType: 'text/plain', buffer: Buffer.from(rows.join('\n')) });
   for (const name of ['loudspeaker', 'sum']) await page.locator('.chip', { hasText: name }).waitFor();
   await page.getByRole('button', { name: /Drop the loudspeaker/ }).click();
   await page.locator('.chip.sum').waitFor({ state: 'detached' });
@@ -243,10 +273,12 @@ test('a telephone: one part at a time, nothing beside the screen, fingers reach'
   const { page, client } = await start(EQ, { viewport: { width: 380, height: 720 }, hasTouch: true, isMobile: true });
   for (const tab of ['Graph', 'Block', 'Response', 'Levels']) {
     await page.getByRole('tab', { name: tab }).tap();
-    const outside = await page.evaluate(() => [...document.querySelectorAll<HTMLElement>('button, input, select')]
-      .filter((e) => e.checkVisibility({ visibilityProperty: true }) && !e.closest('.nodes'))
-      .filter((e) => e.getBoundingClientRect().right > innerWidth + 0.5 || e.getBoundingClientRect().left < 0)
-      .map((e) => e.getAttribute('aria-label') ?? e.textContent));
+    const outside = await page.evaluate(() =>
+      [...document.querySelectorAll<HTMLElement>('button, input, select')]
+        .filter((e) => e.checkVisibility({ visibilityProperty: true }) && !e.closest('.nodes'))
+        .filter((e) => e.getBoundingClientRect().right > innerWidth + 0.5 || e.getBoundingClientRect().left < 0)
+        .map((e) => e.getAttribute('aria-label') ?? e.textContent),
+    );
     assert.deepEqual(outside, [], tab);
     assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), tab);
   }

@@ -101,7 +101,6 @@ export class Client {
   async params(block: string): Promise<Record<string, any>> {
     return ((await this.ask({ get: [block] }))['values'] as Record<string, Params>)[block]!;
   }
-
 }
 
 type Answer = Record<string, unknown>;
@@ -116,7 +115,10 @@ afterEach(async () => {
 });
 after(() => browser?.close());
 
-export async function start(schematic: Schematic, options: BrowserContextOptions = {}): Promise<{ program: Program; page: Page; client: Client }> {
+export async function start(
+  schematic: Schematic,
+  options: BrowserContextOptions = {},
+): Promise<{ program: Program; page: Page; client: Client }> {
   const program = new Program(structuredClone(schematic));
   cleanup.push(() => program.end());
   await program.run();
@@ -126,13 +128,24 @@ export async function start(schematic: Schematic, options: BrowserContextOptions
 export async function open(program: Program, options: BrowserContextOptions = {}): Promise<Page> {
   browser ??= await chromium.launch({
     executablePath: process.env['CHROMIUM'] ?? '/usr/bin/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+    args: [
+      '--no-sandbox',
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
   });
   const page = await browser.newPage({ viewport: { width: 1440, height: 900 }, ...options });
   cleanup.push(() => page.close());
   page.setDefaultTimeout(5000);
   page.on('pageerror', (error) => faults.push(String(error)));
-  page.on('console', (m) => m.type() === 'error' && !/ERR_CONNECTION_REFUSED|WebSocket/.test(m.text()) && faults.push(m.text()));
+  page.on(
+    'console',
+    (m) => m.type() === 'error' && !/ERR_CONNECTION_REFUSED|WebSocket/.test(m.text()) && faults.push(m.text()),
+  );
   await page.goto(program.url);
   await page.locator('.light.open').waitFor();
   return page;
@@ -151,4 +164,5 @@ export async function soon(check: () => Promise<void> | void, within = 4000): Pr
   }
 }
 
-export const pick = (page: Page, block: string): Promise<unknown> => page.getByLabel('Block', { exact: true }).and(page.locator('select')).selectOption(block);
+export const pick = (page: Page, block: string): Promise<unknown> =>
+  page.getByLabel('Block', { exact: true }).and(page.locator('select')).selectOption(block);

@@ -23,10 +23,31 @@ const EQ: Schematic = {
   inputs: 2,
   blocks: {
     peak: { type: 'FILTER_2ND_GENERAL', params: { type: 'Gen_Butter_LP' } },
-    eq: { type: 'FILTER_TEXTEQ', params: { bands: [{ fc: 100, boostDb: 2 }, { fc: 3000, boostDb: -4 }] } },
-    matrix: { type: 'MIXERS_CROSS', params: { gains: [[0, -90], [-90, 0]] } },
+    eq: {
+      type: 'FILTER_TEXTEQ',
+      params: {
+        bands: [
+          { fc: 100, boostDb: 2 },
+          { fc: 3000, boostDb: -4 },
+        ],
+      },
+    },
+    matrix: {
+      type: 'MIXERS_CROSS',
+      params: {
+        gains: [
+          [0, -90],
+          [-90, 0],
+        ],
+      },
+    },
   },
-  wires: [['input', 'peak'], ['peak', 'eq'], ['eq', 'matrix'], ['matrix', 'output']],
+  wires: [
+    ['input', 'peak'],
+    ['peak', 'eq'],
+    ['eq', 'matrix'],
+    ['matrix', 'output'],
+  ],
 };
 
 // Text against what lies below it, by the formula of WCAG 2: at least 4.5, 3 where the type is large.
@@ -35,21 +56,30 @@ function faint(page: Page): Promise<string[]> {
     type Rgba = [number, number, number, number];
     const rgba = (text: string): Rgba => {
       const n = (text.match(/[\d.]+/g) ?? ['0', '0', '0', '0']).map(Number);
-      return text.startsWith('color(') ? [n[0]! * 255, n[1]! * 255, n[2]! * 255, n[3] ?? 1] : [n[0]!, n[1]!, n[2]!, n[3] ?? 1];
+      return text.startsWith('color(')
+        ? [n[0]! * 255, n[1]! * 255, n[2]! * 255, n[3] ?? 1]
+        : [n[0]!, n[1]!, n[2]!, n[3] ?? 1];
     };
     const over = (a: Rgba, b: Rgba): Rgba => [0, 1, 2].map((i) => a[i]! * a[3] + b[i]! * (1 - a[3])).concat(1) as Rgba;
     const light = (c: Rgba): number => {
-      const [r, g, b] = c.slice(0, 3).map((v) => (v / 255 <= 0.03928 ? v / 255 / 12.92 : ((v / 255 + 0.055) / 1.055) ** 2.4));
+      const [r, g, b] = c
+        .slice(0, 3)
+        .map((v) => (v / 255 <= 0.03928 ? v / 255 / 12.92 : ((v / 255 + 0.055) / 1.055) ** 2.4));
       return 0.2126 * r! + 0.7152 * g! + 0.0722 * b!;
     };
-    const below = (e: Element | null): Rgba => (e ? over(rgba(getComputedStyle(e).backgroundColor), below(e.parentElement)) : [255, 255, 255, 1]);
+    const below = (e: Element | null): Rgba =>
+      e ? over(rgba(getComputedStyle(e).backgroundColor), below(e.parentElement)) : [255, 255, 255, 1];
     const out: string[] = [];
     for (const e of document.querySelectorAll<HTMLElement>('body *')) {
-      const text = [...e.childNodes].filter((n) => n.nodeType === 3).map((n) => n.textContent!.trim()).join('');
+      const text = [...e.childNodes]
+        .filter((n) => n.nodeType === 3)
+        .map((n) => n.textContent!.trim())
+        .join('');
       if (!text || !e.checkVisibility() || e.closest('.unread, :disabled, .u-hz, option, .u-legend')) continue;
       const [a, b] = [light(over(rgba(getComputedStyle(e).color), below(e))), light(below(e))];
       const ratio = (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
-      if (ratio < (parseFloat(getComputedStyle(e).fontSize) >= 24 ? 3 : 4.5)) out.push(`${text.slice(0, 30)}: ${ratio.toFixed(2)}`);
+      if (ratio < (parseFloat(getComputedStyle(e).fontSize) >= 24 ? 3 : 4.5))
+        out.push(`${text.slice(0, 30)}: ${ratio.toFixed(2)}`);
     }
     return out;
   });
@@ -61,8 +91,11 @@ test('text stands out, dark and light; everything has a name', async () => {
   for (const p of [page, other]) {
     await p.getByRole('button', { name: 'Presets' }).click();
     assert.deepEqual(await faint(p), []);
-    const nameless = await p.evaluate(() => [...document.querySelectorAll<HTMLInputElement>('button, select, input:not([hidden])')]
-      .filter((e) => !e.getAttribute('aria-label') && !e.textContent!.trim() && !e.getAttribute('aria-labelledby')).map((e) => e.outerHTML));
+    const nameless = await p.evaluate(() =>
+      [...document.querySelectorAll<HTMLInputElement>('button, select, input:not([hidden])')]
+        .filter((e) => !e.getAttribute('aria-label') && !e.textContent!.trim() && !e.getAttribute('aria-labelledby'))
+        .map((e) => e.outerHTML),
+    );
     assert.deepEqual(nameless, []);
   }
 });
@@ -72,9 +105,26 @@ test('the keyboard reaches every control, and moves between blocks', async () =>
   const stops = new Set<string>();
   for (let i = 0; i < 70; i += 1) {
     await page.keyboard.press('Tab');
-    stops.add(await page.evaluate(() => document.activeElement?.getAttribute('aria-label') ?? document.activeElement?.textContent ?? ''));
+    stops.add(
+      await page.evaluate(
+        () => document.activeElement?.getAttribute('aria-label') ?? document.activeElement?.textContent ?? '',
+      ),
+    );
   }
-  for (const name of ['A', 'Presets', 'peak, second-order filter, all responses', 'Fit the schematic', 'Block', 'Bypass', 'enable', 'type', 'fc', 'fc, typed', 'Solo output.1', 'Loudspeaker…']) {
+  for (const name of [
+    'A',
+    'Presets',
+    'peak, second-order filter, all responses',
+    'Fit the schematic',
+    'Block',
+    'Bypass',
+    'enable',
+    'type',
+    'fc',
+    'fc, typed',
+    'Solo output.1',
+    'Loudspeaker…',
+  ]) {
     assert.ok(stops.has(name), `${name} is not among ${[...stops].join(' | ')}`);
   }
   await page.locator('[data-block=peak]').press('ArrowRight');
@@ -94,9 +144,12 @@ async function pace(page: Page, client: Client): Promise<Pace> {
   await page.mouse.move(x, y);
   await page.mouse.down();
   await page.evaluate(() => {
-    const w = window as unknown as { frames: number[] };
-    w.frames = [];
-    const count = (now: number): void => void (w.frames.push(now), requestAnimationFrame(count));
+    const frames: number[] = [];
+    const w = Object.assign(window, { frames });
+    const count = (now: number): void => {
+      frames.push(now);
+      if (w.frames === frames) requestAnimationFrame(count);
+    };
     requestAnimationFrame(count);
   });
   const times: number[] = [];

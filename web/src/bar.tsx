@@ -1,10 +1,27 @@
 // The bar on top: file, undo and redo, A and B, presets, save; and what must not be missed below it.
 import { signal } from '@preact/signals';
+import type { ComponentChildren } from 'preact';
 import { useRef } from 'preact/hooks';
-import { turn } from './controls';
-import { Icon } from './icons';
-import { ask, connection, farewell, fileName, live, problemText, program, redo, say, state, status, switchAb, undo, unsaved } from './store';
+import { Segments } from './controls';
+import { Icon, Tool } from './icons';
+import {
+  ask,
+  connection,
+  farewell,
+  fileName,
+  live,
+  problemText,
+  program,
+  redo,
+  say,
+  state,
+  status,
+  switchAb,
+  undo,
+  unsaved,
+} from './store';
 import { openSave } from './dialogs';
+import type { Problem, State } from './types';
 
 export function Bar() {
   const s = state.value;
@@ -12,40 +29,60 @@ export function Bar() {
     <header class="bar">
       <div class="file">
         <strong>{s?.schematic.title ?? fileName()}</strong>
-        <small><Light />{program.value.file ? fileName() : 'vantoro'}{unsaved.value && <em> · not saved</em>}</small>
+        <small>
+          <Light />
+          {program.value.file ? fileName() : 'vantoro'}
+          {unsaved.value && <em> · not saved</em>}
+        </small>
       </div>
-      {s && (
-        <div class="actions" role="toolbar" aria-label="Edit">
-          <span class="group">
-            <button class="icon-button" onClick={undo} disabled={!live.value || !s.undo} aria-label="Undo" title={s.undo ? `Undo ${s.undoWhat} (Ctrl-Z)` : 'Nothing to undo'}><Icon name="undo" /></button>
-            <button class="icon-button" onClick={redo} disabled={!live.value || !s.redo} aria-label="Redo" title={s.redo ? `Redo ${s.redoWhat} (Ctrl-Shift-Z)` : 'Nothing to redo'}><Icon name="redo" /></button>
-          </span>
-          <AB />
-          <Presets />
-          <button class="primary" onClick={() => void openSave()} disabled={!live.value || !unsaved.value} title="Ctrl-S">Save…</button>
-        </div>
-      )}
+      {s && <Actions s={s} />}
     </header>
   );
 }
 
+function Actions({ s }: { s: State }) {
+  const undoTitle = s.undo ? `Undo ${s.undoWhat} (Ctrl-Z)` : 'Nothing to undo';
+  const redoTitle = s.redo ? `Redo ${s.redoWhat} (Ctrl-Shift-Z)` : 'Nothing to redo';
+  const off = !live.value;
+  return (
+    <div class="actions" role="toolbar" aria-label="Edit">
+      <span class="group">
+        <Tool icon="undo" label="Undo" title={undoTitle} disabled={off || !s.undo} onClick={undo} />
+        <Tool icon="redo" label="Redo" title={redoTitle} disabled={off || !s.redo} onClick={redo} />
+      </span>
+      <AB s={s} />
+      <Presets />
+      <button class="primary" onClick={() => void openSave()} disabled={off || !unsaved.value} title="Ctrl-S">
+        Save…
+      </button>
+    </div>
+  );
+}
+
 function Light() {
-  const text = { open: 'connected', connecting: 'connecting', lost: 'connection lost', token: 'token needed', refused: 'refused' }[connection.value];
+  const text = {
+    open: 'connected',
+    connecting: 'connecting',
+    lost: 'connection lost',
+    token: 'token needed',
+    refused: 'refused',
+  }[connection.value];
   return <i class={`light ${connection.value}`} role="img" aria-label={text} title={text} />;
 }
 
-function AB() {
-  const s = state.value!;
-  const other = s.ab === 'a' ? 'B' : 'A';
+function AB({ s }: { s: State }) {
+  const copy = `Make ${s.ab === 'a' ? 'B' : 'A'} like ${s.ab.toUpperCase()}`;
   return (
     <span class="group">
-      <span class="segments ab" role="radiogroup" aria-label="State" onKeyDown={(e) => turn(e, s.ab === 'a' ? 0 : 1, 2, (i) => switchAb(i ? 'b' : 'a'))}>
-        {(['a', 'b'] as const).map((x) => (
-          <button key={x} role="radio" aria-checked={s.ab === x} tabIndex={s.ab === x ? 0 : -1} disabled={!live.value} onClick={() => switchAb(x)}
-            title={s.abDiffers ? 'A and B differ' : 'A and B are alike'}>{x.toUpperCase()}</button>
-        ))}
-      </span>
-      <button class="icon-button copy" disabled={!live.value || !s.abDiffers} onClick={() => switchAb('copy')} aria-label={`Make ${other} like ${s.ab.toUpperCase()}`} title={`Make ${other} like ${s.ab.toUpperCase()}`}><Icon name="copy" /></button>
+      <Segments
+        label="State"
+        names={['A', 'B']}
+        index={s.ab === 'a' ? 0 : 1}
+        disabled={!live.value}
+        title={s.abDiffers ? 'A and B differ' : 'A and B are alike'}
+        set={(i) => switchAb(i ? 'b' : 'a')}
+      />
+      <Tool icon="copy" label={copy} disabled={!live.value || !s.abDiffers} onClick={() => switchAb('copy')} />
     </span>
   );
 }
@@ -59,8 +96,20 @@ function Presets() {
     if (!root.current!.contains(e.relatedTarget as Node | null)) presetsOpen.value = false;
   };
   return (
-    <span class="menu" ref={root} onFocusOut={close} onKeyDown={(e) => e.key === 'Escape' && (presetsOpen.value = false)}>
-      <button aria-expanded={presetsOpen.value} aria-haspopup="dialog" onClick={() => (presetsOpen.value = !presetsOpen.value)}>Presets<Icon name="down" /></button>
+    <span
+      class="menu"
+      ref={root}
+      onFocusOut={close}
+      onKeyDown={(e) => e.key === 'Escape' && (presetsOpen.value = false)}
+    >
+      <button
+        aria-expanded={presetsOpen.value}
+        aria-haspopup="dialog"
+        onClick={() => (presetsOpen.value = !presetsOpen.value)}
+      >
+        Presets
+        <Icon name="down" />
+      </button>
       {presetsOpen.value && <PresetList />}
     </span>
   );
@@ -86,49 +135,124 @@ function PresetList() {
   };
   return (
     <div class="popover" role="dialog" aria-label="Presets" tabIndex={-1} ref={focusOnce}>
-      {names.length === 0 && <p class="empty">No presets yet. A preset keeps all parameters under a name, beside the schematic.</p>}
+      {names.length === 0 && (
+        <p class="empty">No presets yet. A preset keeps all parameters under a name, beside the schematic.</p>
+      )}
       <ul>
         {names.map((n) => (
           <li key={n}>
-            <button class="plain" disabled={!live.value} onClick={() => void preset('load', n, 'Loaded')}>{n}</button>
-            <button class="icon-button" disabled={!live.value} aria-label={`Remove ${n}`} title={`Remove ${n}`} onClick={() => void preset('remove', n, 'Removed')}><Icon name="trash" /></button>
+            <button class="plain" disabled={!live.value} onClick={() => void preset('load', n, 'Loaded')}>
+              {n}
+            </button>
+            <Tool
+              icon="trash"
+              label={`Remove ${n}`}
+              disabled={!live.value}
+              onClick={() => void preset('remove', n, 'Removed')}
+            />
           </li>
         ))}
       </ul>
       <form onSubmit={store}>
-        <input type="text" name="name" aria-label="Name of the new preset" placeholder="New preset" maxLength={64} autocomplete="off" />
+        <input
+          type="text"
+          name="name"
+          aria-label="Name of the new preset"
+          placeholder="New preset"
+          maxLength={64}
+          autocomplete="off"
+        />
         <button disabled={!live.value}>Store</button>
       </form>
     </div>
   );
 }
 
-// What needs a decision or explains a silence. It lies over the page, so nothing moves.
+const hiddenBanners = signal<Set<string>>(new Set());
+
+// Lies over the page, so nothing moves; what has been read can be put away until it says something else.
+function Banner({
+  title,
+  text,
+  more = '',
+  bad,
+  children,
+}: {
+  title: string;
+  text: string;
+  more?: string;
+  bad?: boolean;
+  children?: ComponentChildren;
+}) {
+  const mark = title + text + more;
+  if (hiddenBanners.value.has(mark)) return null;
+  return (
+    <div class={`banner${bad ? ' bad' : ''}`} role={bad ? 'alert' : 'status'}>
+      <div>
+        <b>{title}</b> <span>{text}</span>
+        {children}
+      </div>
+      <Tool icon="close" label="Hide" onClick={() => (hiddenBanners.value = new Set([...hiddenBanners.value, mark]))} />
+    </div>
+  );
+}
+
+// What needs a decision or explains a silence.
 export function Banners() {
   const s = state.value;
   const st = status.value;
   const wrong = s?.problems.filter((p) => !p.warning) ?? [];
   return (
-    <div class="banners" aria-live="assertive">
+    <div class="banners">
       {connection.value === 'lost' && (
-        <div class="banner bad" role="alert"><b>Connection lost.</b> <span>{farewell.value || 'The program does not answer.'} Trying again…</span></div>
-      )}
-      {connection.value === 'refused' && <div class="banner bad" role="alert"><b>Refused.</b> <span>{farewell.value}</span></div>}
-      {wrong.length > 0 && (
         <div class="banner bad" role="alert">
-          <b>{fileName()} was edited and is not valid.</b> <span>The last valid version keeps playing.</span>
-          <ul>{wrong.slice(0, 6).map((p, i) => <li key={i}>{problemText(p)}</li>)}</ul>
-          {wrong.length > 6 && <span>and {wrong.length - 6} more</span>}
+          <div>
+            <b>Connection lost.</b> <span>{farewell.value || 'The program does not answer.'} Trying again…</span>
+          </div>
         </div>
       )}
+      {connection.value === 'refused' && (
+        <div class="banner bad" role="alert">
+          <div>
+            <b>Refused.</b> <span>{farewell.value}</span>
+          </div>
+        </div>
+      )}
+      {wrong.length > 0 && <Wrong problems={wrong} />}
       {s?.fileChanged && wrong.length === 0 && (
-        <div class="banner" role="status">
-          <b>{fileName()} changed on disk.</b> <span>Saving is refused until you take its text.</span>
-          <button disabled={!live.value} onClick={() => void ask({ reload: true })}>Take the file</button>
-        </div>
+        <Banner title={`${fileName()} changed on disk.`} text="Saving is refused until you take its text.">
+          <button disabled={!live.value} onClick={() => void ask({ reload: true })}>
+            Take the file
+          </button>
+        </Banner>
       )}
-      {st?.fault && <div class="banner bad" role="alert"><b>A block failed.</b> <span>{st.fault}{st.mutedBlocks ? `; ${st.mutedBlocks} periods muted` : ''}</span></div>}
-      {st?.trouble && <div class="banner bad" role="alert"><b>Sound device.</b> <span>{st.trouble}</span></div>}
+      {st?.fault && (
+        <Banner
+          bad
+          title="A block failed."
+          text={`${st.fault}${st.mutedBlocks ? `; ${st.mutedBlocks} blocks of audio muted` : ''}`}
+        />
+      )}
+      {st?.trouble && <Banner bad title="Sound device." text={st.trouble} />}
     </div>
+  );
+}
+
+function Wrong({ problems }: { problems: Problem[] }) {
+  const texts = problems.map(problemText);
+  return (
+    <Banner
+      bad
+      title={`${fileName()} was edited and is not valid.`}
+      text="The last valid version keeps playing."
+      more={texts.join()}
+    >
+      <ul>
+        {texts.slice(0, 6).map((t, i) => (
+          <li key={i}>{t}</li>
+        ))}
+      </ul>
+      {texts.length > 6 && <span>and {texts.length - 6} more</span>}
+    </Banner>
   );
 }

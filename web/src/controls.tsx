@@ -27,8 +27,15 @@ export function Control({ id, path, reading, value, label, also }: Props) {
   const show = (): void => void (hint.value = `${name}: ${text}`);
   const own = { id, path, param: as, name, disabled, ...(also && { also }) };
   return (
-    <div class={`control ${param.kind}${read ? '' : ' unread'}`} data-path={`${id}.${path}`} onPointerEnter={show} onFocusIn={show}>
-      <span class="name" title={text}>{name}</span>
+    <div
+      class={`control ${param.kind}${read ? '' : ' unread'}`}
+      data-path={`${id}.${path}`}
+      onPointerEnter={show}
+      onFocusIn={show}
+    >
+      <span class="name" title={text}>
+        {name}
+      </span>
       {param.kind === 'flag' && <Switch {...own} on={isOn(value)} />}
       {param.kind === 'choice' && <Choose {...own} param={param} value={value} />}
       {(param.kind === 'real' || param.kind === 'integer') && <Slide {...own} value={Number(value ?? as.default)} />}
@@ -47,8 +54,16 @@ interface Own {
 
 function Switch({ id, path, name, disabled, on }: Own & { on: boolean }) {
   return (
-    <button class="switch" role="switch" aria-checked={on} aria-label={name} disabled={disabled}
-      onClick={() => change(id, { [path]: !on })}><span /></button>
+    <button
+      class="switch"
+      role="switch"
+      aria-checked={on}
+      aria-label={name}
+      disabled={disabled}
+      onClick={() => change(id, { [path]: !on })}
+    >
+      <span />
+    </button>
   );
 }
 
@@ -56,19 +71,52 @@ function Choose({ id, path, param, name, disabled, value }: Own & { value: Value
   const index = choiceOf(param, value);
   const set = (i: number): void => change(id, { [path]: param.choices![i]!.name });
   if (param.choices!.length <= 3) {
-    return (
-      <span class="segments" role="radiogroup" aria-label={name} onKeyDown={(e) => turn(e, index, param.choices!.length, set)}>
-        {param.choices!.map((c, i) => (
-          <button key={c.name} role="radio" aria-checked={i === index} tabIndex={i === index ? 0 : -1} disabled={disabled}
-            onClick={() => set(i)}>{shortChoice(param, i)}</button>
-        ))}
-      </span>
-    );
+    const names = param.choices!.map((_, i) => shortChoice(param, i));
+    return <Segments label={name} names={names} index={index} disabled={disabled} set={set} />;
   }
   return (
-    <select aria-label={name} disabled={disabled} value={String(index)} onChange={(e) => set(Number(e.currentTarget.value))}>
-      {param.choices!.map((c, i) => <option key={c.name} value={String(i)}>{c.name}</option>)}
+    <select
+      aria-label={name}
+      disabled={disabled}
+      value={String(index)}
+      onChange={(e) => set(Number(e.currentTarget.value))}
+    >
+      {param.choices!.map((c, i) => (
+        <option key={c.name} value={String(i)}>
+          {c.name}
+        </option>
+      ))}
     </select>
+  );
+}
+
+interface SegmentsProps {
+  label: string;
+  names: string[];
+  index: number;
+  disabled?: boolean;
+  title?: string;
+  set: (index: number) => void;
+}
+
+// One of a few, side by side; the arrow keys go from one to the next.
+export function Segments({ label, names, index, disabled = false, title, set }: SegmentsProps) {
+  return (
+    <span class="segments" role="radiogroup" aria-label={label} onKeyDown={(e) => turn(e, index, names.length, set)}>
+      {names.map((name, i) => (
+        <button
+          key={name}
+          role="radio"
+          aria-checked={i === index}
+          tabIndex={i === index ? 0 : -1}
+          disabled={disabled}
+          title={title}
+          onClick={() => set(i)}
+        >
+          {name}
+        </button>
+      ))}
+    </span>
   );
 }
 
@@ -88,12 +136,22 @@ function Slide({ id, path, param, name, disabled, value, also }: Own & { value: 
   const set = (v: number): void => change(id, { [path]: v, ...also?.(v) }, gesture);
   return (
     <>
-      <input type="range" min="0" max={steps} step="1" value={position} aria-label={name} disabled={disabled}
+      <input
+        type="range"
+        min="0"
+        max={steps}
+        step="1"
+        value={position}
+        aria-label={name}
+        disabled={disabled}
         aria-valuetext={withUnit(value, param.unit)}
         ref={(el) => el?.style.setProperty('--at', `${(100 * position) / steps}%`)}
-        onPointerDown={() => gesture.hold()} onPointerUp={() => gesture.drop()} onPointerCancel={() => gesture.drop()}
+        onPointerDown={() => gesture.hold()}
+        onPointerUp={() => gesture.drop()}
+        onPointerCancel={() => gesture.drop()}
         onDblClick={() => set(param.default)}
-        onInput={(e) => set(valueAt(param, Number(e.currentTarget.value), rate.value))} />
+        onInput={(e) => set(valueAt(param, Number(e.currentTarget.value), rate.value))}
+      />
       <NumberField name={name} param={param} value={value} disabled={disabled} set={set} />
     </>
   );
@@ -120,16 +178,30 @@ export function NumberField({ name, param, value, disabled, set }: FieldProps) {
     const up = ({ ArrowUp: 1, ArrowDown: -1, PageUp: 10, PageDown: -10 } as Record<string, number>)[e.key];
     if (e.key === 'Enter') take();
     else if (e.key === 'Escape' && draft !== undefined) setDraft(undefined);
-    else if (up) set(stepped(param, value, up * (e.shiftKey ? 10 : 1)));
-    else return;
+    else if (up) {
+      set(stepped(param, parsed(draft ?? '') ?? value, up * (e.shiftKey ? 10 : 1)));
+      setDraft(undefined);
+    } else return;
     e.preventDefault();
     e.stopPropagation();
   };
   return (
     <label class={`number${bad ? ' bad' : ''}`}>
-      <input type="text" inputMode="decimal" autocomplete="off" spellcheck={false} aria-label={`${name}, typed`} aria-invalid={bad}
-        disabled={disabled} data-draft={draft !== undefined} value={draft ?? numberText(value)}
-        onFocus={(e) => e.currentTarget.select()} onInput={(e) => setDraft(e.currentTarget.value)} onKeyDown={key} onBlur={take} />
+      <input
+        type="text"
+        inputMode="decimal"
+        autocomplete="off"
+        spellcheck={false}
+        aria-label={`${name}, typed`}
+        aria-invalid={bad}
+        disabled={disabled}
+        data-draft={draft !== undefined}
+        value={draft ?? numberText(value)}
+        onFocus={(e) => e.currentTarget.select()}
+        onInput={(e) => setDraft(e.currentTarget.value)}
+        onKeyDown={key}
+        onBlur={take}
+      />
       <span class="unit">{param.unit}</span>
     </label>
   );

@@ -35,13 +35,20 @@ export function CurvePlot({ id, type }: { id: string; type: BlockType }) {
   const table = curveTable(type);
   return (
     <section class="dynamics" aria-label="Static curve">
-      <h3>Level out over level in<small>dB</small></h3>
+      <h3>
+        Level out over level in<small>dB</small>
+      </h3>
       <div class="static" ref={box}>
         {table && <CurvePoints id={id} table={table} />}
         <i class="dot" ref={dot} />
       </div>
       <div class="reduction" title="gain now: level out less level in">
-        <span>Gain</span><span class="track"><i ref={bar} /></span><b ref={text}>0.0</b><span class="unit">dB</span>
+        <span>Gain</span>
+        <span class="track">
+          <i ref={bar} />
+        </span>
+        <b ref={text}>0.0</b>
+        <span class="unit">dB</span>
       </div>
     </section>
   );
@@ -64,15 +71,38 @@ function draw(box: HTMLElement): () => void {
   let u: uPlot | undefined;
   const build = (): void => {
     const c = colours.value;
-    const axis = { stroke: c.muted, font: FONT(10), ticks: { show: false }, grid: { stroke: c.grid, width: 1 }, splits: () => [-80, -60, -40, -20, 0], values: (_: uPlot, v: number[]) => v.map((x) => numberText(x)) };
+    const axis = {
+      stroke: c.muted,
+      font: FONT(10),
+      ticks: { show: false },
+      grid: { stroke: c.grid, width: 1 },
+      splits: () => [-80, -60, -40, -20, 0],
+      values: (_: uPlot, v: number[]) => v.map((x) => numberText(x)),
+    };
     const width = box.clientWidth;
     u?.destroy();
-    u = new uPlot({
-      width, height: HEIGHT, padding: [MARGIN.top, MARGIN.right, 0, 0], legend: { show: false }, cursor: { show: false }, pxAlign: 0,
-      scales: { x: { time: false, range: () => [LO, HI] }, y: { range: () => [LO, HI] } },
-      axes: [{ ...axis, size: MARGIN.bottom }, { ...axis, size: MARGIN.left }],
-      series: [{}, { stroke: c.grid, width: 1, dash: [4, 4] }, { stroke: c.accent, width: 2, points: { show: false } }],
-    }, dataOf(curve.peek()), box);
+    u = new uPlot(
+      {
+        width,
+        height: HEIGHT,
+        padding: [MARGIN.top, MARGIN.right, 0, 0],
+        legend: { show: false },
+        cursor: { show: false },
+        pxAlign: 0,
+        scales: { x: { time: false, range: () => [LO, HI] }, y: { range: () => [LO, HI] } },
+        axes: [
+          { ...axis, size: MARGIN.bottom },
+          { ...axis, size: MARGIN.left },
+        ],
+        series: [
+          {},
+          { stroke: c.grid, width: 1, dash: [4, 4] },
+          { stroke: c.accent, width: 2, points: { show: false } },
+        ],
+      },
+      dataOf(curve.peek()),
+      box,
+    );
   };
   const stops = [effect(build), effect(() => u?.setData(dataOf(curve.value)))];
   const observer = new ResizeObserver(() => u?.setSize({ width: box.clientWidth, height: HEIGHT }));
@@ -80,7 +110,14 @@ function draw(box: HTMLElement): () => void {
   return () => (stops.forEach((s) => s()), observer.disconnect(), u?.destroy());
 }
 
-const dataOf = (c: Static | undefined): uPlot.AlignedData => (c ? [c.in, c.in, c.out] : [[LO, HI], [LO, HI], [null, null]]);
+const dataOf = (c: Static | undefined): uPlot.AlignedData =>
+  c
+    ? [c.in, c.in, c.out]
+    : [
+        [LO, HI],
+        [LO, HI],
+        [null, null],
+      ];
 
 function level(pin: string): number {
   const i = stream.signals.get(pin);
@@ -117,9 +154,15 @@ function CurvePoints({ id, table }: { id: string; table: Table }) {
       {rows.map((raw, i) => {
         const row = rowOf(table, raw);
         const at: [number, number] = [Number(row[x.name]), Number(row[y.name])];
-        const set = (a: number, b: number): void => change(id, {
-          [cellPath(table, i, x, raw)]: rounded(x, limited(x, a)), [cellPath(table, i, y, raw)]: rounded(y, limited(y, b)),
-        }, gesture);
+        const set = (a: number, b: number): void =>
+          change(
+            id,
+            {
+              [cellPath(table, i, x, raw)]: rounded(x, limited(x, a)),
+              [cellPath(table, i, y, raw)]: rounded(y, limited(y, b)),
+            },
+            gesture,
+          );
         return <CurvePoint key={i} index={i} at={at} set={set} gesture={gesture} />;
       })}
     </div>
@@ -145,16 +188,30 @@ function CurvePoint({ index, at: [x, y], set, gesture }: PointProps) {
     set(clamp(LO + a * (HI - LO), LO, HI), clamp(LO + b * (HI - LO), LO, HI));
   };
   const key = (e: KeyboardEvent): void => {
-    const step = ({ ArrowRight: [1, 0], ArrowLeft: [-1, 0], ArrowUp: [0, 1], ArrowDown: [0, -1] } as Record<string, [number, number]>)[e.key];
+    const step = (
+      { ArrowRight: [1, 0], ArrowLeft: [-1, 0], ArrowUp: [0, 1], ArrowDown: [0, -1] } as Record<
+        string,
+        [number, number]
+      >
+    )[e.key];
     if (!step) return;
     e.preventDefault();
     const size = e.shiftKey ? 1 : 0.1;
     set(x + step[0] * size, y + step[1] * size);
   };
   return (
-    <button class={`point small${selectedRow.value === index ? ' on' : ''}`} style={{ left, top }} disabled={!live.value} data-point={`curve${index}`}
-      aria-label={`Point ${index + 1}: in ${numberText(x)} dB, out ${numberText(y)} dB`} onFocus={() => (selectedRow.value = index)}
-      onPointerDown={(e) => (e.currentTarget.setPointerCapture(e.pointerId), gesture.hold())} onPointerMove={drag}
-      onPointerUp={() => gesture.drop()} onPointerCancel={() => gesture.drop()} onKeyDown={key} />
+    <button
+      class={`point small${selectedRow.value === index ? ' on' : ''}`}
+      style={{ left, top }}
+      disabled={!live.value}
+      data-point={`curve${index}`}
+      aria-label={`Point ${index + 1}: in ${numberText(x)} dB, out ${numberText(y)} dB`}
+      onFocus={() => (selectedRow.value = index)}
+      onPointerDown={(e) => (e.currentTarget.setPointerCapture(e.pointerId), gesture.hold())}
+      onPointerMove={drag}
+      onPointerUp={() => gesture.drop()}
+      onPointerCancel={() => gesture.drop()}
+      onKeyDown={key}
+    />
   );
 }

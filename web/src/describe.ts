@@ -94,7 +94,9 @@ function partner(all: Reading[], x: Reading, fits: (p: Param) => boolean): Readi
   const named = fitting.find((r) => sharesWord(r.param, x.param));
   if (named) return named;
   if (all.filter((r) => isFrequency(r.param)).length > 1) return undefined;
-  const choosy = fitting.find((r) => all.some((c) => c.param.choices?.some((o) => o.readings?.some((e) => e.as === null && all[e.entry] === r))));
+  const choosy = fitting.find((r) =>
+    all.some((c) => c.param.choices?.some((o) => o.readings?.some((e) => e.as === null && all[e.entry] === r))),
+  );
   return choosy ?? fitting.find((r) => all.indexOf(r) > all.indexOf(x)) ?? fitting.at(-1);
 }
 
@@ -116,7 +118,13 @@ function rowHandles(t: Table, rows: unknown[]): Handle[] {
     const row = rowOf(t, raw);
     const off = t.columns.some((c) => c.kind === 'flag' && !c.unused && isOn(row[c.name]) !== flagMeansOn(c));
     const bind: Bind = (r) => ({ path: cellPath(t, i, r.param, raw), param: r.as, value: Number(row[r.param.name]) });
-    return handlesIn(readings(t.columns, row), bind).map((h) => ({ ...h, key: `${t.name}${i}`, label: String(i + 1), row: i, off }));
+    return handlesIn(readings(t.columns, row), bind).map((h) => ({
+      ...h,
+      key: `${t.name}${i}`,
+      label: String(i + 1),
+      row: i,
+      off,
+    }));
   });
 }
 
@@ -155,7 +163,12 @@ function covers(n: PinName, pin: number, count: number): boolean {
   return pin >= at(n.first) && pin <= at(n.last) && (pin - at(n.first)) % n.every === 0;
 }
 
-export function pinName(type: BlockType | undefined, side: 'input' | 'output', pin: number, count: number): PinName | undefined {
+export function pinName(
+  type: BlockType | undefined,
+  side: 'input' | 'output',
+  pin: number,
+  count: number,
+): PinName | undefined {
   return type?.pins.named.find((n) => n.side === side && covers(n, pin, count));
 }
 

@@ -38,20 +38,42 @@ function SaveDialog({ list }: { list: Change[] }) {
     <dialog ref={ref} class="save" aria-labelledby="save-title" onClose={close}>
       <h2 id="save-title">Save to {fileName()}</h2>
       {list.length === 0 && <p class="empty">The file already says all of this.</p>}
-      {list.length > 0 && (
-        <div class="scroll" tabIndex={0}>
-          <table>
-            <thead><tr><th scope="col">Parameter</th><th scope="col">In the file</th><th scope="col">Now</th></tr></thead>
-            <tbody>{list.map((c) => <tr key={c.path}><th scope="row">{c.path}</th><td class="was">{c.was}</td><td>{c.is}</td></tr>)}</tbody>
-          </table>
-        </div>
-      )}
+      {list.length > 0 && <Changes list={list} />}
       <footer>
-        <button class="quiet" onClick={() => void drop()} disabled={!state.value?.fileChanged && list.length === 0}>Go back to the file</button>
+        <button class="quiet" onClick={() => void drop()} disabled={!state.value?.fileChanged && list.length === 0}>
+          Go back to the file
+        </button>
         <button onClick={close}>Cancel</button>
-        <button class="primary" onClick={() => void write()} autofocus>Save</button>
+        <button class="primary" onClick={() => void write()} autofocus>
+          Save
+        </button>
       </footer>
     </dialog>
+  );
+}
+
+function Changes({ list }: { list: Change[] }) {
+  return (
+    <div class="scroll" tabIndex={0}>
+      <table>
+        <thead>
+          <tr>
+            <th scope="col">Parameter</th>
+            <th scope="col">In the file</th>
+            <th scope="col">Now</th>
+          </tr>
+        </thead>
+        <tbody>
+          {list.map((c) => (
+            <tr key={c.path}>
+              <th scope="row">{c.path}</th>
+              <td class="was">{c.was}</td>
+              <td>{c.is}</td>
+            </tr>
+          ))}
+        </tbody>
+      </table>
+    </div>
   );
 }
 
@@ -67,7 +89,9 @@ function TokenDialog() {
         <h2 id="token-title">Token</h2>
         <p>The program printed it when it started.</p>
         <input type="text" name="token" aria-labelledby="token-title" autocomplete="off" spellcheck={false} autofocus />
-        <footer><button class="primary">Connect</button></footer>
+        <footer>
+          <button class="primary">Connect</button>
+        </footer>
       </form>
     </dialog>
   );

@@ -1,7 +1,7 @@
 // The schematic: blocks are buttons, wires and their levels are drawn on a canvas below them.
 import { computed, signal } from '@preact/signals';
 import { useEffect, useRef } from 'preact/hooks';
-import { Icon } from './icons';
+import { Tool } from './icons';
 import { neighbour, plan, type Line, type Plan } from './layout';
 import { clamp, levelText } from './numbers';
 import { isBypassed, onFrame, selected, state, stream, typeOf } from './store';
@@ -12,7 +12,13 @@ const EMPTY: Plan = { nodes: [], lines: [], width: 0, height: 0 };
 // The plan depends on blocks, pins and wires only; sets and meters leave it alone.
 const shape = computed(() => {
   const s = state.value;
-  return s ? JSON.stringify([s.order, s.order.map((id) => [s.blocks[id]!.type, s.blocks[id]!.inputs, s.blocks[id]!.outputs]), s.wires]) : '';
+  return s
+    ? JSON.stringify([
+        s.order,
+        s.order.map((id) => [s.blocks[id]!.type, s.blocks[id]!.inputs, s.blocks[id]!.outputs]),
+        s.wires,
+      ])
+    : '';
 });
 const drawn = computed(() => (shape.value && state.peek() ? plan(state.peek()!) : EMPTY));
 
@@ -65,26 +71,37 @@ export function Graph() {
     <section class="graph" aria-label="Schematic" ref={root}>
       <canvas ref={canvas} aria-hidden="true" />
       <Nodes />
-      {empty && <p class="empty">This schematic has no blocks yet. Add some in the file; they appear here when it is saved.</p>}
+      {empty && (
+        <p class="empty">This schematic has no blocks yet. Add some in the file; they appear here when it is saved.</p>
+      )}
       <div class="tools">
-        <button class="icon-button" onClick={() => zoom(1.25)} aria-label="Zoom in" title="Zoom in (+)"><Icon name="plus" /></button>
-        <button class="icon-button" onClick={() => zoom(0.8)} aria-label="Zoom out" title="Zoom out (−)"><Icon name="minus" /></button>
-        <button class="icon-button" onClick={fit} aria-label="Fit the schematic" title="Fit (0)"><Icon name="fit" /></button>
+        <Tool icon="plus" label="Zoom in" title="Zoom in (+)" onClick={() => zoom(1.25)} />
+        <Tool icon="minus" label="Zoom out" title="Zoom out (−)" onClick={() => zoom(0.8)} />
+        <Tool icon="fit" label="Fit the schematic" title="Fit (0)" onClick={fit} />
       </div>
-      <div class="legend" aria-hidden="true"><span class="signal-key">signal</span><span class="control-key">control</span></div>
+      <div class="legend" aria-hidden="true">
+        <span class="signal-key">signal</span>
+        <span class="control-key">control</span>
+      </div>
     </section>
   );
 }
 
 function Nodes() {
   const layer = useRef<HTMLDivElement>(null);
-  useEffect(() => view.subscribe(({ x, y, k }) => {
-    layer.current!.style.transform = `translate(${x}px, ${y}px) scale(${k})`;
-    layer.current!.classList.toggle('far', k < 0.76); // names alone, larger
-  }), []);
+  useEffect(
+    () =>
+      view.subscribe(({ x, y, k }) => {
+        layer.current!.style.transform = `translate(${x}px, ${y}px) scale(${k})`;
+        layer.current!.classList.toggle('far', k < 0.76); // names alone, larger
+      }),
+    [],
+  );
   return (
     <div class="nodes" ref={layer} onKeyDown={arrows}>
-      {drawn.value.nodes.map((n) => <NodeBox key={n.id} {...n} />)}
+      {drawn.value.nodes.map((n) => (
+        <NodeBox key={n.id} {...n} />
+      ))}
     </div>
   );
 }
@@ -94,16 +111,36 @@ function NodeBox({ id, x, y, width, height }: Plan['nodes'][number]) {
   const b = s.blocks[id];
   const title = s.schematic.blocks?.[id]?.title;
   const place = { left: `${x}px`, top: `${y}px`, width: `${width}px`, height: `${height}px` };
-  if (!b) return <div class="node end" style={place}><b>{id}</b></div>;
+  if (!b)
+    return (
+      <div class="node end" style={place}>
+        <b>{id}</b>
+      </div>
+    );
   const off = isBypassed(id);
   const what = title ?? typeOf(b.type)?.summary ?? b.type;
   const bad = s.problems.some((p) => p.where.startsWith(`/blocks/${id}/`) && !p.warning);
   const on = selected.value === id;
   return (
-    <button class={`node${on ? ' on' : ''}${off ? ' off' : ''}${bad ? ' bad' : ''}`} style={place} data-block={id}
-      aria-pressed={on} aria-label={`${id}, ${what}${off ? ', bypassed' : ''}`} title={what}
-      tabIndex={on ? 0 : -1} onClick={() => choose(id)}>
-      <b>{id.split(/(?<=[_-])/).map((part) => <>{part}<wbr /></>)}</b><small>{off ? 'bypassed' : what}</small>
+    <button
+      class={`node${on ? ' on' : ''}${off ? ' off' : ''}${bad ? ' bad' : ''}`}
+      style={place}
+      data-block={id}
+      aria-pressed={on}
+      aria-label={`${id}, ${what}${off ? ', bypassed' : ''}`}
+      title={what}
+      tabIndex={on ? 0 : -1}
+      onClick={() => choose(id)}
+    >
+      <b>
+        {id.split(/(?<=[_-])/).map((part) => (
+          <>
+            {part}
+            <wbr />
+          </>
+        ))}
+      </b>
+      <small>{off ? 'bypassed' : what}</small>
     </button>
   );
 }
@@ -117,7 +154,9 @@ function choose(id: string): void {
 }
 
 function arrows(e: KeyboardEvent): void {
-  const way = ({ ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] } as Record<string, [number, number]>)[e.key];
+  const way = (
+    { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] } as Record<string, [number, number]>
+  )[e.key];
   if (way) {
     const blocks = drawn.peek().nodes.filter((n) => n.inputs + n.outputs > 0 && state.peek()?.blocks[n.id]);
     const next = neighbour(blocks, selected.peek(), ...way);
@@ -132,7 +171,9 @@ function arrows(e: KeyboardEvent): void {
 export function focusBlock(id: string): void {
   selected.value = id;
   reveal(id);
-  requestAnimationFrame(() => document.querySelector<HTMLElement>(`[data-block="${id}"]`)?.focus({ preventScroll: true }));
+  requestAnimationFrame(() =>
+    document.querySelector<HTMLElement>(`[data-block="${id}"]`)?.focus({ preventScroll: true }),
+  );
 }
 
 function watchSize(root: HTMLElement): () => void {
@@ -162,7 +203,11 @@ function steer(root: HTMLElement): () => void {
     if (!other) return pan(e.clientX - old[0], e.clientY - old[1]);
     const far = (p: [number, number]): number => Math.hypot(p[0] - other[0], p[1] - other[1]);
     const r = root.getBoundingClientRect();
-    zoom(far([e.clientX, e.clientY]) / Math.max(1, far(old)), (e.clientX + other[0]) / 2 - r.left, (e.clientY + other[1]) / 2 - r.top);
+    zoom(
+      far([e.clientX, e.clientY]) / Math.max(1, far(old)),
+      (e.clientX + other[0]) / 2 - r.left,
+      (e.clientY + other[1]) / 2 - r.top,
+    );
   };
   const up = (e: PointerEvent): void => void fingers.delete(e.pointerId);
   const wheel = (e: WheelEvent): void => {
@@ -184,7 +229,18 @@ function drawOnFrames(canvas: HTMLCanvasElement): () => void {
   let last = '';
   return onFrame((now) => {
     const v = view.peek();
-    const mark = [stream.meterCount, v.x, v.y, v.k, box.width, box.height, selected.peek(), shape.peek().length, colours.peek().text, drawn.peek().width].join();
+    const mark = [
+      stream.meterCount,
+      v.x,
+      v.y,
+      v.k,
+      box.width,
+      box.height,
+      selected.peek(),
+      shape.peek().length,
+      colours.peek().text,
+      drawn.peek().width,
+    ].join();
     if (mark === last || !box.width) return;
     last = mark;
     drawWires(canvas, colours.peek(), now);

@@ -15,7 +15,31 @@ const PATHS = {
 export function Icon({ name }: { name: keyof typeof PATHS }) {
   return (
     <svg class="icon" viewBox="0 0 16 16" width="16" height="16" aria-hidden="true">
-      <path d={PATHS[name]} fill="none" stroke="currentColor" stroke-width="1.5" stroke-linecap="round" stroke-linejoin="round" />
+      <path
+        d={PATHS[name]}
+        fill="none"
+        stroke="currentColor"
+        stroke-width="1.5"
+        stroke-linecap="round"
+        stroke-linejoin="round"
+      />
     </svg>
+  );
+}
+
+interface ToolProps {
+  icon: keyof typeof PATHS;
+  label: string;
+  title?: string;
+  disabled?: boolean;
+  onClick: () => void;
+}
+
+// A button with an icon alone.
+export function Tool({ icon, label, title = label, disabled = false, onClick }: ToolProps) {
+  return (
+    <button class="icon-button" onClick={onClick} disabled={disabled} aria-label={label} title={title}>
+      <Icon name={icon} />
+    </button>
   );
 }

@@ -59,7 +59,15 @@ function sizes(state: State): Omit<Node, 'x' | 'y'>[] {
 
 export function plan(state: State): Plan {
   const g = new Graph();
-  g.setGraph({ rankdir: 'LR', nodesep: 18, ranksep: 50, edgesep: 10, marginx: 24, marginy: 24, ranker: 'network-simplex' });
+  g.setGraph({
+    rankdir: 'LR',
+    nodesep: 18,
+    ranksep: 50,
+    edgesep: 10,
+    marginx: 24,
+    marginy: 24,
+    ranker: 'network-simplex',
+  });
   g.setDefaultEdgeLabel(() => ({}));
   const boxes = sizes(state);
   for (const n of boxes) g.setNode(n.id, { width: n.width, height: n.height });

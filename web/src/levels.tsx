@@ -13,12 +13,21 @@ const share = (db: number): number => clamp((db - FLOOR) / -FLOOR, 0, 1);
 export function Levels() {
   return (
     <section class="levels" aria-label="Levels">
-      <header><h2>Levels</h2><span class="unit">dBFS</span></header>
+      <header>
+        <h2>Levels</h2>
+        <span class="unit">dBFS</span>
+      </header>
       <div class="scroll">
         <Scale />
-        {inputs.value.map((p) => <Meter key={p} pin={p} />)}
-        {outputs.value.map((p) => <Meter key={p} pin={p} output />)}
-        {inputs.value.length + outputs.value.length === 0 && <p class="empty">Nothing is wired to the inputs and outputs.</p>}
+        {inputs.value.map((p) => (
+          <Meter key={p} pin={p} />
+        ))}
+        {outputs.value.map((p) => (
+          <Meter key={p} pin={p} output />
+        ))}
+        {inputs.value.length + outputs.value.length === 0 && (
+          <p class="empty">Nothing is wired to the inputs and outputs.</p>
+        )}
       </div>
       <Engine />
     </section>
@@ -28,7 +37,14 @@ export function Levels() {
 function Scale() {
   return (
     <div class="meter scale" aria-hidden="true">
-      <span /><span class="ticks">{[-60, -40, -20, 0].map((v) => <i key={v} style={{ left: `${100 * share(v)}%` }}>{String(v).replace('-', '−')}</i>)}</span>
+      <span />
+      <span class="ticks">
+        {[-60, -40, -20, 0].map((v) => (
+          <i key={v} style={{ left: `${100 * share(v)}%` }}>
+            {String(v).replace('-', '−')}
+          </i>
+        ))}
+      </span>
     </div>
   );
 }
@@ -41,9 +57,24 @@ function Meter({ pin, output }: { pin: string; output?: boolean }) {
   return (
     <div class={`meter${muted ? ' muted' : ''}`} ref={row} data-meter={pin}>
       <span class="name">{pin.replace('.', ' ')}</span>
-      <span class="level"><i class="rest" /><i class="mean" /><i class="hold" /></span>
+      <span class="level">
+        <i class="rest" />
+        <i class="mean" />
+        <i class="hold" />
+      </span>
       <b class="peak">−∞</b>
-      {output && <button class="solo" aria-pressed={on} disabled={!live.value} aria-label={`Solo ${pin}`} title={`Hear ${pin} alone`} onClick={() => solo(pin)}>S</button>}
+      {output && (
+        <button
+          class="solo"
+          aria-pressed={on}
+          disabled={!live.value}
+          aria-label={`Solo ${pin}`}
+          title={`Hear ${pin} alone`}
+          onClick={() => solo(pin)}
+        >
+          S
+        </button>
+      )}
     </div>
   );
 }
@@ -83,10 +114,27 @@ function Engine() {
   if (!s) return null;
   return (
     <dl class="engine">
-      <div><dt>Load</dt><dd class={s.worstLoad > 0.9 ? 'over' : ''} title={`at worst ${percent(s.worstLoad)}`}>{percent(s.load)}<small>max {percent(s.worstLoad)}</small></dd></div>
-      <div><dt>Dropouts</dt><dd class={s.xruns ? 'over' : ''}>{s.xruns}</dd></div>
-      <div><dt>Rate</dt><dd>{rate.value / 1000} kHz<small>{s.period} frames</small></dd></div>
-      <div class="wide"><dt>Device</dt><dd title={s.device}>{s.playing ? s.device || 'none' : 'stopped'}</dd></div>
+      <div>
+        <dt>Load</dt>
+        <dd class={s.worstLoad > 0.9 ? 'over' : ''} title={`at worst ${percent(s.worstLoad)}`}>
+          {percent(s.load)}
+          <small>max {percent(s.worstLoad)}</small>
+        </dd>
+      </div>
+      <div>
+        <dt>Dropouts</dt>
+        <dd class={s.xruns ? 'over' : ''}>{s.xruns}</dd>
+      </div>
+      <div>
+        <dt>Rate</dt>
+        <dd>
+          {rate.value / 1000} kHz<small>{s.period} frames</small>
+        </dd>
+      </div>
+      <div class="wide">
+        <dt>Device</dt>
+        <dd title={s.device}>{s.playing ? s.device || 'none' : 'stopped'}</dd>
+      </div>
     </dl>
   );
 }

@@ -20,7 +20,11 @@ function App() {
     <div class={`app tab-${tab.value}${state.value && !live.value ? ' stale' : ''}`}>
       <Bar />
       <Banners />
-      {state.value ? <Work /> : <p class="start">{connection.value === 'connecting' ? 'Connecting…' : 'Not connected.'}</p>}
+      {state.value ? (
+        <Work />
+      ) : (
+        <p class="start">{connection.value === 'connecting' ? 'Connecting…' : 'Not connected.'}</p>
+      )}
       <Notes />
       <Dialogs />
     </div>
@@ -47,9 +51,22 @@ const TABS = ['graph', 'block', 'response', 'levels'] as const;
 function Tabs() {
   const at = TABS.indexOf(tab.value);
   return (
-    <nav class="tabs" role="tablist" aria-label="Parts" onKeyDown={(e) => turn(e, at, TABS.length, (i) => (tab.value = TABS[i]!))}>
+    <nav
+      class="tabs"
+      role="tablist"
+      aria-label="Parts"
+      onKeyDown={(e) => turn(e, at, TABS.length, (i) => (tab.value = TABS[i]!))}
+    >
       {TABS.map((t, i) => (
-        <button key={t} role="tab" aria-selected={i === at} tabIndex={i === at ? 0 : -1} onClick={() => (tab.value = t)}>{t[0]!.toUpperCase() + t.slice(1)}</button>
+        <button
+          key={t}
+          role="tab"
+          aria-selected={i === at}
+          tabIndex={i === at ? 0 : -1}
+          onClick={() => (tab.value = t)}
+        >
+          {t[0]!.toUpperCase() + t.slice(1)}
+        </button>
       ))}
     </nav>
   );
@@ -58,7 +75,11 @@ function Tabs() {
 function Notes() {
   return (
     <div class="notes" role="status" aria-live="polite">
-      {notes.value.map((n) => <button key={n.id} class={n.bad ? 'bad' : ''} onClick={() => dismiss(n.id)} title="Dismiss">{n.text}</button>)}
+      {notes.value.map((n) => (
+        <button key={n.id} class={n.bad ? 'bad' : ''} onClick={() => dismiss(n.id)} title="Dismiss">
+          {n.text}
+        </button>
+      ))}
     </div>
   );
 }

@@ -1,12 +1,40 @@
 // The panel of the chosen block: bypass, its parameters and tables, all from the description.
 import { Control, hint, NumberField } from './controls';
 import { CurvePlot } from './curve';
-import { canGrow, cellPath, isList, isMatrix, isOn, mayHaveCurve, paramsOf, pinName, readings, rowOf, rowSummary, rowsOf, tablesOf } from './describe';
+import {
+  canGrow,
+  cellPath,
+  isList,
+  isMatrix,
+  isOn,
+  mayHaveCurve,
+  paramsOf,
+  pinName,
+  readings,
+  rowOf,
+  rowSummary,
+  rowsOf,
+  tablesOf,
+} from './describe';
 import { focusBlock } from './graph';
 import { Icon } from './icons';
-import { block, blockType, bypass, change, detectors, isBypassed, live, paramsOfBlock, problemText, selected, selectedRow, setWarnings, state } from './store';
+import {
+  block,
+  blockType,
+  bypass,
+  change,
+  detectors,
+  isBypassed,
+  live,
+  paramsOfBlock,
+  problemText,
+  selected,
+  selectedRow,
+  setWarnings,
+  state,
+} from './store';
 import type { BlockType, Cell, Params, Problem, Row, Table, Value } from './types';
-import { levelText } from './numbers';
+import { levelText, withUnit } from './numbers';
 
 export function Panel() {
   const id = selected.value;
@@ -14,7 +42,9 @@ export function Panel() {
   return (
     <section class="panel" aria-label="Block">
       {id && type ? <Chosen key={id} id={id} type={type} /> : <p class="empty">Choose a block in the schematic.</p>}
-      <p class="hint" aria-live="polite">{hint.value || 'Point at a parameter to read what it does.'}</p>
+      <p class="hint" aria-live="polite">
+        {hint.value || 'Point at a parameter to read what it does.'}
+      </p>
     </section>
   );
 }
@@ -33,12 +63,24 @@ function Chosen({ id, type }: { id: string; type: BlockType }) {
         {nothing && <p class="empty">This block has no parameters.</p>}
         {entries.some(Boolean) && (
           <div class="controls">
-            {entries.map((r, i) => r && (
-              <Control key={r.param.name} id={id} path={r.param.name} reading={r} value={params[r.param.name]} also={(v) => resized(id, type, i, v)} />
-            ))}
+            {entries.map(
+              (r, i) =>
+                r && (
+                  <Control
+                    key={r.param.name}
+                    id={id}
+                    path={r.param.name}
+                    reading={r}
+                    value={params[r.param.name]}
+                    also={(v) => resized(id, type, i, v)}
+                  />
+                ),
+            )}
           </div>
         )}
-        {tablesOf(type).map((t) => <TableOf key={t.name} id={id} type={type} table={t} params={params} />)}
+        {tablesOf(type).map((t) => (
+          <TableOf key={t.name} id={id} type={type} table={t} params={params} />
+        ))}
       </div>
     </>
   );
@@ -52,39 +94,70 @@ function Head({ id, type }: { id: string; type: BlockType }) {
     <header class="head">
       <div class="titles">
         <select class="pick" aria-label="Block" value={id} onChange={(e) => focusBlock(e.currentTarget.value)}>
-          {s.order.map((o) => <option key={o} value={o}>{o}</option>)}
+          {s.order.map((o) => (
+            <option key={o} value={o}>
+              {o}
+            </option>
+          ))}
         </select>
-        <p><span>{type.summary}</span><code>{type.name}</code></p>
+        <p>
+          <span>{type.summary}</span>
+          <code>{type.name}</code>
+        </p>
         {note && <p class="note">{note}</p>}
       </div>
       {block.value?.bypassable && (
-        <button class="toggle" aria-pressed={off} disabled={!live.value} onClick={() => bypass(id, !off)}
-          title="Inputs go straight to the outputs">Bypass</button>
+        <button
+          class="toggle"
+          aria-pressed={off}
+          disabled={!live.value}
+          onClick={() => bypass(id, !off)}
+          title="Inputs go straight to the outputs"
+        >
+          Bypass
+        </button>
       )}
     </header>
   );
 }
 
 function Warnings({ id }: { id: string }) {
-  const here = (p: Problem): boolean => p.where.startsWith(`/blocks/${id}/`) || p.where.startsWith(`/set/${id}.`) || p.where.startsWith(`${id}.`);
+  const here = (p: Problem): boolean =>
+    p.where.startsWith(`/blocks/${id}/`) || p.where.startsWith(`/set/${id}.`) || p.where.startsWith(`${id}.`);
   const all = [...(state.value?.warnings ?? []), ...(state.value?.problems ?? []), ...setWarnings.value].filter(here);
   const texts = [...new Set(all.map(problemText))];
-  return texts.length ? <ul class="warnings">{texts.map((t) => <li key={t}>{t}</li>)}</ul> : null;
+  return texts.length ? (
+    <ul class="warnings">
+      {texts.map((t) => (
+        <li key={t}>{t}</li>
+      ))}
+    </ul>
+  ) : null;
 }
 
 function Detectors({ id }: { id: string }) {
   const levels = detectors.value[id];
   if (!levels) return null;
+  const hz = bandNames(id, levels.length);
   return (
     <div class="detectors" role="group" aria-label="Detected levels">
       {levels.map((db, i) => (
-        <span key={i} title={`level ${i + 1}: ${levelText(db)} dB`}>
+        <span key={i} title={`${hz[i] ?? `level ${i + 1}`}: ${levelText(db)} dB`}>
           <i ref={(el) => el?.style.setProperty('--level', String(Math.min(1, Math.max(0, (db + 120) / 120))))} />
           <b>{levelText(db)}</b>
+          {hz[i] && <small>{hz[i]}</small>}
         </span>
       ))}
     </div>
   );
+}
+
+// The frequencies of measured bands, where a table has one for each.
+function bandNames(id: string, count: number): string[] {
+  const table = blockType.value && tablesOf(blockType.value).find((t) => t.columns.some((c) => c.unit === 'Hz'));
+  const rows = table ? rowsOf(table, paramsOfBlock(id)[table.name]).map((r) => rowOf(table, r)) : [];
+  const column = table?.columns.find((c) => c.unit === 'Hz')?.name ?? '';
+  return rows.length === count ? rows.map((r) => withUnit(Number(r[column]), 'Hz')) : [];
 }
 
 // ---- tables
@@ -97,7 +170,9 @@ function resized(id: string, type: BlockType, entry: number, value: Value): Para
   const rows = table.rowsEntry === entry ? Number(value) : old.length;
   const columns = table.columnsEntry === entry ? Number(value) : (old[0]?.length ?? 0);
   const cell = (i: number, k: number): Cell => old[i]?.[k] ?? table.columns[0]!.default;
-  return { [table.name]: Array.from({ length: rows }, (_, i) => Array.from({ length: columns }, (_, k) => cell(i, k))) };
+  return {
+    [table.name]: Array.from({ length: rows }, (_, i) => Array.from({ length: columns }, (_, k) => cell(i, k))),
+  };
 }
 
 interface TableProps {
@@ -112,7 +187,10 @@ function TableOf({ id, type, table, params }: TableProps) {
   const Shape = isMatrix(table) ? Matrix : isList(table) ? List : Rows;
   return (
     <section class="table" aria-label={table.name}>
-      <h3>{table.name}<small>{table.help}</small></h3>
+      <h3>
+        {table.name}
+        <small>{table.help}</small>
+      </h3>
       {rows.length === 0 && <p class="empty">No rows.</p>}
       <Shape id={id} type={type} table={table} rows={rows} />
       {canGrow(table) && <Grow id={id} table={table} rows={rows} />}
@@ -135,14 +213,24 @@ function List({ id, type, table, rows }: ShapeProps) {
   const first = Math.min(Math.floor(selectedRow.value / PAGE) * PAGE, Math.max(0, rows.length - 1));
   const side = table.rowsPer === 'input' ? 'input' : 'output';
   const b = block.value;
-  const label = (i: number): string => (b && table.rowsPer && pinName(type, side, i, rows.length)?.name) || `${param.name} ${i + (table.rowsPer ? 0 : 1)}`;
+  const label = (i: number): string =>
+    (b && table.rowsPer && pinName(type, side, i, rows.length)?.name) || `${param.name} ${i + (table.rowsPer ? 0 : 1)}`;
   return (
     <>
       <div class="controls">
         {rows.slice(first, first + PAGE).map((raw, k) => {
           const reading = { param, as: param, read: !param.unused, why: '' };
           const value = rowOf(table, raw)[param.name];
-          return <Control key={first + k} id={id} path={cellPath(table, first + k, param, raw)} reading={reading} value={value} label={label(first + k)} />;
+          return (
+            <Control
+              key={first + k}
+              id={id}
+              path={cellPath(table, first + k, param, raw)}
+              reading={reading}
+              value={value}
+              label={label(first + k)}
+            />
+          );
         })}
       </div>
       {rows.length > PAGE && <Pages first={first} count={rows.length} />}
@@ -153,9 +241,15 @@ function List({ id, type, table, rows }: ShapeProps) {
 function Pages({ first, count }: { first: number; count: number }) {
   return (
     <p class="pages">
-      <button disabled={first === 0} onClick={() => (selectedRow.value = first - PAGE)}>Previous</button>
-      <span>{first + 1} to {Math.min(count, first + PAGE)} of {count}</span>
-      <button disabled={first + PAGE >= count} onClick={() => (selectedRow.value = first + PAGE)}>Next</button>
+      <button disabled={first === 0} onClick={() => (selectedRow.value = first - PAGE)}>
+        Previous
+      </button>
+      <span>
+        {first + 1} to {Math.min(count, first + PAGE)} of {count}
+      </span>
+      <button disabled={first + PAGE >= count} onClick={() => (selectedRow.value = first + PAGE)}>
+        Next
+      </button>
     </p>
   );
 }
@@ -163,18 +257,29 @@ function Pages({ first, count }: { first: number; count: number }) {
 function Matrix({ id, table, rows }: ShapeProps) {
   const param = table.columns[0]!;
   return (
-    <div class="matrix" role="grid" aria-label={`${table.name}${param.unit ? `, ${param.unit}` : ''}`}>
+    <div class="matrix" role="table" aria-label={`${table.name}${param.unit ? `, ${param.unit}` : ''}`}>
       <div role="row">
-        <span class="name" />
-        {((rows[0] ?? []) as Cell[]).map((_, k) => <span class="name" role="columnheader" key={k}>{k}</span>)}
+        <span class="name" role="columnheader" aria-label="from" />
+        {((rows[0] ?? []) as Cell[]).map((_, k) => (
+          <span class="name" role="columnheader" key={k}>
+            {k}
+          </span>
+        ))}
       </div>
       {rows.map((row, i) => (
         <div role="row" key={i}>
-          <span class="name" role="rowheader">{i}</span>
+          <span class="name" role="rowheader">
+            {i}
+          </span>
           {(row as Cell[]).map((v, k) => (
-            <span role="gridcell" key={k} data-path={`${id}.${table.name}[${i}][${k}]`}>
-              <NumberField name={`${table.name} ${i} to ${k}`} param={{ ...param, unit: '' }} value={Number(v)} disabled={!live.value}
-                set={(n) => change(id, { [`${table.name}[${i}][${k}]`]: n })} />
+            <span role="cell" key={k} data-path={`${id}.${table.name}[${i}][${k}]`}>
+              <NumberField
+                name={`${table.name} ${i} to ${k}`}
+                param={{ ...param, unit: '' }}
+                value={Number(v)}
+                disabled={!live.value}
+                set={(n) => change(id, { [`${table.name}[${i}][${k}]`]: n })}
+              />
             </span>
           ))}
         </div>
@@ -213,13 +318,23 @@ function RowOf({ id, table, raw, index, open }: RowProps) {
   return (
     <li class={`${open ? 'open' : ''}${off ? ' off' : ''}`}>
       <button class="row" aria-expanded={open} onClick={() => (selectedRow.value = index)}>
-        <b>{index + 1}</b><RowCells table={table} row={row} />
+        <b>{index + 1}</b>
+        <RowCells table={table} row={row} />
       </button>
       {open && (
         <div class="controls">
-          {readings(table.columns, row).map((r) => r && (
-            <Control key={r.param.name} id={id} path={cellPath(table, index, r.param, raw)} reading={r} value={row[r.param.name]} />
-          ))}
+          {readings(table.columns, row).map(
+            (r) =>
+              r && (
+                <Control
+                  key={r.param.name}
+                  id={id}
+                  path={cellPath(table, index, r.param, raw)}
+                  reading={r}
+                  value={row[r.param.name]}
+                />
+              ),
+          )}
         </div>
       )}
     </li>
@@ -228,7 +343,15 @@ function RowOf({ id, table, raw, index, open }: RowProps) {
 
 function RowCells({ table, row }: { table: Table; row: Row }) {
   const cells = rowSummary(table, row);
-  return <>{cells.map((c) => <span key={c.name} class={c.number ? 'n' : 't'}>{c.text}</span>)}</>;
+  return (
+    <>
+      {cells.map((c) => (
+        <span key={c.name} class={c.number ? 'n' : 't'}>
+          {c.text}
+        </span>
+      ))}
+    </>
+  );
 }
 
 // Rows are added after the chosen one and start as the table's columns do.
@@ -240,17 +363,30 @@ function Grow({ id, table, rows }: { id: string; table: Table; rows: unknown[] }
   };
   return (
     <p class="grow">
-      <button disabled={!live.value || rows.length >= (table.maxRows ?? 0)}
-        onClick={() => put(rows.toSpliced(at + 1, 0, freshRow(table, rows[at])), at + 1)}><Icon name="plus" />Add a row</button>
-      <button disabled={!live.value || rows.length <= (table.minRows ?? 0)}
-        onClick={() => put(rows.toSpliced(at, 1), at - 1)}><Icon name="trash" />Remove row {at + 1}</button>
+      <button
+        disabled={!live.value || rows.length >= (table.maxRows ?? 0)}
+        onClick={() => put(rows.toSpliced(at + 1, 0, freshRow(table, rows[at])), at + 1)}
+      >
+        <Icon name="plus" />
+        Add a row
+      </button>
+      <button
+        disabled={!live.value || rows.length <= (table.minRows ?? 0)}
+        onClick={() => put(rows.toSpliced(at, 1), at - 1)}
+      >
+        <Icon name="trash" />
+        Remove row {at + 1}
+      </button>
     </p>
   );
 }
 
 export function freshRow(table: Table, like: unknown): Row | Cell | Cell[] {
-  const cells = table.columns.map((c): Cell => (c.choices ? c.choices[0]!.name : c.kind === 'flag' ? c.default !== 0 : c.unit === 'dB' ? 0 : c.default));
+  const cells = table.columns.map((c): Cell =>
+    c.choices ? c.choices[0]!.name : c.kind === 'flag' ? c.default !== 0 : c.unit === 'dB' ? 0 : c.default,
+  );
   if (Array.isArray(like)) return cells;
-  if (typeof like === 'object' || table.columns.length > 1) return Object.fromEntries(table.columns.map((c, i) => [c.name, cells[i]!]));
+  if (typeof like === 'object' || table.columns.length > 1)
+    return Object.fromEntries(table.columns.map((c, i) => [c.name, cells[i]!]));
   return cells[0]!;
 }

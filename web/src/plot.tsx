@@ -3,13 +3,26 @@
 import { computed, effect, signal } from '@preact/signals';
 import { useEffect, useMemo, useRef } from 'preact/hooks';
 import uPlot from 'uplot';
-import { turn } from './controls';
+import { Segments } from './controls';
 import { handlesOf, tablesOf, canGrow, rowsOf } from './describe';
 import { Icon } from './icons';
 import { clamp, numberText, withUnit } from './numbers';
 import { Points } from './points';
 import { around, fromPin, inputs, outputs, response, source, targets, toPin } from './response';
-import { ask, blockType, change, listenTo, live, onFrame, paramsOfBlock, rate, selected, selectedRow, state, stream } from './store';
+import {
+  ask,
+  blockType,
+  change,
+  listenTo,
+  live,
+  onFrame,
+  paramsOfBlock,
+  rate,
+  selected,
+  selectedRow,
+  state,
+  stream,
+} from './store';
 import { colours, FONT, type Colours } from './theme';
 import type { Curve } from './types';
 import { freshRow } from './panel';
@@ -56,16 +69,37 @@ const curves = computed((): Drawn[] => {
   const out: Drawn[] = [];
   const own = r.responses[selected.value];
   if (shows('bands') && !phase.value) {
-    own?.bands?.forEach((b, i) => b.db && out.push({ key: `band ${i}`, colour: 'accent', width: 1, alpha: i === selectedRow.value ? 'b0' : '48', data: b.db }));
+    own?.bands?.forEach(
+      (b, i) =>
+        b.db &&
+        out.push({
+          key: `band ${i}`,
+          colour: 'accent',
+          width: 1,
+          alpha: i === selectedRow.value ? 'b0' : '48',
+          data: b.db,
+        }),
+    );
   }
   const ways = targets.value.flatMap((t) => pick(r.responses[t]) ?? []).length ? targets.value : [];
   if (shows('way')) {
     ways.forEach((t, i) => {
       const data = pick(r.responses[t]);
-      if (data) out.push({ key: t, colour: 'text', width: 1.5, alpha: ['e0', 'a0', '78', '58'][i % 4]!, data, ...(i > 3 && { dash: [6, 4] }) });
+      if (data)
+        out.push({
+          key: t,
+          colour: 'text',
+          width: 1.5,
+          alpha: ['e0', 'a0', '78', '58'][i % 4]!,
+          data,
+          ...(i > 3 && { dash: [6, 4] }),
+        });
     });
   }
-  return out.concat(speakerCurves(), pick(own) && shows('own') ? [{ key: 'own', colour: 'accent', width: 2.25, alpha: 'ff', data: pick(own)! }] : []);
+  return out.concat(
+    speakerCurves(),
+    pick(own) && shows('own') ? [{ key: 'own', colour: 'accent', width: 2.25, alpha: 'ff', data: pick(own)! }] : [],
+  );
 });
 
 function speakerCurves(): Drawn[] {
@@ -103,25 +137,69 @@ export const bounds = computed((): { lo: number; hi: number } => {
 
 const TICKS = [20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000];
 
-function options(c: Colours, drawn: Drawn[], width: number, height: number, readout: (u: uPlot) => void): uPlot.Options {
-  const axis = { stroke: c.muted, font: FONT(11), ticks: { show: false }, grid: { stroke: c.grid, width: 1 } };
+function options(
+  c: Colours,
+  drawn: Drawn[],
+  width: number,
+  height: number,
+  readout: (u: uPlot) => void,
+): uPlot.Options {
   return {
-    width, height, padding: [8, 0, 0, 0], legend: { show: false }, pxAlign: 0,
+    width,
+    height,
+    padding: [8, 0, 0, 0],
+    legend: { show: false },
+    pxAlign: 0,
     cursor: { y: false, drag: { x: false, y: false }, points: { show: false } },
-    scales: { x: { time: false, distr: 3, range: () => [LOW, high.peek()] }, y: { range: () => [bounds.peek().lo, bounds.peek().hi] }, spectrum: { range: () => [FLOOR, 0] } },
-    axes: [
-      { ...axis, size: 26, splits: () => TICKS, values: (_, v) => v.map((f) => (f >= 1000 ? `${f / 1000}k` : String(f))), filter: (_, v) => v },
-      { ...axis, size: 40, splits: (_u, _i, lo, hi) => splits(lo, hi), values: (_, v) => v.map((x) => numberText(x)) },
-      { ...axis, scale: 'spectrum', side: 1, size: 36, grid: { show: false }, splits: () => [-80, -60, -40, -20], values: (_, v) => v.map((x) => numberText(x)) },
+    scales: {
+      x: { time: false, distr: 3, range: () => [LOW, high.peek()] },
+      y: { range: () => [bounds.peek().lo, bounds.peek().hi] },
+      spectrum: { range: () => [FLOOR, 0] },
+    },
+    axes: axes(c),
+    series: [
+      {},
+      { scale: 'spectrum', show: true, points: { show: false } },
+      ...drawn.map((d) => ({
+        stroke: c[d.colour] + d.alpha,
+        width: d.width,
+        points: { show: false },
+        ...(d.dash && { dash: d.dash }),
+      })),
     ],
-    series: [{}, { scale: 'spectrum', show: true, points: { show: false } }, ...drawn.map((d) => ({ stroke: c[d.colour] + d.alpha, width: d.width, points: { show: false }, ...(d.dash && { dash: d.dash }) }))],
     hooks: { drawClear: [drawSpectra], setCursor: [readout], setSize: [measure], ready: [measure] },
   };
 }
 
+function axes(c: Colours): uPlot.Axis[] {
+  const axis = { stroke: c.muted, font: FONT(11), ticks: { show: false }, grid: { stroke: c.grid, width: 1 } };
+  return [
+    {
+      ...axis,
+      size: 26,
+      splits: () => TICKS,
+      values: (_, v) => v.map((f) => (f >= 1000 ? `${f / 1000}k` : String(f))),
+      filter: (_, v) => v,
+    },
+    { ...axis, size: 40, splits: (_u, _i, lo, hi) => splits(lo, hi), values: (_, v) => v.map((x) => numberText(x)) },
+    {
+      ...axis,
+      scale: 'spectrum',
+      side: 1,
+      size: 36,
+      grid: { show: false },
+      splits: () => [-80, -60, -40, -20],
+      values: (_, v) => v.map((x) => numberText(x)),
+    },
+  ];
+}
+
 function splits(lo: number, hi: number): number[] {
   const step = hi - lo > 200 ? 90 : hi - lo > 48 ? 12 : 6;
-  return Array.from({ length: Math.floor((hi - lo) / step) + 1 }, (_, i) => Math.ceil(lo / step) * step + i * step).filter((v) => v <= hi);
+  return Array.from(
+    { length: Math.floor((hi - lo) / step) + 1 },
+    (_, i) => Math.ceil(lo / step) * step + i * step,
+  ).filter((v) => v <= hi);
 }
 
 function measure(u: uPlot): void {
@@ -149,7 +227,9 @@ function spectrum(u: uPlot, db: number[] | undefined, colour: string, fill: stri
   ctx.rect(left, top, width, height);
   ctx.clip();
   ctx.beginPath();
-  db.forEach((v, i) => ctx.lineTo(left + (width * Math.log(hz[i]! / LOW)) / wide, top + height * clamp(v / FLOOR, 0, 1.02)));
+  db.forEach((v, i) =>
+    ctx.lineTo(left + (width * Math.log(hz[i]! / LOW)) / wide, top + height * clamp(v / FLOOR, 0, 1.02)),
+  );
   ctx.strokeStyle = colour + outline;
   ctx.lineWidth = devicePixelRatio || 1;
   ctx.stroke();
@@ -210,8 +290,13 @@ export function Plot() {
         <Legend />
         <Ways />
       </header>
-      <div class="area" ref={box} onDblClick={addRow}><Points /><span class="readout" ref={text} aria-hidden="true" /></div>
-      <p class="note" title={noteText()}>{noteText()}</p>
+      <div class="area" ref={box} onDblClick={addRow}>
+        <Points />
+        <span class="readout" ref={text} aria-hidden="true" />
+      </div>
+      <p class="note" title={noteText()}>
+        {noteText()}
+      </p>
     </section>
   );
 }
@@ -223,7 +308,11 @@ function noteText(): string {
     const note = response.value?.responses[key]?.note;
     if (note) by.set(note, [...(by.get(note) ?? []), key]);
   }
-  return [...by].map(([note, keys]) => (keys.length > 1 && keys.length === targets.value.length ? note : `${keys.join(', ')}: ${note}`)).join('; ');
+  return [...by]
+    .map(([note, keys]) =>
+      keys.length > 1 && keys.length === targets.value.length ? note : `${keys.join(', ')}: ${note}`,
+    )
+    .join('; ');
 }
 
 function readoutText(u: uPlot): string {
@@ -255,27 +344,52 @@ function Legend() {
   };
   return (
     <div class="chips" role="group" aria-label="Curves">
-      {has.filter(([, , there]) => there).map(([l, name]) => (
-        <button key={l} class={`chip ${l}`} aria-pressed={shows(l)} onClick={() => flip(l)}
-          title={l === 'before' || l === 'after' ? `spectrum ${l} the block` : name}><i />{name}</button>
-      ))}
+      {has
+        .filter(([, , there]) => there)
+        .map(([l, name]) => (
+          <button
+            key={l}
+            class={`chip ${l}`}
+            aria-pressed={shows(l)}
+            onClick={() => flip(l)}
+            title={l === 'before' || l === 'after' ? `spectrum ${l} the block` : name}
+          >
+            <i />
+            {name}
+          </button>
+        ))}
     </div>
   );
 }
 
 function Ways() {
-  const choose = (s: typeof fromPin) => (e: Event): void => void (s.value = (e.currentTarget as HTMLSelectElement).value);
+  const choose =
+    (s: typeof fromPin) =>
+    (e: Event): void =>
+      void (s.value = (e.currentTarget as HTMLSelectElement).value);
   return (
     <div class="ways">
-      {inputs.value.length > 1 && <select aria-label="From" value={source.value} onChange={choose(fromPin)}>{inputs.value.map((p) => <option key={p}>{p}</option>)}</select>}
-      {outputs.value.length > 1 && (
-        <select aria-label="To" value={toPin.value} onChange={choose(toPin)}>
-          <option value="all">all outputs</option>{outputs.value.map((p) => <option key={p}>{p}</option>)}
+      {inputs.value.length > 1 && (
+        <select aria-label="From" value={source.value} onChange={choose(fromPin)}>
+          {inputs.value.map((p) => (
+            <option key={p}>{p}</option>
+          ))}
         </select>
       )}
-      <span class="segments" role="radiogroup" aria-label="Shown" onKeyDown={(e) => turn(e, Number(phase.value), 2, (i) => (phase.value = i === 1))}>
-        {['Level', 'Phase'].map((t, i) => <button key={t} role="radio" aria-checked={phase.value === (i === 1)} tabIndex={phase.value === (i === 1) ? 0 : -1} onClick={() => (phase.value = i === 1)}>{t}</button>)}
-      </span>
+      {outputs.value.length > 1 && (
+        <select aria-label="To" value={toPin.value} onChange={choose(toPin)}>
+          <option value="all">all outputs</option>
+          {outputs.value.map((p) => (
+            <option key={p}>{p}</option>
+          ))}
+        </select>
+      )}
+      <Segments
+        label="Shown"
+        names={['Level', 'Phase']}
+        index={Number(phase.value)}
+        set={(i) => (phase.value = i === 1)}
+      />
       <Speaker />
     </div>
   );
@@ -284,18 +398,39 @@ function Ways() {
 function Speaker() {
   const name = state.value?.speaker;
   const file = useRef<HTMLInputElement>(null);
-  const load = useMemo(() => async (e: Event) => {
-    const input = e.currentTarget as HTMLInputElement;
-    const chosen = input.files?.[0];
-    if (chosen) await ask({ speaker: { text: await chosen.text(), name: chosen.name } });
-    input.value = '';
-  }, []);
+  const load = useMemo(
+    () => async (e: Event) => {
+      const input = e.currentTarget as HTMLInputElement;
+      const chosen = input.files?.[0];
+      if (chosen) await ask({ speaker: { text: await chosen.text(), name: chosen.name } });
+      input.value = '';
+    },
+    [],
+  );
   return (
     <>
       <input ref={file} type="file" accept=".frd,.txt,.csv,text/plain" hidden onChange={load} data-testid="speaker" />
-      {name
-        ? <button class="speaker" onClick={() => void ask({ speaker: null })} disabled={!live.value} aria-label={`Drop the loudspeaker ${name}`} title={name}>Loudspeaker<Icon name="close" /></button>
-        : <button class="speaker" onClick={() => file.current!.click()} disabled={!live.value} title="A measured loudspeaker: FRD or CSV">Loudspeaker…</button>}
+      {name ? (
+        <button
+          class="speaker"
+          onClick={() => void ask({ speaker: null })}
+          disabled={!live.value}
+          aria-label={`Drop the loudspeaker ${name}`}
+          title={name}
+        >
+          Loudspeaker
+          <Icon name="close" />
+        </button>
+      ) : (
+        <button
+          class="speaker"
+          onClick={() => file.current!.click()}
+          disabled={!live.value}
+          title="A measured loudspeaker: FRD or CSV"
+        >
+          Loudspeaker…
+        </button>
+      )}
     </>
   );
 }

@@ -23,7 +23,13 @@ export function Points() {
     area.addEventListener('wheel', wheel, { passive: false });
     return () => area.removeEventListener('wheel', wheel);
   }, []);
-  return <div class="points" ref={layer}>{spread(handles.value).map(([h, aside]) => <Point key={h.key} handle={h} aside={aside} />)}</div>;
+  return (
+    <div class="points" ref={layer}>
+      {spread(handles.value).map(([h, aside]) => (
+        <Point key={h.key} handle={h} aside={aside} />
+      ))}
+    </div>
+  );
 }
 
 interface Spot {
@@ -66,10 +72,20 @@ function Point({ handle: h, aside }: { handle: Handle; aside: number }) {
   const drag = useMemo(() => dragger(h.key), [h.key]);
   const on = h.row < 0 || h.row === selectedRow.value;
   return (
-    <button class={`point${on ? ' on' : ''}${h.off ? ' off' : ''}`} disabled={!live.value} data-point={h.key}
-      style={{ transform: `translate(${x}px, ${y + aside}px)` }} aria-label={handleText(h)} aria-roledescription="point on the response"
+    <button
+      class={`point${on ? ' on' : ''}${h.off ? ' off' : ''}`}
+      disabled={!live.value}
+      data-point={h.key}
+      style={{ transform: `translate(${x}px, ${y + aside}px)` }}
+      aria-label={handleText(h)}
+      aria-roledescription="point on the response"
       title={`${handleText(h)}\nDrag: frequency and level. Wheel, Page keys: width.`}
-      onFocus={() => h.row >= 0 && (selectedRow.value = h.row)} onKeyDown={(e) => keys(e, h)} {...drag}>{h.label}</button>
+      onFocus={() => h.row >= 0 && (selectedRow.value = h.row)}
+      onKeyDown={(e) => keys(e, h)}
+      {...drag}
+    >
+      {h.label}
+    </button>
   );
 }
 

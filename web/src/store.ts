@@ -80,10 +80,16 @@ function frame(now: number): void {
 // ---- the connection
 
 const TOKEN = 'vantoro token';
-const link = new Link(`${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/control`, {
+const link = new Link(new URL('control', location.href).href.replace(/^http/, 'ws').replace(/#.*$/, ''), {
   opened: () => void greet(),
   closed: (reason) => {
-    Object.assign(stream, { peak: [], rms: [], spectrum: {}, meterCount: stream.meterCount + 1, spectrumCount: stream.spectrumCount + 1 });
+    Object.assign(stream, {
+      peak: [],
+      rms: [],
+      spectrum: {},
+      meterCount: stream.meterCount + 1,
+      spectrumCount: stream.spectrumCount + 1,
+    });
     farewell.value = reason;
     if (connection.value !== 'token' && connection.value !== 'refused') connection.value = 'lost';
   },
@@ -300,9 +306,18 @@ export function complain(error: unknown): void {
   if (error instanceof Refused) say(error.problems.map(problemText).join('\n'), true);
 }
 
+// "/blocks/eq/params/bands/0/fc" as the rest of the page writes it: "eq.bands[0].fc".
+function placeText(where: string): string {
+  const steps = where
+    .replace(/^\/blocks\/([^/]+)\/params(?=\/)/, '/$1')
+    .split('/')
+    .slice(1);
+  return steps.map((s, i) => (/^\d+$/.test(s) ? `[${s}]` : i > 0 ? `.${s}` : s)).join('');
+}
+
 export function problemText(p: Problem): string {
   const value = p.value === '' ? '' : `${p.value}: `;
-  const place = p.where.replace(/^\/(blocks\/)?/, '').replaceAll('/', ' › ');
+  const place = placeText(p.where);
   const line = p.line > 0 ? ` (line ${p.line})` : '';
   return `${place ? `${place}: ` : ''}${value}${p.warning ? '' : 'wanted '}${p.wanted}${line}`;
 }

@@ -1,7 +1,23 @@
 // Colours of the canvases, from the style sheet; read again when the system changes between dark and light.
 import { signal } from '@preact/signals';
 
-const NAMES = ['bg', 'text', 'muted', 'line', 'grid', 'surface', 'accent', 'control', 'ok', 'warn', 'bad', 'speaker', 'sum', 'after', 'quiet'] as const;
+const NAMES = [
+  'bg',
+  'text',
+  'muted',
+  'line',
+  'grid',
+  'surface',
+  'accent',
+  'control',
+  'ok',
+  'warn',
+  'bad',
+  'speaker',
+  'sum',
+  'after',
+  'quiet',
+] as const;
 export type Colours = Record<(typeof NAMES)[number], string>;
 
 function read(): Colours {
@@ -12,7 +28,8 @@ function read(): Colours {
 export const colours = signal<Colours>(read());
 matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => (colours.value = read()));
 
-export const FONT = (px: number): string => `${px}px Inter, system-ui, "Segoe UI", Roboto, "Liberation Sans", sans-serif`;
+export const FONT = (px: number): string =>
+  `${px}px Inter, system-ui, "Segoe UI", Roboto, "Liberation Sans", sans-serif`;
 
 // Sharp lines on every screen: the canvas has the screen's pixels, its context counts CSS pixels.
 export function prepare(canvas: HTMLCanvasElement, width: number, height: number): CanvasRenderingContext2D {
