@@ -45,7 +45,7 @@ function Actions({ s }: { s: State }) {
   const redoTitle = s.redo ? `Redo ${s.redoWhat} (Ctrl-Shift-Z)` : 'Nothing to redo';
   const off = !live.value;
   return (
-    <div class="actions" role="toolbar" aria-label="Edit">
+    <div class="actions" role="group" aria-label="Edit">
       <span class="group">
         <Tool icon="undo" label="Undo" title={undoTitle} disabled={off || !s.undo} onClick={undo} />
         <Tool icon="redo" label="Redo" title={redoTitle} disabled={off || !s.redo} onClick={redo} />
