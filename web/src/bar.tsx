@@ -28,10 +28,10 @@ export function Bar() {
   return (
     <header class="bar">
       <div class="file">
-        <strong>{s?.schematic.title ?? fileName()}</strong>
+        <strong>{s ? (s.schematic.title ?? fileName()) : 'vantoro'}</strong>
         <small>
           <Light />
-          {program.value.file ? fileName() : 'vantoro'}
+          {program.value.file ? fileName() : 'not connected'}
           {unsaved.value && <em> · not saved</em>}
         </small>
       </div>

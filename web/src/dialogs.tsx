@@ -4,6 +4,7 @@ import { useEffect, useRef } from 'preact/hooks';
 import { ask, connection, fileName, pendingChanges, save, state, useToken } from './store';
 import type { Change } from './types';
 
+const tried = signal(false); // a token
 const changes = signal<Change[] | undefined>(undefined);
 
 export async function openSave(): Promise<void> {
@@ -81,13 +82,14 @@ function TokenDialog() {
   const ref = useModal();
   const submit = (e: Event): void => {
     e.preventDefault();
+    tried.value = true;
     useToken(((e.currentTarget as HTMLFormElement).elements.namedItem('token') as HTMLInputElement).value);
   };
   return (
-    <dialog ref={ref} class="token" aria-labelledby="token-title" onCancel={(e) => e.preventDefault()}>
+    <dialog ref={ref} class="ask" aria-labelledby="token-title" onCancel={(e) => e.preventDefault()}>
       <form onSubmit={submit}>
         <h2 id="token-title">Token</h2>
-        <p>The program printed it when it started.</p>
+        <p>{tried.value ? 'That was not it. ' : ''}The program printed it when it started.</p>
         <input type="text" name="token" aria-labelledby="token-title" autocomplete="off" spellcheck={false} autofocus />
         <footer>
           <button class="primary">Connect</button>
