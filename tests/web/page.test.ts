@@ -121,6 +121,10 @@ test('bands have a point each; keys move it; rows come and go', async () => {
   await soon(async () => assert.equal((await client.params('eq'))['bands'][2].fc, 8000));
   await page.getByRole('button', { name: 'Remove row 3' }).click();
   await soon(async () => assert.equal((await client.params('eq'))['bands'].length, 2));
+  await page.locator('.area').dblclick({ position: { x: 400, y: 40 } });
+  await page.locator('[data-point="bands2"]').press('Delete');
+  await page.locator('[data-point="bands2"]').waitFor({ state: 'detached' });
+  await page.locator('[data-point="bands1"]').focus();
   await page.locator('[data-path="eq.bands[1].type"] select').selectOption({ label: 'Text_Notch' });
   await soon(async () =>
     assert.match((await page.locator('[data-point="bands1"]').getAttribute('aria-label'))!, /gainDb/),

@@ -8,7 +8,7 @@ import { handlesOf, tablesOf, canGrow, rowsOf } from './describe';
 import { Icon } from './icons';
 import { clamp, numberText, withUnit } from './numbers';
 import { Points } from './points';
-import { around, fromPin, inputs, outputs, response, source, targets, toPin } from './response';
+import { around, fromPin, inputs, MOST_OUTPUTS, outputs, response, source, targets, toPin } from './response';
 import {
   ask,
   blockType,
@@ -378,7 +378,9 @@ function Ways() {
       )}
       {outputs.value.length > 1 && (
         <select aria-label="To" value={toPin.value} onChange={choose(toPin)}>
-          <option value="all">all outputs</option>
+          <option value="all">
+            {outputs.value.length > MOST_OUTPUTS ? `first ${MOST_OUTPUTS} outputs` : 'all outputs'}
+          </option>
           {outputs.value.map((p) => (
             <option key={p}>{p}</option>
           ))}

@@ -17,11 +17,14 @@ const pinsOf = (end: 'input' | 'output'): string[] => {
 export const inputs = computed(() => pinsOf('input'));
 export const outputs = computed(() => pinsOf('output'));
 
-// Asked for: by default from the first input, to every output where that is still readable.
+// More outputs than these are too many curves to tell apart.
+export const MOST_OUTPUTS = 8;
+
+// Asked for: by default from the first input to all outputs.
 export const source = computed(() => (inputs.value.includes(fromPin.value) ? fromPin.value : (inputs.value[0] ?? '')));
 export const targets = computed(() => {
   if (outputs.value.includes(toPin.value)) return [toPin.value];
-  return toPin.value === 'all' ? outputs.value.slice(0, 8) : outputs.value.slice(0, 1);
+  return toPin.value === 'all' ? outputs.value.slice(0, MOST_OUTPUTS) : outputs.value.slice(0, 1);
 });
 
 // The signal before and after the chosen block: what its first input that is no control hears, and its first output.
@@ -43,9 +46,19 @@ const question = computed(() => {
   return JSON.stringify({ from: way ? source.value : '', to: targets.value, blocks });
 });
 
+// While something moves, half the points will do; all of them are asked for when it stands still.
+const MOVING = 250; // ms from one question to the next
+let asked = -Infinity;
+let refine = 0;
+
 const asker = new Asker(async () => {
+  const now = performance.now();
+  const moving = now - asked < MOVING;
+  asked = now;
+  clearTimeout(refine);
+  if (moving) refine = window.setTimeout(() => asker.ask(), MOVING);
   const { from, to, blocks } = JSON.parse(question.peek()) as { from: string; to: string[]; blocks: string[] };
-  const verb = { ...(from && { from, to }), blocks, pointsPerOctave: 48 };
+  const verb = { ...(from && { from, to }), blocks, pointsPerOctave: moving ? 24 : 48 };
   const a = from || blocks.length ? await quietly<Response>({ response: verb }) : undefined;
   response.value = a?.responses ? a : undefined;
 });
