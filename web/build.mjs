@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds web/dist: the page that the program carries. The same sources give the same bytes.
 import { build } from 'esbuild';
 import { copyFile, mkdir } from 'node:fs/promises';

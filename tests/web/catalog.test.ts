@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every block type of the catalog: its panel has the control that each parameter asks for, and each works.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';

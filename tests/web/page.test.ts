@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page against a program that plays: every control, dragging, the way back, saving, edits from outside, a lost
 // connection, two browsers, a telephone.
 import assert from 'node:assert/strict';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What makes the page usable: keyboard, names and contrast; its pace with a hundred blocks and four clients.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Asks a question again and again: never twice at once, and with a pause after answers that were long in coming, so
 // that a slow curve does not stand in the way of the values that are being moved.
 export class Asker {

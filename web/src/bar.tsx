@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bar on top: file, undo and redo, A and B, presets, save; and what must not be missed below it.
 import { signal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One control for each kind of parameter: slider with typed value, switch, choice.
 import { signal } from '@preact/signals';
 import { useMemo, useState } from 'preact/hooks';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The static curve of a dynamics block: level in, level out, the points of its table, and where the signal is now.
 import { effect, signal } from '@preact/signals';
 import { useEffect, useMemo, useRef } from 'preact/hooks';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the descriptions: which parameters count under the present choices, which of them make a point on the
 // response curve, which pins are controls. No block type is known here by name.
 import type { BlockType, Cell, Param, Params, PinName, Row, Slot, Table, Value } from './types';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Saving with the list of what will change, and the token that a server beyond this computer asks for.
 import { signal } from '@preact/signals';
 import { useEffect, useRef } from 'preact/hooks';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The schematic: blocks are buttons, wires and their levels are drawn on a canvas below them.
 import { computed, signal } from '@preact/signals';
 import { useEffect, useRef } from 'preact/hooks';

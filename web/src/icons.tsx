@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Line icons, 16 by 16.
 const PATHS = {
   undo: 'M6 3 2.5 6.5 6 10M3 6.5h6.5a4 4 0 0 1 0 8H6',

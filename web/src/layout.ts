@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where blocks and wires of the graph stand. dagre ranks and orders; pins keep their order on the blocks' sides.
 import { Graph, layout as arrange } from '@dagrejs/dagre';
 import { pinName, splitPin } from './describe';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Meters of inputs and outputs: peak with hold, mean square, solo of outputs; load, dropouts and device below.
 import { useEffect, useRef } from 'preact/hooks';
 import { clamp, levelText } from './numbers';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The connection: requests with their answers, what the server pushes, and coming back after a loss.
 import type { Problem } from './types';
 

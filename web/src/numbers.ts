@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbers between people and sliders: positions on a parameter's scale, rounding, text.
 import type { Param } from './types';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The panel of the chosen block: bypass, its parameters and tables, all from the description.
 import { Control, hint, NumberField } from './controls';
 import { CurvePlot } from './curve';

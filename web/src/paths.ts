@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Paths as on the command line: "eq.fc", "eq.bands[0].boostDb", "matrix.gains[0][1]".
 import type { Params, Value } from './types';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The response plot: the block's own, the way through the schematic, loudspeaker and sum, the spectrum before and
 // after, and the points that are dragged.
 import { computed, effect, signal } from '@preact/signals';

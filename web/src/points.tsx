@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The points of filters and bands on the response plot: drag for frequency and level, wheel for the width, or keys.
 import { useEffect, useMemo, useRef } from 'preact/hooks';
 import { canGrow, handleText, rowsOf, tablesOf, type Bound, type Handle } from './describe';

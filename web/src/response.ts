@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The response of the chosen block and of the whole way: asked for anew after every change, one question at a time.
 import { computed, effect, signal } from '@preact/signals';
 import { Asker } from './asker';

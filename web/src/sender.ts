@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Changed values on their way: one message under way, the newest value of each path wins, steps of undo kept apart.
 import type { Value } from './types';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the page knows, and what it can ask for. Every part of the page reads these signals; only this file writes
 // what comes from the server.
 import { batch, computed, signal, type Signal } from '@preact/signals';

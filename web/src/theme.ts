@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Colours of the canvases, from the style sheet; read again when the system changes between dark and light.
 import { signal } from '@preact/signals';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the server says: the catalog of block types, the state of the schematic, and what it pushes.
 
 export type Value = number | string | boolean | Row[] | Cell[][] | Cell[];
