@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing. Usage: scripts/setup.sh build|demo|test|bench ...
+# Installs the Debian packages that a task needs and that are missing. Usage: scripts/setup.sh build|demo|test|web|bench ...
 set -euo pipefail
 
 packages() {
@@ -11,9 +11,11 @@ packages() {
             packages demo
             echo googletest abigail-tools binutils python3 python3-jsonschema python3-websockets clang clang-format \
                 clang-tidy gcovr g++-aarch64-linux-gnu qemu-user musl-dev lintian jackd2 ;;
+        # A node that is there stays: Debian's does not go together with another.
+        web) command -v node >/dev/null && command -v npm >/dev/null || echo nodejs npm; echo chromium fonts-inter ;;
         bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev sox ffmpeg llvm \
             g++-aarch64-linux-gnu ;;
-        *) echo "setup.sh: unknown task '$1' (build, demo, test, bench)" >&2; exit 2 ;;
+        *) echo "setup.sh: unknown task '$1' (build, demo, test, web, bench)" >&2; exit 2 ;;
     esac
 }
 
