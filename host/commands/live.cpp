@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "commands/commands.h"
+#include "commands/tuning.h"
 #include "live/console.h"
 #include "live/endpoint.h"
 #include "live/file_watch.h"
@@ -31,6 +32,7 @@ struct LiveOptions {
     int period = 0;
     double seconds = 0;
     bool loop = false, quiet = false, strict = false;
+    TuningOptions tuning;
 };
 
 std::atomic<int> g_signal{0};
@@ -175,9 +177,16 @@ class Session {
 public:
     Session(const LiveOptions& options, Plan plan, Console& console)
         : options_(options), console_(console), reading_(plan.reading), inputs_(plan.schematic.inputs),
-          outputs_(static_cast<int>(plan.schematic.outputs.size())), watch_(options.schematic),
-          backend_(std::move(plan.backend))
+          outputs_(static_cast<int>(plan.schematic.outputs.size())), backend_(std::move(plan.backend))
     {
+        GraphPlayer::Options playing{.say = [this](const auto& t) { console_.say(t); }};
+        if (options.tuning.off) {
+            watch_.emplace(options.schematic);
+        } else {
+            tuning_.emplace(options.schematic, reading_);
+            plan.schematic = tuning_->heard();
+            playing.revision = tuning_->revision();
+        }
         wanted_ = {.rate = plan.rate,
                    .period = period_of(options, plan.schematic),
                    .inputs = plan.from.kind == Endpoint::Kind::device && plan.schematic.hears_input
@@ -185,9 +194,7 @@ public:
                                  : 0,
                    .outputs = plan.to.kind == Endpoint::Kind::device ? options.channels.value_or(outputs_) : 0};
         Routing::Files files = files_of(plan, options.loop);
-        player_ =
-            std::make_unique<GraphPlayer>(std::move(plan.schematic), plan.rate,
-                                          GraphPlayer::Options{.say = [this](const auto& t) { console_.say(t); }});
+        player_ = std::make_unique<GraphPlayer>(std::move(plan.schematic), plan.rate, std::move(playing));
         routing_ = std::make_unique<Routing>(*player_, inputs_, outputs_, plan.rate, std::move(files));
     }
 
@@ -203,6 +210,8 @@ public:
         still_to_come_ = std::chrono::milliseconds(1000LL * kBuffered * got.period / got.rate);
         backend_->start(*routing_);
         console_.say(backend_->name() + ": " + std::to_string(got.rate) + " Hz, period " + std::to_string(got.period));
+        if (tuning_)
+            tuning_->serve(*player_, options_.tuning, [this](const std::string& line) { console_.say(line); });
     }
 
     // Until Ctrl-C, the end of the file, or the time asked for.
@@ -213,7 +222,7 @@ public:
         while (g_signal == 0 && !routing_->ended() && routing_->trouble().empty()) {
             std::this_thread::sleep_for(kTick);
             log.drain();
-            if (watch_.saved())
+            if (watch_ && watch_->saved())
                 reload();
             const PlayerStatus status = player_->status();
             say_notes(status);
@@ -297,7 +306,7 @@ private:
     Console& console_;
     ReadOptions reading_;
     int inputs_, outputs_;
-    FileWatch watch_;
+    std::optional<FileWatch> watch_;  // without a server, which looks at the file itself
     StreamFormat wanted_;
     std::unique_ptr<GraphPlayer> player_;
     std::unique_ptr<Routing> routing_;
@@ -306,6 +315,7 @@ private:
     std::uint64_t revision_ = 0;
     std::string trouble_;
     std::chrono::steady_clock::time_point shown_{};
+    std::optional<Tuning> tuning_;  // ends first: it talks to the player
 };
 
 int live(const LiveOptions& options)
@@ -358,6 +368,7 @@ void add_live_command(CLI::App& app, int& status)
     command->add_flag("--loop", options->loop, "Play the file of --input again and again");
     command->add_flag("--strict", options->strict, "Warnings about the schematic are errors");
     command->add_flag("-q,--quiet", options->quiet, "No status, and none of the library's log lines");
+    add_tuning_options(*command, options->tuning);
     command->callback([options, &status] { status = live(*options); });
 }
 

@@ -155,6 +155,7 @@ void Control::look_at_file()
         return;
     by_ = "file";
     play();
+    options_.file_read(document_);
     if (document_.file_problems().empty())
         send_all({{"state", state_json(document_, by_, speaker_name_)}});
     else

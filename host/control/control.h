@@ -31,6 +31,7 @@ struct ControlOptions {
     std::string program;  // its version
     std::string token;    // that clients must know; empty: none is asked for
     std::function<nlohmann::ordered_json()> devices = [] { return nlohmann::ordered_json::array(); };
+    std::function<void(const Document&)> file_read = [](const Document&) {};
 };
 
 class Control {

@@ -71,7 +71,8 @@ GraphPlayer::GraphPlayer(Schematic first, int rate, Options options)
     graph_ = build(current_);
     if (Vantoro_graph_keep(graph_.get(), static_cast<float>(options_.replay_seconds)) != RT_OK)
         throw std::bad_alloc();
-    shape_ = old_shape_ = shape_of(current_, 0);
+    heard_ = handed_ = settling_ = options_.revision;
+    shape_ = old_shape_ = shape_of(current_, options_.revision);
     worker_ = std::thread([this] { work(); });
 }
 
@@ -208,6 +209,8 @@ void GraphPlayer::play(Schematic next, std::uint64_t revision)
     {
         const std::lock_guard lock(mutex_);
         due_ = std::exchange(next.changes, {});
+        const double now = now_seconds();  // what is past was made: it is not made again over what is wanted now
+        std::erase_if(due_, [now](const Change& change) { return change.seconds <= now; });
         wanted_ = Wanted{std::move(next), revision, Clock::now()};
     }
     wake_.notify_one();

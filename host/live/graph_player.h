@@ -26,10 +26,11 @@ public:
         double replay_seconds = 2;
         double budget_seconds = 0.05;  // of building and replaying: heavy graphs replay less
         float fade_ms = 20;
+        std::uint64_t revision = 0;                                               // of the first schematic
         std::function<void(const std::string&)> say = [](const std::string&) {};  // for people; worker thread
     };
 
-    // The first schematic is revision 0. Throws std::runtime_error when the library refuses it.
+    // Throws std::runtime_error when the library refuses it.
     GraphPlayer(Schematic first, int rate, Options options);
     ~GraphPlayer() override;
     GraphPlayer(const GraphPlayer&) = delete;

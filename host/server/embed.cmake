@@ -1,11 +1,11 @@
-# Writes OUTPUT, a C++ source with the page's files (FILES, gzipped) as bytes.
+# Writes OUTPUT, a C++ source with the page's FILES as bytes, gzipped.
 set(tables "")
 set(rows "")
 set(n 0)
 foreach(file IN LISTS FILES)
     get_filename_component(name "${file}" NAME)
-    string(REGEX REPLACE "\\.gz$" "" name "${name}")
-    file(READ "${file}" bytes HEX)
+    execute_process(COMMAND ${GZIP} -9nc "${file}" OUTPUT_FILE "${OUTPUT}.gz" COMMAND_ERROR_IS_FATAL ANY)
+    file(READ "${OUTPUT}.gz" bytes HEX)
     string(REGEX REPLACE "(..)" "0x\\1," bytes "${bytes}")
     string(APPEND tables "constexpr unsigned char kFile${n}[] = {${bytes}};\n")
     string(APPEND rows "        PageFile{\"/${name}\", kFile${n}},\n")

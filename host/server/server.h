@@ -24,6 +24,7 @@ struct ServerOptions {
     std::string page_folder{};         // the page's files from here instead of those built in
     std::string program{};             // its version
     std::function<nlohmann::ordered_json()> devices = [] { return nlohmann::ordered_json::array(); };
+    std::function<void(const Document&)> file_read = [](const Document&) {};  // after another program wrote the file
 };
 
 // Serves from a thread of its own, to which the document belongs until the server is destroyed. The player hears of
