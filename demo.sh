@@ -31,3 +31,5 @@ step "Drums in a small room"
 
 step "Done. Listen and look:"
 ls -1 out
+printf '\nMove it while it plays, on a page in your browser:\n  %s\n' \
+    "$vantoro live $schematics/loudspeaker.json -i file:$music --loop -o null"

@@ -12,3 +12,8 @@ cmake --preset release -DBUILD_TESTING=ON >/dev/null
 cmake --build --preset release
 step "Tests"
 ctest --preset release -j2 "$@"
+if [ $# -eq 0 ]; then
+    step "Page"
+    scripts/setup.sh web
+    tests/web/run.sh build/release
+fi

@@ -167,6 +167,9 @@ std::vector<Problem> Document::set(const std::vector<Assignment>& values, const 
 {
     ordered_json next = json_;
     std::vector<Problem> problems;
+    if (values.size() > 1)
+        for (const Assignment& value : values)
+            place_whole(next, schematic_, value);
     for (const Assignment& value : values)
         place_value(next, schematic_, value, rate(), problems);
     if (has_errors(problems))

@@ -97,6 +97,14 @@ Target target_of(const Schematic& schematic, const std::string& path)
     throw UserError({{path, id, "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?")}});
 }
 
+void place_whole(ordered_json& document, const Schematic& schematic, const Assignment& value)
+{
+    const Target target = target_of(schematic, value.path);
+    const std::vector<std::string> steps = steps_of(target.path);
+    if (steps.size() == 1)
+        document["blocks"][target.block.id]["params"][steps.front()] = tidy(value.value);
+}
+
 void place_value(ordered_json& document, const Schematic& schematic, const Assignment& value, std::optional<int> rate,
                  std::vector<Problem>& problems)
 {

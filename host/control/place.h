@@ -31,6 +31,10 @@ Target target_of(const Schematic& schematic, const std::string& path);
 void place_value(nlohmann::ordered_json& document, const Schematic& schematic, const Assignment& value,
                  std::optional<int> rate, std::vector<Problem>& problems);
 
+// Writes a whole parameter and checks nothing: several that are right only together come first this way, and then each
+// through place_value.
+void place_whole(nlohmann::ordered_json& document, const Schematic& schematic, const Assignment& value);
+
 // Numbers as a person would write them: 2000 for 2000.0, and of the others the shortest that is the same float.
 nlohmann::ordered_json tidy(const nlohmann::ordered_json& value);
 

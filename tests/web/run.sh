@@ -14,8 +14,8 @@ limit=100000 # bytes of the page, each file gzipped
     PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --prefix web --no-fund --no-audit --loglevel=error
 if grep -q '"resolved"' web/package-lock.json; then echo "web/package-lock.json names a registry" >&2; exit 1; fi
 (cd web && node_modules/.bin/tsc --noEmit -p . &&
-    node_modules/.bin/prettier --log-level warn --check 'src/*.{ts,tsx}' build.mjs '../tests/web/*.ts' --config .prettierrc.json &&
-    node build.mjs "$out/dist")
+    node_modules/.bin/prettier --log-level warn --check 'src/*.{ts,tsx}' '../tests/web/*.ts' --config .prettierrc.json &&
+    OUT="$out/dist" npm run --silent build)
 diff -r web/dist "$out/dist" || { echo "web/dist is not what web/src makes: npm run build in web/" >&2; exit 1; }
 size=0
 for file in web/dist/*; do size=$((size + $(gzip -9 -c "$file" | wc -c))); done
