@@ -33,7 +33,7 @@ grep -q '^product: input -[0-9.]* dB$' "$work/said" || fail "shows no level"
 
 mkfifo "$work/control"
 exec 3<>"$work/control"
-{ head -c 192000 "$work/in"; printf 'volume -30\nbass none\nlimit 999999999999\n' >&3; sleep 1; tail -c +192001 "$work/in"; } |
+{ head -c 192000 "$work/in"; sleep 1; printf 'volume -30\nbass none\nlimit 999999999999\n' >&3; sleep 1; tail -c +192001 "$work/in"; } |
     "$@" "$work/build/product" "$work/control" >"$work/out" 2>"$work/said" || fail "fails under control"
 [ "$(stat -c %s "$work/out")" = "$(stat -c %s "$work/in")" ] || fail "loses frames"
 grep -qx 'product: refused: bass none' "$work/said" || fail "takes any word"

@@ -157,7 +157,7 @@ class ServerTest(unittest.TestCase):
         for request, status in cases:
             self.assertEqual(Raw(self.port, request.encode() + b"\r\n").status(), status, request[:200])
         self.untouched()
-        answer = Raw(self.port, f"GET / HTTP/1.1\r\n{host}Connection: close\r\n\r\n".encode()).rest().decode()
+        answer = Raw(self.port, f"GET / HTTP/1.1\r\n{host}Connection: close\r\n\r\n".encode()).rest().decode("latin-1")
         for header in ("Content-Security-Policy: default-src 'none'; script-src 'self';", "frame-ancestors 'none'",
                        "X-Content-Type-Options: nosniff", "Referrer-Policy: no-referrer"):
             self.assertIn(header, answer)
