@@ -22,7 +22,9 @@ for file in web/dist/*; do size=$((size + $(gzip -9 -c "$file" | wc -c))); done
 [ "$size" -le "$limit" ] || { echo "the page has $size bytes gzipped, more than $limit" >&2; exit 1; }
 
 export VANTORO="$build/host/vantoro"
-export VANTORO_SERVER="${VANTORO_SERVER:-$VANTORO live --input null --output null}"
+export VANTORO_SERVER="${VANTORO_SERVER:-$VANTORO live --output null --quiet}" VANTORO_SOUND="$out/noise.wav"
+echo '{"rate": 48000, "blocks": {"noise": {"type": "SOURCE_WHITENOISE", "outputs": 2}}, "wires": [["noise", "output"]]}' >"$out/noise.json"
+"$VANTORO" run "$out/noise.json" -o "$VANTORO_SOUND" --seconds 4 --quiet
 mkdir -p web/node_modules/.tests
 rm -f web/node_modules/.tests/*
 NODE_PATH=web/node_modules web/node_modules/.bin/esbuild tests/web/*"${tests[0]}"*.test.ts --bundle --platform=node --format=esm \

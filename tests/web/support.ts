@@ -28,16 +28,19 @@ export class Program {
   private process: ChildProcess | undefined;
   private readonly folder = mkdtempSync(join(tmpdir(), 'vantoro-page-'));
   readonly file = join(this.folder, 'room.json');
+  private readonly inputs: number | undefined;
   url = '';
 
   constructor(schematic: Schematic) {
+    this.inputs = schematic.inputs;
     this.write(JSON.stringify(schematic, null, 2) + '\n');
   }
 
   async run(): Promise<void> {
     const [command = '', ...rest] = env('VANTORO_SERVER').split(' ');
     const port = this.url ? ['--port', new URL(this.url).port] : [];
-    const child = spawn(command, [...rest, this.file, ...port], { stdio: 'pipe' });
+    const sound = this.inputs === 2 ? ['--input', `file:${env('VANTORO_SOUND')}`, '--loop'] : ['--input', 'null'];
+    const child = spawn(command, [...rest, ...sound, this.file, ...port], { stdio: 'pipe' });
     this.process = child;
     let said = '';
     this.url = await new Promise<string>((found, failed) => {
