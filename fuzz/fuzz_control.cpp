@@ -39,11 +39,14 @@ void expect(bool holds)
 struct Listener : vantoro::Peers {
     void send(int, vantoro::Message text) override
     {
-        const auto message = nlohmann::json::parse(*text);  // which aborts where it is no JSON
-        answers += message.contains("id") ? 1 : 0;
+        if (text->starts_with("{\"id\":")) {
+            expect(nlohmann::json::accept(*text));
+            ++answers;
+        }
     }
-    void close(int) override { std::abort(); }
+    void close(int) override { closed = true; }
     int answers = 0;
+    bool closed = false;
 };
 
 bool is_small(const vantoro::Schematic& schematic)
@@ -73,10 +76,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     vantoro::Document document(store, {});
     FakePlayer player(document.heard(), document.rate());
     Listener listener;
-    vantoro::Control control(document, player, {"", "", [] { return nlohmann::ordered_json::array(); }}, listener);
-    control.join(1, true, true);
+    vantoro::Control control(document, player, {"", "token", [] { return nlohmann::ordered_json::array(); }}, listener);
+    control.join(1, false, true);  // a hello without the token ends it, for the catalog takes long to write
     std::string_view rest(reinterpret_cast<const char*>(data), size);
-    for (int said = 1; !rest.empty() && said <= 16 && is_small(document.schematic()); ++said) {
+    for (int said = 1; !rest.empty() && said <= 10 && !listener.closed && is_small(document.schematic()); ++said) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(rest.size(), line.size() + 1));
         control.take(1, line);

@@ -182,9 +182,9 @@ const std::map<std::string, Control::Verb, std::less<>>& Control::verbs()
     return verbs;
 }
 
-void Control::take(int number, std::string_view text)
+void Control::take(int client, std::string_view text)
 {
-    const auto found = clients_.find(number);
+    const auto found = clients_.find(client);
     if (found == clients_.end())
         return;
     Request request{{}, {}, found->second};
@@ -198,11 +198,11 @@ void Control::take(int number, std::string_view text)
         problems.push_back({{}, as_text(request.body), "an object: {\"id\": 1, \"get\": []}"});
     if (!problems.empty()) {
         request.answer["problems"] = to_json(problems);
-        send(number, request.answer);
+        send(client, request.answer);
         return;
     }
     request.ordered = ordered_json::parse(text);
-    serve(number, found->second, request);
+    serve(client, found->second, request);
 }
 
 void Control::serve(int number, Client& client, Request& request)

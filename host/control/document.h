@@ -96,7 +96,7 @@ private:
         std::string text;  // the document on one line
         Steps undo{}, redo{};
     };
-    struct Reading {
+    struct Reading {  // NOLINT(bugprone-exception-escape): a move of JSON throws nothing
         nlohmann::ordered_json json;
         Schematic schematic;
         std::vector<Problem> warnings{};

@@ -216,7 +216,7 @@ json response_json(const Document& document, const ResponseRequest& request, con
 
 json curve_json(const Document& document, const std::string& id)
 {
-    constexpr double kLowest = -90, kHighest = 6, kStep = 2;  // dBFS
+    constexpr int kLowest = -90, kHighest = 6, kStep = 2;  // dBFS
     constexpr double kSettleSeconds = 0.3;
     const Block& block = target_of(document.schematic(), id).block;
     if (signal_pins(block).empty() || block.pins.outputs == 0)
@@ -225,8 +225,8 @@ json curve_json(const Document& document, const std::string& id)
     const int samples = static_cast<int>(kSettleSeconds * document.rate());
     json in = json::array(), out = json::array();
     std::int64_t at = 0;
-    for (double db = kLowest; db <= kHighest; db += kStep) {
-        const double power = power_at(engine, std::pow(10, db / 20), samples, at);
+    for (int db = kLowest; db <= kHighest; db += kStep) {
+        const double power = power_at(engine, std::pow(10, db / 20.0), samples, at);
         in.push_back(db);
         out.push_back(rounded(10 * std::log10(power + 1e-16), 2));
     }

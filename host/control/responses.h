@@ -25,6 +25,6 @@ nlohmann::ordered_json response_json(const Document& document, const ResponseReq
                                      const std::string& speaker);
 
 // {"in": [dB], "out": [dB]}: what a block makes of square waves of 1 kHz at rising levels. Throws UserError.
-nlohmann::ordered_json curve_json(const Document& document, const std::string& block);
+nlohmann::ordered_json curve_json(const Document& document, const std::string& id);
 
 }  // namespace vantoro

@@ -357,7 +357,7 @@ private:
 asio::ip::address address_of(const std::string& text)
 {
     beast::error_code error;
-    const auto address = asio::ip::make_address(text, error);
+    auto address = asio::ip::make_address(text, error);
     if (error)
         throw UserError({{"--listen", text, "an IP address of this machine: 127.0.0.1, 0.0.0.0, ::1"}});
     return address;
@@ -469,7 +469,7 @@ struct Server::Inside {
     std::thread thread;
 };
 
-Server::Server(Player& player, Document& document, ServerOptions options)
+Server::Server(Player& player, Document& document, const ServerOptions& options)
     : inside_(std::make_unique<Inside>(player, document, options))
 {}
 

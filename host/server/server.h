@@ -32,7 +32,7 @@ struct ServerOptions {
 class Server {
 public:
     // Listens. Throws UserError for an address that is none, and std::runtime_error when it cannot be listened on.
-    Server(Player& player, Document& document, ServerOptions options);
+    Server(Player& player, Document& document, const ServerOptions& options);
     ~Server();  // says goodbye to the clients and ends the thread
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
