@@ -39,6 +39,19 @@ bool same_wiring(const Schematic& a, const Schematic& b)
            });
 }
 
+// The block of the same name, type and pins, perhaps in the same place; or null.
+const Block* alike(const Schematic& schematic, const Block& block, std::size_t place)
+{
+    const std::vector<Block>& blocks = schematic.blocks;
+    const auto found = place < blocks.size() && blocks[place].id == block.id
+                           ? blocks.begin() + static_cast<std::ptrdiff_t>(place)
+                           : std::ranges::find(blocks, block.id, &Block::id);
+    return found != blocks.end() && found->type == block.type && found->pins.inputs == block.pins.inputs &&
+                   found->pins.outputs == block.pins.outputs
+               ? &*found
+               : nullptr;
+}
+
 // Whether a block glides with this vector: its type does, unless the vector says not to.
 bool glides(const Block& block)
 {
@@ -63,6 +76,7 @@ GraphPlayer::GraphPlayer(Schematic first, int rate, Options options)
       in_at_(index(inputs_)), out_at_(index(outputs_))
 {
     due_ = std::exchange(first.changes, {});
+    given_ = first;
     current_ = std::move(first);
     make_due_changes();
     if (wanted_)
@@ -211,6 +225,9 @@ void GraphPlayer::play(Schematic next, std::uint64_t revision)
         due_ = std::exchange(next.changes, {});
         const double now = now_seconds();  // what is past was made: it is not made again over what is wanted now
         std::erase_if(due_, [now](const Change& change) { return change.seconds <= now; });
+        Schematic as_given = next;
+        keep_changes(next);
+        given_ = std::move(as_given);
         wanted_ = Wanted{std::move(next), revision, Clock::now()};
     }
     wake_.notify_one();
@@ -299,8 +316,22 @@ void GraphPlayer::make_due_changes()
     if (!wanted_)
         wanted_ = Wanted{current_, settling_, Clock::now()};
     for (auto change = due_.begin(); change != end; ++change)
-        wanted_->schematic.blocks[index(change->block)].vector = change->vector;
+        if (index(change->block) < wanted_->schematic.blocks.size())
+            wanted_->schematic.blocks[index(change->block)].vector = change->vector;
     due_.erase(due_.begin(), end);
+}
+
+// What was changed at its time stays, until the value in the schematic is another.
+void GraphPlayer::keep_changes(Schematic& next) const
+{
+    const Schematic& heard = wanted_ ? wanted_->schematic : current_;
+    for (std::size_t b = 0; b < next.blocks.size(); ++b) {
+        Block& block = next.blocks[b];
+        const Block* given = alike(given_, block, b);
+        const Block* now = alike(heard, block, b);
+        if (given && now && same_bits(block.vector, given->vector))
+            block.vector = now->vector;
+    }
 }
 
 // Only vectors differ, all of blocks that glide, and the runtime takes them.
@@ -386,6 +417,8 @@ void GraphPlayer::apply(Wanted wanted, std::unique_lock<std::mutex>& lock)
     const bool glided = glide(wanted.schematic);
     if (glided || swap(wanted.schematic, lock))
         accept(std::move(wanted), !glided);
+    else if (!wanted_)
+        due_.clear();  // they belong to what was refused
 }
 
 void GraphPlayer::accept(Wanted wanted, bool swapped)

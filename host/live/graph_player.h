@@ -112,6 +112,7 @@ private:
     void measure_load();
     void report_faults();
     void make_due_changes();
+    void keep_changes(Schematic& next) const;
     bool ready_for_next() const;
     void apply(Wanted wanted, std::unique_lock<std::mutex>& lock);
     bool glide(const Schematic& next);
@@ -135,6 +136,7 @@ private:
     bool stop_ = false;
     std::optional<Wanted> wanted_;
     Schematic current_;  // what the graph has accepted last
+    Schematic given_;    // what was asked for last, without the changes made since
     Shape shape_, old_shape_;
     std::vector<Change> due_;     // changes to come, by time
     std::uint64_t settling_ = 0;  // the newest revision that the graph has

@@ -403,7 +403,8 @@ struct Server::Inside {
         else if (end.address().is_v6())
             host = '[' + host + ']';
         address = "http://" + host + ':' + std::to_string(end.port()) + '/';
-        hub.control.emplace(document, player, ControlOptions{options.program, hub.token, options.devices, options.file_read}, hub);
+        hub.control.emplace(document, player,
+                            ControlOptions{options.program, hub.token, options.devices, options.file_read}, hub);
     }
 
     void accept()

@@ -6,6 +6,7 @@ Usage: test_live.py VANTORO SOURCE_DIR [JACK_CLIENT] [ALSA_PLUGIN]"""
 import ctypes
 import filecmp
 import json
+import math
 import os
 import re
 import resource
@@ -23,6 +24,8 @@ VANTORO, SOURCE = sys.argv[1], sys.argv[2]
 JACK_CLIENT, PLUGIN = (sys.argv[3:5] + ["", ""])[:2]
 EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
 LOG_LIMIT = 1 << 24  # bytes
+sys.path.insert(0, os.path.join(SOURCE, "clients", "python"))
+from vantoro_client import Client, Problems
 
 
 def die_with_parent():
@@ -108,6 +111,54 @@ class Files(Case):
         self.wait_for("goes on as before", count=2)
         self.assertEqual(self.stop(), 0)
         self.assertRegex(self.log(), r"s played, \d+ xruns, 0 blocks muted")
+
+    def peak_above_5_khz(self, path, start):
+        """In dBFS, from a moment on: what passes eight high-passes of second order."""
+        with wave.open(path, "rb") as f, wave.open(self.path("cut.wav"), "wb") as cut:
+            cut.setparams(f.getparams())
+            f.setpos(start)
+            cut.writeframes(f.readframes(f.getnframes() - start))
+        passes = {"hp%d" % n: {"type": "FILTER_2ND_BESSEL_BUTTER", "params": {"type": "ButterHP", "fc": 5000}} for n in range(8)}
+        chain = ["input", *passes, "output"]
+        with open(self.path("high.json"), "w") as f:
+            json.dump({"blocks": passes, "wires": list(zip(chain, chain[1:]))}, f)
+        said = self.run_it("run", self.path("high.json"), "-i", self.path("cut.wav"), "-o", self.path("high.wav"))
+        with wave.open(self.path("high.wav"), "rb") as f:
+            frames = f.readframes(f.getnframes())[6 * 4800:]  # the cut itself is a click
+        self.assertEqual(said.returncode, 0, said.stderr)
+        peak = max(abs(int.from_bytes(frames[i:i + 3], "little", signed=True)) for i in range(0, len(frames), 3))
+        return 20 * math.log10(max(peak, 1) / 2**23)
+
+    def test_a_client_moves_what_plays_and_nobody_hears_the_joints(self):
+        tones = self.path("tones.wav")  # 100 Hz and 1 kHz, whole periods of both
+        with wave.open(tones, "wb") as f:
+            f.setparams((2, 3, 48000, 0, "NONE", ""))
+            f.writeframes(b"".join(2 * round(2**21 * (math.sin(math.tau * i / 480) + math.sin(math.tau * i / 48)))
+                                   .to_bytes(3, "little", signed=True) for i in range(48000)))
+        with open(self.path("s.json"), "w") as f:
+            json.dump({"blocks": {"low": {"type": "FILTER_2ND_BESSEL_BUTTER", "params": {"type": "ButterHP", "fc": 40}},
+                                  "eq": {"type": "FILTER_GRAPHICAL_EQ", "params": {"bands": [{"fc": 200}, {"fc": 1000}]}},
+                                  "fader": {"type": "VC_SIG_CONTROL_SLEW", "params": {"volumeDb": -3}}},
+                       "wires": [["input", "low"], ["low", "eq"], ["eq", "fader"], ["fader", "output"]]}, f, indent=2)
+        self.live(self.path("s.json"), "--input", "file:" + tones, "--loop", "--output", "file:" + self.path("out.wav"))
+        self.wait_for("running", count=2)
+        address = re.search(r"http://\S+", self.log()).group()
+        with Client(address) as page, Client(address) as other:
+            for n in range(20):
+                page.set({"eq.bands[%d].boostDb" % (n % 2): (n * 7) % 13 - 6, "low.fc": 40 + n})
+                time.sleep(0.06)
+            for request in [{"undo": True}, {"redo": True}, {"bypass": {"eq": True}}, {"ab": "copy"}, {"ab": "b"},
+                            {"set": {"fader.volumeDb": -9}}, {"bypass": {"eq": False}}, {"ab": "a"}]:
+                other.ask(**request)
+                time.sleep(0.15)
+            with self.assertRaises(Problems):
+                other.set({"low.type": "ButterXX"})
+            status = page.ask(status=True)["status"]
+            self.assertEqual((status["heard"], status["mutedBlocks"]), (other.ask(get=["low.fc"])["rev"], 0))
+            saved = page.ask(save={"rev": status["heard"]})["changes"]
+            self.assertEqual({change["path"].split(".")[0] for change in saved}, {"low", "eq"})
+        self.assertEqual(self.stop(), 0)
+        self.assertLess(self.peak_above_5_khz(self.path("out.wav"), 24000), -80)
 
     def test_ctrl_c_fades_out(self):
         steady = self.path("steady.wav")

@@ -178,6 +178,32 @@ constexpr char kLine[] = R"({"inputs": 2, "blocks": {
 
 // ---- what is heard ----
 
+// A change at a moment is made once: what is set later to something else does not undo it, and is not undone by it.
+TEST(Change, OfAMomentStaysAsItIsMade)
+{
+    const auto schematic = [](double a, double b, const char* changes) {
+        return parse_schematic(
+            R"({"inputs": 1, "blocks": {"a": {"type": "BASIC_GAIN", "params": {"type": "Linear", "gain": )" +
+            std::to_string(a) + R"(}}, "b": {"type": "BASIC_GAIN", "params": {"type": "Linear", "gain": )" +
+            std::to_string(b) + R"(}}}, "wires": [["input", "a"], ["a", "b"], ["b", "output"]])" + changes + "}");
+    };
+    const char* const kHalve = R"(, "changes": [{"at": 0.01, "set": {"a.gain": 0.5}}])";
+    const Signal ones(1, std::vector<float>(index(2 * kRate), 1.0F));
+    Deck deck(schematic(1, 1, kHalve));
+    const auto plays = [&](float wanted) {
+        for (int tries = 0; tries < 400 && (deck.out[0].empty() || deck.out[0].back() != wanted); ++tries) {
+            deck.play(ones, 64, 64);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        EXPECT_EQ(deck.out[0].back(), wanted);
+    };
+    plays(0.5F);
+    deck.change(schematic(1, 0.25, kHalve));
+    plays(0.125F);
+    deck.change(schematic(2, 0.25, kHalve));
+    plays(0.5F);
+}
+
 TEST(Live, SoundsAsRunDoesBitForBit)
 {
     for (const auto& file : std::filesystem::directory_iterator(EXAMPLES)) {
