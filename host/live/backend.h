@@ -58,8 +58,8 @@ struct BackendKind {
 };
 const std::vector<BackendKind>& backend_kinds();
 
-// Paced by the clock of the machine: for files.
-std::unique_ptr<Backend> make_clock_backend();
+// Paced by the clock of the machine: for files. `name` says which.
+std::unique_ptr<Backend> make_clock_backend(std::string name);
 
 // Asks for realtime priority for the calling thread; why it was refused, or empty.
 std::string ask_for_realtime();

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "live/backend.h"
 #include "live/console.h"
@@ -14,7 +15,7 @@ namespace {
 class ClockBackend : public Backend {
 public:
     ~ClockBackend() override { stop(); }
-    ClockBackend() = default;
+    explicit ClockBackend(std::string name) : name_(std::move(name)) {}
     ClockBackend(const ClockBackend&) = delete;
     ClockBackend& operator=(const ClockBackend&) = delete;
 
@@ -35,7 +36,7 @@ public:
         if (thread_.joinable())
             thread_.join();
     }
-    std::string name() const override { return "the clock"; }
+    std::string name() const override { return name_; }
     std::string trouble() const override { return ""; }
 
 private:
@@ -58,6 +59,7 @@ private:
         }
     }
 
+    std::string name_;
     StreamFormat format_;
     std::atomic<bool> stop_{false};
     std::thread thread_;
@@ -65,6 +67,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Backend> make_clock_backend() { return std::make_unique<ClockBackend>(); }
+std::unique_ptr<Backend> make_clock_backend(std::string name)
+{
+    return std::make_unique<ClockBackend>(std::move(name));
+}
 
 }  // namespace vantoro

@@ -19,6 +19,12 @@ const BackendKind& default_kind()
         "lists them); --input file:music.flac --output null works everywhere");
 }
 
+// "music.flac", or what stands for nothing.
+std::string name_of(const Endpoint& end, const char* nothing)
+{
+    return end.kind == Endpoint::Kind::file ? end.name.substr(end.name.find_last_of('/') + 1) : nothing;
+}
+
 }  // namespace
 
 Endpoint parse_endpoint(const std::string& option, const std::string& text)
@@ -44,7 +50,7 @@ std::unique_ptr<Backend> make_backend(const Endpoint& input, const Endpoint& out
 {
     const bool captures = input.kind == Endpoint::Kind::device, plays = output.kind == Endpoint::Kind::device;
     if (!captures && !plays)
-        return make_clock_backend();
+        return make_clock_backend(name_of(input, "silence") + " to " + name_of(output, "nowhere"));
     const BackendKind* from = captures ? input.backend : nullptr;
     const BackendKind* to = plays ? output.backend : nullptr;
     if (from && to && from != to)
