@@ -278,14 +278,29 @@ pcm.tape {{ type file slave.pcm "other" file "{self.path('tape.raw')}" format "r
         self.assertNotEqual(result.returncode, 0)
         self.assertIn("clocks of their own", result.stderr)
 
-    def test_what_a_device_gets_is_what_run_makes(self):
-        self.live(self.schematic, "--input", "file:" + self.music, "--output", "alsa:tape")
-        self.assertEqual(self.session.wait(20), 0, self.log())
-        self.run_it("run", self.schematic, "-i", self.music, "-o", self.path("run.raw"), "--raw-out", "s16le")
-        with open(self.path("tape.raw"), "rb") as tape, open(self.path("run.raw"), "rb") as run:
-            frames = tape.read()  # of four channels, two of them silent
-            heard = b"".join(frames[i:i + 4] for i in range(0, len(frames) - 7, 8))
-            self.assertTrue(run.read()[:100000] in heard)
+    def test_what_a_device_gets_is_what_run_makes_in_every_format(self):
+        for alsa, raw, size in [("S16_LE", "s16le", 2), ("S24_3LE", "s24le", 3), ("S24_LE", "s24_32le", 4), ("S32_LE", "s32le", 4),
+                                ("FLOAT_LE", "f32le", 4)]:
+            with open(self.path("asoundrc"), "a") as f:
+                f.write(f"""
+pcm.other_{raw} {{ type vtest format {alsa} }}
+pcm.tape_{raw} {{ type file slave.pcm "other_{raw}" file "{self.path(raw)}" format "raw" }}
+pcm.played_{raw} {{ type file slave.pcm "other_{raw}" file "/dev/null" infile "{self.path(raw)}" format "raw" }}
+""")
+            self.live(self.schematic, "--input", "file:" + self.music, "--output", "alsa:tape_" + raw)
+            self.assertEqual(self.session.wait(20), 0, self.log())
+            self.run_it("run", self.schematic, "-i", self.music, "-o", self.path("run.raw"), "--raw-out", raw)
+            with open(self.path(raw), "rb") as tape, open(self.path("run.raw"), "rb") as run:
+                frames = tape.read()  # of four channels, two of them silent
+                heard = b"".join(frames[i:i + 2 * size] for i in range(0, len(frames) - 4 * size + 1, 4 * size))
+                self.assertTrue(run.read()[:100000] in heard, raw)
+            self.live(self.schematic, "--input", "alsa:played_" + raw, "--output", "file:" + self.path("back.wav"))
+            self.wait_for("running", count=2)
+            self.stop()
+            self.run_it("run", self.schematic, "-i", self.path("back.wav"), "-o", self.path("back.raw"), "--raw-out", raw)
+            with open(self.path("back.raw"), "rb") as back:
+                taken = back.read()[4800:48000]
+            self.assertTrue(len(set(taken)) > 16 and taken in heard, raw)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A PCM for tests: any channels, paced by the clock, and while a file exists that its configuration names, it is gone
-// (ENODEV) or stumbles once (EPIPE).
+// A PCM for tests: any channels, one format, paced by the clock, and while a file exists that its configuration names,
+// it is gone (ENODEV) or stumbles once (EPIPE).
 #include <alsa/asoundlib.h>
 #include <alsa/pcm_external.h>
 #include <stdlib.h>
@@ -11,7 +11,7 @@
 
 typedef struct Device {
     snd_pcm_ioplug_t io;
-    char *gone, *stumble;
+    char *gone, *stumble, *format;
     struct timespec start;
     int runs;
 } Device;
@@ -69,6 +69,7 @@ static void release(Device* d)
     close(d->io.poll_fd);
     free(d->gone);
     free(d->stumble);
+    free(d->format);
     free(d);
 }
 
@@ -80,7 +81,9 @@ static int closed(snd_pcm_ioplug_t* io)
 
 static int limit(snd_pcm_ioplug_t* io)
 {
-    const unsigned access[] = {SND_PCM_ACCESS_RW_INTERLEAVED}, formats[] = {SND_PCM_FORMAT_S16};
+    const char* format = ((Device*)io->private_data)->format;
+    const unsigned access[] = {SND_PCM_ACCESS_RW_INTERLEAVED};
+    const unsigned formats[] = {(unsigned)(format ? snd_pcm_format_value(format) : SND_PCM_FORMAT_S16)};
     if (snd_pcm_ioplug_set_param_list(io, SND_PCM_IOPLUG_HW_ACCESS, 1, access) < 0 ||
         snd_pcm_ioplug_set_param_list(io, SND_PCM_IOPLUG_HW_FORMAT, 1, formats) < 0 ||
         snd_pcm_ioplug_set_param_minmax(io, SND_PCM_IOPLUG_HW_CHANNELS, 4, 8) < 0 ||
@@ -103,7 +106,7 @@ SND_PCM_PLUGIN_DEFINE_FUNC(vtest)
         const char *id, *path;
         snd_config_get_id(entry, &id);
         if (snd_config_get_string(entry, &path) == 0 && strcmp(id, "type") != 0)
-            *(strcmp(id, "gone") == 0 ? &d->gone : &d->stumble) = strdup(path);
+            *(strcmp(id, "gone") == 0 ? &d->gone : strcmp(id, "format") == 0 ? &d->format : &d->stumble) = strdup(path);
     }
     d->io.version = SND_PCM_IOPLUG_VERSION;
     d->io.name = "vtest";
