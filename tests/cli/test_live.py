@@ -108,6 +108,11 @@ class Files(Case):
             good = json.load(f)
         self.edit(lambda d: d.update(good, title="again"))
         self.wait_for("read anew")
+        self.edit(lambda d: d.update(blocks={"low": {"type": "FILTER_2ND_BESSEL_BUTTER", "params": {"type": "ButterLP", "fc": 200}}},
+                                     wires=[["input", "low"], ["low", "output"]]))
+        self.wait_for("read anew", count=2)
+        self.edit(lambda d: d.update(good))
+        self.wait_for("read anew", count=3)
         self.edit(lambda d: d.update(block_size=32))
         self.wait_for("goes on as before", count=2)
         self.assertEqual(self.stop(), 0)
