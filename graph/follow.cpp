@@ -131,8 +131,9 @@ int Program::relive(std::int64_t block, const History& inputs, const Program& fr
     return result;
 }
 
-int Program::live(std::int64_t block, const Program* from)
+int Program::live(std::int64_t block, const Program* from, bool metered)
 {
+    listen(metered);
     block_ = block;
     lender_ = from;
     const int result = run();

@@ -19,7 +19,7 @@ struct VantoroGraph {
     ~VantoroGraph();
 
     int process();
-    int run_on(Program& program);
+    int run_on(Program& program, bool metered);
     void mend(Program& program);
     void blame(const Program& program, int node);
     void begin_fade();
@@ -139,7 +139,7 @@ void VantoroGraph::free_retired()
 }
 
 // The program hears what the graph hears.
-int VantoroGraph::run_on(Program& program)
+int VantoroGraph::run_on(Program& program, bool metered)
 {
     const vgraph::FlushToZero mode(program.flushes());
     program.take_posts();
@@ -148,7 +148,7 @@ int VantoroGraph::run_on(Program& program)
         wrong += program.hear(ch, in[index(ch)]);
     if (&program == now)  // the one that fades in hears the same
         faults.inputs += wrong;
-    const int result = program.live(clock.load(std::memory_order_relaxed), &program == coming ? now : nullptr);
+    const int result = program.live(clock.load(std::memory_order_relaxed), &program == coming ? now : nullptr, metered);
     if (result >= 0 && !program.sound()) [[unlikely]]
         mend(program);
     if (result < 0) [[unlikely]]
@@ -267,13 +267,14 @@ void VantoroGraph::crossfade()
 int VantoroGraph::process()
 {
     const std::int64_t block = clock.load(std::memory_order_relaxed);
+    const bool metered = metering.load(std::memory_order_relaxed);  // once: what is not measured may not be written
     for (int ch = 0; ch < now->inputs(); ++ch)
         inputs.write(block, ch, in[index(ch)]);
     begin_fade();
-    int result = run_on(*now);
+    int result = run_on(*now, metered);
     const bool both = coming && caught_up();
     if (both)
-        result = std::min(result, run_on(*coming));
+        result = std::min(result, run_on(*coming, metered));
     for (int ch = 0; ch < now->outputs(); ++ch)
         if (result < 0)
             std::fill_n(out[index(ch)], now->block_size(), 0.0F);
@@ -281,7 +282,7 @@ int VantoroGraph::process()
             std::copy_n(now->output(ch), now->block_size(), out[index(ch)]);
     if (both && result >= 0)
         crossfade();
-    if (metering.load(std::memory_order_relaxed))
+    if (metered)
         measure();
     feed_taps();
     clock.store(block + 1, std::memory_order_release);
@@ -359,11 +360,7 @@ const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node)
     return found ? found->block : nullptr;
 }
 
-const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin)
-{
-    const vgraph::RunNode* found = graph->now->node(node);
-    return found && pin >= 0 && pin < found->outputs ? found->out[pin] : nullptr;
-}
+const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin) { return graph->now->ask(node, pin); }
 
 float* Vantoro_graph_input(VantoroGraph* graph, int channel)
 {
@@ -535,8 +532,8 @@ int Vantoro_graph_tap(VantoroGraph* graph, int slot, int signal)
     if (slot < 0 || slot >= vgraph::kTaps || signal >= program.signals() + program.outputs())
         return RT_ERR_VALUE;
     VantoroGraph::Tap& tap = graph->taps[slot];
-    tap.since = graph->clock.load(std::memory_order_acquire) + 1;
-    program.tapped[slot].store(std::max(signal, 0), std::memory_order_relaxed);
+    program.tapped[slot].store(std::max(signal, 0));
+    tap.since = graph->clock.load() + 1;  // the block that runs now may not write this signal
     if (signal >= 0 && !tap.past.kept() &&
         !tap.past.reserve(1, program.block_size(), kSamples / program.block_size() + 1))
         return RT_ERR_MALLOC;

@@ -24,16 +24,6 @@ public:
     AtWork& operator=(const AtWork&) = delete;
 };
 
-// On the bits of the magnitudes: the compiler makes this vectors. NaN and infinity are the largest.
-bool finite(const float* samples, int n)
-{
-    constexpr std::uint32_t kInfinite = 0x7f800000;
-    std::uint32_t peak = 0;
-    for (int i = 0; i < n; ++i)
-        peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffU);
-    return peak < kInfinite;
-}
-
 // Both threads reach a detector's levels.
 void publish(float& to, float v) { std::atomic_ref(to).store(v, std::memory_order_relaxed); }
 
@@ -48,6 +38,16 @@ bool sizes(const VantoroBlockInfo& info, int entry)
 }
 
 }  // namespace
+
+// On the bits of the magnitudes: the compiler makes this vectors. NaN and infinity are the largest.
+bool finite(const float* samples, int n)
+{
+    constexpr std::uint32_t kInfinite = 0x7f800000;
+    std::uint32_t peak = 0;
+    for (int i = 0; i < n; ++i)
+        peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffU);
+    return peak < kInfinite;
+}
 
 constinit thread_local const char* node_at_work = nullptr;
 
@@ -141,7 +141,7 @@ bool Program::build(const Preset& preset, int rate)
             return false;
     for (int ch = 0; ch < outputs_; ++ch)
         out_[index(ch)] = buffers_[preset.link(link++)];
-    return true;
+    return make_chains(link);
 }
 
 bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& link)
@@ -155,7 +155,7 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     node.outputs = wanted.outputs;
     node.links = links_.get() + link;
     node.first_signal = static_cast<int>(buffers_count_);
-    node.past = node.lender = -1;
+    node.past = node.lender = node.before = node.after = -1;
     node.pro = make<BlockPro>();
     if (!node.pro)
         return false;
@@ -326,14 +326,24 @@ int Program::run_node(const RunNode& node)
     return result;
 }
 
+const float* Program::ask(int n, int pin)
+{
+    if (!node(n) || pin < 0 || pin >= node(n)->outputs)
+        return nullptr;
+    nodes_[index(n)].asked = true;
+    return node(n)->out[pin];
+}
+
 int Program::run()
 {
     int result = RT_OK;
     failed_ = -1;
     for (int n = 0; n < nodes_count_ && result >= 0; ++n) {
         const RunNode& node = nodes_[index(n)];
+        if (node.before >= 0)
+            continue;
         node_at_work = node.name;
-        result = run_node(node);
+        result = node.after < 0 ? run_node(node) : run_chain(n);
         if (result < 0) [[unlikely]]
             failed_ = n;
     }
@@ -356,14 +366,6 @@ unsigned Program::hear(int ch, const float* samples)
     return wrong;
 }
 
-// What a node gave in this block.
-bool Program::finite_at(const RunNode& node) const
-{
-    return std::all_of(node.out, node.out + node.outputs,
-                       [this](const float* pin) { return finite(pin, block_size()); }) &&
-           finite(node.levels, node.level_count);
-}
-
 bool Program::sound()
 {
     for (int ch = 0; ch < outputs_; ++ch)
@@ -372,25 +374,26 @@ bool Program::sound()
     if (nodes_count_ == 0)
         return true;
     looked_at_ = (looked_at_ + 1) % nodes_count_;
-    return finite_at(nodes_[index(looked_at_)]);
+    return gave_finite(nodes_[index(looked_at_)]);
 }
 
 int Program::recover()
 {
     int first = -1;
     for (int n = 0; n < nodes_count_; ++n) {
-        const RunNode& node = nodes_[index(n)];
-        const bool heard =
-            std::all_of(node.in, node.in + node.inputs, [this](const float* pin) { return finite(pin, block_size()); });
-        const bool gave = finite_at(node);
-        if (heard && gave)
-            continue;
-        if (heard && first < 0)
+        RunNode& node = nodes_[index(n)];
+        const bool heard = heard_finite(node), gave = gave_finite(node);
+        node.faulty = !heard || !gave;
+        if (heard && !gave && first < 0)
             first = n;
-        const AtWork at_work(node.name);
-        BlockAlgo_clear(node.block);
     }
-    // Only now: a listener's inputs are the outputs of others.
+    // Only now: what others heard is read from outputs and states.
+    for (int n = 0; n < nodes_count_; ++n) {
+        const RunNode& node = nodes_[index(n)];
+        const AtWork at_work(node.name);
+        if (node.faulty)
+            BlockAlgo_clear(node.block);
+    }
     for (std::size_t b = 1; b < buffers_count_; ++b)
         if (!finite(buffers_[b], block_size()))
             std::fill_n(buffers_[b], block_size(), 0.0F);

@@ -44,10 +44,19 @@ struct RunNode {
     int first_signal;            // of the outputs
     int past;                    // its outputs in Program::past: the first, or -1
     int lender;                  // node of the program before that runs this one until it is taken over, or -1
+    // In a chain of filters, see chain.cpp:
+    int before, after;  // nodes, or -1
+    int place;          // its own among Program::chained_
+    bool cut;           // its outputs are read from outside: they are written although only `after` hears them
+    bool asked;         // for good
+    bool faulty;        // found by recover()
 };
 
 // The name of the node that the calling thread is making, setting or running; null: none.
 extern constinit thread_local const char* node_at_work;
+
+// Whether a sample is neither infinite nor NaN, and all are.
+bool finite(const float* samples, int n);
 
 class Program {
 public:
@@ -88,6 +97,8 @@ public:
     int recover();
     bool sound();
     int failed() const { return failed_; }
+    // An output pin, which is written from the next block on whoever else hears it. Null: no such pin.
+    const float* ask(int n, int pin);
 
     // Following another program, see follow.cpp. Control thread: keep() reserves the past of this program; lend() finds
     // the nodes of `from` that go on in this one. Audio thread: unlend() and take_over(), between two blocks.
@@ -97,8 +108,9 @@ public:
     void take_over(Program& old);
     // Both return the result of the first node that fails, or RT_OK. relive(): one block of the past; `from` has what
     // the nodes gave that it lends. live(): one block of the present; `from` has run it already. Null: nothing is lent.
+    // `metered`: every output is read.
     int relive(std::int64_t block, const History& inputs, const Program& from);
-    int live(std::int64_t block, const Program* from);
+    int live(std::int64_t block, const Program* from, bool metered);
     // The next block to hear.
     std::int64_t heard() const { return present_.load(std::memory_order_acquire); }
     void skip_to(std::int64_t block) { present_.store(block, std::memory_order_release); }
@@ -129,7 +141,18 @@ private:
     BlockAlgo* block_of(const RunNode& node) const;
     bool same_node(const RunNode& node, const RunNode& other, const int* same) const;
     int run();
-    bool finite_at(const RunNode& node) const;
+    // Chains and what runs in them, see chain.cpp.
+    [[nodiscard]] bool make_chains(std::size_t links);
+    [[nodiscard]] bool count_listeners(Array<int>& listeners, std::size_t links) const;
+    bool follows(const RunNode& node, const RunNode& before, const int* listeners) const;
+    int giver_of(int signal) const;
+    void listen(bool metered);
+    bool writes(const RunNode& node) const { return node.after < 0 || node.cut; }
+    int end_of_piece(int n) const;
+    int run_chain(int head);
+    bool pins_finite(const float* const* pins, int count) const;
+    bool heard_finite(const RunNode& node) const;
+    bool gave_finite(const RunNode& node) const;
 
     BlockPro pro_ = {};
     std::size_t stride_ = 0;  // samples from buffer to buffer
@@ -149,6 +172,9 @@ private:
     int longest_ = 0, failed_ = -1, looked_at_ = 0;
     Array<char> text_;
     Array<RunNode> nodes_;
+    Array<BlockAlgo*> chained_;  // the blocks, those of a chain in a row
+    Array<int> inner_;           // nodes that another one follows
+    int inner_count_ = 0;
     Queue queue_;
 
     History past_;                          // outputs of the nodes that may be lent

@@ -101,8 +101,9 @@ const BlockAlgo* Vantoro_graph_block(const VantoroGraph* graph, int node);
 float* Vantoro_graph_input(VantoroGraph* graph, int channel);
 const float* Vantoro_graph_output(const VantoroGraph* graph, int channel);
 
-// What an output pin of a node holds after a process call, block_size samples: for meters and spectra. Audio thread; it
-// stays where it is until another preset is swapped in. Null: no such pin.
+// What an output pin of a node holds after a process call, block_size samples: for meters and spectra. Audio thread.
+// The buffer stays where it is until another preset is swapped in, and is written from the process call after the first
+// such call on: before, filters in series that nobody looks into run as one. Null: no such pin.
 const float* Vantoro_graph_signal(const VantoroGraph* graph, int node, int pin);
 
 // One block: takes what was posted or swapped in, runs every node once. While a node of the graph decays through

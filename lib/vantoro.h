@@ -26,6 +26,7 @@
 #include "common/comb.h"
 #include "common/common.h"
 #include "common/double_biquad.h"
+#include "filters/chain.h"
 #include "filters/crossover.h"
 #include "filters/fir.h"
 #include "filters/first_order.h"

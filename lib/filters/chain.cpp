@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sections are collected from the blocks' records, in every call: what that costs is small beside the filtering, and
+// nothing has to be told when parameters change.
+#include "chain.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "../framework/new_block.h"
+#include "../kernels/lanes.h"
+#include "../kernels/section.h"
+#include "first_order.h"
+#include "graphical_eq.h"
+#include "second_order.h"
+#include "text_eq.h"
+
+using namespace lbx;
+
+namespace {
+
+constexpr int kMost = 12;     // sections in one pass: what the cascade keeps in registers
+constexpr int kIdle = 3;      // lanes of the first four, at most
+constexpr int kChannels = 8;  // at a time
+
+// What filters in a block: so many bands, each with its coefficients and, for every channel, its words of state.
+struct Bands {
+    int count, words;
+    bool negate;  // the output
+};
+
+Bands bands_of(const BlockAlgo* blk)
+{
+    if (blk->method_type == EN_FILTER_GRAPHICAL_EQ)
+        return {core_of<GraphicalEQ_Core>(blk)->numFilter, kSosWords, false};
+    if (blk->method_type == EN_FILTER_TEXTEQ)
+        return {core_of<TextEQ_Core>(blk)->numFilter, kSosWords, false};
+    const auto one = [](const auto* core, int words) {
+        return core->enable != 0 ? Bands{1, words, core->polarity != 0} : Bands{0, words, false};
+    };
+    return blk->method_type == EN_FILTER_1ST ? one(core_of<FirstOrder_Core>(blk), FirstOrder<float>::kWords)
+                                             : one(core_of<SecondOrder_Core>(blk), kSosWords);
+}
+
+// Equalisers switch their bands by flags of opposite meaning.
+bool runs(const BlockAlgo* blk, int band)
+{
+    return !blk->pStateC || (blk->pStateC[band] != 0.0F) == (blk->method_type == EN_FILTER_TEXTEQ);
+}
+
+// A section whose input has the other sign gives the same with its b negated.
+struct Section {
+    const float* coeff;
+    float* state;
+    std::ptrdiff_t stride;  // of states, from channel to channel
+    float sign;             // of its input: 0 or -0
+};
+
+// Four sections, lane by lane.
+void lay_out(CascadeGroup& group, const Section* section)
+{
+    const auto lanes = [section](auto value)
+                           LBX_INLINED { return lanes_of<f4>([&](int l) LBX_INLINED { return value(section[l]); }); };
+    const f4 signs = lanes([](const Section& each) { return each.sign; });
+    repeat<kSosCoeffs>([&](auto j) {
+        const f4 four = lanes([j](const Section& each) { return each.coeff[j]; });
+        store(group.coeff[j], j == 2 || j == 4 ? four : flip(four, signs));
+    });
+}
+
+class Chain {
+public:
+    Chain(const float* const* in, float* const* out, int channels, int n)
+        : in_(in), out_(out), channels_(channels), n_(n)
+    {
+        static constexpr float kNone[kSosCoeffs] = {};
+        std::fill_n(section_, kIdle, Section{kNone, nullptr, 0, 0});
+    }
+
+    void add(const BlockAlgo* blk)
+    {
+        const Bands bands = bands_of(blk);
+        if (bands.words == FirstOrder<float>::kWords) {
+            if (bands.count > 0)
+                run_first_order(blk);
+        } else {
+            for (int k = 0; k < bands.count; ++k)
+                if (runs(blk, k))
+                    take(blk, bands.count, k);
+        }
+        negate_ = negate_ != bands.negate;
+    }
+
+    void finish()
+    {
+        if (sections_ > 0 || in_ != out_)
+            run();
+        for (int ch = 0; ch < channels_ && negate_; ++ch)
+            for (int i = 0; i < n_; ++i)
+                out_[ch][i] = -out_[ch][i];
+    }
+
+private:
+    void take(const BlockAlgo* blk, int bands, int k)
+    {
+        if (sections_ == kMost)
+            run();
+        section_[kIdle + sections_++] = {blk->pState + std::ptrdiff_t{kSosCoeffs} * k,
+                                         blk->pStateB + std::ptrdiff_t{kSosWords} * k,
+                                         std::ptrdiff_t{kSosWords} * bands, sign_bit(negate_)};
+        negate_ = false;
+    }
+
+    void run_first_order(const BlockAlgo* blk)
+    {
+        if (sections_ > 0)
+            run();
+        const float *c = blk->pState, sign = negate_ ? -1.0F : 1.0F, coeff[] = {sign * c[0], sign * c[1], c[2]};
+        run_sections<FirstOrder>(coeff, blk->pStateB, in_, out_, channels_, n_, false);
+        in_ = out_;
+        negate_ = false;
+    }
+
+    // All that were taken, a few channels at a time.
+    void run()
+    {
+        CascadeGroup group[kMost / 4];
+        Cascade cascade = {group, (sections_ + 3) / 4, sections_};
+        const int idle = cascade.idle();
+        for (int g = 0; g < cascade.capacity; ++g)
+            lay_out(group[g], section_ + kIdle - idle + 4 * g);
+        for (int l = 0; l < 4 * cascade.capacity; ++l)
+            group[l / 4].band[l % 4] = std::max(l - idle, 0);
+        for (int ch = 0; ch < channels_; ch += kChannels) {
+            const int some = std::min(channels_ - ch, kChannels);
+            float words[kChannels * kMost * kSosWords];
+            each_word(ch, some, words, [](float& here, const float& there) { here = there; });
+            run_cascade(cascade, words, std::ptrdiff_t{kSosWords} * sections_, in_ + ch, out_ + ch, some, n_);
+            each_word(ch, some, words, [](const float& here, float& there) { there = here; });
+        }
+        in_ = out_;
+        sections_ = 0;
+    }
+
+    // The states of some channels, and the same side by side.
+    template <class Move>
+    void each_word(int first, int channels, float* words, Move move)
+    {
+        for (int k = 0; k < sections_; ++k) {
+            const Section& section = section_[kIdle + k];
+            float *here = words + kSosWords * k, *there = section.state + section.stride * first;
+            for (int ch = 0; ch < channels; ++ch, here += kSosWords * sections_, there += section.stride) {
+                move(here[0], there[0]);
+                move(here[1], there[1]);
+            }
+        }
+    }
+
+    const float* const* in_;
+    float* const* out_;
+    int channels_, n_;
+    int sections_ = 0;
+    bool negate_ = false;  // what the next section hears has the other sign
+    Section section_[kIdle + kMost];
+};
+
+}  // namespace
+
+int Vantoro_chain_takes(const BlockAlgo* blk)
+{
+    const int type = blk->method_type;
+    return (type >= EN_FILTER_1ST && type <= EN_FILTER_NONBARE) || type == EN_FILTER_GRAPHICAL_EQ;
+}
+
+int Vantoro_chain_process(BlockAlgo* const* blocks, int count, float** data_in, float** data_out)
+{
+    if (count < 1)
+        return RT_ERR_VALUE;
+    const int channels = blocks[0]->nInputs, n = blocks[0]->block_pro->nBlockSize;
+    for (int k = 0; k < count; ++k)
+        if (Vantoro_chain_takes(blocks[k]) == 0 || blocks[k]->nInputs != channels ||
+            blocks[k]->block_pro->nBlockSize != n)
+            return RT_ERR_VALUE;
+    if (n < 1)
+        return RT_OK;
+    Chain chain(data_in, data_out, channels, n);
+    for (int k = 0; k < count; ++k)
+        chain.add(blocks[k]);
+    chain.finish();
+    return RT_OK;
+}
+
+int Vantoro_chain_finite(const BlockAlgo* blk)
+{
+    const Bands bands = bands_of(blk);
+    const std::ptrdiff_t words = std::ptrdiff_t{bands.words} * bands.count * blk->nInputs;
+    return std::all_of(blk->pStateB, blk->pStateB + words, [](float v) { return std::isfinite(v); }) ? 1 : 0;
+}
