@@ -18,9 +18,8 @@ using namespace lbx;
 
 namespace {
 
-constexpr int kMost = 12;     // sections in one pass: what the cascade keeps in registers
-constexpr int kIdle = 3;      // lanes of the first four, at most
-constexpr int kChannels = 8;  // at a time
+constexpr int kMost = 12;  // sections in one pass: what the cascade keeps in registers
+constexpr int kIdle = 3;   // lanes of the first four, at most
 
 // What filters in a block: so many bands, each with its coefficients and, for every channel, its words of state.
 struct Bands {
@@ -28,7 +27,7 @@ struct Bands {
     bool negate;  // the output
 };
 
-Bands bands_of(const BlockAlgo* blk)
+LBX_INLINE Bands bands_of(const BlockAlgo* blk)
 {
     if (blk->method_type == EN_FILTER_GRAPHICAL_EQ)
         return {core_of<GraphicalEQ_Core>(blk)->numFilter, kSosWords, false};
@@ -42,7 +41,7 @@ Bands bands_of(const BlockAlgo* blk)
 }
 
 // Equalisers switch their bands by flags of opposite meaning.
-bool runs(const BlockAlgo* blk, int band)
+LBX_INLINE bool runs(const BlockAlgo* blk, int band)
 {
     return !blk->pStateC || (blk->pStateC[band] != 0.0F) == (blk->method_type == EN_FILTER_TEXTEQ);
 }
@@ -65,6 +64,10 @@ void lay_out(CascadeGroup& group, const Section* section)
         const f4 four = lanes([j](const Section& each) { return each.coeff[j]; });
         store(group.coeff[j], j == 2 || j == 4 ? four : flip(four, signs));
     });
+    for (int l = 0; l < 4; ++l) {
+        group.state[l] = section[l].state;
+        group.stride[l] = section[l].stride;
+    }
 }
 
 class Chain {
@@ -73,7 +76,7 @@ public:
         : in_(in), out_(out), channels_(channels), n_(n)
     {
         static constexpr float kNone[kSosCoeffs] = {};
-        std::fill_n(section_, kIdle, Section{kNone, nullptr, 0, 0});
+        std::fill_n(section_, kIdle, Section{kNone, idle_state_, 0, 0});
     }
 
     void add(const BlockAlgo* blk)
@@ -100,7 +103,7 @@ public:
     }
 
 private:
-    void take(const BlockAlgo* blk, int bands, int k)
+    LBX_INLINE void take(const BlockAlgo* blk, int bands, int k)
     {
         if (sections_ == kMost)
             run();
@@ -120,7 +123,7 @@ private:
         negate_ = false;
     }
 
-    // All that were taken, a few channels at a time.
+    // All that were taken.
     void run()
     {
         CascadeGroup group[kMost / 4];
@@ -128,31 +131,9 @@ private:
         const int idle = cascade.idle();
         for (int g = 0; g < cascade.capacity; ++g)
             lay_out(group[g], section_ + kIdle - idle + 4 * g);
-        for (int l = 0; l < 4 * cascade.capacity; ++l)
-            group[l / 4].band[l % 4] = std::max(l - idle, 0);
-        for (int ch = 0; ch < channels_; ch += kChannels) {
-            const int some = std::min(channels_ - ch, kChannels);
-            float words[kChannels * kMost * kSosWords];
-            each_word(ch, some, words, [](float& here, const float& there) { here = there; });
-            run_cascade(cascade, words, std::ptrdiff_t{kSosWords} * sections_, in_ + ch, out_ + ch, some, n_);
-            each_word(ch, some, words, [](const float& here, float& there) { there = here; });
-        }
+        run_cascade(cascade, 0, in_, out_, channels_, n_);
         in_ = out_;
         sections_ = 0;
-    }
-
-    // The states of some channels, and the same side by side.
-    template <class Move>
-    void each_word(int first, int channels, float* words, Move move)
-    {
-        for (int k = 0; k < sections_; ++k) {
-            const Section& section = section_[kIdle + k];
-            float *here = words + kSosWords * k, *there = section.state + section.stride * first;
-            for (int ch = 0; ch < channels; ++ch, here += kSosWords * sections_, there += section.stride) {
-                move(here[0], there[0]);
-                move(here[1], there[1]);
-            }
-        }
     }
 
     const float* const* in_;
@@ -160,6 +141,7 @@ private:
     int channels_, n_;
     int sections_ = 0;
     bool negate_ = false;  // what the next section hears has the other sign
+    float idle_state_[kSosWords] = {};
     Section section_[kIdle + kMost];
 };
 

@@ -77,7 +77,8 @@ template <class Kind>
         flags[k] = band[Kind::kFlag];
         Kind::design(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k, rate_hz, band);
     }
-    arrange(core->cascade, core->coeffArray, core->numFilter, [&](int k) { return Kind::runs(flags[k]); });
+    arrange(core->cascade, core->coeffArray, core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter,
+            core->numFilter, [&](std::ptrdiff_t k) { return Kind::runs(flags[k]); });
     eq_silence<Kind>(blk);
 }
 
@@ -105,9 +106,7 @@ BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*des
 template <class Kind>
 void eq_run(const typename Kind::Core* core, const float* const* in, float* const* out, int first, int channels, int n)
 {
-    const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * core->numFilter;
-    run_cascade(static_cast<const Equaliser<Kind>*>(core)->cascade, core->stateBuffer + words * first, words, in, out,
-                channels, n);
+    run_cascade(static_cast<const Equaliser<Kind>*>(core)->cascade, first, in, out, channels, n);
 }
 
 template <class Kind>

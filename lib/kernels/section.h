@@ -97,7 +97,8 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
 // zero-initialised the cascade is an identity.
 struct CascadeGroup {  // four sections in lanes
     float coeff[kSosCoeffs][4];
-    int band[4];
+    float* state[4];           // of the first channel: kSosWords
+    std::ptrdiff_t stride[4];  // from there to the next channel's
 };
 struct Cascade {
     CascadeGroup* groups;  // owned; used from the end on, so that all but the first in use are full
@@ -110,21 +111,21 @@ struct Cascade {
 };
 [[nodiscard]] bool reserve(Cascade& cascade, int sections);  // room for arrange(); false: no memory, nothing changed
 void release(Cascade& cascade);
-void put_first(Cascade& cascade, const float* coeff, int band);  // before the others; its state is words 2 * band, + 1
+void put_first(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride);  // before the others
 
 // Takes the bands of `coeff` (kSosCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
+// Channel c's state begins at state[stride * c], with kSosWords for each band, active or not.
 template <class Active>
-void arrange(Cascade& cascade, const float* coeff, int bands, Active active)
+void arrange(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride, int bands, Active active)
 {
     cascade.sections = 0;
-    for (int k = bands - 1; k >= 0; --k)
+    for (std::ptrdiff_t k = bands - 1; k >= 0; --k)
         if (active(k))
-            put_first(cascade, coeff + std::ptrdiff_t{kSosCoeffs} * k, k);
+            put_first(cascade, coeff + kSosCoeffs * k, state + kSosWords * k, stride);
 }
 
-// Channel c's state begins at state[words_per_channel * c].
-void run_cascade(const Cascade& cascade, float* state, std::ptrdiff_t words_per_channel, const float* const* in,
-                 float* const* out, int channels, int n);
+// Channels `first` and on; in[0] is the first of them.
+void run_cascade(const Cascade& cascade, int first, const float* const* in, float* const* out, int channels, int n);
 
 // Sections side by side on one input, for meters: sums[k] becomes the sum of squares of band k's output over the block,
 // fma(y, y, sum) from 0 in sample order. Band k has state[2k] and the next word. Sums and state have room for kLanes
@@ -137,11 +138,9 @@ struct Bank {
 void set_bank(Bank& bank, const float* coeff, int bands);  // kSosCoeffs floats per band
 void run_bank(const Bank& bank, float* state, const float* in, int n, float* sums);
 
-// One step of chains that run side by side: the coefficients of four lanes (the next four have the same), and how far
-// from the start of a chain's state its words are.
+// One step of chains that run side by side: the coefficients of four lanes (the next four have the same).
 struct Stage {
     f4 coeff[kSosCoeffs];
-    std::ptrdiff_t word;
 };
 
 // Every channel split into bands, each a chain of sections. Channel c has the state of band 0's sections, then band

@@ -27,7 +27,7 @@ void release(Cascade& cascade)
 }
 
 // The lanes before it are idle until the next one comes; they share its state.
-void put_first(Cascade& cascade, const float* coeff, int band)
+void put_first(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride)
 {
     ++cascade.sections;
     CascadeGroup& group = cascade.groups[cascade.capacity - cascade.used()];
@@ -35,7 +35,8 @@ void put_first(Cascade& cascade, const float* coeff, int band)
     for (int l = 0; l <= own; ++l) {
         for (int j = 0; j < kSosCoeffs; ++j)
             group.coeff[j][l] = l == own ? coeff[j] : 0.0F;
-        group.band[l] = band;
+        group.state[l] = state;
+        group.stride[l] = stride;
     }
 }
 
@@ -57,8 +58,6 @@ void set_split(Split& split, const float* coeff, const SplitBand* band, int band
         split.sections += band[b].sections;
         split.depth = std::max(split.depth, band[b].sections);
     }
-    for (int k = 0; k < split.depth; ++k)
-        split.stage[k].word = std::ptrdiff_t{kSosWords} * k;
     for (int l = 0; l < 4; ++l) {
         const int b = split.band_of(l);
         split.signs[l] = sign_bit(band[b].negate);
