@@ -55,14 +55,15 @@ struct Destroy {
 
 double graph_ns(int channels, bool metered)
 {
-    graph_test::PresetRows rows = {.block = kBlock, .inputs = static_cast<std::uint32_t>(channels)};
+    graph_test::PresetRows rows;
+    rows.inputs = static_cast<std::uint32_t>(channels);
     for (int k = 0; k <= kFilters; ++k) {
         std::vector<std::uint32_t> links;
         for (int ch = 0; ch < channels; ++ch)
             links.push_back(static_cast<std::uint32_t>(1 + k * channels + ch));
         if (k < kFilters)
-            rows.nodes.push_back(
-                {"f" + std::to_string(k), EN_FILTER_2ND_GENERAL, static_cast<std::uint32_t>(channels), links, kVector});
+            rows.nodes.push_back({std::string(1, static_cast<char>('a' + k)), EN_FILTER_2ND_GENERAL,
+                                  static_cast<std::uint32_t>(channels), links, kVector});
         else
             rows.outputs = links;
     }
