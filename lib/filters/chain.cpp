@@ -8,6 +8,7 @@
 
 #include "../framework/new_block.h"
 #include "../kernels/lanes.h"
+#include "../kernels/ramp.h"
 #include "../kernels/section.h"
 #include "first_order.h"
 #include "graphical_eq.h"
@@ -98,8 +99,7 @@ public:
         if (sections_ > 0 || in_ != out_)
             run();
         for (int ch = 0; ch < channels_ && negate_; ++ch)
-            for (int i = 0; i < n_; ++i)
-                out_[ch][i] = -out_[ch][i];
+            scale(out_[ch], out_[ch], -1.0F, n_);
     }
 
 private:

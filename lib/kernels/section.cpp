@@ -29,16 +29,24 @@ constexpr int kShortCascade = 12;  // samples of one channel; below, filling the
 struct Lanes {
     const float* in[8];
     float* out[8];
-    int channel[8];
+    std::ptrdiff_t place[8];  // in what a section keeps for all lanes
     int sections[8];
 
-    void set(int l, const float* x, float* y, int ch, int count)
+    void set(int l, const float* x, float* y, std::ptrdiff_t at, int count)
     {
         in[l] = x;
         out[l] = y;
-        channel[l] = ch;
+        place[l] = at;
         sections[l] = count;
     }
+};
+
+// Where a section's states are: those of a lane are place * stride from the first.
+struct Words {
+    float* first;
+    std::ptrdiff_t stride;
+
+    float* at(std::ptrdiff_t place) const { return first + stride * place; }
 };
 
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
@@ -55,14 +63,18 @@ LBX_INLINE void write_state(const SecondOrder<V>& section, Where where)
         [&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
 }
 
-// Lanes `at` and up, their states by section and lane. Whole: all run through all sections.
+// Lanes `at` and up. Whole: all run through all sections.
 template <class V, int kDepth, bool kWhole>
-LBX_KERNEL void series(const Stage* stage, float* const (*state)[8], const Lanes& lanes, int at, f4 signs, int n)
+LBX_KERNEL void series(const Stage* stage, const Words* words, const Lanes& lanes, int at, f4 signs, int n)
 {
     SecondOrder<V> section[kDepth];
     V live[kDepth];  // lanes whose chain is that long
     const auto lengths = load<i4>(lanes.sections + at);
-    const auto state_of = [&](int d) { return [&, d](int l) { return state[d][at + l]; }; };
+    float nowhere[kSosWords] = {};
+    const auto state_of = [&](int d) {
+        return
+            [&, d](int l) { return kWhole || d < lanes.sections[at + l] ? words[d].at(lanes.place[at + l]) : nowhere; };
+    };
     repeat<kDepth>([&](auto d) {
         read_section(
             section[d], [&](int j) { return every<V>(stage[d].coeff[j]); }, state_of(d));
@@ -82,12 +94,11 @@ constexpr int kMaxDepth = kSeriesDepth<f4>;
 constexpr int kMixedDepth = kWideRegisters ? kMaxDepth : 2;  // where lanes differ
 
 // `count` lanes, each through all of its sections, the longest through `sections`; stages(k, depth) are `depth` of them
-// from k on, state_of(k, l) the state of lane l in section k.
-template <class Stages, class State>
-void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stages, State state_of)
+// from k on, words_of(k) the states of one.
+template <class Stages, class States>
+void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stages, States words_of)
 {
-    float nowhere[kSosWords] = {};
-    float* state[kMaxDepth][8];
+    Words words[kMaxDepth];
     const int width = packet_width(count);
     const int shortest = *std::min_element(lanes.sections, lanes.sections + width);
     const int most = shortest == sections ? kMaxDepth : kMixedDepth;
@@ -97,12 +108,11 @@ void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stage
         const bool whole = k + depth <= shortest;
         const f4 now = k + depth == sections ? signs : f4{};
         for (int d = 0; d < depth; ++d)
-            for (int l = 0; l < width; ++l)
-                state[d][l] = d < lanes.sections[l] ? state_of(k + d, l) : nowhere;
+            words[d] = words_of(k + d);
         const auto run = [&]<class V>(V, int at) {
             repeat<kSeriesDepth<V>>([&](auto d) {
                 if (depth == d + 1)
-                    (whole ? series<V, d + 1, true> : series<V, d + 1, false>)(stage, state, lanes, at, now, n);
+                    (whole ? series<V, d + 1, true> : series<V, d + 1, false>)(stage, words, lanes, at, now, n);
             });
         };
         if (width == 8 && depth <= kSeriesDepth<f8>)
@@ -131,7 +141,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, 
     SecondOrder<V> section[kGroups];
     V y[kGroups] = {};
     const auto state_of = [&](int g) {
-        return [&, g](int l) { return group[g].state[l % 4] + group[g].stride[l % 4] * channel.channel[l / 4]; };
+        return [&, g](int l) { return Words{group[g].state[l % 4], group[g].stride[l % 4]}.at(channel.place[l / 4]); };
     };
     repeat<kGroups>([&](auto g) {
         read_section(
@@ -222,6 +232,7 @@ void run_cascade(const Cascade& cascade, int first, const float* const* in, floa
                 stage[d].coeff[j] = every<f4>(group_of(k + d)->coeff[j][lane_of(k + d)]);
         return stage;
     };
+    const auto words_of = [&](int k) { return Words{group_of(k)->state[lane_of(k)], group_of(k)->stride[lane_of(k)]}; };
     for (int c = 0, some; c < channels; c += some) {
         some = std::min(channels - c, 8);
         Lanes lanes;
@@ -229,14 +240,11 @@ void run_cascade(const Cascade& cascade, int first, const float* const* in, floa
             const int k = c + std::min(l, some - 1);
             lanes.set(l, in[k], out[k], first + k, sections);
         }
-        const auto state_of = [&](int k, int l) {
-            return group_of(k)->state[lane_of(k)] + group_of(k)->stride[lane_of(k)] * lanes.channel[l];
-        };
         if (sections == 0) {
             some = 1;
             copy(in[c], out[c], n);
         } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
-            chains(lanes, some, sections, f4{}, n, stages, state_of);
+            chains(lanes, some, sections, f4{}, n, stages, words_of);
         } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
             some = 2;
             skew<f8>(cascade, lanes, n);
@@ -254,7 +262,7 @@ namespace {
 LBX_KERNEL void fade_four(const Curve& from, const Curve& to, float gain, float step, const Lanes& lanes, int n)
 {
     SecondOrder<f8> section;
-    const auto state_of = [&](int l) { return (l < 4 ? from : to).state + kSosWords * lanes.channel[l]; };
+    const auto state_of = [&](int l) { return (l < 4 ? from : to).state + lanes.place[l]; };
     read_section(
         section, [&](int j) { return join(every<f4>(from.coeff[j]), every<f4>(to.coeff[j])); }, state_of);
     each_sample<f4>(lanes.in, lanes.out, n, [&](f4 x, int) {
@@ -274,7 +282,7 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
         Lanes lanes;
         for (int l = 0; l < 8; ++l) {
             const int k = std::min(c + l % 4, channels - 1);
-            lanes.set(l, in[k], out[k], k, 1);
+            lanes.set(l, in[k], out[k], std::ptrdiff_t{kSosWords} * k, 1);
         }
         fade_four(from, to, gain, step, lanes, n);
     }
@@ -331,12 +339,13 @@ void run_split(const Split& split, float* state, const float* const* in, float* 
             Lanes lanes;
             for (int l = 0; l < 8; ++l) {
                 const int c = first + std::min(l / width, some - 1), b = split.band_of(l);
-                lanes.set(l, scratch + kSplitTile * c, out[split.bands * c + b] + start, c, split.band[b].sections);
+                lanes.set(l, scratch + kSplitTile * c, out[split.bands * c + b] + start,
+                          std::ptrdiff_t{kSosWords} * (split.sections * c + split.first[b]), split.band[b].sections);
             }
             chains(
                 lanes, width * some, split.depth, split.signs, tile, [&](int k, int) { return split.stage + k; },
-                [&](int k, int l) {
-                    return state + kSosWords * (split.sections * lanes.channel[l] + split.first[split.band_of(l)] + k);
+                [&](int k) {
+                    return Words{state + kSosWords * k, 1};
                 });
         }
     }
