@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Filters in series run as one: where a block hears nothing but the block before it, and nobody else does, their
-// sections are one cascade, which takes as long as one or two of the blocks alone.
+// sections are one cascade, two to five times faster (docs/performance.md).
 //
 //   BlockAlgo* blocks[] = {high_pass, eq, shelf};  // each with as many channels and the same block size
 //   Vantoro_chain_process(blocks, 3, in, out);     // instead of three calls of BlockAlgo_process
 //
-// The outputs, and the states that the blocks have afterwards, are those of the calls one by one, to the last bit. What
-// is between the blocks is written nowhere. Nothing is kept from call to call: parameters may be set, blocks cleared,
-// and chains made longer, shorter or left out at any time between two calls.
+// The outputs, and the states that the blocks have afterwards, are those of the calls one by one, to the last bit (of
+// NaN, but for its sign). What is between the blocks is written nowhere. Nothing is kept from call to call: parameters
+// may be set, blocks cleared, and chains made longer, shorter or left out at any time between two calls.
 #ifndef VANTORO_FILTERS_CHAIN_H
 #define VANTORO_FILTERS_CHAIN_H
 
@@ -24,8 +24,9 @@ int Vantoro_chain_takes(const BlockAlgo* blk);
 // channels or samples than the first one's.
 int Vantoro_chain_process(BlockAlgo* const* blocks, int count, float** data_in, float** data_out);
 
-// 0 when a block's state holds a number that is not finite, else 1. A section that takes one in or puts one out has it
-// in its state from then on, until it is cleared or set: so the block of a chain where a fault began can be found.
+// 0 when the state of a block that Vantoro_chain_takes holds a number that is not finite, else 1. A section that takes
+// one in or puts one out has it in its state from then on, until it is cleared or set: so the block of a chain where a
+// fault began can be found.
 int Vantoro_chain_finite(const BlockAlgo* blk);
 
 LBX_END_C
