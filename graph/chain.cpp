@@ -15,6 +15,9 @@ namespace {
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
 
+// One that is lent may get another block.
+bool may_chain(const RunNode& node) { return Vantoro_chain_takes(node.block) == 1 && !remembers(*node.info); }
+
 }  // namespace
 
 // How many hear each signal.
@@ -30,7 +33,7 @@ bool Program::count_listeners(Array<int>& listeners, std::size_t links) const
 // Whether all that `before` gives goes to `node`, pin by pin, and nowhere else.
 bool Program::follows(const RunNode& node, const RunNode& before, const int* listeners) const
 {
-    if (before.outputs != node.inputs || Vantoro_chain_takes(before.block) == 0)
+    if (before.outputs != node.inputs || !may_chain(before))
         return false;
     for (int pin = 0; pin < node.inputs; ++pin)
         if (const int signal = before.first_signal + pin;
@@ -56,7 +59,7 @@ bool Program::make_chains(std::size_t links)
         return false;
     for (int n = 0; n < nodes_count_; ++n) {
         RunNode& node = nodes_[index(n)];
-        if (node.inputs == 0 || Vantoro_chain_takes(node.block) == 0)
+        if (node.inputs == 0 || !may_chain(node))
             continue;
         const int before = giver_of(static_cast<int>(node.links[0]));
         if (before < 0 || !follows(node, nodes_[index(before)], listeners.get()))

@@ -18,14 +18,14 @@ namespace {
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
 
+}  // namespace
+
 // Whether a block's state may last longer than two seconds of sound. That of a filter does not: it is linear, and what
 // begins anew with its parameters has no other state than that of its sections.
 bool remembers(const VantoroBlockInfo& info)
 {
     return (info.traits & VANTORO_LINEAR_MODEL) == 0 || info.on_set != VANTORO_RESTARTS;
 }
-
-}  // namespace
 
 bool Program::keep(long blocks)
 {

@@ -55,7 +55,10 @@ struct RunNode {
 // The name of the node that the calling thread is making, setting or running; null: none.
 extern constinit thread_local const char* node_at_work;
 
-// Whether a sample is neither infinite nor NaN, and all are.
+// Whether a block's state may last longer than what a program that follows hears again: only such blocks are lent.
+bool remembers(const VantoroBlockInfo& info);
+
+// Whether no sample is infinite or NaN.
 bool finite(const float* samples, int n);
 
 class Program {
