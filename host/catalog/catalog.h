@@ -70,14 +70,23 @@ bool is_control(const BlockType& type, int input, PinCounts pins);
 // Problems are reported with their place below the parameters: "/bands/3/q". A warning is about a number that the block
 // takes, but not as it reads: the library limits it, truncates it, does not read it, or makes nonsense of it.
 
+// What a block runs in, as far as it is known.
+struct Pace {
+    int rate;            // Hz
+    int block_size = 0;  // samples; 0: open
+    Pace(int rate_hz, int samples = 0) : rate(rate_hz), block_size(samples) {}
+};
+
 // The vector of a block of `type` with `pins` (which must fit). `params` is an object or null; absent values are
 // defaults. Every problem is appended to `problems`; the vector is of use when none of them is an error. Frequencies
-// are compared with half the rate (Hz) where it is given; otherwise check_rate does that later.
+// are compared with half the rate, and speeds with the blocks per second, where they are given; otherwise check_rate
+// does that later.
 std::vector<float> build_vector(const BlockType& type, PinCounts pins, const nlohmann::json& params,
-                                std::vector<Problem>& problems, std::optional<int> rate = {});
+                                std::vector<Problem>& problems, std::optional<Pace> pace = {});
 std::vector<float> default_vector(const BlockType& type, PinCounts pins);
-// Warns of the frequencies in a vector that are not below half the rate, defaults too.
-void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, int rate,
+// Warns of the frequencies in a vector that are not below half the rate, and of speeds that are unstable in blocks of
+// this size; defaults too.
+void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace,
                 std::vector<Problem>& problems);
 // The way back: every parameter of a vector that build_vector made, choices by name, matrices as arrays of rows.
 nlohmann::json named_values(const BlockType& type, PinCounts pins, std::span<const float> vector);
@@ -86,7 +95,7 @@ nlohmann::json named_values(const BlockType& type, PinCounts pins, std::span<con
 // `text` is a number, true or false, a choice, or JSON. Checks the value as build_vector does, and warns of it alone;
 // with an error `params` stays as it was and false is returned. `params` must be free of errors.
 bool set_value(const BlockType& type, PinCounts pins, nlohmann::json& params, std::string_view path,
-               std::string_view text, std::vector<Problem>& problems, std::optional<int> rate = {});
+               std::string_view text, std::vector<Problem>& problems, std::optional<Pace> pace = {});
 
 // ---- output ----
 

@@ -98,12 +98,18 @@ std::string surprise(const VantoroParam& param, const Meaning& meaning, float v,
     return {};
 }
 
-std::string too_high(const Meaning& meaning, float value, int rate)
+std::string too_high(const Meaning& meaning, float value, Pace pace)
 {
-    const float half = static_cast<float>(rate) / 2;
-    if (!meaning.as || (meaning.as->flags & unsigned{VANTORO_BELOW_HALF_RATE}) == 0 || value < half)
-        return {};
-    return "is out of range: " + range_of(meaning, "below " + decimal(half)) + ", half the sampling rate";
+    const auto flagged = [&](VantoroParamFlag flag) { return meaning.as && (meaning.as->flags & unsigned{flag}) != 0; };
+    const float half = static_cast<float>(pace.rate) / 2;
+    if (flagged(VANTORO_BELOW_HALF_RATE) && value >= half)
+        return "is out of range: " + range_of(meaning, "below " + decimal(half)) + ", half the sampling rate";
+    // A block's step of x / 10 decades keeps 2 - 10^(x / 10) of the old value: -1 at 10 log10(3) dB.
+    const double most = 4.7712 * pace.rate / std::max(pace.block_size, 1);
+    if (flagged(VANTORO_BELOW_BLOCK_RATE) && pace.block_size > 0 && static_cast<double>(value) > most)
+        return "makes the level grow without end: in blocks of " + std::to_string(pace.block_size) + ' ' +
+               range_of(meaning, "up to " + std::to_string(static_cast<long>(most)));
+    return {};
 }
 
 }  // namespace vantoro

@@ -19,7 +19,7 @@ std::optional<float> read_number(const VantoroParam& param, PinCounts pins, cons
 // What a number that stands in `param` does instead of what it says, beside the others as `meaning` tells; empty: it
 // does that. Reports are rare, so nothing of one is made before.
 std::string surprise(const VantoroParam& param, const Meaning& meaning, float value, const BlockType& type);
-// The same of a frequency that is not below half the rate.
-std::string too_high(const Meaning& meaning, float value, int rate);
+// The same of a frequency that is not below half the rate, and of a speed that blocks of this size do not follow.
+std::string too_high(const Meaning& meaning, float value, Pace pace);
 
 }  // namespace vantoro

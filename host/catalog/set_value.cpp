@@ -92,7 +92,7 @@ const json* find_value(const json& root, std::string_view path, std::string_view
 }
 
 bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_view path, std::string_view text,
-               Problems& problems, std::optional<int> rate)
+               Problems& problems, std::optional<Pace> pace)
 {
     const std::string name = steps_of(path).front();
     json next = params.is_null() ? json::object() : params;
@@ -110,7 +110,7 @@ bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_
         next[name] = all[name];
     }
     Problems found;
-    build_vector(type, pins, next, found, rate);
+    build_vector(type, pins, next, found, pace);
     const bool good = std::ranges::all_of(found, &Problem::warning);
     for (Problem& problem : found)
         if (!problem.warning || is_in(problem.where, where))

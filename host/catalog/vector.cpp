@@ -213,12 +213,12 @@ private:
 }  // namespace
 
 std::vector<float> build_vector(const BlockType& type, PinCounts pins, const json& params, Problems& problems,
-                                std::optional<int> rate)
+                                std::optional<Pace> pace)
 {
     const auto before = std::ssize(problems);
     std::vector<float> vector = Builder(type, pins, problems).build(params);
-    if (rate && std::ranges::all_of(problems.begin() + before, problems.end(), &Problem::warning))
-        check_rate(type, pins, vector, *rate, problems);
+    if (pace && std::ranges::all_of(problems.begin() + before, problems.end(), &Problem::warning))
+        check_rate(type, pins, vector, *pace, problems);
     return vector;
 }
 
@@ -230,12 +230,12 @@ std::vector<float> default_vector(const BlockType& type, PinCounts pins)
     return vector;
 }
 
-void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, int rate, Problems& problems)
+void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace, Problems& problems)
 {
     const auto check = [&](const Entries& entries, std::span<const float> values, const std::string& where) {
         for (std::size_t i = 0; i < entries.size(); ++i)
             if (std::string text =
-                    entries[i] ? too_high(meaning_of(entries, values, i), values[i], rate) : std::string();
+                    entries[i] ? too_high(meaning_of(entries, values, i), values[i], pace) : std::string();
                 !text.empty())
                 problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
     };

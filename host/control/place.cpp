@@ -113,8 +113,8 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
     ordered_json& written = document["blocks"][block.id];
     json params = written.contains("params") ? json(written["params"]) : json::object();
     std::vector<Problem> found;
-    const bool good =
-        set_value(*block.type, block.pins, params, target.path, value.value.dump(-1, ' ', true), found, rate);
+    const bool good = set_value(*block.type, block.pins, params, target.path, value.value.dump(-1, ' ', true), found,
+                                rate ? std::optional(Pace(*rate, schematic.block_size)) : std::nullopt);
     for (Problem& problem : found) {
         problem.where.insert(0, "/blocks" + pointer_step(block.id) + "/params");
         problems.push_back(std::move(problem));

@@ -135,7 +135,7 @@ void build_vectors(Draft& draft)
         const std::string where = "/blocks" + pointer_step(block.id);
         block.pins = {*node.inputs, *node.outputs};
         std::vector<Problem> found;
-        block.vector = build_vector(*block.type, block.pins, draft.params[b], found, draft.rate());
+        block.vector = build_vector(*block.type, block.pins, draft.params[b], found, draft.pace());
         node.broken = has_errors(found);
         for (Problem& problem : found) {
             problem.where.insert(0, where + "/params");

@@ -90,7 +90,7 @@ private:
     {
         Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         json& params = draft_.params[static_cast<std::size_t>(b)];  // as the steps so far leave them
-        if (!set_value(*block.type, block.pins, params, step.path, step.value, problems, draft_.rate()))
+        if (!set_value(*block.type, block.pins, params, step.path, step.value, problems, draft_.pace()))
             return;
         std::vector<Problem> known;  // the values that stay
         std::vector<float> vector = build_vector(*block.type, block.pins, params, known);

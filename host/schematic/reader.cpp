@@ -100,7 +100,7 @@ std::string read_file(const std::string& path)
         file.read(chunk, sizeof chunk);
         text.append(chunk, static_cast<std::size_t>(file.gcount()));
     }
-    if (!file.eof())
+    if (!file.eof() || text.size() > kMaxFileBytes)
         throw UserError(
             {{.where = {},
               .value = {},

@@ -11,7 +11,8 @@ using namespace lbx::info;
 // Taken once per block: what follower.h says of samples holds of blocks.
 inline constexpr VantoroParam kRmstc =
     dynamics::rmstc("about the fall of the mean square in silence; at 200 a step takes some 45 ms from 10 % to 90 %. "
-                    "Unstable above 4.77 times the blocks per second");
+                    "Unstable above 4.77 times the blocks per second")
+        .flagged(VANTORO_BELOW_BLOCK_RATE);
 inline constexpr VantoroParam kNoRmstc = dynamics::rmstc("kept, not used").flagged(VANTORO_UNUSED);
 inline constexpr VantoroParam kHoldTime =
     dynamics::hold_time("before a level may fall; all channels count one counter down");

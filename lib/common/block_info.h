@@ -89,7 +89,8 @@ typedef enum VantoroPer {
 typedef enum VantoroParamFlag {
     VANTORO_BELOW_HALF_RATE = 1,  // a frequency: valid below half the sampling rate only
     VANTORO_UNUSED = 2,           // stored, never read
-    VANTORO_SIZES = 4             // another value makes the block allocate
+    VANTORO_SIZES = 4,            // another value makes the block allocate
+    VANTORO_BELOW_BLOCK_RATE = 8  // dB/s, followed block by block: valid below 4.77 times the blocks per second only
 } VantoroParamFlag;
 
 struct VantoroParam;

@@ -2,6 +2,7 @@
 #include "crossover.h"
 
 #include <algorithm>
+#include <array>
 #include <numbers>
 
 #include "../framework/clear_state.h"
@@ -11,6 +12,7 @@
 #include "../kernels/section.h"
 #include "../math/filter_design.h"
 #include "../math/rounded.h"
+#include "arranged.h"
 #include "crossover_info.h"
 
 using namespace lbx;
@@ -91,7 +93,7 @@ void design(float* coeff, float* ba, float rate_hz, int type, float fc_hz, float
 struct Filter {
     int kind, type, fc, gain;
 };
-constexpr int kNoGain = -1, kMostFilters = 4;
+constexpr int kNoGain = -1, kMostFilters = 4, kMostCoeffs = kMostFilters * 4 * kSosCoeffs;
 
 struct Ways {
     int bands, filters;  // the third band takes two filters
@@ -136,6 +138,8 @@ constexpr Ways kThreeWays = {
 template <class Core>
 struct Crossover : Core {
     Split split;
+    float arranged[kMostCoeffs];  // what the split was arranged from
+    float* tile;                  // scratch of the kernel
 };
 
 constexpr const Ways& ways(const Crossover2Way_Core*) { return kTwoWays; }
@@ -155,6 +159,30 @@ void note(Crossover3Way_Core* core, const int* sections, const int* inverted)
     core->sos_med_hp = sections[3];
     core->invert1 = inverted[0];
     core->invert2 = inverted[2];
+}
+
+// By band; the high one has none.
+std::array<int, Split::kMaxBands> inverts(const Crossover2Way_Core* core) { return {core->invert1}; }
+std::array<int, Split::kMaxBands> inverts(const Crossover3Way_Core* core) { return {core->invert1, 0, core->invert2}; }
+
+template <class Core>
+[[gnu::cold]] void arrange(Crossover<Core>* core, std::array<SplitBand, Split::kMaxBands> band)
+{
+    const std::array inverted = inverts(core);
+    for (std::size_t b = 0; b < band.size(); ++b)
+        band[b].negate = inverted[b] != 0;
+    set_split(core->split, core->coeffArray, band.data(), ways(core).bands);
+    std::copy_n(core->coeffArray, kSosCoeffs * core->split.sections, core->arranged);
+}
+
+template <class Core>
+bool as_arranged(const Crossover<Core>* core)
+{
+    const std::array inverted = inverts(core);
+    bool same = same_floats(core->coeffArray, core->arranged, kSosCoeffs * core->split.sections);
+    for (int b = 0; b < core->split.bands; ++b)
+        same &= core->split.band[b].negate == (inverted[static_cast<std::size_t>(b)] != 0);
+    return same;
 }
 
 // ---- setting
@@ -194,7 +222,7 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
     float* coeff = core->coeffArray;
     const float rate_hz = rate_of(blk->block_pro);
     const VantoroRange gain_clamp = crossover::kLowGainDb.clamp;  // of every band
-    SplitBand band[Split::kMaxBands] = {};
+    std::array<SplitBand, Split::kMaxBands> band = {};
     int inverted[Split::kMaxBands] = {};
     for (int f = 0; f < way.filters; ++f) {
         const Filter& filter = way.filter[f];
@@ -202,14 +230,12 @@ void apply(BlockAlgo* blk, Crossover<Core>* core, const int* sections)
         float ba[kFilterDesignSize];
         design(coeff, ba, rate_hz, to_int(param[filter.type]), param[filter.fc], gain, filter.kind);
         coeff += std::ptrdiff_t{kSosCoeffs} * sections[f];
-        band[std::min(f, way.bands - 1)].sections += sections[f];
+        band[static_cast<std::size_t>(std::min(f, way.bands - 1))].sections += sections[f];
     }
-    for (int b = 0; b < way.bands; ++b) {
+    for (int b = 0; b < way.bands; ++b)
         inverted[b] = way.polarity[b] >= 0 ? to_int(param[way.polarity[b]]) : 0;
-        band[b].negate = inverted[b] != 0;
-    }
     note(core, sections, inverted);
-    set_split(core->split, core->coeffArray, band, way.bands);
+    arrange(core, band);
 }
 
 template <class Core>
@@ -234,8 +260,8 @@ BlockAlgo* create(int inputs, int outputs, BlockPro* pro, int type, int (*destro
 {
     NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
     auto* core = new_core<Crossover<Core>>(blk);
-    if (!core || !zeros(blk->pParam, std::ssize(ways(core).defaults)) ||
-        !zeros(core->inputBuffer, std::ptrdiff_t{kSplitTile} * inputs))
+    if (!core || !zeros(blk->pParam, std::ssize(ways(core).defaults)) || !zeros(core->inputBuffer, inputs) ||
+        !zeros(core->tile, std::ptrdiff_t{kSplitTile} * inputs))
         return nullptr;
     std::ranges::copy(ways(core).defaults, blk->pParam);
     return set<Core>(blk.get(), nullptr) == RT_OK ? blk.release() : nullptr;
@@ -244,17 +270,23 @@ BlockAlgo* create(int inputs, int outputs, BlockPro* pro, int type, int (*destro
 template <class Core>
 int process(const BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const auto* core = core_of<Crossover<Core>>(blk);
-    run_split(core->split, core->stateArray, data_in, data_out, blk->nInputs, blk->block_pro->nBlockSize,
-              core->inputBuffer);
+    auto* core = core_of<Crossover<Core>>(blk);
+    const int n = blk->block_pro->nBlockSize;
+    if (!as_arranged(core))
+        arrange(core, std::to_array(core->split.band));
+    run_split(core->split, core->stateArray, data_in, data_out, blk->nInputs, n, core->tile);
+    for (int c = 0; c < blk->nInputs && n > 0; ++c)
+        core->inputBuffer[c] = core->tile[kSplitTile * c + (n - 1) % kSplitTile];
     return RT_OK;
 }
 
 template <class Core>
 int destroy(BlockAlgo* blk)
 {
-    if (const auto* core = blk ? core_of<Crossover<Core>>(blk) : nullptr)
+    if (const auto* core = blk ? core_of<Crossover<Core>>(blk) : nullptr) {
         std::free(core->inputBuffer);
+        std::free(core->tile);
+    }
     return free_block(blk);
 }
 
@@ -296,7 +328,7 @@ void crossover::linear_model(const BlockAlgo* blk, const info::Paths& paths)
     visit_core(blk, [&](const auto* core) {
         for (int out = 0; out < blk->nInputs * bands(blk); ++out) {
             const int band = out % bands(blk);
-            paths.path(out / bands(blk), out, core->split.band[band].negate ? -1 : 1);
+            paths.path(out / bands(blk), out, inverts(core)[static_cast<std::size_t>(band)] != 0 ? -1 : 1);
             band_sections(blk, band, paths);
         }
     });

@@ -34,12 +34,14 @@ enum CROSSOVER_FILTER_TYPE {  // slope in dB per octave
 void calculateLP(float* coeff, float* ba, float sampleRate, int type, float Fc, float gain);
 void calculateHP(float* coeff, float* ba, float sampleRate, int type, float Fc, float gain);
 
+// A host may change polarities and coefficients between two calls: the next one runs with them. The numbers of sections
+// are the vector's.
 typedef struct Crossover2Way_Core {
     int invert1;        // not 0: the low output is negated
     float* coeffArray;  // 5 floats per section: low, high
     int sos_low, sos_high;
     float* stateArray;   // 2 floats per section and channel; in a channel: low, high
-    float* inputBuffer;  // a tile of every input
+    float* inputBuffer;  // the last sample of every input
 } Crossover2Way_Core;
 
 typedef struct Crossover3Way_Core {

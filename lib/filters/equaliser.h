@@ -18,13 +18,16 @@
 #include "../kernels/level.h"
 #include "../kernels/section.h"
 #include "../math/rounded.h"
+#include "arranged.h"
 #include "section_info.h"
 
 namespace lbx {
 
 template <class Kind>
 struct Equaliser : Kind::Core {
-    Cascade cascade;  // the bands that run
+    Cascade cascade;      // the bands that run
+    float* arranged;      // what the cascade was arranged from: the coefficients of all bands
+    float* arranged_for;  // and their flags
 };
 
 template <class Kind>
@@ -40,16 +43,19 @@ template <class Kind>
     auto* core = core_of<Equaliser<Kind>>(blk);
     const int bands = std::max(to_int(param[0]), 0);
     const std::ptrdiff_t sections = bands;
-    float *coeff = nullptr, *state = nullptr, *flags = nullptr, *vector = nullptr;
+    float *coeff = nullptr, *state = nullptr, *flags = nullptr, *vector = nullptr, *arranged = nullptr;
     if (!zeros(coeff, kSosCoeffs * sections) || !zeros(state, kSosWords * sections * blk->nInputs) ||
-        !zeros(flags, sections) || !zeros(vector, eq_vector_floats<Kind>(bands)) || !reserve(core->cascade, bands)) {
-        for (float* array : {coeff, state, flags, vector})
+        !zeros(flags, sections) || !zeros(vector, eq_vector_floats<Kind>(bands)) ||
+        !zeros(arranged, (kSosCoeffs + 1) * sections) || !reserve(core->cascade, bands)) {
+        for (float* array : {coeff, state, flags, vector, arranged})
             std::free(array);
         return false;
     }
     std::copy_n(param, eq_vector_floats<Kind>(bands), vector);  // before the old vector is freed, which may be `param`
-    for (float* array : {blk->pState, blk->pStateB, blk->pStateC, blk->pParam})
+    for (float* array : {blk->pState, blk->pStateB, blk->pStateC, blk->pParam, core->arranged})
         std::free(array);
+    core->arranged = arranged;
+    core->arranged_for = arranged + kSosCoeffs * sections;
     core->numFilter = bands;
     core->coeffArray = blk->pState = coeff;
     core->stateBuffer = blk->pStateB = state;
@@ -65,6 +71,16 @@ void eq_silence(const BlockAlgo* blk)
     std::fill_n(core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter * blk->nInputs, 0.0F);
 }
 
+template <class Kind>
+[[gnu::cold]] void eq_arrange(Equaliser<Kind>* core)
+{
+    const float* flags = core->*Kind::kFlags;
+    arrange(core->cascade, core->coeffArray, core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter,
+            core->numFilter, [&](std::ptrdiff_t k) { return Kind::runs(flags[k]); });
+    std::copy_n(core->coeffArray, std::ptrdiff_t{kSosCoeffs} * core->numFilter, core->arranged);
+    std::copy_n(flags, core->numFilter, core->arranged_for);
+}
+
 // Designs every band from the stored vector, and starts again from silence.
 template <class Kind>
 [[gnu::cold]] void eq_apply(const BlockAlgo* blk)
@@ -77,8 +93,7 @@ template <class Kind>
         flags[k] = band[Kind::kFlag];
         Kind::design(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k, rate_hz, band);
     }
-    arrange(core->cascade, core->coeffArray, core->stateBuffer, std::ptrdiff_t{kSosWords} * core->numFilter,
-            core->numFilter, [&](std::ptrdiff_t k) { return Kind::runs(flags[k]); });
+    eq_arrange(core);
     eq_silence<Kind>(blk);
 }
 
@@ -104,9 +119,34 @@ BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*des
 }
 
 template <class Kind>
-void eq_run(const typename Kind::Core* core, const float* const* in, float* const* out, int first, int channels, int n)
+void eq_process(const BlockAlgo* blk, const float* const* in, float* const* out)
 {
-    run_cascade(static_cast<const Equaliser<Kind>*>(core)->cascade, first, in, out, channels, n);
+    auto* core = core_of<Equaliser<Kind>>(blk);
+    const std::ptrdiff_t bands = core->numFilter;
+    if (!same_floats(core->coeffArray, core->arranged, kSosCoeffs * bands) ||
+        !same_floats(core->*Kind::kFlags, core->arranged_for, bands))
+        eq_arrange(core);
+    run_cascade(core->cascade, 0, in, out, blk->nInputs, blk->block_pro->nBlockSize);
+}
+
+// One channel of any record of the documented layout: a few bands at a time, arranged here.
+template <class Kind>
+void eq_render(const typename Kind::Core* core, const float* in, float* out, int channel, int n)
+{
+    constexpr int kGroups = 3, kSome = 4 * kGroups;
+    CascadeGroup groups[kGroups];
+    const float* flags = core->*Kind::kFlags;
+    const int bands = std::max(core->numFilter, 0);
+    float* state = core->stateBuffer + std::ptrdiff_t{kSosWords} * bands * channel;
+    int first = 0;
+    do {
+        Cascade some = {groups, kGroups, 0};
+        arrange(some, core->coeffArray + std::ptrdiff_t{kSosCoeffs} * first, state + std::ptrdiff_t{kSosWords} * first,
+                0, std::min(bands - first, kSome), [&](std::ptrdiff_t k) { return Kind::runs(flags[first + k]); });
+        run_cascade(some, 0, &in, &out, 1, n);
+        in = out;
+        first += kSome;
+    } while (first < bands);
 }
 
 template <class Kind>
@@ -124,8 +164,10 @@ void eq_linear_model(const BlockAlgo* blk, const info::Paths& paths)
 template <class Kind>
 int eq_destroy(BlockAlgo* blk)
 {
-    if (auto* core = blk ? core_of<Equaliser<Kind>>(blk) : nullptr)
+    if (auto* core = blk ? core_of<Equaliser<Kind>>(blk) : nullptr) {
         release(core->cascade);
+        std::free(core->arranged);
+    }
     return free_block(blk);
 }
 

@@ -8,6 +8,7 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/lanes.h"
+#include "../kernels/ramp.h"
 #include "fir_info.h"
 
 using namespace lbx;
@@ -15,21 +16,20 @@ using namespace lbx;
 namespace {
 
 constexpr int kWide = kLanes<f8>;
-constexpr int kPass = 256;  // samples per pass; the more, the less copying the past costs
-
-struct Fir : FIR_Core {
-    float* line;  // the past and the new samples of one pass, contiguous, oldest first
-};
+// What is filtered at a time: the more, the less copying the past costs.
+constexpr int kPass = 256;     // samples, and the first taps
+constexpr int kFarTaps = 512;  // of the others
 
 // ---- the kernel: lanes are time
 
-// kRows packets of outputs y from the samples at x and the N - 1 before them, all sums in tap order.
+// kRows packets of outputs y from the samples at x and the N - 1 before them, in tap order. From the start, or on from
+// what y is: a first sum of -0 takes the sign of the first product, and its value.
 template <int kRows>
-LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y)
+LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y, bool on)
 {
     f8 sum[kRows];
-    repeat<kRows>([&](auto r) { sum[r] = every<f8>(taps[0]) * load<f8>(x + kWide * r); });
-    for (int k = 1; k < n_taps; ++k) {
+    repeat<kRows>([&](auto r) { sum[r] = on ? load<f8>(y + kWide * r) : every<f8>(-0.0F); });
+    for (int k = 0; k < n_taps; ++k) {
         const f8 tap = every<f8>(taps[k]);
         repeat<kRows>([&](auto r) {
             if (r() == 4)
@@ -40,28 +40,29 @@ LBX_KERNEL void convolve(const float* taps, int n_taps, const float* x, float* y
     repeat<kRows>([&](auto r) { store(y + kWide * r, sum[r]); });
 }
 
-// n <= kPass outputs; reads up to a packet more.
-void convolve(const float* taps, int n_taps, const float* x, float* y, int n)
+// n <= kPass outputs; reads up to a packet more of x.
+void convolve(const float* taps, int n_taps, const float* x, float* y, int n, bool on)
 {
     int i = 0;
     repeat<4>([&](auto halvings) {
         constexpr int kRows = 8 >> halvings;
         for (; i + kWide * kRows <= n; i += kWide * kRows)
-            convolve<kRows>(taps, n_taps, x + i, y + i);
+            convolve<kRows>(taps, n_taps, x + i, y + i, on);
     });
     if (i < n) {
-        float last[kWide];
-        convolve<1>(taps, n_taps, x + i, last);
+        float last[kWide] = {};
+        std::copy_n(y + i, n - i, last);
+        convolve<1>(taps, n_taps, x + i, last, on);
         std::copy_n(last, n - i, y + i);
     }
 }
 
 // ---- the past
 
-// The `count` samples last written, oldest first.
-void read_past(const CircularBuffer* ring, float* line, int count)
+// `count` samples, the first of them written `ago` samples before the next.
+void read_past(const CircularBuffer* ring, int ago, float* line, int count)
 {
-    const int from = (ring->writeIndex - count) & ring->wrapMask;
+    const int from = (ring->writeIndex - ago) & ring->wrapMask;
     const int first = std::min(count, ring->bufferLength - from);
     std::copy_n(ring->buffer + from, first, line);
     std::copy_n(ring->buffer, count - first, line + first);
@@ -77,16 +78,32 @@ void write_past(CircularBuffer* ring, const float* x, int n)
     ring->writeIndex = (ring->writeIndex + count) & ring->wrapMask;
 }
 
-void filter(const Fir* core, CircularBuffer* ring, const float* in, float* out, int n)
+// The taps from kPass on. All that they meet was there before this pass.
+[[gnu::noinline]] void add_far_taps(const FIR_Core* core, const CircularBuffer* ring, float* out, int n)
 {
-    const int past = core->fir_len - 1;
-    float* now = core->line + past;
+    float line[kFarTaps - 1 + kPass + kWide];
+    for (int tap = kPass; tap < core->fir_len; tap += kFarTaps) {
+        const int taps = std::min(core->fir_len - tap, kFarTaps), before = taps - 1;
+        read_past(ring, tap + before, line, before + n);
+        clear(line + before + n, kWide);
+        convolve(core->coeffs + tap, taps, line + before, out, n, true);
+    }
+}
+
+void filter(const FIR_Core* core, CircularBuffer* ring, const float* in, float* out, int n)
+{
+    const int taps = std::min(core->fir_len, kPass), before = taps - 1;
+    float line[2 * kPass - 1 + kWide];
+    float* now = line + kPass - 1;
     for (int start = 0; start < n; start += kPass) {
         const int some = std::min(n - start, kPass);
-        read_past(ring, core->line, past);
-        std::copy_n(in + start, some, now);
+        read_past(ring, before, now - before, before);
+        copy(in + start, now, some);
+        clear(now + some, kWide);
+        convolve(core->coeffs, taps, now, out + start, some, false);
+        if (core->fir_len > kPass)
+            add_far_taps(core, ring, out + start, some);
         write_past(ring, now, some);
-        convolve(core->coeffs, core->fir_len, now, out + start, some);
     }
 }
 
@@ -116,22 +133,19 @@ std::ptrdiff_t vector_floats(int taps) { return std::ptrdiff_t{1} + std::max(tap
 // Takes silent lines and a copy of the vector `source` with its `taps` taps. Without memory the old ones stay.
 bool start_again(BlockAlgo* blk, int taps, const float* source)
 {
-    auto* core = core_of<Fir>(blk);
+    auto* core = core_of<FIR_Core>(blk);
     CircularBuffer** lines = nullptr;
-    float *line = nullptr, *vector = nullptr;
+    float* vector = nullptr;
     // The lines come first: they end the process for a number of taps that they cannot hold.
     const std::ptrdiff_t floats = vector_floats(taps);
-    if (!new_lines(lines, blk->nInputs, taps) || !zeros(vector, floats) || !zeros(line, floats + kPass + kWide)) {
+    if (!new_lines(lines, blk->nInputs, taps) || !zeros(vector, floats)) {
         free_lines(lines, blk->nInputs);
-        std::free(vector);
         return false;
     }
     std::copy_n(source, floats, vector);  // before the old vector is freed, which may be `source`
     free_lines(core->databuffer, blk->nInputs);
-    std::free(core->line);
     std::free(blk->pParam);
     core->databuffer = lines;
-    core->line = line;
     blk->pParam = vector;
     core->coeffs = vector + 1;
     core->fir_len = taps;
@@ -161,7 +175,7 @@ BlockAlgo* FIR_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type
         return nullptr;
     }
     NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FIR_destroy);
-    if (!new_core<Fir>(blk) || !start_again(blk.get(), fir::kTaps.initial_rows, kInitial<fir::kLayout>.data()))
+    if (!new_core<FIR_Core>(blk) || !start_again(blk.get(), fir::kTaps.initial_rows, kInitial<fir::kLayout>.data()))
         return nullptr;
     return blk.release();
 }
@@ -170,7 +184,7 @@ int FIR_param_set(BlockAlgo* blk, float* param)
 {
     if (!param)
         return RT_OK;
-    const auto* core = core_of<Fir>(blk);
+    const auto* core = core_of<FIR_Core>(blk);
     if (param[0] != static_cast<float>(core->fir_len))
         return start_again(blk, to_int(param[0]), param) ? RT_OK : RT_ERR_MALLOC;
     std::copy_n(param, vector_floats(core->fir_len), blk->pParam);
@@ -181,7 +195,7 @@ int FIR_param_update(BlockAlgo*) { return RT_OK; }
 
 int FIR_param_invoke(BlockAlgo* blk)
 {
-    const auto* core = core_of<Fir>(blk);
+    const auto* core = core_of<FIR_Core>(blk);
     LBX_LOG("FIR numcoeff is %d\n", core->fir_len);
     for (int k = 0; k < core->fir_len; ++k)
         LBX_LOG("FIR coeff is %f\n", static_cast<double>(core->coeffs[k]));
@@ -190,12 +204,12 @@ int FIR_param_invoke(BlockAlgo* blk)
 
 void FIR_Render(FIR_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    filter(static_cast<const Fir*>(core), core->databuffer[i_channel], buffer_in, buffer_out, tickSize);
+    filter(core, core->databuffer[i_channel], buffer_in, buffer_out, tickSize);
 }
 
 int FIR_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    auto* core = core_of<Fir>(blk);
+    auto* core = core_of<FIR_Core>(blk);
     for (int ch = 0; ch < blk->nInputs; ++ch)
         FIR_Render(core, data_in[ch], data_out[ch], blk->block_pro->nBlockSize, ch);
     return RT_OK;
@@ -204,16 +218,14 @@ int FIR_process(BlockAlgo* blk, float** data_in, float** data_out)
 void clear_state::fir(BlockAlgo* blk)
 {
     for (int ch = 0; ch < blk->nInputs; ++ch) {
-        CircularBuffer* ring = core_of<Fir>(blk)->databuffer[ch];
+        CircularBuffer* ring = core_of<FIR_Core>(blk)->databuffer[ch];
         std::fill_n(ring->buffer, ring->bufferLength, 0.0F);
     }
 }
 
 int FIR_destroy(BlockAlgo* blk)
 {
-    if (const auto* core = blk ? core_of<Fir>(blk) : nullptr) {
+    if (const auto* core = blk ? core_of<FIR_Core>(blk) : nullptr)
         free_lines(core->databuffer, blk->nInputs);
-        std::free(core->line);
-    }
     return free_block(blk);
 }

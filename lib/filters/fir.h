@@ -29,6 +29,7 @@ BlockAlgo* FIR_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type
 int FIR_param_set(BlockAlgo* blk, float* param);
 int FIR_param_update(BlockAlgo* blk);  // does nothing, also after the stored vector was edited
 int FIR_param_invoke(BlockAlgo* blk);  // logs the taps
+// One channel. The record may be a block's or one that the host filled; it is read at every call.
 void FIR_Render(FIR_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel);
 int FIR_process(BlockAlgo* blk, float** data_in, float** data_out);
 int FIR_destroy(BlockAlgo* blk);  // null is ignored

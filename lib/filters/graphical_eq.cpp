@@ -81,12 +81,12 @@ int GraphicalEQ_param_invoke(BlockAlgo*)
 
 void GraphicalEQ_Render(GraphicalEQ_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    eq_run<Graphical>(core, &buffer_in, &buffer_out, i_channel, 1, tickSize);
+    eq_render<Graphical>(core, buffer_in, buffer_out, i_channel, tickSize);
 }
 
 int GraphicalEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    eq_run<Graphical>(core_of<GraphicalEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
+    eq_process<Graphical>(blk, data_in, data_out);
     return RT_OK;
 }
 

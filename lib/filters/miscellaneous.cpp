@@ -8,6 +8,7 @@
 #include "../framework/params.h"
 #include "../kernels/section.h"
 #include "../math/rounded.h"
+#include "arranged.h"
 #include "miscellaneous_info.h"
 
 using namespace lbx;
@@ -23,6 +24,7 @@ constexpr int kCoeffs = kDenominator + kOutputs * kNumerator, kStateWords = kOut
 // The documented record, and the same arranged for the kernel.
 struct StateVariable : StateVariable_Core {
     Split split;
+    float arranged[kCoeffs];  // what the split was arranged from
 };
 
 // As in H. Chamberlin, "Musical Applications of Microprocessors".
@@ -38,17 +40,20 @@ void write_output(const StateVariable_Core* core, int output, float* section)
 }
 
 // damping: f / Q.
-void design(StateVariable* core, float f, float damping)
+void design(StateVariable_Core* core, float f, float damping)
 {
     const float coeffs[kCoeffs] = {f * f + damping - 2.0F, 1.0F - damping, 0, f * f, 0, 1, -2, 1, f, -f, 0};
     std::ranges::copy(coeffs, core->coeffArray);
     core->w0 = f;
+}
 
+void arrange(const StateVariable_Core* core, Split& split)
+{
     float sections[kOutputs * kSosCoeffs];
     for (int k = 0; k < kOutputs; ++k)
         write_output(core, k, sections + kSosCoeffs * k);
     constexpr SplitBand kBands[kOutputs] = {{1, false}, {1, false}, {1, false}};
-    set_split(core->split, sections, kBands, kOutputs);
+    set_split(split, sections, kBands, kOutputs);
 }
 
 BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, std::span<const float> defaults,
@@ -68,7 +73,7 @@ BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, 
     return blk.release();
 }
 
-void restart(BlockAlgo* blk, StateVariable* core)
+void restart(BlockAlgo* blk, StateVariable_Core* core)
 {
     const float f = frequency_coefficient(blk->pParam[kStateVariableFc], blk->block_pro->nSamplingRate);
     design(core, f, f / core->Q);
@@ -76,7 +81,7 @@ void restart(BlockAlgo* blk, StateVariable* core)
 }
 
 // `in` null: silence. Outputs beyond `outputs` go nowhere.
-void filter(const StateVariable* core, const float* in, float** out, int outputs, int n)
+void filter(const Split& split, float* state, const float* in, float** out, int outputs, int n)
 {
     float scratch[kSplitTile], nowhere[kSplitTile];
     const float silence[kSplitTile] = {};
@@ -85,11 +90,22 @@ void filter(const StateVariable* core, const float* in, float** out, int outputs
         float* bands[kOutputs];
         for (int b = 0; b < kOutputs; ++b)
             bands[b] = b < outputs ? out[b] + start : nowhere;
-        run_split(core->split, core->stateBuffer, &signal, bands, 1, std::min(n - start, kSplitTile), scratch);
+        run_split(split, state, &signal, bands, 1, std::min(n - start, kSplitTile), scratch);
     }
 }
 
-void follow_q(StateVariable* core, float q)
+int process(const BlockAlgo* blk, const float* in, float** out)
+{
+    auto* core = core_of<StateVariable>(blk);
+    if (!same_floats(core->coeffArray, core->arranged, kCoeffs)) {
+        arrange(core, core->split);
+        std::copy_n(core->coeffArray, kCoeffs, core->arranged);
+    }
+    filter(core->split, core->stateBuffer, in, out, blk->nOutputs, blk->block_pro->nBlockSize);
+    return RT_OK;
+}
+
+void follow_q(StateVariable_Core* core, float q)
 {
     if (q == core->Q)
         return;
@@ -196,7 +212,7 @@ BlockAlgo* StateVariable_init(int Input_pin, int Output_pin, BlockPro* block_pro
 int StateVariable_param_set(BlockAlgo* blk, float* param)
 {
     copy_params(blk->pParam, param, kStateVariableModuleSize);
-    auto* core = core_of<StateVariable>(blk);
+    auto* core = core_of<StateVariable_Core>(blk);
     core->Q = blk->pParam[kStateVariableQ];
     restart(blk, core);
     return RT_OK;
@@ -214,9 +230,7 @@ int StateVariable_param_invoke(BlockAlgo* blk)
 
 int StateVariable_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    const float* in = blk->nInputs > 0 ? data_in[0] : nullptr;
-    filter(core_of<StateVariable>(blk), in, data_out, blk->nOutputs, blk->block_pro->nBlockSize);
-    return RT_OK;
+    return process(blk, blk->nInputs > 0 ? data_in[0] : nullptr, data_out);
 }
 
 void clear_state::state_variable(BlockAlgo* blk)
@@ -239,7 +253,7 @@ BlockAlgo* StateVariableQ_init(int Input_pin, int Output_pin, BlockPro* block_pr
 int StateVariableQ_param_set(BlockAlgo* blk, float* param)
 {
     copy_params(blk->pParam, param, std::size(miscellaneous::kStateVariableQLayout));
-    restart(blk, core_of<StateVariable>(blk));
+    restart(blk, core_of<StateVariable_Core>(blk));
     return RT_OK;
 }
 
@@ -254,20 +268,18 @@ int StateVariableQ_param_invoke(BlockAlgo* blk)
 
 void StateVariableQ_Render(StateVariable_Core* core, float** data_in, float** data_out, int tickSize)
 {
-    auto* full = static_cast<StateVariable*>(core);
     if (tickSize > 0)
-        follow_q(full, data_in[0][0]);
-    filter(full, data_in[1], data_out, kOutputs, tickSize);
+        follow_q(core, data_in[0][0]);
+    Split split;
+    arrange(core, split);
+    filter(split, core->stateBuffer, data_in[1], data_out, kOutputs, tickSize);
 }
 
 int StateVariableQ_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    auto* core = core_of<StateVariable>(blk);
-    const int n = blk->block_pro->nBlockSize;
-    if (blk->nInputs > 0 && n > 0)
-        follow_q(core, data_in[0][0]);
-    filter(core, blk->nInputs > 1 ? data_in[1] : nullptr, data_out, blk->nOutputs, n);
-    return RT_OK;
+    if (blk->nInputs > 0 && blk->block_pro->nBlockSize > 0)
+        follow_q(core_of<StateVariable_Core>(blk), data_in[0][0]);
+    return process(blk, blk->nInputs > 1 ? data_in[1] : nullptr, data_out);
 }
 
 int StateVariableQ_destroy(BlockAlgo* blk) { return free_block(blk); }

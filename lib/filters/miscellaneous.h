@@ -29,7 +29,8 @@ void DCBlocking_Render(DCBlocking_Core* core, float* buffer_in, float* buffer_ou
 int DCBlocking_process(BlockAlgo* blk, float** data_in, float** data_out);
 int DCBlocking_destroy(BlockAlgo* blk);  // null is ignored
 
-// Three numerators over one denominator 1 + a1 z^-1 + a2 z^-2.
+// Three numerators over one denominator 1 + a1 z^-1 + a2 z^-2. A host may change the coefficients between two calls:
+// the next one runs with them.
 typedef struct StateVariable_Core {
     float w0;            // f = 2 sin(pi Fc / rate)
     float Q;             // as last applied
@@ -54,7 +55,8 @@ BlockAlgo* StateVariableQ_init(int Input_pin, int Output_pin, BlockPro* block_pr
 int StateVariableQ_param_set(BlockAlgo* blk, float* param);  // keeps the Q of the pin. Clears the state
 int StateVariableQ_param_update(BlockAlgo* blk);
 int StateVariableQ_param_invoke(BlockAlgo* blk);
-// Two inputs, three outputs. A new Q, the first sample of input 0, takes effect with this block; the state goes on.
+// Two inputs, three outputs. A new Q, the first sample of input 0, takes effect with this block; the state goes on. The
+// record may be a block's or one that the host filled; it is read at every call.
 void StateVariableQ_Render(StateVariable_Core* core, float** data_in, float** data_out, int tickSize);
 int StateVariableQ_process(BlockAlgo* blk, float** data_in, float** data_out);
 int StateVariableQ_destroy(BlockAlgo* blk);

@@ -93,12 +93,12 @@ int TextEQ_param_invoke(BlockAlgo*)
 
 void TextEQ_Render(TextEQ_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel)
 {
-    eq_run<Text>(core, &buffer_in, &buffer_out, i_channel, 1, tickSize);
+    eq_render<Text>(core, buffer_in, buffer_out, i_channel, tickSize);
 }
 
 int TextEQ_process(BlockAlgo* blk, float** data_in, float** data_out)
 {
-    eq_run<Text>(core_of<TextEQ_Core>(blk), data_in, data_out, 0, blk->nInputs, blk->block_pro->nBlockSize);
+    eq_process<Text>(blk, data_in, data_out);
     return RT_OK;
 }
 

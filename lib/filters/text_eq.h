@@ -12,8 +12,9 @@
 
 LBX_BEGIN_C
 
+// A host may change flags and coefficients of a block between two calls: the next one runs with them.
 typedef struct TextEQ_Core {
-    int numFilter;       // bands
+    int numFilter;       // bands; of a block as its vector says
     float* enableFlags;  // per band; 0: skipped, and its state stays
     float* coeffArray;   // 5 floats per band
     float* stateBuffer;  // channel c, band k: words 2 (c numFilter + k) and the next
@@ -57,6 +58,7 @@ BlockAlgo* TextEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int t
 int TextEQ_param_set(BlockAlgo* blk, float* param);
 int TextEQ_param_update(BlockAlgo* blk);  // set without a vector
 int TextEQ_param_invoke(BlockAlgo* blk);  // logs a title only
+// One channel. The record may be a block's or one that the host filled; it is read at every call.
 void TextEQ_Render(TextEQ_Core* core, float* buffer_in, float* buffer_out, int tickSize, int i_channel);
 int TextEQ_process(BlockAlgo* blk, float** data_in, float** data_out);
 int TextEQ_destroy(BlockAlgo* blk);  // null is ignored

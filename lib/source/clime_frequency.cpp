@@ -14,31 +14,48 @@ namespace {
 // The entries and, after them, the arrays that they point to.
 constexpr std::span kDefaultVector = kInitial<clime::kLayout>;
 
-bool known_index(float entry)
+constexpr int kArraySlots[] = {kClimeTimeArray, kClimeFrequencyArray, kClimeGainArray};
+constexpr int kArrayFloats = static_cast<int>(std::size(kArraySlots)) * kClimeCapacity;
+
+bool known_index(float entry, int most)
 {
     const int index = to_int(entry);
-    if (index < 0)
-        LBX_LOG_AS("ClimeFrequencySource_ResetParam", __LINE__, "negative array index %d, the old arrays are kept\n\n",
-                   index);
-    return index >= 0;
+    if (index < 0 || index > most)
+        LBX_LOG_AS("ClimeFrequencySource_ResetParam", __LINE__, "%s array index %d, the old arrays are kept\n\n",
+                   index < 0 ? "negative" : "too large an", index);
+    return index >= 0 && index <= most;
 }
 
-[[gnu::cold]] void take_table(Clime_Core_S& core, const float* vector)
+// From a vector of `floats`.
+[[gnu::cold]] void take_table(Clime_Core_S& core, const float* vector, int floats)
 {
-    for (const int slot : {kClimeTimeArray, kClimeFrequencyArray, kClimeGainArray})
-        if (!known_index(vector[slot]))
-            return;
     constexpr const VantoroTable& kTable = clime::kPoints;
     const int length = ParamAdapt(kTable.min_rows, kTable.max_rows, to_int(vector[kClimeArrayLength]), "array_length");
+    for (const int slot : kArraySlots)
+        if (!known_index(vector[slot], floats - length))
+            return;
     std::copy_n(vector + to_int(vector[kClimeTimeArray]), length, core.time_array);
     std::copy_n(vector + to_int(vector[kClimeFrequencyArray]), length, core.frequency_array);
     std::copy_n(vector + to_int(vector[kClimeGainArray]), length, core.gain_array);
     core.array_length = static_cast<float>(length);
 }
 
+// The stored vector gets the table in force, and where it is in there.
+void store_table(const Clime_Core_S& core, float* param)
+{
+    const int length = to_int(core.array_length);
+    const float* arrays[] = {core.time_array, core.frequency_array, core.gain_array};
+    int at = kClimeModuleSize;
+    for (std::size_t k = 0; k < std::size(arrays); ++k, at += length) {
+        param[kArraySlots[k]] = static_cast<float>(at);
+        std::copy_n(arrays[k], length, param + at);
+    }
+    param[kClimeArrayLength] = core.array_length;
+}
+
 void apply(Clime_Core_S& core, float* param, const BlockPro& pro)
 {
-    param[kClimeArrayLength] = core.array_length;  // the length in force
+    store_table(core, param);
     core.maximum_time = param[kClimeMaxTime];
     core.maximum_sample =
         to_int(std::floor(static_cast<double>(pro.nSamplingRate) * static_cast<double>(core.maximum_time) / 1000));
@@ -48,12 +65,14 @@ void apply(Clime_Core_S& core, float* param, const BlockPro& pro)
     core.phi = 0.0F;
 }
 
-constexpr Generator<Clime_Core_S> kSource = {kDefaultVector.first(kClimeModuleSize), apply};
+constexpr Generator<Clime_Core_S> kSource = {kDefaultVector.first(kClimeModuleSize), apply, kArrayFloats};
 
 int reset(BlockAlgo* blk, const float* vector)
 {
-    if (blk && vector)
-        take_table(*core_of<Clime_Core_S>(blk), vector);
+    if (blk && vector && vector != blk->pParam)
+        take_table(*core_of<Clime_Core_S>(blk), vector, std::numeric_limits<int>::max());
+    else if (blk)
+        take_table(*core_of<Clime_Core_S>(blk), blk->pParam, kClimeModuleSize + kArrayFloats);
     return source_reset(kSource, blk, vector);
 }
 
@@ -112,7 +131,7 @@ spx_int32_t ClimeFrequencySource_ResetParam(BlockAlgo* blk, void* param)
     return reset(blk, static_cast<const float*>(param));
 }
 
-spx_int32_t ClimeFrequencySource_Update(BlockAlgo* blk) { return source_reset(kSource, blk, nullptr); }
+spx_int32_t ClimeFrequencySource_Update(BlockAlgo* blk) { return reset(blk, nullptr); }
 
 spx_int32_t ClimeFrequencySource_Invoke(BlockAlgo* blk)
 {

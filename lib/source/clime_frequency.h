@@ -3,8 +3,10 @@
 // point to point; from the maximum time on the tone of the last point goes on. The first point lies at 0 ms.
 //
 // The vector contains its arrays: three entries hold the index, within the same vector, of each array's first element.
-// A reset copies the arrays; an update restarts with the copy. A negative index is logged, and the block keeps the
-// whole table it had. Lengths are clamped to 0 .. 15 and logged; without points there is silence.
+// A reset copies the arrays to the end of the stored vector, one after another, and sets the three entries to
+// where they are there; an update takes them over from there again. An index that is negative, or past the stored
+// vector, is logged, and the block keeps the whole table it had. Lengths are clamped to 0 .. 15 and logged; without
+// points there is silence.
 #ifndef VANTORO_SOURCE_CLIME_FREQUENCY_H
 #define VANTORO_SOURCE_CLIME_FREQUENCY_H
 

@@ -23,6 +23,7 @@ struct Generator {
     std::span<const float> initial;  // the default vector
     // Fills the record from the vector and sets the waveform to its start.
     void (*apply)(Core& core, float* param, const BlockPro& pro);
+    int more = 0;  // floats that the stored vector has after those
 
     constexpr int length() const { return static_cast<int>(initial.size()); }
 };
@@ -33,7 +34,7 @@ BlockAlgo* source_init(const Generator<Core>& source, int inputs, int outputs, B
 {
     NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
     auto* core = new_core<Core>(blk);
-    if (!core || !zeros(blk->pParam, source.length()))
+    if (!core || !zeros(blk->pParam, source.length() + source.more))
         return nullptr;
     std::ranges::copy(source.initial, blk->pParam);
     core->Out_NumChannel = outputs;

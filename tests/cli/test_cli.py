@@ -101,6 +101,10 @@ class Cli(unittest.TestCase):
         out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm16")
         self.assertEqual(struct.unpack("<8h", samples(self.path("out.wav"))), (0, 1, -1, 32767, 32767, -32768, -32768, 32767))
         self.assertIn("peak 3.52 0.00 dBFS, 3 samples above full scale", out.stdout)
+        wav(self.path("in.wav"), [0.5, 1.0, 1.25, -1.0, -1.5], 1)  # 1.0 is no code of 32 bits
+        self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm32")
+        top = (1 << 31) - 128  # the largest float that fits
+        self.assertEqual(struct.unpack("<5i", samples(self.path("out.wav"))), (1 << 30, top, top, -1 << 31, -1 << 31))
 
     def test_wrong_input_touches_nothing(self):
         wav(self.path("in.wav"), [0.5] * 100, 2)
@@ -448,6 +452,31 @@ class Cli(unittest.TestCase):
                     tables.append(self.read("r.csv"))
         self.assertEqual(len(set(tables)), 1)
         self.assertIn(",82.25", tables[0])
+
+    def test_files_have_limits_and_modes(self):
+        with open(self.path("long.json", "{}"), "r+") as f:
+            f.truncate((64 << 20) + 1)
+        self.assertIn("longer than 64 MiB", self.call("check", self.path("long.json"), status=2).stderr)
+        for count, status in ((100000, 0), (100001, 2)):
+            many = self.path("many.json", json.dumps({"blocks": {str(k): {"type": "SOURCE_DC"} for k in range(count)}}))
+            self.assertEqual("at most 100000 blocks" in self.call("check", many, status=status).stderr, status == 2)
+        # A new file has the mode that the mask leaves, one that is replaced keeps its own.
+        draw = ["graph", os.path.join(EXAMPLES, "first_steps.json"), "-o", self.path("o.dot")]
+        for mask, mode in ((0o027, 0o640), (0o002, 0o664), (0o077, 0o600)):
+            self.call(*draw, preexec_fn=lambda: os.umask(mask))
+            self.assertEqual(os.stat(self.path("o.dot")).st_mode & 0o777, mode)
+            os.chmod(self.path("o.dot"), 0o604)
+            self.call(*draw)
+            self.assertEqual(os.stat(self.path("o.dot")).st_mode & 0o777, 0o604)
+            os.remove(self.path("o.dot"))
+
+    def test_too_little_memory_is_a_failure(self):
+        if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""):
+            self.skipTest("a sanitizer takes all addresses")
+        most = 256 << 20
+        long = self.path("long.json", "[" + "0," * (20 << 20) + "0]")
+        result = self.call("check", long, status=1, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (most, most)))
+        self.assertEqual(result.stderr, "vantoro: out of memory\n")
 
     def test_memory_does_not_grow_with_length(self):
         if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""):

@@ -95,6 +95,8 @@ TEST(Crossover, EveryChannelHasItsBandsInOrder)
     const auto six = stereo.run(signal), three = mono.run({signal[1]});
     EXPECT_EQ(std::vector(six.begin() + 3, six.end()), three);
     EXPECT_EQ(crossed.run(signal), six);
+    const float* last = crossed.core<Crossover3Way_Core>().inputBuffer;  // of every input
+    EXPECT_EQ(Vector(last, last + 2), (Vector{signal[0].back(), signal[1].back()}));
 
     // The same from two-way blocks, the middle band from two in series. Polarity turns low and mid, never high.
     rig::Rig ends(EN_FILTER_CROSSOVER_2WAY, 1, 2), below(EN_FILTER_CROSSOVER_2WAY, 1, 2),

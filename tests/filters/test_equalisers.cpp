@@ -107,6 +107,10 @@ TEST(Equaliser, UpdateDesignsWhatIsStored)
         EXPECT_EQ(edited.run({rig::noise(128)}), with) << c.type;
         set.set(c.vector);
         EXPECT_NE(set.run({rig::noise(128)}), with) << c.type;
+        vector = c.vector;  // to the last value, while the number of bands stays
+        vector.back() = 1;
+        set.set(vector);
+        EXPECT_EQ(Vector(set->pParam, set->pParam + vector.size()), vector) << c.type;
     }
 }
 

@@ -25,7 +25,7 @@ std::complex<double> state_variable(int output, double f, double q, double w)
 
 TEST(Fir, ConvolvesToTheOrderOfItsTaps)
 {
-    for (const int count : {1, 2, 7, 8, 9, 64, 333})
+    for (const int count : {1, 2, 7, 8, 9, 64, 256, 333, 1400})
         for (const int block : {1, 5, 64, 257, 700}) {
             SCOPED_TRACE(testing::Message() << count << " taps, block " << block);
             rig::Rig blk(EN_FILTER_FIR, 2, 2, {.block = block});

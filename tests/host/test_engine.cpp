@@ -185,6 +185,13 @@ TEST(Engine, FlushesToZeroOnlyWhereStateDecays)
     const auto out = run(filter, {impulse})[0];
     EXPECT_TRUE(std::ranges::any_of(out, [](float v) { return v != 0.0F; }));
     EXPECT_TRUE(std::ranges::none_of(out, [](float v) { return std::fpclassify(v) == FP_SUBNORMAL; }));
+    // What comes in that small is nothing, however much it is turned up.
+    Engine loud(
+        parse_schematic(
+            R"({"blocks": {"g": {"type": 770, "params": {"type": "Gen_LP", "gainDb": 50, "fc": 12000}}}, )" + tail,
+            {.channels = 1}),
+        48000);
+    EXPECT_EQ(run(loud, {std::vector<float>(640, 1e-39F)})[0], std::vector<float>(640));
     volatile float smallest = std::numeric_limits<float>::min();
     EXPECT_GT(smallest * 0.5F, 0.0F);
 }

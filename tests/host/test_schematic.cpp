@@ -246,6 +246,13 @@ TEST(Schematic, WarnsOfLooseEnds)
          {"/blocks/a |  | inputs 1 and 2 are not connected"}},  // a wire to pin 3 makes four
         {graph(R"("dc": {"type": "SOURCE_DC"})", R"(["dc", "output.1"])").insert(1, R"("inputs": 2, )"),
          {"/inputs |  | the input is not used", "/wires |  | output channel 0 is not connected"}},
+        // Not loose, but no better: a mean square that no block follows at this speed.
+        {graph(R"("c": {"type": "DP_COMPRESSOR_RMS", "params": {"rmstc": 1000}})", R"(["input", "c"], ["c", "output"])")
+             .insert(1, R"("rate": 48000, "blockSize": 256, )"),
+         {"/blocks/c/params/rmstc | 1000 | makes the level grow without end: in blocks of 256 rmstc up to 894"}},
+        {graph(R"("c": {"type": "DP_COMPRESSOR_RMS", "params": {"rmstc": 894}})", R"(["input", "c"], ["c", "output"])")
+             .insert(1, R"("rate": 48000, "blockSize": 256, )"),
+         {}},
         {"{\"blocks\": {}}", {"/wires |  | nothing is wired to \"output\""}},
         // A meter is read, not heard. A crossover may have a way that nobody wants.
         {graph(R"("m": {"type": "DETECTORS_SINGLE_BAND"})", R"(["input.0", "m"])"), {}},

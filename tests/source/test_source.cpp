@@ -200,6 +200,17 @@ TEST(Clime, FollowsItsBreakpoints)
     EXPECT_NEAR(frequency(std::span(x).subspan(8000), 48000), 500, 0.01);
     blk.update();  // restarts over the block's own copy of the arrays
     EXPECT_EQ(play(blk, 300), x);
+
+    // What is edited in the stored vector is taken over by an update, as if it had been set.
+    EXPECT_EQ(std::vector<float>(blk->pParam, blk->pParam + 15),
+              (std::vector<float>{3, 150, 6, 9, 12, 1, 0, 100, 150, 100, 1000, 500, 0, -20, -20}));
+    blk->pParam[10] = 300;
+    blk->pParam[14] = -6;
+    blk.update();
+    const std::vector<float> edited = play(blk, 300);
+    EXPECT_NE(edited, x);
+    blk.set({3, 150, 6, 9, 12, 1, 0, 100, 150, 100, 300, 500, 0, -20, -6});
+    EXPECT_EQ(play(blk, 300), edited);
 }
 
 TEST(Clime, TablesThatDoNotFit)
@@ -209,6 +220,11 @@ TEST(Clime, TablesThatDoNotFit)
     const std::vector<float> as_created = play(blk, 10);
     blk.set({5, 1004, 6, -1, 6, 1, 1, 2, 3, 4, 5});
     EXPECT_EQ(log.text(), "negative array index -1, the old arrays are kept\n\n");
+    EXPECT_EQ(play(blk, 10), as_created);
+    log.clear();
+    blk->pParam[kClimeGainArray] = 47;  // four floats are left there, five are asked for
+    blk.update();
+    EXPECT_EQ(log.text(), "too large an array index 47, the old arrays are kept\n\n");
     EXPECT_EQ(play(blk, 10), as_created);
     log.clear();
     std::vector<float> long_vector(6 + 20, 440.0F);
