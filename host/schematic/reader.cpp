@@ -67,7 +67,7 @@ void read_document(const JsonText& text, Draft& draft)
 Draft read_text(std::string_view text, const ReadOptions& options)
 {
     Draft draft{options};
-    const JsonText parsed = parse_json(text, "blocks", draft.problems);
+    const JsonText parsed = parse_document(text, "blocks", draft.problems);
     if (parsed.value.is_discarded())
         return draft;
     read_document(parsed, draft);

@@ -126,6 +126,9 @@ TEST(Schematic, PlacesProblemsByLineAndColumn)
         {"[]", {{1, 1}}},
         {"\xef\xbb\xbf{}", {{1, 1}}},  // "blocks" is missing
         {"{\"blocks\": {},\r\n\t\"rate\": 1, \"inputs\": -1,\r\n\r\n  \"inputs\": -1}", {{2, 2}, {4, 3}, {4, 3}}},
+        {"// \"{\n{\"blocks\"/**/:/* [\n*/{}, // ö\n /* ö */ \"rate\"://\n1//\n}", {{4, 10}}},
+        {"{\"blocks\": {}} /", {{1, 17}}},
+        {"{\"blocks\": {}, \"x\": // [[\n" + std::string(40, '['), {{2, 32}}},
         // A character is a column; escapes in a key are read.
         {R"({"title": "H\u00f6he \" {[ höhe 𝄞", "r\u0061te": 1, "a/b~": 2, "blocks": {}})", {{1, 37}, {1, 53}}},
         {"{\"blocks\": {\n\"a\": {\"title\": \"x\"},\n\"b\": {\"type\": 289, \"params\":\n {\"gain\": true}}},\n"

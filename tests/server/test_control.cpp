@@ -77,6 +77,13 @@ TEST(Patch, KeepsEveryCharacterThatDidNotChange)
         {R"({"a": {"b": 1}})", R"({"a":{}})", R"({"a": {}})"},
         {"\xef\xbb\xbf{\"a\\u0062\": \"x\\\"\"}", R"({"ab":"y"})", "\xef\xbb\xbf{\"a\\u0062\": \"y\"}"},
         {R"({"a": 1})", R"({"a":[1]})", R"({"a": [1]})"},
+        // Comments go with what they stand at.
+        {"{\n  // head\n  \"a\": 1, // one\n  /* two */ \"b\": 2 // b\n} // end", R"({"a":1,"b":3,"c":4})",
+         "{\n  // head\n  \"a\": 1, // one\n  \"c\": 4,\n  /* two */ \"b\": 3 // b\n} // end"},
+        {"{\n  \"a\" /* x */ : 1, // one\n  \"b\": 2 // b\n}", R"({"a":1})", "{\n  \"a\" /* x */ : 1 // one\n}"},
+        {"{\n  \"a\": 1, // one\n  \"b\": 2, // b\n  // c\n  \"c\": 3\n}", R"({"c":3})", "{\n  // c\n  \"c\": 3\n}"},
+        {"{\"w\": [1, // one\n 2 // two, \"\n]}", R"({"w":[1,2,3]})", "{\"w\": [1, // one\n 2, // two, \"\n 3\n]}"},
+        {"{\"w\":[0/**/,1//]\n]}", R"({"w":[0]})", "{\"w\":[0/**/\n]}"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(patched(c.text, ordered_json::parse(c.to)), c.wanted);
