@@ -9,6 +9,7 @@
 #include "catalog/layout.h"
 #include "catalog/path.h"
 #include "catalog/words.h"
+#include "schematic/definitions.h"
 #include "support/json_walk.h"
 #include "support/nearest.h"
 
@@ -112,9 +113,13 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
     const Block& block = target.block;
     ordered_json& written = document["blocks"][block.id];
     json params = written.contains("params") ? json(written["params"]) : json::object();
-    std::vector<Problem> found;
-    const bool good =
-        set_value(*block.type, block.pins, params, target.path, value.value.dump(-1, ' ', true), found, rate);
+    json number = value.value;
+    std::vector<Problem> found, known;
+    Definitions definitions(document.value("define", ordered_json::object()), rate, known);
+    definitions.resolve(params, "", known);
+    definitions.resolve(number, pointer_step(target.path), found);
+    const bool good = !has_errors(found) &&
+                      set_value(*block.type, block.pins, params, target.path, number.dump(-1, ' ', true), found, rate);
     for (Problem& problem : found) {
         problem.where.insert(0, "/blocks" + pointer_step(block.id) + "/params");
         problems.push_back(std::move(problem));

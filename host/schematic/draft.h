@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "schematic/definitions.h"
 #include "schematic/node.h"
 #include "schematic/reader.h"
 #include "schematic/schematic.h"
@@ -21,6 +22,8 @@ namespace vantoro {
 struct Draft {
     const ReadOptions& options;
     std::vector<Problem> problems{};
+    Definitions definitions{};
+    std::size_t resolved = 0;  // problems when expressions had become numbers
     Schematic out{};
     std::optional<int> inputs{}, outputs{};  // channels, as the document says
     std::unordered_map<std::string, int> ids{};

@@ -388,12 +388,14 @@ class Cli(unittest.TestCase):
                            ("rate", 1), ("blockSize", 0), ("changes", [{"at": -1, "set": {}}]), ("nonsense", 1)):
             self.assertFalse(validator.is_valid({**good, key: value}), (key, value))
         for block, valid in (("FILTER_2ND_GENERAL", {}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 11}),
-                             ("FILTER_2ND_GENERAL", {"q": 16, "boostDb": 3}), ("FILTER_2ND_GENERAL", {"type": 0, "q": 16}),
+                             ("FILTER_2ND_GENERAL", {"q": 16, "boostDb": "3dB", "fc": "=c * 2"}),
+                             ("BASIC_GAIN", {"type": "Linear", "gain": "=db(1)"}), ("BASIC_GAIN", {"gain": "-1 dB"}), ("FILTER_2ND_GENERAL", {"type": 0, "q": 16}),
                              ("FILTER_FIR", {"taps": [1, 0.5]}), ("MIXERS_CROSS", {"gains": [[0, -6], [-6, 0]]}),
                              ("FILTER_TEXTEQ", {"bands": [{"type": "Text_LP", "fc": 60}, [1, 0, 0, 3, 100, 1, 0]]})):
             self.assertTrue(validator.is_valid({"blocks": {"a": {"type": block, "params": valid}}}), (block, valid))
         for block, wrong in (("FILTER_2ND_GENERAL", {"gain": 3}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 12}),
-                             ("FILTER_2ND_GENERAL", {"q": 17}), (770, {"type": "Gen_LS", "q": 3}), ("FILTER_1ST", {"fc": 0}),
+                             ("FILTER_2ND_GENERAL", {"q": 17}), ("FILTER_1ST", {"fc": "3 ms"}),
+                             ("BASIC_GAIN", {"type": "Linear", "gain": "-1 dB"}), (770, {"type": "Gen_LS", "q": 3}), ("FILTER_1ST", {"fc": 0}),
                              ("FILTER_2ND_GENERAL", {"type": "Gen_Peaking", "boostDb": 3}), ("FILTER_1ST", {"enable": "yes"}),
                              ("FILTER_FIR", {"taps": []}), ("BASIC_ARITH_ABS", {"x": 1}), ("FILTER_1ST", {"type": "LS3rd"}),
                              ("FILTER_TEXTEQ", {"bands": [{"type": "Text_BP", "q": 12}]}), ("FILTER_NONBARE", {"k": 1}),

@@ -103,6 +103,83 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
     }
 }
 
+// A gain of which an expression is the factor, and definitions.
+std::string factor(std::string_view value, std::string_view define = "")
+{
+    return R"({"rate": 48000, "define": {)" + std::string(define) +
+           R"(}, "blocks": {"a": {"type": 289, "params": {"type": "Linear", "gain": "=)" + std::string(value) +
+           "\"}}}}";
+}
+
+TEST(Schematic, EvaluatesExpressions)
+{
+    const struct {
+        std::string_view value, define;
+        float wanted;
+    } cases[] = {
+        {"1 + 2 * 3 - 8 / 4", "", 5},
+        {" -(1.5e1 - 2) * -2", "", 26},
+        {"a / b", R"("b": 4, "a": "=b * b - c", "c": -2)", 4.5F},
+        {"db(20) + round(ms(2.01)) + sqrt(9)", "", 10 + 96 + 3},
+        {"8 - 4 - 2", "", 2},
+        {"8 / 4 / 2", "", 1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(parse_schematic(factor(c.value, c.define)).blocks[0].vector[0], c.wanted) << c.value;
+    const Schematic s = parse_schematic(R"({"define": {"n": 2, "t": 1.5}, "inputs": "=n", "blockSize": "=n * 16",
+        "blocks": {"eq": {"type": "FILTER_TEXTEQ", "inputs": "=n", "params": {"bands": [{"fc": "=n * 50"}]}}},
+        "changes": [{"at": "=t", "set": {"eq.bands[0].fc": "=t * 100"}}]})",
+                                        {.settings = {parse_setting("eq.bands[0].q==n / 4")}});
+    EXPECT_EQ(s.blocks[0].pins.inputs + s.block_size + s.inputs, 2 + 32 + 2);
+    EXPECT_EQ(s.changes[0].seconds, 1.5);
+    const auto has = [](const std::vector<float>& vector, float v) {
+        return std::ranges::find(vector, v) != vector.end();
+    };
+    EXPECT_TRUE(has(s.blocks[0].vector, 100) && has(s.blocks[0].vector, 0.5F));
+    EXPECT_TRUE(has(s.changes[0].vector, 150) && has(s.changes[0].vector, 0.5F));
+}
+
+TEST(Schematic, SaysWhatIsWrongWithAnExpressionOnce)
+{
+    const std::string deep = std::string(40, '(') + "1" + std::string(40, ')');
+    std::string chain = R"("x40": 1, "x0": "=x1")";
+    for (int i = 1; i < 40; ++i)
+        chain += ", \"x" + std::to_string(i) + "\": \"=x" + std::to_string(i + 1) + '"';
+    const std::string in = "/blocks/a/params/gain | ";
+    const struct {
+        std::string value, define, told;
+    } cases[] = {
+        {"cornr", R"("corner": 1)",
+         in + "\"=cornr\" | a name that \"define\" has, not \"cornr\"; did you mean \"corner\"?"},
+        {"1 / (2 - 2)", "", in + "\"=1 / (2 - 2)\" | a divisor other than 0"},
+        {"1 +", "", in + "\"=1 +\" | a number, a name or a bracket after \"1 +\""},
+        {"(1", "", in + "\"=(1\" | a closing bracket after \"(1\""},
+        {"1 2", "", in + "\"=1 2\" | an operator: + - * / after \"1\""},
+        {"", "", in + "\"=\" | a number, a name or a bracket after ="},
+        {"nix(1)", "", "a function: db, ms, round or sqrt instead of \"nix\""},
+        {"db(1e9)", "", "a result that is finite"},
+        {"2000", "", in + "\"=2000\" (2000.0) | is out of range"},
+        {deep, "", "at most 32 brackets"},
+        {std::string(300, '1'), "", "at most 256 characters"},
+        {"a", R"("a": "=b", "b": "=a + 1")", "/define/b | \"=a + 1\" | no cycle: \"a\" is made of itself"},
+        {"1", R"("a-b": 1)", "/define/a-b | 1 | a name of letters"},
+        {"1", R"("a": "2")", "/define/a | \"2\" | a number, or an expression"},
+        {"x0", chain, "at most 32 definitions"},
+        {"1", R"("a": 1)", "/define/a | 1 | not used"},
+    };
+    for (const auto& c : cases) {
+        std::vector<Problem> problems;
+        try {
+            parse_schematic(factor(c.value, c.define), {}, &problems);
+            std::erase_if(problems, [](const Problem& p) { return p.where == "/blocks/a" || p.where == "/wires"; });
+        } catch (const UserError& error) {
+            problems = error.problems();
+        }
+        EXPECT_EQ(problems.size(), 1U) << c.value << c.define << '\n' << told(problems);
+        EXPECT_NE(told(problems).find(c.told), std::string::npos) << c.value << c.define << '\n' << told(problems);
+    }
+}
+
 TEST(Schematic, ReportsAllFaultsAtOnce)
 {
     const auto problems =

@@ -259,6 +259,32 @@ TEST(Document, FileIsNeverLost)
     EXPECT_EQ(store.writes, 0);
 }
 
+TEST(Document, ANumberTakesThePlaceOfAnExpression)
+{
+    const std::string text = R"({
+  "define": {"c": 350, "g": 3},  // corners
+  "blocks": {
+    "eq": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_Param", "fc": "=c * 2", "boostDb": "=g"}},
+    "text": {"type": "FILTER_TEXTEQ", "params": {"bands": [{"fc": "=c"}, {"fc": "0.7 kHz", "boostDb": 1}]}}
+  },
+  "wires": [["input", "eq"], ["eq", "text"], ["text", "output"]]
+})";
+    MemoryStore store(text);
+    Document d(store, {.settings = {parse_setting("eq.q==g / 2")}});
+    EXPECT_EQ(d.json()["blocks"]["eq"]["params"]["q"], "=g / 2");
+    EXPECT_TRUE(d.set({{"eq.fc", 900}, {"text.bands[1].fc", 800}, {"eq.q", 2}}).empty());
+    d.set({{"text.bands[1].boostDb", "=c / 175"}});
+    EXPECT_THROW(d.set({{"eq.fc", "=d"}}), UserError);
+    d.save(d.revision());
+    std::string wanted = text;
+    for (const auto& [from, to] : {std::pair("\"=c * 2\"", "900"),
+                                   {"\"0.7 kHz\"", "800"},
+                                   {": 1}", ": \"=c / 175\"}"},
+                                   {"\"=g\"}", "\"=g\", \"q\": 2}"}})
+        wanted.replace(wanted.find(from), std::string_view(from).size(), to);
+    EXPECT_EQ(store.text, wanted);
+}
+
 TEST(Document, PresetsAreWholeSchematicsByName)
 {
     const auto folder = std::filesystem::temp_directory_path() / ("presets" + std::to_string(::getpid()));
