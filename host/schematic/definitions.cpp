@@ -64,10 +64,12 @@ Evaluated Definitions::evaluated(const std::string& name, const json& written)
 
 std::string Definitions::nearest_to(std::string_view name)
 {
+    if (++suggestions_ > kMostSuggestions)
+        return {};
     std::vector<std::string_view> known;
     for (auto it = names_.begin(); it != names_.end() && known.size() < kMostCompared; ++it)
         known.push_back(it->first);
-    return ++suggestions_ <= kMostSuggestions ? nearest(name, known) : "";
+    return nearest(name, known);
 }
 
 Evaluated Definitions::value_of(std::string_view name)

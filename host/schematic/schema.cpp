@@ -96,9 +96,9 @@ constexpr const char* kForm = R"({
     },
     "count": {"type": ["integer", "string"], "minimum": 0, "pattern": "^="},
     "pins": {
-      "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on. \"input\" and \"output\" are the channels of the files.",
+      "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on; \"xo.low\", \"xo.low.1\": the same of pins that have a name. \"input\" and \"output\" are the channels of the files.",
       "type": "string",
-      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[0-9]+(-[0-9]*)?)?$"
+      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_]+)?(\\.[0-9]+(-[0-9]*)?)?$"
     },
     "value": {
       "anyOf": [

@@ -76,9 +76,21 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         {graph(kTwoGains, R"(["a", "c"])"), "/wires/0/1 | \"c\" | there is no such block"},
         {graph(kTwoGains, R"(["a.0", "b"], ["inptu", "a"])"),
          R"(/wires/1/0 | "inptu" | there is no such block; did you mean "input"?)"},
-        {graph(kTwoGains, R"(["a.x", "b"])"), "/wires/0/0 | \"a.x\" | the pins of a block"},
+        {graph(kTwoGains, R"(["a.x", "b"])"), "/wires/0/0 | \"a.x\" | BASIC_GAIN has no names for its outputs"},
         {graph(kTwoGains, R"(["a.3-1", "b"])"), "/wires/0/0 | \"a.3-1\" | the pins of a block"},
         {graph(kTwoGains, R"(["output", "b"])"), "/wires/0/0 | \"output\" | a wire does not start at"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mdi", "output"])"),
+         "/wires/0/0 | \"x.mdi\" | FILTER_CROSSOVER_3WAY has the outputs low, high, mid; or numbers from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mid.y", "output"])"),
+         "/wires/0/0 | \"x.mid.y\" | the pins mid by number from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mid.1000", "output"])"),
+         "/wires/0/0 | \"x.mid.1000\" | the pins mid by number from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY", "inputs": 2})", R"(["x.mid.2", "output"])"),
+         "/wires/0/0 | \"x.mid.2\" | x has 6 outputs, 0 to 5"},
+        {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.left", "c.sidechain"])"),
+         "/wires/0/0 | \"input.left\" | input has no names for its channels"},
+        {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.0", "c.sidechain.1"])"),
+         "/wires/0/1 | \"c.sidechain.1\" | the pins sidechain by number"},
         {graph(kTwoGains, R"("a b")"), "/wires/0 | \"a b\" | a wire is a pair"},
         {graph(R"("a": {"type": 289, "inputs": 2}, "b": {"type": 289, "inputs": 2})", R"(["a.2", "b.0"])"),
          "/wires/0/0 | \"a.2\" | a has 2 outputs, 0 and 1"},
@@ -177,6 +189,42 @@ TEST(Schematic, SaysWhatIsWrongWithAnExpressionOnce)
         }
         EXPECT_EQ(problems.size(), 1U) << c.value << c.define << '\n' << told(problems);
         EXPECT_NE(told(problems).find(c.told), std::string::npos) << c.value << c.define << '\n' << told(problems);
+    }
+}
+
+TEST(Schematic, FindsPinsByName)
+{
+    const struct {
+        std::string_view blocks, wires;
+        int channels;
+        std::string_view pins, feeds;  // of the first block; of its inputs, then of the output
+    } cases[] = {
+        {R"("x": {"type": "FILTER_CROSSOVER_3WAY"})",
+         R"(["input", "x"], ["x.mid", "output.0-1"], ["x.high.1", "output.2"])", 2, "2 6",
+         "input.0 input.1 x.2 x.5 x.4"},
+        {R"("x": {"type": "FILTER_CROSSOVER_2WAY"})", R"(["input.0", "x.0"], ["x.high", "output"])", 1, "1 2",
+         "input.0 x.1"},
+        {R"("x": {"type": "FILTER_CROSSOVER_2WAY"})", R"(["input.0-1", "x"], ["x.low.0-", "output"])", 3, "2 4",
+         "input.0 input.1 x.0 x.2"},
+        {R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})",
+         R"(["input.0", "c.sidechain"], ["input", "c.1-"], ["c", "output"])", 2, "3 2",
+         "input.0 input.0 input.1 c.0 c.1"},
+        {R"("m": {"type": "MUXES_CROSSFADE"})",
+         R"(["input.0-1", "m.first"], ["input.2-3", "m.second"], ["m", "output"])", 4, "5 2",
+         "silence input.0 input.2 input.1 input.3 m.0 m.1"},
+        {R"("v": {"type": "BASIC_DSP_VOL_DELAY"})",
+         R"(["input.0-2", "v.tap"], ["input.3", "v.signal"], ["v", "output"])", 4, "4 3",
+         "input.0 input.1 input.2 input.3 v.0 v.1 v.2"},
+    };
+    for (const auto& c : cases) {
+        const Schematic s = parse_schematic(graph(c.blocks, c.wires), {.channels = c.channels});
+        const Block& block = s.blocks[0];
+        std::string feeds;
+        for (const auto* list : {&block.sources, &s.outputs})
+            for (const Feed& feed : *list)
+                feeds += (feeds.empty() ? "" : " ") + feed_text(s, feed);
+        EXPECT_EQ(std::to_string(block.pins.inputs) + ' ' + std::to_string(block.pins.outputs), c.pins) << c.wires;
+        EXPECT_EQ(feeds, c.feeds) << c.wires;
     }
 }
 
@@ -300,6 +348,12 @@ TEST(Schematic, IsCheckedInTime)
                         many(2000,
                              [](const std::string& i) { return "{\"at\": 1" + i + ", \"set\": {\"f.taps[0]\": 1}}"; }) +
                         "], "),
+        R"({"blocks": {}, "define": {)" +
+            many(20'000, [](const std::string& i) { return "\"x" + i + "\": \"=-(x" + i + " / nix" + i + ")\""; }) +
+            "}}",
+        graph(many(
+            20'000,
+            [](const std::string& i) { return "\"b" + i + R"(": {"type": 289, "params": {"gain": "=1 / nix"}})"; })),
     };
     constexpr double kSeconds = 10;  // with a sanitizer; else a tenth
     for (const std::string& text : texts) {
