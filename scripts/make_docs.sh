@@ -32,4 +32,6 @@ for schematic in docs/schematics/*.json; do
 done
 draw examples/schematics/two_way.json two_way
 draw examples/schematics/loudspeaker_eq.json loudspeaker_eq --channels 1 --speaker examples/loudspeaker.txt
-"$vantoro" graph examples/schematics/loudspeaker.json -o $images/loudspeaker.svg
+for name in loudspeaker three_way car room_send measuring; do
+    "$vantoro" graph examples/schematics/$name.json -o $images/$name.svg
+done

@@ -10,6 +10,7 @@
 
 #include "analysis/speaker.h"
 #include "catalog/path.h"
+#include "catalog/words.h"
 #include "control/messages.h"
 #include "control/responses.h"
 #include "support/json_fields.h"

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <limits>
 
 #include "catalog/layout.h"
 #include "catalog/path.h"
@@ -70,19 +68,6 @@ ordered_json short_rows(const json& rows, const VantoroTable& table)
 }
 
 }  // namespace
-
-ordered_json tidy(const ordered_json& value)
-{
-    if (value.is_number_float())
-        return std::abs(value.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max())
-                   ? number_json(value.get<float>())
-                   : value;
-    ordered_json out = value;
-    if (value.is_structured())
-        for (ordered_json& part : out)
-            part = tidy(part);
-    return out;
-}
 
 Target target_of(const Schematic& schematic, const std::string& path)
 {

@@ -10,6 +10,11 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "schematic/difference.h"
+#include "schematic/flat.h"
+#include "schematic/preset.h"
 
 namespace {
 
@@ -226,6 +231,30 @@ TEST(Schematic, FindsPinsByName)
         EXPECT_EQ(std::to_string(block.pins.inputs) + ' ' + std::to_string(block.pins.outputs), c.pins) << c.wires;
         EXPECT_EQ(feeds, c.feeds) << c.wires;
     }
+}
+
+TEST(Schematic, ReadsBackFromItsFlatForm)
+{
+    const Schematic s =
+        parse_schematic(R"({"define": {"f": 100}, "rate": "8 kHz", "outputs": 4, "inputs": 3, "blocks": {
+        "g": {"type": 289, "title": "G", "params": {"type": "Linear", "gain": -0.0}},
+        "t": {"type": "FILTER_TEXTEQ", "params": {"bands": [{"fc": "=f / 3"}, {"boostDb": 1}]}},
+        "m": {"type": "MIXERS_CROSS", "params": {"gains": [[0.1, 2], [3, 4]]}}},
+        "wires": [["input.0", "t"], ["t", "m.1"], ["input.2", "m.0"], ["m.1", "output.0"], ["m.0", "output.1"],
+                  ["input.1-2", "output.2-3"]],
+        "changes": [{"at": 1, "set": {"t.bands[1].fc": "=f"}}, {"at": 2, "set": {"g.gain": 0, "t.bands[0].q": 2}}]})");
+    const nlohmann::ordered_json flat = flat_json(s);
+    const Schematic again = parse_schematic(flat.dump());
+    EXPECT_EQ(differences(s, again), std::vector<std::string>{});
+    EXPECT_EQ(flat_json(again), flat);
+    EXPECT_EQ(preset_of(s, 8000), preset_of(again, 8000));
+    ASSERT_EQ(s.changes.size(), 3U);
+    for (std::size_t i = 0; i < s.changes.size(); ++i)
+        EXPECT_EQ(again.changes[i].vector, s.changes[i].vector);
+    EXPECT_EQ(flat["wires"].dump(), R"([["input.0","t"],["input.2","m.0"],["t","m.1"],["m.1","output.0"],)"
+                                    R"(["m.0","output.1"],["input.1-2","output.2-3"]])");
+    EXPECT_EQ(flat["blocks"]["g"].dump(),
+              R"({"type":"BASIC_GAIN","inputs":1,"outputs":1,"title":"G","params":{"gain":-0.0,"type":"Linear"}})");
 }
 
 TEST(Schematic, ReportsAllFaultsAtOnce)
