@@ -21,6 +21,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t kMaxFileBytes = 64U << 20U;
+constexpr std::size_t kMaxDefinitions = 10'000;
 
 const json& member(const json& object, const char* name, const json& otherwise)
 {
@@ -32,10 +33,12 @@ const json& member(const json& object, const char* name, const json& otherwise)
 void resolve_values(json& document, const Fields& fields, Draft& draft)
 {
     const json* define = fields.find("define");
-    if (define && !define->is_object())
-        fields.fault("define", "names and their values: {\"corner\": 350, \"twice\": \"=corner * 2\"}");
-    draft.definitions =
-        Definitions(define && define->is_object() ? *define : json::object(), draft.rate(), draft.problems);
+    const bool good = define && define->is_object() && define->size() <= kMaxDefinitions;
+    if (define && !good)
+        draft.fault("/define", define->is_object() ? json(define->size()) : *define,
+                    "at most " + std::to_string(kMaxDefinitions) +
+                        " names and their values: {\"corner\": 350, \"twice\": \"=corner * 2\"}");
+    draft.definitions = Definitions(good ? *define : json::object(), draft.rate(), draft.problems);
     const auto resolve = [&](json& object, std::initializer_list<const char*> members, const std::string& where) {
         for (const char* name : members)
             if (object.is_object() && object.contains(name))
