@@ -143,8 +143,10 @@ std::size_t end_of_comment(std::string_view text, std::size_t at)
 {
     constexpr std::string_view kLineEnds("\n\r\0", 3);  // as the parser has it
     const std::string_view opening = text.substr(at, 2);
-    if (opening == "//")
-        return std::min(text.find_first_of(kLineEnds, at), text.size());
+    if (opening == "//") {
+        const std::size_t end = std::min(text.find_first_of(kLineEnds, at), text.size());
+        return end < text.size() && text[end] == '\0' ? end + 1 : end;
+    }
     if (opening == "/*")
         return std::min(text.find("*/", at + 2), text.size() - 2) + 2;
     return at;
