@@ -14,6 +14,7 @@
 #include "schematic/reader.h"
 #include "server/fake_player.h"
 #include "server/memory_store.h"
+#include "support/json_text.h"
 
 namespace {
 
@@ -63,8 +64,8 @@ void check(const vantoro::Document& document, MemoryStore& store, FakePlayer& pl
     const auto text = document.json().dump();
     const vantoro::Schematic read = vantoro::parse_schematic(text, {.channels = 2, .rate = kLowRate});
     expect(vantoro::differences(read, document.schematic()).empty());
-    const auto saved = nlohmann::json::parse(vantoro::patched(store.text, document.json()));
-    expect(saved == nlohmann::json(document.json()));
+    const auto saved = vantoro::parse_ordered(vantoro::patched(store.text, document.json()));
+    expect(nlohmann::json(saved) == nlohmann::json(document.json()));
 }
 
 }  // namespace

@@ -33,19 +33,21 @@ done
 draw examples/schematics/two_way.json two_way
 draw examples/schematics/loudspeaker_eq.json loudspeaker_eq --channels 1 --speaker examples/loudspeaker.txt
 
-# A 1 kHz sine through docs/schematics/dynamics: SAMPLES LEVEL, where LEVEL is Perl for the level in dB at $t seconds.
+# A 1 kHz sine through docs/schematics/dynamics: SAMPLES LEVEL, where LEVEL is Python for the level in dB at t seconds.
 # Prints the highest magnitude of every output in every millisecond, in dB.
 peaks() {
-    perl -e "for (0 .. $1 - 1) { my \$t = \$_ / 48000; print pack 'f<', 10 ** (($2) / 20) * sin(6283.185307 * \$t) }" |
+    python3 -c "
+import array, math, sys
+times = (n / 48000 for n in range($1))
+array.array('f', (10 ** (($2) / 20) * math.sin(math.tau * 1000 * t) for t in times)).tofile(sys.stdout.buffer)" |
         "$vantoro" run docs/schematics/dynamics/dynamics.json -q -i - --raw-in f32le --raw-rate 48000 --raw-channels 1 \
             -o - --raw-out f32le 2>/dev/null |
-        perl -e 'for (my $n = 1; read STDIN, my $frame, 24; ++$n) {
-            my $k = 0;
-            for (unpack "f<6", $frame) { my $v = abs; $top[$k] = $v if $v > $top[$k]; ++$k }
-            next if $n % 48;
-            printf "%d" . " %.2f" x 6 . "\n", $n / 48, map { 20 * log($_ + 1e-9) / log 10 } @top;
-            @top = ();
-        }'
+        python3 -c "
+import array, math, sys
+samples = array.array('f', sys.stdin.buffer.read())
+for start in range(0, len(samples) - 287, 288):
+    peaks = [max(map(abs, samples[start + k:start + 288:6])) for k in range(6)]
+    print(start // 288 + 1, *('%.2f' % (20 * math.log10(peak + 1e-9)) for peak in peaks))"
 }
 
 # TITLE NAME COMMANDS: gnuplot's, with the look of the other pictures.
@@ -65,17 +67,19 @@ END
 table=$(mktemp)
 trap 'rm -f "$table"' EXIT
 # Half a second a level: the end of each is at rest.
-peaks $((63 * 24000)) '-60 + int($t * 2)' | awk '$1 % 500 == 499' >"$table"
+peaks $((63 * 24000)) '-60 + int(t * 2)' | awk '$1 % 500 == 499' >"$table"
 plot 'Static curves, by the peak level of a sine' dynamics_static "set xlabel 'In (dBFS, peak)'; set ylabel 'Out (dB)'
     set xrange [-60:2]; set yrange [-80:5]; set xtics 10; set ytics 10
     plot '$table' using 2:2 title 'as it came' lw 1 dt 2 lc rgb '#888888', \
         '' using 2:3 title 'limiter, -15 dB' lw 2, '' using 2:4 title 'RMS, 2:1 above -30' lw 2, \
         '' using 2:5 title 'peak, 2:1 above -30' lw 2, '' using 2:6 title 'gate below -50' lw 2, \
         '' using 2:7 title 'peak, ends at -10' lw 2 dt 4"
-peaks $((600 * 48)) '$t >= 0.05 && $t < 0.3 ? 0 : -20' >"$table"
+peaks $((600 * 48)) '0 if 0.05 <= t < 0.3 else -20' >"$table"
 plot 'A burst from -20 to 0 dBFS' dynamics_burst "set xlabel 'Time (ms)'; set ylabel 'Peak of every millisecond (dB)'
     set xrange [0:600]; set yrange [-40:2]; set xtics 50; set ytics 5
     plot '$table' using 1:2 title 'as it came' lw 1 dt 2 lc rgb '#888888', \
         '' using 1:3 title 'limiter, -15 dB' lw 2, '' using 1:4 title 'RMS, 2:1 above -30' lw 2, \
         '' using 1:5 title 'peak, 2:1 above -30' lw 2"
-"$vantoro" graph examples/schematics/loudspeaker.json -o $images/loudspeaker.svg
+for name in loudspeaker three_way car room_send measuring; do
+    "$vantoro" graph examples/schematics/$name.json -o $images/$name.svg
+done

@@ -6,6 +6,7 @@
 // object:
 //
 //   {"type": "Gen_Peaking", "fc": 1000, "q": 0.7}                 numbers, flags (true or 1), choices by name or number
+//   {"fc": "1.2 kHz", "q": 0.7}                                   or with a unit of the parameter's kind
 //   {"bands": [{"fc": 60, "boostDb": 3}, {"fc": 8000}]}           a table: an object a row; what is left out is default
 //   {"curve": [[-60, -60], [0, -30]]}                             ... or an array a row, in the order of the columns
 //   {"gains": [0, -3, -6]}                                        a table of one column: plain numbers

@@ -11,6 +11,7 @@
 #include "support/decimal.h"
 #include "support/json_text.h"
 #include "support/nearest.h"
+#include "support/quantity.h"
 
 namespace vantoro {
 
@@ -66,17 +67,20 @@ std::string range_of(const Meaning& meaning, const std::string& limits)
 
 }  // namespace
 
-std::optional<float> read_number(const VantoroParam& param, PinCounts pins, const json& value, const std::string& where,
-                                 Problems& problems)
+std::optional<float> read_number(const VantoroParam& param, const Meaning& meaning, PinCounts pins, const json& value,
+                                 const std::string& where, Problems& problems)
 {
     if (param.kind == VANTORO_CHOICE)
         return read_choice(param, value, where, problems);
     if (param.kind == VANTORO_FLAG && value.is_boolean())
         return value.get<bool>() ? 1.0F : 0.0F;
-    const double v = value.is_number() ? value.get<double>() : std::numeric_limits<double>::quiet_NaN();
+    const std::string_view unit = meaning.as ? meaning.as->unit : param.unit;
+    const double v = number_in(value, unit);
     std::string wanted = wanted_instead(param, pins, v);
     if (wanted.empty())
         return static_cast<float>(v);
+    if (value.is_string() && std::isnan(v))
+        wanted += unit.empty() ? ", without a unit" : ", in " + units_like(unit);
     problems.push_back({where, as_text(value), std::move(wanted)});
     return {};
 }

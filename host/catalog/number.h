@@ -12,9 +12,10 @@
 
 namespace vantoro {
 
-// Open: `value` is not what the parameter takes, and that is reported.
-std::optional<float> read_number(const VantoroParam& param, PinCounts pins, const nlohmann::json& value,
-                                 const std::string& where, std::vector<Problem>& problems);
+// Open: `value` is not what the parameter takes, and that is reported. It may be a text with a unit that fits the one
+// that the parameter has under the choices made.
+std::optional<float> read_number(const VantoroParam& param, const Meaning& meaning, PinCounts pins,
+                                 const nlohmann::json& value, const std::string& where, std::vector<Problem>& problems);
 
 // What a number that stands in `param` does instead of what it says, beside the others as `meaning` tells; empty: it
 // does that. Reports are rare, so nothing of one is made before.

@@ -10,6 +10,7 @@
 
 #include "catalog/layout.h"
 #include "catalog/words.h"
+#include "support/quantity.h"
 
 namespace vantoro {
 namespace {
@@ -54,6 +55,15 @@ json choice_schema(const VantoroParam& param)
     return {{"anyOf", {{{"enum", names}}, {{"type", "integer"}, {"minimum", least}, {"maximum", most}}}}};
 }
 
+// A number, or a text: an expression, or a number with its unit. `open`: the unit follows from a choice.
+json number_schema(const VantoroParam& param, bool open)
+{
+    json out{{"type", {param.kind == VANTORO_INTEGER ? "integer" : "number", "string"}}};
+    if (!open)
+        out["pattern"] = param.unit[0] == '\0' ? "^=" : "^=|" + quantity_pattern(param.unit);
+    return out;
+}
+
 // `limited`: the limits hold under every choice.
 json schema_of(const VantoroParam& param, bool limited)
 {
@@ -69,7 +79,7 @@ json schema_of(const VantoroParam& param, bool limited)
     else if (param.kind == VANTORO_FLAG)
         out["anyOf"] = {{{"type", "boolean"}}, {{"type", "integer"}, {"minimum", 0}, {"maximum", 1}}};
     else
-        out["type"] = param.kind == VANTORO_REAL ? "number" : "integer";
+        out.update(number_schema(param, !limited));
     if (limited && param.kind != VANTORO_FLAG && param.kind != VANTORO_CHOICE)
         add_limits(param, out);
     return out;
@@ -108,8 +118,7 @@ json under_choice(const VantoroChoice& choice, const std::set<std::size_t>& entr
             continue;
         if (reading != readings.end())
             schema["description"] = as->name + (": " + description_of(*as));
-        if (as->kind == VANTORO_INTEGER)
-            schema["type"] = "integer";
+        schema.update(number_schema(*as, false));
         add_limits(*as, schema);
     }
     return out;

@@ -100,14 +100,19 @@ private:
     void read_items(const Entries& entries, const std::vector<Item>& items, bool by_name, std::span<float> values)
     {
         std::vector<bool> good(entries.size());
-        for (std::size_t i = 0; i < entries.size(); ++i) {
+        const auto read = [&](std::size_t i, const Meaning& meaning) {
             std::optional<float> v;
             if (items[i].value)
-                v = read_number(*entries[i], pins_, *items[i].value, items[i].where, problems_);
+                v = read_number(*entries[i], meaning, pins_, *items[i].value, items[i].where, problems_);
             good[i] = v.has_value();
-            if (entries[i])
-                values[i] = v.value_or(entries[i]->initial);
-        }
+            values[i] = v.value_or(entries[i]->initial);
+        };
+        for (std::size_t i = 0; i < entries.size(); ++i)  // the choices say what the others mean
+            if (entries[i] && entries[i]->kind == VANTORO_CHOICE)
+                read(i, {entries[i], nullptr});
+        for (std::size_t i = 0; i < entries.size(); ++i)
+            if (entries[i] && entries[i]->kind != VANTORO_CHOICE)
+                read(i, meaning_of(entries, values, i));
         for (std::size_t i = 0; i < entries.size(); ++i) {
             if (!good[i])
                 continue;

@@ -14,9 +14,22 @@ namespace vantoro {
 nlohmann::ordered_json number_json(float v)
 {
     constexpr float kExact = 1U << 24U;  // floats up to here hold every whole number
-    if (v == std::trunc(v) && std::abs(v) <= kExact)
+    if (v == std::trunc(v) && std::abs(v) <= kExact && (v != 0 || !std::signbit(v)))
         return static_cast<long>(v);
     return short_decimal(v);
+}
+
+nlohmann::ordered_json tidy(const nlohmann::ordered_json& value)
+{
+    if (value.is_number_float())
+        return std::abs(value.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max())
+                   ? number_json(value.get<float>())
+                   : value;
+    nlohmann::ordered_json out = value;
+    if (value.is_structured())
+        for (nlohmann::ordered_json& part : out)
+            part = tidy(part);
+    return out;
 }
 
 std::string joined(const std::vector<std::string_view>& names)

@@ -14,6 +14,8 @@ namespace vantoro {
 
 // A float as a person would write it: 200, not 200.0.
 nlohmann::ordered_json number_json(float v);
+// The same for all numbers of a value.
+nlohmann::ordered_json tidy(const nlohmann::ordered_json& value);
 
 std::string joined(const std::vector<std::string_view>& names);  // "a, b, c"
 

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // vantoro check SCHEMATIC: lists every problem, or prints the graph in the order of processing.
+#include <cstdio>
 #include <memory>
 #include <optional>
+
+#include <nlohmann/json.hpp>
 
 #include "commands/commands.h"
 #include "commands/listing.h"
 #include "engine/engine.h"
+#include "schematic/flat.h"
+#include "support/json_lines.h"
 
 namespace vantoro {
 namespace {
@@ -16,6 +21,7 @@ struct Options {
     std::optional<int> rate;
     bool quiet = false;
     bool strict = false;
+    bool flat = false;
 };
 
 int check(const Options& options)
@@ -24,7 +30,11 @@ int check(const Options& options)
         options.schematic, {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate)}, options.strict);
     const LibraryLog log(options.quiet);
     const int rate = rate_of(schematic, options.rate);
-    print_graph(make_engine(options.schematic, std::move(schematic), rate)->schematic());
+    const auto engine = make_engine(options.schematic, std::move(schematic), rate);
+    if (options.flat)
+        std::fputs(json_lines(flat_json(engine->schematic())).c_str(), stdout);
+    else
+        print_graph(engine->schematic());
     return 0;
 }
 
@@ -40,6 +50,7 @@ void add_check_command(CLI::App& app, int& status)
         ->check(CLI::Range(kMinRate, kMaxRate));
     command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
     command->add_flag("--strict", options->strict, "Warnings are errors");
+    command->add_flag("--flat", options->flat, "Print it as a schematic of plain numbers with every pin counted");
     command->callback([options, &status] { status = check(*options); });
 }
 

@@ -10,6 +10,7 @@
 
 #include "analysis/speaker.h"
 #include "catalog/path.h"
+#include "catalog/words.h"
 #include "control/messages.h"
 #include "control/responses.h"
 #include "support/json_fields.h"
@@ -193,7 +194,7 @@ void Control::take(int client, std::string_view text)
     if (text.size() > kMaxMessage)
         problems.push_back({{}, std::to_string(text.size()) + " bytes", "at most 256 kB"});
     else
-        request.body = parse_json(text, "", problems).value;
+        request.body = parse_json(text, problems);
     if (problems.empty() && !request.body.is_object())
         problems.push_back({{}, as_text(request.body), "an object: {\"id\": 1, \"get\": []}"});
     if (!problems.empty()) {

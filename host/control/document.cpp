@@ -9,6 +9,7 @@
 #include "control/patch.h"
 #include "schematic/bypass.h"
 #include "support/json_lines.h"
+#include "support/json_text.h"
 
 namespace vantoro {
 
@@ -54,7 +55,7 @@ Document::Document(Store& store, ReadOptions options) : store_(store), options_(
     stamp_ = moving_stamp_ = store_.stamp();
     const std::string text = store_.read();
     schematic_ = parse_schematic(text, options_, &warnings_);
-    json_ = ordered_json::parse(text);
+    json_ = parse_ordered(text);
     options_.channels = schematic_.inputs;
     options_.rate = schematic_.rate.value_or(options_.rate.value_or(kDefaultRate));
     set_disk(text, json_);
@@ -76,7 +77,7 @@ Document::Reading Document::read_text(const std::string& text) const
 {
     Reading reading;
     reading.schematic = parse_schematic(text, options_, &reading.warnings);
-    reading.json = ordered_json::parse(text);
+    reading.json = parse_ordered(text);
     check_terminals(reading.schematic);
     return reading;
 }
@@ -289,7 +290,8 @@ std::string Document::text_for_disk() const
 {
     std::string text = patched(disk_text_, json_);
     // Sorted on both sides: new members may stand elsewhere, which means the same.
-    const bool same = nlohmann::json::parse(text, nullptr, false) == nlohmann::json(json_);
+    std::vector<Problem> wrong;
+    const bool same = parse_document(text, "", wrong).value == nlohmann::json(json_) && wrong.empty();
     return same ? text : json_lines(json_);
 }
 

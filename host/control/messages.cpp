@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "catalog/words.h"
 #include "schematic/bypass.h"
 
 namespace vantoro {

@@ -2,8 +2,12 @@
 #include "control/patch.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 #include <vector>
+
+#include "support/json_text.h"
+#include "support/json_walk.h"
 
 namespace vantoro {
 
@@ -11,19 +15,43 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-constexpr std::string_view kBlanks = " \t\r\n";
+// Below, blanks may hold comments.
 
-// A value of the text. Members and elements of what is structured stand between `open` and the end.
+// A value of the text.
 struct Node {
     struct Item {
         std::string_view lead, key, colon;  // blanks before it; the quoted key and what follows up to the value
-        std::string_view tail;              // blanks after it
+        std::string_view tail;              // blanks between it and its comma
+        std::string_view remark;            // a comment on the rest of its line
         std::size_t node;                   // its value
     };
     std::string_view text;
     std::vector<Item> items{};
-    std::string_view inside{};  // blanks of an empty one
+    std::string_view end{};  // blanks before the closing bracket
 };
+
+bool has_comment(std::string_view blanks) { return blanks.find('/') != blanks.npos; }
+
+// Splits what follows an item into the comment that its line ends with, and the rest. `last`: nothing else can be meant
+// by a comment.
+std::pair<std::string_view, std::string_view> split_remark(std::string_view blanks, bool last)
+{
+    std::size_t end = 0;
+    while (end < blanks.size() && blanks[end] != '\n')
+        end = std::max(end + 1, end_of_comment(blanks, end));
+    const bool remark = has_comment(blanks.substr(0, end)) && (last || end < blanks.size());
+    return {blanks.substr(0, remark ? end : 0), blanks.substr(remark ? end : 0)};
+}
+
+// Blanks as a pattern for others: the last line of them, without comments.
+std::string bare(std::string_view blanks)
+{
+    if (!has_comment(blanks))
+        return std::string(blanks);
+    const std::size_t line = blanks.rfind('\n');
+    const std::string_view rest = line == blanks.npos ? " " : blanks.substr(line);
+    return std::string(rest.substr(0, rest.find('/')));
+}
 
 class Tree {
 public:
@@ -46,17 +74,14 @@ private:
     std::string_view blanks()
     {
         const std::size_t start = at_;
-        at_ = std::min(text_.find_first_not_of(kBlanks, at_), text_.size());
+        at_ = end_of_blanks(text_, at_);
         return from(start);
     }
 
     std::string_view string()
     {
-        const std::size_t start = at_++;
-        for (; at_ < text_.size() && peek() != '"'; ++at_)
-            if (peek() == '\\')
-                ++at_;
-        at_ = std::min(at_ + 1, text_.size());
+        const std::size_t start = at_;
+        at_ = end_of_string(text_, at_);
         return from(start);
     }
 
@@ -69,7 +94,7 @@ private:
         else if (peek() == '"')
             string();
         else
-            at_ = std::min(text_.find_first_of(",]} \t\r\n", at_), text_.size());
+            at_ = end_of_word(text_, at_);
         node.text = from(start);
         nodes_.push_back(std::move(node));
         return nodes_.size() - 1;
@@ -79,23 +104,23 @@ private:
     {
         const bool object = peek() == '{';
         ++at_;
-        node.inside = blanks();
-        if (peek() == (object ? '}' : ']')) {
-            ++at_;
-            return;
-        }
-        for (std::string_view lead = node.inside;; lead = blanks()) {
+        std::string_view lead = node.end = blanks();
+        while (at_ < text_.size() && peek() != (object ? '}' : ']')) {
             node.items.push_back(item(lead, object));
-            if (peek() != ',')
-                break;
-            ++at_;
+            const bool more = peek() == ',';
+            at_ += more ? 1 : 0;
+            std::string_view& remark = node.items.back().remark;
+            if (more)
+                std::tie(remark, lead) = split_remark(blanks(), false);
+            else
+                std::tie(remark, node.end) = split_remark(std::exchange(node.items.back().tail, {}), true);
         }
         ++at_;
     }
 
     Node::Item item(std::string_view lead, bool member)
     {
-        Node::Item item{lead, {}, {}, {}, 0};
+        Node::Item item{lead, {}, {}, {}, {}, 0};
         if (member) {
             item.key = string();
             const std::size_t colon = at_;
@@ -116,7 +141,8 @@ private:
 
 // What stands in the brackets of the result.
 struct Item {
-    std::string lead, body, tail;
+    std::string lead, body;
+    std::string tail{}, remark{};
 };
 
 class Writer {
@@ -124,7 +150,7 @@ public:
     explicit Writer(std::string_view text) : tree_(text), text_(text)
     {
         if (!tree_.root().items.empty() && !tree_.root().items.front().colon.empty())
-            colon_ = tree_.root().items.front().colon;
+            colon_ = colon_like(tree_.root().items.front().colon);
     }
 
     std::string write(const json& to)
@@ -138,7 +164,7 @@ public:
 private:
     std::string value(const Node& node, const json& to)
     {
-        if (json::parse(node.text) == to)
+        if (parse_ordered(node.text) == to)
             return std::string(node.text);
         if (node.text.front() == '{' && to.is_object())
             return object(node, to);
@@ -159,9 +185,8 @@ private:
         }
         std::vector<Item> added;
         for (const auto& [key, member] : rest.items())
-            added.push_back({added.empty() ? lead_of(node) : next_lead(node),
-                             json(key).dump() + colon_of(node) + fresh(member),
-                             {}});
+            added.push_back(
+                {added.empty() ? lead_of(node) : next_lead(node), json(key).dump() + colon_of(node) + fresh(member)});
         const bool before_last = !items.empty() && items.back().lead.find('\n') != std::string::npos;
         items.insert(items.end() - (before_last ? 1 : 0), added.begin(), added.end());
         return bracketed(node, items);
@@ -171,7 +196,7 @@ private:
     {
         const std::size_t old = node.items.size(), now = to.size(), least = std::min(old, now);
         const auto same = [&](std::size_t i, std::size_t k) {
-            return json::parse(tree_[node.items[i].node].text) == to[k];
+            return parse_ordered(tree_[node.items[i].node].text) == to[k];
         };
         std::size_t front = 0, back = 0;
         while (front < least && same(front, front))
@@ -184,50 +209,56 @@ private:
             if (i < (k < now - back ? old - back : old))
                 items.push_back(kept(node.items[i], value(tree_[node.items[i].node], to[k])));
             else
-                items.push_back({k == 0 ? lead_of(node) : next_lead(node), fresh(to[k]), {}});
+                items.push_back({k == 0 ? lead_of(node) : next_lead(node), fresh(to[k])});
         }
         return bracketed(node, items);
     }
 
     static Item kept(const Node::Item& item, const std::string& value)
     {
-        return {std::string(item.lead), std::string(item.key) + std::string(item.colon) + value,
-                std::string(item.tail)};
+        return {std::string(item.lead), std::string(item.key) + std::string(item.colon) + value, std::string(item.tail),
+                std::string(item.remark)};
     }
 
-    // In the brackets of `node`: the first has the blanks that the first had, the last those of the last.
+    // In the brackets of `node`: the first has the blanks that the first had, unless there is a comment in its own.
     static std::string bracketed(const Node& node, std::vector<Item>& items)
     {
-        std::string out(1, node.text.front());
-        if (!items.empty() && !node.items.empty()) {
-            items.front().lead = node.items.front().lead;
-            for (Item& item : items)
-                if (&item != &items.back() && item.tail == node.items.back().tail)
-                    item.tail.clear();
-            items.back().tail = node.items.back().tail;
+        if (!items.empty() && !node.items.empty() && !has_comment(items.front().lead))
+            items.front().lead = bare(node.items.front().lead);
+        std::string out(1, node.text.front()), remark;
+        for (const Item& item : items) {
+            out += after(remark, item.lead) + item.body + item.tail + (&item == &items.back() ? "" : ",");
+            out += remark = item.remark;
         }
-        for (const Item& item : items)
-            out += (&item == &items.front() ? "" : ",") + item.lead + item.body + item.tail;
-        return out + node.text.back();
+        const bool open = (!items.empty() && !node.items.empty()) || has_comment(node.end);
+        return out + after(remark, open ? node.end : "") + node.text.back();
+    }
+
+    // A comment to the end of the line keeps what follows off it.
+    static std::string after(const std::string& remark, std::string_view blanks)
+    {
+        return (remark.find("//") != remark.npos && !blanks.starts_with('\n') ? "\n" : "") + std::string(blanks);
     }
 
     // Blanks before a new item.
     std::string lead_of(const Node& node) const
     {
         if (node.items.size() > 1)
-            return std::string(node.items[1].lead);
+            return bare(node.items[1].lead);
         if (node.items.empty())
             return "";
-        const std::string_view first = node.items.front().lead;
-        return first.find('\n') != first.npos ? std::string(first) : blank();
+        const std::string first = bare(node.items.front().lead);
+        return first.find('\n') != first.npos ? first : blank();
     }
 
     std::string next_lead(const Node& node) const { return node.items.empty() ? blank() : lead_of(node); }
 
     std::string colon_of(const Node& node) const
     {
-        return std::string(node.items.empty() ? colon_ : node.items.front().colon);
+        return node.items.empty() ? colon_ : colon_like(node.items.front().colon);
     }
+
+    static std::string colon_like(std::string_view colon) { return has_comment(colon) ? ": " : std::string(colon); }
 
     std::string blank() const { return colon_.ends_with(':') ? "" : " "; }
 
@@ -240,7 +271,7 @@ private:
         for (const auto& item : value.items()) {
             out += out.empty() ? "" : "," + blank();
             if (value.is_object())
-                out += json(item.key()).dump() + std::string(colon_);
+                out += json(item.key()).dump() + colon_;
             out += fresh(item.value());
         }
         return value.is_object() ? "{" + out + "}" : "[" + out + "]";
@@ -248,7 +279,7 @@ private:
 
     Tree tree_;
     std::string_view text_;
-    std::string_view colon_ = ": ";  // as in the first member
+    std::string colon_ = ": ";  // as in the first member
 };
 
 }  // namespace

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <limits>
 
 #include "catalog/layout.h"
 #include "catalog/path.h"
 #include "catalog/words.h"
+#include "schematic/definitions.h"
 #include "support/json_walk.h"
 #include "support/nearest.h"
 
@@ -70,19 +69,6 @@ ordered_json short_rows(const json& rows, const VantoroTable& table)
 
 }  // namespace
 
-ordered_json tidy(const ordered_json& value)
-{
-    if (value.is_number_float())
-        return std::abs(value.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max())
-                   ? number_json(value.get<float>())
-                   : value;
-    ordered_json out = value;
-    if (value.is_structured())
-        for (ordered_json& part : out)
-            part = tidy(part);
-    return out;
-}
-
 Target target_of(const Schematic& schematic, const std::string& path)
 {
     const std::size_t dot = path.find('.');
@@ -112,9 +98,14 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
     const Block& block = target.block;
     ordered_json& written = document["blocks"][block.id];
     json params = written.contains("params") ? json(written["params"]) : json::object();
-    std::vector<Problem> found;
-    const bool good = set_value(*block.type, block.pins, params, target.path, value.value.dump(-1, ' ', true), found,
-                                rate ? std::optional(Pace(*rate, schematic.block_size)) : std::nullopt);
+    json number = value.value;
+    std::vector<Problem> found, known;
+    Definitions definitions(document.value("define", ordered_json::object()), rate, known);
+    definitions.resolve(params, "", known);
+    definitions.resolve(number, pointer_step(target.path), found);
+    const bool good =
+        !has_errors(found) && set_value(*block.type, block.pins, params, target.path, number.dump(-1, ' ', true), found,
+                                        rate ? std::optional(Pace(*rate, schematic.block_size)) : std::nullopt);
     for (Problem& problem : found) {
         problem.where.insert(0, "/blocks" + pointer_step(block.id) + "/params");
         problems.push_back(std::move(problem));

@@ -35,7 +35,4 @@ void place_value(nlohmann::ordered_json& document, const Schematic& schematic, c
 // through place_value.
 void place_whole(nlohmann::ordered_json& document, const Schematic& schematic, const Assignment& value);
 
-// Numbers as a person would write them: 2000 for 2000.0, and of the others the shortest that is the same float.
-nlohmann::ordered_json tidy(const nlohmann::ordered_json& value);
-
 }  // namespace vantoro

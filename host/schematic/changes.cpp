@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading the changes of a document, and those of the command line.
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "schematic/draft.h"
 #include "support/json_fields.h"
 #include "support/json_text.h"
+#include "support/quantity.h"
 
 namespace vantoro {
 
@@ -32,7 +34,7 @@ void read_change(const std::string& where, const json& change, Draft& draft, std
     fields.allow({"at", "set", "note"});
     fields.text("note");
     const json* at = fields.need("at", "seconds from the start, 0 or more");
-    const double seconds = at && at->is_number() ? at->get<double>() : -1;
+    const double seconds = at ? number_in(*at, "s") : -1;
     if (at && !good_moment(seconds))
         fields.fault("at", "seconds from the start, 0 or more");
     const json* set = fields.need("set", "values: {\"block.parameter\": value}");
@@ -48,6 +50,16 @@ void read_change(const std::string& where, const json& change, Draft& draft, std
         else
             steps.push_back({seconds, place, target.substr(0, dot), target.substr(dot + 1), value.dump(-1, ' ', true)});
     }
+}
+
+// Of an expression its number, if it has one.
+std::optional<std::string> value_in(const Setting& setting, Draft& draft)
+{
+    if (!setting.value.starts_with('='))
+        return setting.value;
+    json value = setting.value;
+    draft.definitions.resolve(value, "--set " + setting.text, draft.problems);
+    return value.is_number() ? std::optional(value.dump()) : std::nullopt;
 }
 
 // Makes the steps one after the other.
@@ -115,7 +127,8 @@ void read_changes(const json& changes, Draft& draft)
         for (std::size_t i = 0; i < changes.size(); ++i)
             read_change("/changes/" + std::to_string(i), changes[i], draft, steps);
     for (const Setting& s : draft.options.settings)
-        steps.push_back({s.seconds, "--set " + s.text, s.block, s.path, s.value});
+        if (const auto value = value_in(s, draft))
+            steps.push_back({s.seconds, "--set " + s.text, s.block, s.path, *value});
     // By time; those of one moment in the order given.
     std::ranges::stable_sort(steps, {}, &Step::seconds);
     Changes made(draft);

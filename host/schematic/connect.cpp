@@ -21,7 +21,11 @@ std::string has_text(const Node& node, int count, std::string_view side)
     return text + ", 0 " + (count == 2 ? "and " : "to ") + std::to_string(count - 1);
 }
 
-bool has_pins(const End& end, int count) { return end.first < count && end.count.value_or(1) <= count - end.first; }
+bool has_pins(const End& end, int side)
+{
+    const int count = end.pins(side);
+    return count > 0 && end.pin(0, side) >= 0 && end.pin(count - 1, side) <= side + end.last;
+}
 
 class Connector {
 public:
@@ -39,8 +43,8 @@ public:
         const Node& to = node(wire.to);
         if (from.broken || to.broken || !check_ends(wire))
             return;
-        const int leaving = wire.from.count.value_or(*from.outputs - wire.from.first);
-        const int entering = wire.to.count.value_or(*to.inputs - wire.to.first);
+        const int leaving = wire.from.pins(*from.outputs);
+        const int entering = wire.to.pins(*to.inputs);
         if (leaving == entering)
             join(wire, entering);
         else
@@ -71,7 +75,7 @@ private:
     void join(const Wire& wire, int pins)
     {
         for (int k = 0; k < pins; ++k) {
-            const int pin = wire.to.first + k;
+            const int pin = wire.to.pin(k, *node(wire.to).inputs);
             Feed& feed = sources_[static_cast<std::size_t>(wire.to.node)][static_cast<std::size_t>(pin)];
             if (feed.wire >= 0) {
                 problems_.push_back({place(wire) + "/1", wire.to.text,
@@ -80,7 +84,7 @@ private:
                                          "; only one wire may enter a pin"});
                 return;
             }
-            feed = {wire.from.node, wire.from.first + k, wire.index};
+            feed = {wire.from.node, wire.from.pin(k, *node(wire.from).outputs), wire.index};
         }
     }
 

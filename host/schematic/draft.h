@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "schematic/definitions.h"
 #include "schematic/node.h"
 #include "schematic/reader.h"
 #include "schematic/schematic.h"
@@ -21,6 +22,8 @@ namespace vantoro {
 struct Draft {
     const ReadOptions& options;
     std::vector<Problem> problems{};
+    Definitions definitions{};
+    std::size_t resolved = 0;  // problems when expressions had become numbers
     Schematic out{};
     std::optional<int> inputs{}, outputs{};  // channels, as the document says
     std::unordered_map<std::string, int> ids{};
@@ -30,10 +33,10 @@ struct Draft {
 
     int input() const { return static_cast<int>(out.blocks.size()); }  // nodes
     int output() const { return input() + 1; }
+    std::optional<int> rate() const { return out.rate ? out.rate : options.rate; }
     std::optional<Pace> pace() const
     {
-        const std::optional<int> rate = out.rate ? out.rate : options.rate;
-        return rate ? std::optional(Pace(*rate, out.block_size)) : std::nullopt;
+        return rate() ? std::optional(Pace(*rate(), out.block_size)) : std::nullopt;
     }
     void fault(std::string where, const nlohmann::json& value, std::string wanted);
     // What to say where no block has this id.

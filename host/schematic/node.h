@@ -2,6 +2,7 @@
 // The graph while it is read: nodes whose pin counts may be open, and wires as they are written.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -18,13 +19,21 @@ struct Node {
     bool broken = false;  // its type or its pins are wrong: nothing to check against
 };
 
-// One end of a wire: "mix" (all pins), "mix.2", "mix.2-5", "mix.1-" (from pin 1 on).
+// One end of a wire: "mix" (all pins), "mix.2", "mix.2-5", "mix.1-" (from pin 1 on), or the same of the pins that go by
+// a name: "xo.low", "xo.low.1".
 struct End {
     static constexpr int kUnknown = -1;
     int node = kUnknown;
-    int first = 0;
-    std::optional<int> count{};  // open: up to the last pin
+    int first = 0, every = 1;    // a negative number counts from the end of the side, -1 is its last pin
+    int last = -1;               // where such pins end, from the end of the side
+    std::optional<int> count{};  // open: up to the last
     std::string text{};          // as written
+
+    // On a side of so many pins: the n-th pin of this end, and how many it has.
+    int pin(int n, int side) const { return first + every * n + (first < 0 ? side : 0); }
+    int pins(int side) const { return count.value_or(std::max((side + last - pin(0, side) + every) / every, 0)); }
+    // The fewest pins of a side on which an open end has so many.
+    int side(int pins) const { return first - last + every * (pins - 1); }
 };
 
 struct Wire {

@@ -85,7 +85,7 @@ public:
             for (const std::size_t w : at(node, side).joins) {
                 const End& own = side == kIn ? wires_[w].to : wires_[w].from;
                 const End& other = side == kIn ? wires_[w].from : wires_[w].to;
-                carry(other, side == kIn ? kOut : kIn, value - own.first);
+                carry(other, side == kIn ? kOut : kIn, own.pins(value));
             }
         }
     }
@@ -107,7 +107,7 @@ private:
     void note(const End& end, Side side, std::size_t wire)
     {
         if (end.count)
-            at(end.node, side).least = std::max(at(end.node, side).least, end.first + *end.count);
+            at(end.node, side).least = std::max(at(end.node, side).least, end.pin(*end.count - 1, 0) + 1);
         else
             at(end.node, side).joins.push_back(wire);
     }
@@ -119,10 +119,19 @@ private:
             set(node, side == kIn ? kOut : kIn, *only);
     }
 
+    // Of pins with a name every other, say, there are as many on sides of two sizes: the rule says which.
     void carry(const End& end, Side side, int pins)
     {
-        if (!end.count && pins > 0 && pins <= kMaxPins - end.first)
-            set(end.node, side, end.first + pins);
+        const Node& node = nodes_[index(end.node)];
+        if (end.count || end.first < 0 || pins <= 0 || pins > kMaxPins || count(end.node, side) || node.broken)
+            return;
+        const auto fits = [&](int n) {
+            return end.every == 1 ||
+                   (side == kIn ? complete_pins(*node.type, n, {}) : complete_pins(*node.type, {}, n));
+        };
+        for (int n = end.side(pins); n < end.side(pins) + end.every && n <= kMaxPins; ++n)
+            if (fits(n))
+                return set(end.node, side, n);
     }
 
     // The one count that a rule allows on the far side, if it allows one only.

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -22,6 +21,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t kMaxFileBytes = 64U << 20U;
+constexpr std::size_t kMaxDefinitions = 10'000;
 
 const json& member(const json& object, const char* name, const json& otherwise)
 {
@@ -29,16 +29,43 @@ const json& member(const json& object, const char* name, const json& otherwise)
     return found == object.end() ? otherwise : *found;
 }
 
-void read_head(const json& document, Draft& draft)
+// Numbers in place of expressions, wherever numbers stand.
+void resolve_values(json& document, const Fields& fields, Draft& draft)
+{
+    const json* define = fields.find("define");
+    const bool good = define && define->is_object() && define->size() <= kMaxDefinitions;
+    if (define && !good)
+        draft.fault("/define", define->is_object() ? json(define->size()) : *define,
+                    "at most " + std::to_string(kMaxDefinitions) +
+                        " names and their values: {\"corner\": 350, \"twice\": \"=corner * 2\"}");
+    draft.definitions = Definitions(good ? *define : json::object(), draft.rate(), draft.problems);
+    const auto resolve = [&](json& object, std::initializer_list<const char*> members, const std::string& where) {
+        for (const char* name : members)
+            if (object.is_object() && object.contains(name))
+                draft.definitions.resolve(object[name], where + pointer_step(name), draft.problems);
+    };
+    resolve(document, {"blockSize", "inputs", "outputs"}, "");
+    if (document.contains("blocks") && document["blocks"].is_object())
+        for (auto& [id, block] : document["blocks"].items())
+            resolve(block, {"inputs", "outputs", "params"}, "/blocks" + pointer_step(id));
+    if (document.contains("changes") && document["changes"].is_array())
+        for (std::size_t i = 0; i < document["changes"].size(); ++i)
+            resolve(document["changes"][i], {"at", "set"}, "/changes/" + std::to_string(i));
+    draft.resolved = draft.problems.size();
+}
+
+void read_head(json& document, Draft& draft)
 {
     const Fields fields(document, "", draft.problems);
-    fields.allow({"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "blocks", "wires", "changes"});
+    fields.allow(
+        {"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "define", "blocks", "wires", "changes"});
     fields.text("$schema");
     fields.text("note");
     fields.need("blocks", "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
     Schematic& out = draft.out;
     out.title = printable(fields.text("title"));
-    out.rate = fields.whole("rate", kMinRate, kMaxRate);
+    out.rate = fields.whole("rate", kMinRate, kMaxRate, "Hz");
+    resolve_values(document, fields, draft);
     out.block_size = fields.whole("blockSize", 1, kMaxBlockSize).value_or(out.block_size);
     draft.inputs = fields.whole("inputs", 0, kMaxPins);
     draft.outputs = fields.whole("outputs", 0, kMaxPins);
@@ -46,9 +73,9 @@ void read_head(const json& document, Draft& draft)
         fields.fault("inputs", "the input has " + std::to_string(*channels) + " channels");
 }
 
-void read_document(const JsonText& text, Draft& draft)
+void read_document(JsonText& text, Draft& draft)
 {
-    const json& document = text.value;
+    json& document = text.value;
     if (!document.is_object()) {
         draft.fault("", document, "a schematic is an object: {\"blocks\": {...}, \"wires\": [...]}");
         return;
@@ -61,16 +88,18 @@ void read_document(const JsonText& text, Draft& draft)
     build_vectors(draft);
     read_changes(member(document, "changes", json::array()), draft);
     if (!has_errors(draft.problems))  // which leave ends loose themselves
-        std::ranges::move(loose_ends(draft.out, draft.inputs), std::back_inserter(draft.problems));
+        for (const auto& warnings : {loose_ends(draft.out, draft.inputs), draft.definitions.unused()})
+            draft.problems.insert(draft.problems.end(), warnings.begin(), warnings.end());
 }
 
 Draft read_text(std::string_view text, const ReadOptions& options)
 {
     Draft draft{options};
-    const JsonText parsed = parse_json(text, "blocks", draft.problems);
+    JsonText parsed = parse_document(text, "blocks", draft.problems);
     if (parsed.value.is_discarded())
         return draft;
     read_document(parsed, draft);
+    draft.definitions.explain(draft.problems, draft.resolved);
     if (draft.problems.empty())
         return draft;
     locate(text, draft.problems);

@@ -7,6 +7,7 @@
 
 #include "catalog/catalog.h"
 #include "schematic/schematic.h"
+#include "support/quantity.h"
 
 namespace vantoro {
 
@@ -28,9 +29,9 @@ constexpr const char* kForm = R"({
     "note": {"type": "string"},
     "rate": {
       "description": "Sampling rate in Hz. Left out: the input file's. Given: files of other rates are refused. Needed to run without an input file.",
-      "type": "integer"
+      "type": ["integer", "string"]
     },
-    "blockSize": {"description": "Samples per pin and process call.", "type": "integer", "minimum": 1, "default": 64},
+    "blockSize": {"description": "Samples per pin and process call.", "type": ["integer", "string"], "pattern": "^=", "minimum": 1, "default": 64},
     "inputs": {
       "description": "Channels of the terminal \"input\". Left out: the input file's.",
       "$ref": "#/definitions/count"
@@ -38,6 +39,12 @@ constexpr const char* kForm = R"({
     "outputs": {
       "description": "Channels of the terminal \"output\". Left out: what the wires to it ask for.",
       "$ref": "#/definitions/count"
+    },
+    "define": {
+      "description": "Names for numbers, used as \"=name * 2\" wherever a number stands. Numbers, names, + - * / and brackets; db(x): the factor of a gain in dB; ms(x): milliseconds in samples; round(x); sqrt(x).",
+      "type": "object",
+      "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_]*$"},
+      "additionalProperties": {"type": ["number", "string"], "pattern": "^="}
     },
     "blocks": {
       "description": "The blocks by id. Blocks that do not depend on each other run in this order.",
@@ -87,11 +94,11 @@ constexpr const char* kForm = R"({
         "note": {"type": "string"}
       }
     },
-    "count": {"type": "integer", "minimum": 0},
+    "count": {"type": ["integer", "string"], "minimum": 0, "pattern": "^="},
     "pins": {
-      "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on. \"input\" and \"output\" are the channels of the files.",
+      "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on; \"xo.low\", \"xo.low.1\": the same of pins that have a name. \"input\" and \"output\" are the channels of the files.",
       "type": "string",
-      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[0-9]+(-[0-9]*)?)?$"
+      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_]+)?(\\.[0-9]+(-[0-9]*)?)?$"
     },
     "value": {
       "anyOf": [
@@ -107,7 +114,7 @@ constexpr const char* kForm = R"({
       "properties": {
         "at": {
           "description": "Seconds from the start; made before the first block of audio that starts then or later.",
-          "type": "number",
+          "type": ["number", "string"],
           "minimum": 0
         },
         "set": {
@@ -148,10 +155,11 @@ json schematic_schema()
 {
     json schema = json::parse(kForm);
     json& top = schema["properties"];
-    top["rate"].update({{"minimum", kMinRate}, {"maximum", kMaxRate}});
+    top["rate"].update({{"minimum", kMinRate}, {"maximum", kMaxRate}, {"pattern", quantity_pattern("Hz")}});
     top["blockSize"]["maximum"] = kMaxBlockSize;
     top["blocks"]["maxProperties"] = kMaxBlocks;
     json& definitions = schema["definitions"];
+    definitions["change"]["properties"]["at"]["pattern"] = "^=|" + quantity_pattern("s");
     definitions["count"]["maximum"] = kMaxPins;
     json names = json::array();
     std::string prefixed;

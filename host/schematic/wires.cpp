@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "catalog/layout.h"
+#include "catalog/words.h"
 #include "schematic/connect.h"
 #include "schematic/draft.h"
 #include "schematic/order.h"
@@ -25,26 +27,63 @@ bool parse_number(std::string_view text, int& number)
     return error == std::errc{} && end == text.data() + text.size() && number >= 0;
 }
 
-// The parts of "id.first-last"; false when the text is no such thing.
-bool parse_end(std::string_view text, std::string& id, End& end)
+// The run that "2", "2-5" or "1-" says; false: it is none.
+bool parse_run(std::string_view text, End& end)
 {
-    const auto dot = text.find('.');
-    id = text.substr(0, dot);
-    if (dot == text.npos)
-        return !id.empty();
-    const std::string_view range = text.substr(dot + 1);
-    const auto dash = range.find('-');
-    if (id.empty() || !parse_number(range.substr(0, dash), end.first))
+    const auto dash = text.find('-');
+    if (!parse_number(text.substr(0, dash), end.first) || end.first >= kMaxPins)
         return false;
     int last = end.first;
-    if (dash != range.npos && dash + 1 == range.size())
-        return true;  // "mix.1-"
-    if (dash != range.npos && !parse_number(range.substr(dash + 1), last))
-        return false;
-    if (last < end.first || last >= kMaxPins)
+    if (dash != text.npos && dash + 1 == text.size())
+        return true;
+    if (dash != text.npos && !parse_number(text.substr(dash + 1), last))
         return false;
     end.count = last - end.first + 1;
-    return true;
+    return last >= end.first && last < kMaxPins;
+}
+
+// The pins of a side that have names: "low, high, mid".
+std::string names_of(const BlockType& type, bool source)
+{
+    std::vector<std::string_view> names;
+    for (const VantoroPin& pin : pins_of(type))
+        if ((pin.output != 0) == source)
+            names.emplace_back(pin.name);
+    return joined(names);
+}
+
+// A run of the pins that go by a name, in numbers of the side.
+bool name_run(const VantoroPin& pin, End& end)
+{
+    const int run = end.first;
+    end.first = pin.first + pin.every * run;
+    end.every = pin.every;
+    end.last = pin.last < 0 ? pin.last : -1;
+    if (pin.last >= 0) {
+        const int left = (pin.last - end.first + pin.every) / pin.every;
+        end.count = end.count.value_or(left);
+        return left > 0 && *end.count <= left;
+    }
+    // One that counts from the end is one pin.
+    return end.pin(end.count.value_or(1) - 1, 0) < kMaxPins && (pin.first >= 0 || run == 0);
+}
+
+// "low" or "low.1": what is wrong with it, or empty.
+std::string read_name(const Node& node, bool source, std::string_view text, End& end)
+{
+    const auto dot = text.find('.');
+    const std::string_view name = text.substr(0, dot);
+    const std::string side = source ? "outputs" : "inputs";
+    if (!node.type)
+        return node.id + " has no names for its channels, but numbers from 0";
+    for (const VantoroPin& pin : pins_of(*node.type))
+        if ((pin.output != 0) == source && pin.name == name)
+            return (dot == text.npos || parse_run(text.substr(dot + 1), end)) && name_run(pin, end)
+                       ? ""
+                       : "the pins " + std::string(name) + " by number from 0: \"" + std::string(name) + ".0\"";
+    const std::string names = names_of(*node.type, source);
+    return std::string(node.type->name) + (names.empty() ? " has no names for its " + side + ", but numbers from 0"
+                                                         : " has the " + side + ' ' + names + "; or numbers from 0");
 }
 
 // The node that an end names, or what is wrong with it.
@@ -62,15 +101,33 @@ int find_node(const std::string& id, bool source, Draft& draft, std::string& wan
     return End::kUnknown;
 }
 
+// What is wrong with an end, or empty.
+std::string read_pins(std::string_view text, bool source, Draft& draft, End& end)
+{
+    const auto dot = text.find('.');
+    const std::string id(text.substr(0, dot));
+    const std::string_view pins = dot == text.npos ? "" : text.substr(dot + 1);
+    const bool named = !pins.empty() && (pins.front() < '0' || pins.front() > '9');
+    std::string wanted;
+    if (id.empty() || (dot != text.npos && !named && !parse_run(pins, end)))
+        return "the pins of a block: \"eq\" (all), \"eq.0\", \"eq.0-1\" or \"eq.1-\", by number from 0 or by name";
+    const int found = find_node(id, source, draft, wanted);
+    if (found == End::kUnknown)
+        return wanted;
+    if (named && found < draft.input() && draft.nodes[static_cast<std::size_t>(found)].broken)
+        return {};  // its type is wrong, and reported
+    if (named)
+        wanted = read_name(found < draft.input() ? draft.nodes[static_cast<std::size_t>(found)] : Node{.id = id},
+                           source, pins, end);
+    if (wanted.empty())
+        end.node = found;
+    return wanted;
+}
+
 End read_end(const std::string& where, const json& value, bool source, Draft& draft)
 {
     End end;
-    std::string id, wanted;
-    if (parse_end(value.get_ref<const std::string&>(), id, end))
-        end.node = find_node(id, source, draft, wanted);
-    else
-        wanted = "the pins of a block: \"eq\" (all), \"eq.0\", \"eq.0-1\" or \"eq.1-\", by number from 0";
-    if (!wanted.empty())
+    if (const std::string wanted = read_pins(value.get_ref<const std::string&>(), source, draft, end); !wanted.empty())
         draft.fault(where, value, wanted);
     end.text = as_text(value);
     return end;

@@ -6,6 +6,7 @@
 
 #include "support/json_text.h"
 #include "support/nearest.h"
+#include "support/quantity.h"
 
 namespace vantoro {
 
@@ -36,12 +37,12 @@ const json* Fields::need(const char* name, std::string wanted) const
     return member;
 }
 
-std::optional<int> Fields::whole(const char* name, int min, int max) const
+std::optional<int> Fields::whole(const char* name, int min, int max, std::string_view unit) const
 {
     const json* member = find(name);
     if (!member)
         return {};
-    const double number = member->is_number() ? member->get<double>() : std::nan("");
+    const double number = number_in(*member, unit);
     if (number >= min && number <= max && number == std::floor(number))
         return static_cast<int>(number);
     fault(name, "a whole number from " + std::to_string(min) + " to " + std::to_string(max));

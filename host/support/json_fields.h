@@ -27,7 +27,7 @@ public:
     // A member, if it is there and right.
     const nlohmann::json* find(const char* name) const;
     const nlohmann::json* need(const char* name, std::string wanted) const;
-    std::optional<int> whole(const char* name, int min, int max) const;
+    std::optional<int> whole(const char* name, int min, int max, std::string_view unit = {}) const;
     std::string text(const char* name) const;
 
     // Something else is wrong with a member.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/json_text.h"
 
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -37,6 +38,8 @@ std::size_t offset_beyond_depth(std::string_view text)
             ++i;
         else if (c == '"')
             quoted = !quoted;
+        else if (!quoted && c == '/')
+            i = std::max(i, end_of_blanks(text, i) - 1);
         else if (!quoted && (c == ']' || c == '}'))
             --depth;
         else if (!quoted && (c == '[' || c == '{') && ++depth > kMaxDepth)
@@ -103,34 +106,62 @@ bool is_open(const Problem& problem)
 
 std::string_view around(std::string_view pointer) { return pointer.substr(0, pointer.rfind('/')); }
 
-}  // namespace
-
-JsonText parse_json(std::string_view text, std::string_view ordered, std::vector<Problem>& problems)
+// Discarded, with its problem, when the syntax is wrong.
+json parsed(std::string_view text, bool comments, std::vector<Problem>& problems)
 {
     Check check(text);
-    if (!json::sax_parse(text, &check)) {
-        problems.push_back(*check.problem());
-        return {json(json::value_t::discarded), {}};
-    }
-    JsonText out{json::parse(text), {}};
+    if (json::sax_parse(text, &check, json::input_format_t::json, true, comments))
+        return json::parse(text, nullptr, true, comments);
+    problems.push_back(*check.problem());
+    return json(json::value_t::discarded);
+}
+
+Problem repeated_key(const Part& part)
+{
+    return {.where = part.pointer,
+            .value = as_text(part.key),
+            .wanted = "a repeated key",
+            .line = part.place.line,
+            .column = part.place.column};
+}
+
+}  // namespace
+
+JsonText parse_document(std::string_view text, std::string_view ordered, std::vector<Problem>& problems)
+{
+    JsonText out{parsed(text, true, problems), {}};
+    if (out.value.is_discarded())
+        return out;
     const std::string parent = pointer_step(ordered);
     walk_json(text, [&](const Part& part) {
         if (part.repeated)
-            problems.push_back({.where = part.pointer,
-                                .value = as_text(part.key),
-                                .wanted = "a repeated key",
-                                .line = part.place.line,
-                                .column = part.place.column});
+            problems.push_back(repeated_key(part));
         if (around(part.pointer) == parent)
             out.order.push_back(part.key);
     });
     return out;
 }
 
+nlohmann::ordered_json parse_ordered(std::string_view text)
+{
+    return nlohmann::ordered_json::parse(text, nullptr, true, true);
+}
+
+json parse_json(std::string_view text, std::vector<Problem>& problems)
+{
+    json value = parsed(text, false, problems);
+    if (!value.is_discarded())
+        walk_json(text, [&](const Part& part) {
+            if (part.repeated)
+                problems.push_back(repeated_key(part));
+        });
+    return value;
+}
+
 json parse_value(std::string_view text)
 {
-    Check check(text);
-    return json::sax_parse(text, &check) ? json::parse(text) : json(json::value_t::discarded);
+    std::vector<Problem> problems;
+    return parsed(text, false, problems);
 }
 
 void locate(std::string_view text, std::vector<Problem>& problems)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/json_walk.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include <nlohmann/json.hpp>
@@ -20,11 +21,17 @@ public:
     }
 
     bool at_end() const { return at_ == text_.size(); }
-    char peek() const { return at_end() ? '\0' : text_[at_]; }
-    bool is_at(std::string_view characters) const { return !at_end() && characters.find(peek()) != characters.npos; }
+    bool is_at(char c) const { return !at_end() && text_[at_] == c; }
     std::size_t offset() const { return at_; }
     Place place() const { return place_; }
     std::string_view text_from(std::size_t start) const { return text_.substr(start, at_ - start); }
+
+    // To the end of what begins here, as one of the functions end_of_... finds it.
+    void pass(std::size_t (&end_of)(std::string_view, std::size_t))
+    {
+        for (const std::size_t end = end_of(text_, at_); at_ < end;)
+            step();
+    }
 
     void step()
     {
@@ -57,22 +64,21 @@ public:
 private:
     void value()
     {
-        if (cursor_.is_at("{"))
+        if (cursor_.is_at('{'))
             object();
-        else if (cursor_.is_at("["))
+        else if (cursor_.is_at('['))
             array();
-        else if (cursor_.is_at("\""))
-            string();
+        else if (cursor_.is_at('"'))
+            cursor_.pass(end_of_string);
         else
-            while (!cursor_.at_end() && !cursor_.is_at(",]} \t\r\n"))
-                cursor_.step();
+            cursor_.pass(end_of_word);
         blanks();
     }
 
     void object()
     {
         std::unordered_set<std::string> keys;
-        for (open(); !cursor_.at_end() && !cursor_.is_at("}"); comma()) {
+        for (open(); !cursor_.at_end() && !cursor_.is_at('}'); comma()) {
             const Place place = cursor_.place();
             const std::string name = key();
             part(pointer_step(name), name, place, !keys.insert(name).second);
@@ -83,7 +89,7 @@ private:
     void array()
     {
         std::size_t index = 0;
-        for (open(); !cursor_.at_end() && !cursor_.is_at("]"); comma())
+        for (open(); !cursor_.at_end() && !cursor_.is_at(']'); comma())
             part('/' + std::to_string(index++), {}, cursor_.place(), false);
         cursor_.step();
     }
@@ -101,7 +107,7 @@ private:
     std::string key()
     {
         const std::size_t start = cursor_.offset();
-        string();
+        cursor_.pass(end_of_string);
         const std::string_view quoted = cursor_.text_from(start);
         blanks();
         cursor_.step();  // the colon
@@ -109,14 +115,6 @@ private:
         if (quoted.find('\\') == quoted.npos)
             return std::string(quoted.substr(1, quoted.size() - 2));
         return nlohmann::json::parse(quoted).get<std::string>();
-    }
-
-    void string()
-    {
-        for (cursor_.step(); !cursor_.at_end() && !cursor_.is_at("\""); cursor_.step())
-            if (cursor_.is_at("\\"))
-                cursor_.step();
-        cursor_.step();
     }
 
     void open()
@@ -127,16 +125,12 @@ private:
 
     void comma()
     {
-        if (cursor_.is_at(","))
+        if (cursor_.is_at(','))
             cursor_.step();
         blanks();
     }
 
-    void blanks()
-    {
-        while (cursor_.is_at(" \t\r\n"))
-            cursor_.step();
-    }
+    void blanks() { cursor_.pass(end_of_blanks); }
 
     Cursor cursor_;
     const std::function<void(const Part&)>& visit_;
@@ -144,6 +138,41 @@ private:
 };
 
 }  // namespace
+
+std::size_t end_of_comment(std::string_view text, std::size_t at)
+{
+    constexpr std::string_view kLineEnds("\n\r\0", 3);  // as the parser has it
+    const std::string_view opening = text.substr(at, 2);
+    if (opening == "//") {
+        const std::size_t end = std::min(text.find_first_of(kLineEnds, at), text.size());
+        return end < text.size() && text[end] == '\0' ? end + 1 : end;
+    }
+    if (opening == "/*")
+        return std::min(text.find("*/", at + 2), text.size() - 2) + 2;
+    return at;
+}
+
+std::size_t end_of_blanks(std::string_view text, std::size_t at)
+{
+    for (std::size_t before = text.npos; at != before;) {
+        before = at;
+        at = end_of_comment(text, std::min(text.find_first_not_of(" \t\r\n", at), text.size()));
+    }
+    return at;
+}
+
+std::size_t end_of_string(std::string_view text, std::size_t at)
+{
+    for (++at; at < text.size() && text[at] != '"'; ++at)
+        if (text[at] == '\\')
+            ++at;
+    return std::min(at + 1, text.size());
+}
+
+std::size_t end_of_word(std::string_view text, std::size_t at)
+{
+    return std::min(text.find_first_of(",]}/ \t\r\n", at), text.size());
+}
 
 Place place_of(std::string_view text, std::size_t offset)
 {

@@ -16,6 +16,12 @@ struct Place {
 
 Place place_of(std::string_view text, std::size_t offset);
 
+// The ends of what begins at an offset: a comment if one does, blanks and comments, a quoted string, a number or word.
+std::size_t end_of_comment(std::string_view text, std::size_t at);
+std::size_t end_of_blanks(std::string_view text, std::size_t at);
+std::size_t end_of_string(std::string_view text, std::size_t at);
+std::size_t end_of_word(std::string_view text, std::size_t at);
+
 // `key` as a step of a JSON pointer, slash included.
 std::string pointer_step(std::string_view key);
 
@@ -27,7 +33,7 @@ struct Part {
     bool repeated;           // its object has this key already
 };
 
-// Visits every value before those inside it. `text` must be JSON of bounded depth.
+// Visits every value before those inside it. `text` must be JSON of bounded depth; comments are blanks.
 void walk_json(std::string_view text, const std::function<void(const Part&)>& visit);
 
 }  // namespace vantoro

@@ -7,6 +7,7 @@ import json
 import os
 import pty
 import random
+import re
 import resource
 import signal
 import struct
@@ -48,6 +49,12 @@ def samples(path):
     while text[at:at + 4] != b"data":
         at += 8 + struct.unpack_from("<I", text, at + 4)[0]
     return text[at + 8:at + 8 + struct.unpack_from("<I", text, at + 4)[0]]
+
+
+def document(path):
+    """A JSON file without its comments."""
+    with open(path) as f:
+        return json.loads(re.sub(r'("(?:\\.|[^"\\])*")|//[^\n]*|/\*.*?\*/', lambda m: m[1] or "", f.read(), flags=re.S))
 
 
 class Cli(unittest.TestCase):
@@ -367,12 +374,27 @@ class Cli(unittest.TestCase):
                 listing = self.call("check", path)
                 self.assertEqual(listing.stderr, "")
                 self.call("graph", path, "-o", self.path(name + ".svg"))
-                with open(path) as f:
-                    for block in json.load(f)["blocks"]:
-                        self.assertIn(" %s: " % block, listing.stdout)
+                for block in document(path)["blocks"]:
+                    self.assertIn(" %s: " % block, listing.stdout)
         pictures = os.path.join(SOURCE, "docs", "schematics")
         for name in os.listdir(pictures):
             self.assertEqual(self.call("check", "--strict", os.path.join(pictures, name)).stderr, "", name)
+
+    def test_flat_schematic_makes_the_same_preset(self):
+        paths = [os.path.join(folder, name) for folder in (EXAMPLES, os.path.join(SOURCE, "docs", "schematics"))
+                 for name in sorted(os.listdir(folder))]
+        for path in paths:
+            with self.subTest(path):
+                for channels in ((), ("--channels", "2")):
+                    flat = subprocess.run([PROGRAM, "check", path, "--flat", *channels], capture_output=True, text=True)
+                    if flat.returncode != 0 and channels:
+                        continue  # one that is made for other inputs
+                    again = self.path("flat.json", flat.stdout)
+                    self.assertEqual(self.call("check", again, "--flat").stdout, flat.stdout)
+                    self.call("export", path, "--binary", self.path("a"), *channels)
+                    self.call("export", again, "--binary", self.path("b"))
+                    with open(self.path("a"), "rb") as a, open(self.path("b"), "rb") as b:
+                        self.assertEqual(a.read(), b.read())
 
     def test_schema(self):
         stored = os.path.join(SOURCE, "host", "schematic.schema.json")
@@ -384,20 +406,22 @@ class Cli(unittest.TestCase):
         validator = jsonschema.Draft7Validator(schema)
         for folder in (EXAMPLES, os.path.join(SOURCE, "docs", "schematics")):
             for name in sorted(os.listdir(folder)):
-                with self.subTest(name), open(os.path.join(folder, name)) as f:
-                    validator.validate(json.load(f))
-        good = {"blocks": {"a": {"type": 289}}, "wires": [["a.0-1", "output"]], "changes": [{"at": 1, "set": {"a.gain": 1}}]}
+                with self.subTest(name):
+                    validator.validate(document(os.path.join(folder, name)))
+        good = {"blocks": {"a": {"type": 289}}, "wires": [["a.0-1", "output"], ["a.low.1", "a.q"]], "changes": [{"at": 1, "set": {"a.gain": 1}}]}
         validator.validate(good)
-        for key, value in (("blocks", {"1": {"type": 1}}), ("blocks", {"a": {}}), ("wires", [["a"]]), ("wires", [["a.x", "b"]]),
+        for key, value in (("blocks", {"1": {"type": 1}}), ("blocks", {"a": {}}), ("wires", [["a"]]), ("wires", [["a.x.y", "b"]]),
                            ("rate", 1), ("blockSize", 0), ("changes", [{"at": -1, "set": {}}]), ("nonsense", 1)):
             self.assertFalse(validator.is_valid({**good, key: value}), (key, value))
         for block, valid in (("FILTER_2ND_GENERAL", {}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 11}),
-                             ("FILTER_2ND_GENERAL", {"q": 16, "boostDb": 3}), ("FILTER_2ND_GENERAL", {"type": 0, "q": 16}),
+                             ("FILTER_2ND_GENERAL", {"q": 16, "boostDb": "3dB", "fc": "=c * 2"}),
+                             ("BASIC_GAIN", {"type": "Linear", "gain": "=db(1)"}), ("BASIC_GAIN", {"gain": "-1 dB"}), ("FILTER_2ND_GENERAL", {"type": 0, "q": 16}),
                              ("FILTER_FIR", {"taps": [1, 0.5]}), ("MIXERS_CROSS", {"gains": [[0, -6], [-6, 0]]}),
                              ("FILTER_TEXTEQ", {"bands": [{"type": "Text_LP", "fc": 60}, [1, 0, 0, 3, 100, 1, 0]]})):
             self.assertTrue(validator.is_valid({"blocks": {"a": {"type": block, "params": valid}}}), (block, valid))
         for block, wrong in (("FILTER_2ND_GENERAL", {"gain": 3}), ("EN_FILTER_2ND_GENERAL", {"type": "Gen_BP", "q": 12}),
-                             ("FILTER_2ND_GENERAL", {"q": 17}), (770, {"type": "Gen_LS", "q": 3}), ("FILTER_1ST", {"fc": 0}),
+                             ("FILTER_2ND_GENERAL", {"q": 17}), ("FILTER_1ST", {"fc": "3 ms"}),
+                             ("BASIC_GAIN", {"type": "Linear", "gain": "-1 dB"}), (770, {"type": "Gen_LS", "q": 3}), ("FILTER_1ST", {"fc": 0}),
                              ("FILTER_2ND_GENERAL", {"type": "Gen_Peaking", "boostDb": 3}), ("FILTER_1ST", {"enable": "yes"}),
                              ("FILTER_FIR", {"taps": []}), ("BASIC_ARITH_ABS", {"x": 1}), ("FILTER_1ST", {"type": "LS3rd"}),
                              ("FILTER_TEXTEQ", {"bands": [{"type": "Text_BP", "q": 12}]}), ("FILTER_NONBARE", {"k": 1}),

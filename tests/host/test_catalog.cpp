@@ -72,6 +72,23 @@ TEST(Vector, FollowsEachKindOfLayout)
               (V{0, 2, 1, -6, 6}));
 }
 
+TEST(Vector, TakesUnitsOfTheSameKind)
+{
+    const struct {
+        int code;
+        json params, plain;
+    } cases[] = {
+        {EN_FILTER_2ND_COMMON, {{"fc", "1.2 kHz"}, {"gainDb", "-6dB"}}, {{"fc", 1200}, {"gainDb", -6}}},
+        {EN_SOURCE_SWEEP, {{"sweepTime", "500 ms"}, {"repeatTime", "2 S"}}, {{"sweepTime", 0.5}, {"repeatTime", 2}}},
+        {EN_BASIC_DSP_DELAY,
+         {{"type", "Milliseconds"}, {"maxDelay", "1 s"}, {"delay", "5 us"}},
+         {{"type", 1}, {"maxDelay", 1000}, {"delay", 0.005}}},
+        {EN_FILTER_TEXTEQ, {{"bands", {{{"fc", "1e2hz"}}}}}, {{"bands", {{{"fc", 100}}}}}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(build(c.code, {1, 1}, c.params), build(c.code, {1, 1}, c.plain)) << c.params;
+}
+
 TEST(Vector, ReadsBackAsTheValuesItWasBuiltFrom)
 {
     for (const BlockType* type : every_type()) {
@@ -108,7 +125,11 @@ TEST(Errors, EachSaysWhereWhatAndWhatWouldBeRight)
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"type", "Peeking"}}, "/type: \"Peeking\": ", "did you mean Peaking?"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"type", 9}}, "/type: 9: one of GeneralLP,", "ChebyshevHP"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"type", 0.5}}, "/type: 0.5: one of GeneralLP,", "ChebyshevHP"},
-        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", "1k"}}, "/fc: \"1k\": ", "a number above 0"},
+        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", "1k"}}, "/fc: \"1k\": ", "a number above 0, in Hz or kHz"},
+        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", "1 ms"}}, "/fc: \"1 ms\": ", ", in Hz or kHz"},
+        {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", "-1 kHz"}}, "? warning: /fc: \"-1 kHz\": ", "range: fc above 0"},
+        {EN_BASIC_GAIN, {1, 1}, {{"type", "Linear"}, {"gain", "6 dB"}}, "/gain: \"6 dB\": ", ", without a unit"},
+        {EN_BASIC_DSP_DELAY, {1, 1}, {{"type", "Samples"}, {"delay", "1 ms"}}, "/delay: ", "in samples or sample"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"q", true}}, "/q: true: ", "a number from 0.01 to 16"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"fc", 1e39}}, "/fc: 1e+39: ", "single precision, to 3.4e38"},
         {EN_FILTER_2ND_COMMON, {1, 1}, {{"enable", 2}}, "/enable: 2: ", "0 or 1"},

@@ -10,6 +10,11 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "schematic/difference.h"
+#include "schematic/flat.h"
+#include "schematic/preset.h"
 
 namespace {
 
@@ -76,9 +81,21 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         {graph(kTwoGains, R"(["a", "c"])"), "/wires/0/1 | \"c\" | there is no such block"},
         {graph(kTwoGains, R"(["a.0", "b"], ["inptu", "a"])"),
          R"(/wires/1/0 | "inptu" | there is no such block; did you mean "input"?)"},
-        {graph(kTwoGains, R"(["a.x", "b"])"), "/wires/0/0 | \"a.x\" | the pins of a block"},
+        {graph(kTwoGains, R"(["a.x", "b"])"), "/wires/0/0 | \"a.x\" | BASIC_GAIN has no names for its outputs"},
         {graph(kTwoGains, R"(["a.3-1", "b"])"), "/wires/0/0 | \"a.3-1\" | the pins of a block"},
         {graph(kTwoGains, R"(["output", "b"])"), "/wires/0/0 | \"output\" | a wire does not start at"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mdi", "output"])"),
+         "/wires/0/0 | \"x.mdi\" | FILTER_CROSSOVER_3WAY has the outputs low, high, mid; or numbers from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mid.y", "output"])"),
+         "/wires/0/0 | \"x.mid.y\" | the pins mid by number from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mid.1000", "output"])"),
+         "/wires/0/0 | \"x.mid.1000\" | the pins mid by number from 0"},
+        {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY", "inputs": 2})", R"(["x.mid.2", "output"])"),
+         "/wires/0/0 | \"x.mid.2\" | x has 6 outputs, 0 to 5"},
+        {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.left", "c.sidechain"])"),
+         "/wires/0/0 | \"input.left\" | input has no names for its channels"},
+        {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.0", "c.sidechain.1"])"),
+         "/wires/0/1 | \"c.sidechain.1\" | the pins sidechain by number"},
         {graph(kTwoGains, R"("a b")"), "/wires/0 | \"a b\" | a wire is a pair"},
         {graph(R"("a": {"type": 289, "inputs": 2}, "b": {"type": 289, "inputs": 2})", R"(["a.2", "b.0"])"),
          "/wires/0/0 | \"a.2\" | a has 2 outputs, 0 and 1"},
@@ -101,6 +118,144 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         EXPECT_EQ(problems.size(), 1U) << c.text << '\n' << told(problems);
         EXPECT_NE(told(problems).find(c.told), std::string::npos) << c.text << '\n' << told(problems);
     }
+}
+
+// A gain of which an expression is the factor, and definitions.
+std::string factor(std::string_view value, std::string_view define = "")
+{
+    return R"({"rate": 48000, "define": {)" + std::string(define) +
+           R"(}, "blocks": {"a": {"type": 289, "params": {"type": "Linear", "gain": "=)" + std::string(value) +
+           "\"}}}}";
+}
+
+TEST(Schematic, EvaluatesExpressions)
+{
+    const struct {
+        std::string_view value, define;
+        float wanted;
+    } cases[] = {
+        {"1 + 2 * 3 - 8 / 4", "", 5},
+        {" -(1.5e1 - 2) * -2", "", 26},
+        {"a / b", R"("b": 4, "a": "=b * b - c", "c": -2)", 4.5F},
+        {"db(20) + round(ms(2.01)) + sqrt(9)", "", 10 + 96 + 3},
+        {"8 - 4 - 2", "", 2},
+        {"8 / 4 / 2", "", 1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(parse_schematic(factor(c.value, c.define)).blocks[0].vector[0], c.wanted) << c.value;
+    const Schematic s = parse_schematic(R"({"define": {"n": 2, "t": 1.5}, "inputs": "=n", "blockSize": "=n * 16",
+        "blocks": {"eq": {"type": "FILTER_TEXTEQ", "inputs": "=n", "params": {"bands": [{"fc": "=n * 50"}]}}},
+        "changes": [{"at": "=t", "set": {"eq.bands[0].fc": "=t * 100"}}]})",
+                                        {.settings = {parse_setting("eq.bands[0].q==n / 4")}});
+    EXPECT_EQ(s.blocks[0].pins.inputs + s.block_size + s.inputs, 2 + 32 + 2);
+    EXPECT_EQ(s.changes[0].seconds, 1.5);
+    const auto has = [](const std::vector<float>& vector, float v) {
+        return std::ranges::find(vector, v) != vector.end();
+    };
+    EXPECT_TRUE(has(s.blocks[0].vector, 100) && has(s.blocks[0].vector, 0.5F));
+    EXPECT_TRUE(has(s.changes[0].vector, 150) && has(s.changes[0].vector, 0.5F));
+}
+
+TEST(Schematic, SaysWhatIsWrongWithAnExpressionOnce)
+{
+    const std::string deep = std::string(40, '(') + "1" + std::string(40, ')');
+    std::string chain = R"("x40": 1, "x0": "=x1")";
+    for (int i = 1; i < 40; ++i)
+        chain += ", \"x" + std::to_string(i) + "\": \"=x" + std::to_string(i + 1) + '"';
+    const std::string in = "/blocks/a/params/gain | ";
+    const struct {
+        std::string value, define, told;
+    } cases[] = {
+        {"cornr", R"("corner": 1)",
+         in + "\"=cornr\" | a name that \"define\" has, not \"cornr\"; did you mean \"corner\"?"},
+        {"1 / (2 - 2)", "", in + "\"=1 / (2 - 2)\" | a divisor other than 0"},
+        {"1 +", "", in + "\"=1 +\" | a number, a name or a bracket after \"1 +\""},
+        {"(1", "", in + "\"=(1\" | a closing bracket after \"(1\""},
+        {"1 2", "", in + "\"=1 2\" | an operator: + - * / after \"1\""},
+        {"", "", in + "\"=\" | a number, a name or a bracket after ="},
+        {"nix(1)", "", "a function: db, ms, round or sqrt instead of \"nix\""},
+        {"db(1e9)", "", "a result that is finite"},
+        {"2000", "", in + "\"=2000\" (2000.0) | is out of range"},
+        {deep, "", "at most 32 brackets"},
+        {std::string(300, '1'), "", "at most 256 characters"},
+        {"a", R"("a": "=b", "b": "=a + 1")", "/define/b | \"=a + 1\" | no cycle: \"a\" is made of itself"},
+        {"1", R"("a-b": 1)", "/define/a-b | 1 | a name of letters"},
+        {"1 + 1", "\"a\": [0]", "/define/a | [0] | a number, or an expression"},
+        {"1", R"("a": "2")", "/define/a | \"2\" | a number, or an expression"},
+        {"x0", chain, "at most 32 definitions"},
+        {"1", R"("a": 1)", "/define/a | 1 | not used"},
+    };
+    for (const auto& c : cases) {
+        std::vector<Problem> problems;
+        try {
+            parse_schematic(factor(c.value, c.define), {}, &problems);
+            std::erase_if(problems, [](const Problem& p) { return p.where == "/blocks/a" || p.where == "/wires"; });
+        } catch (const UserError& error) {
+            problems = error.problems();
+        }
+        EXPECT_EQ(problems.size(), 1U) << c.value << c.define << '\n' << told(problems);
+        EXPECT_NE(told(problems).find(c.told), std::string::npos) << c.value << c.define << '\n' << told(problems);
+    }
+}
+
+TEST(Schematic, FindsPinsByName)
+{
+    const struct {
+        std::string_view blocks, wires;
+        int channels;
+        std::string_view pins, feeds;  // of the first block; of its inputs, then of the output
+    } cases[] = {
+        {R"("x": {"type": "FILTER_CROSSOVER_3WAY"})",
+         R"(["input", "x"], ["x.mid", "output.0-1"], ["x.high.1", "output.2"])", 2, "2 6",
+         "input.0 input.1 x.2 x.5 x.4"},
+        {R"("x": {"type": "FILTER_CROSSOVER_2WAY"})", R"(["input.0", "x.0"], ["x.high", "output"])", 1, "1 2",
+         "input.0 x.1"},
+        {R"("x": {"type": "FILTER_CROSSOVER_2WAY"})", R"(["input.0-1", "x"], ["x.low.0-", "output"])", 3, "2 4",
+         "input.0 input.1 x.0 x.2"},
+        {R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})",
+         R"(["input.0", "c.sidechain"], ["input", "c.1-"], ["c", "output"])", 2, "3 2",
+         "input.0 input.0 input.1 c.0 c.1"},
+        {R"("m": {"type": "MUXES_CROSSFADE"})",
+         R"(["input.0-1", "m.first"], ["input.2-3", "m.second"], ["m", "output"])", 4, "5 2",
+         "silence input.0 input.2 input.1 input.3 m.0 m.1"},
+        {R"("v": {"type": "BASIC_DSP_VOL_DELAY"})",
+         R"(["input.0-2", "v.tap"], ["input.3", "v.signal"], ["v", "output"])", 4, "4 3",
+         "input.0 input.1 input.2 input.3 v.0 v.1 v.2"},
+    };
+    for (const auto& c : cases) {
+        const Schematic s = parse_schematic(graph(c.blocks, c.wires), {.channels = c.channels});
+        const Block& block = s.blocks[0];
+        std::string feeds;
+        for (const auto* list : {&block.sources, &s.outputs})
+            for (const Feed& feed : *list)
+                feeds += (feeds.empty() ? "" : " ") + feed_text(s, feed);
+        EXPECT_EQ(std::to_string(block.pins.inputs) + ' ' + std::to_string(block.pins.outputs), c.pins) << c.wires;
+        EXPECT_EQ(feeds, c.feeds) << c.wires;
+    }
+}
+
+TEST(Schematic, ReadsBackFromItsFlatForm)
+{
+    const Schematic s =
+        parse_schematic(R"({"define": {"f": 100}, "rate": "8 kHz", "outputs": 4, "inputs": 3, "blocks": {
+        "g": {"type": 289, "title": "G", "params": {"type": "Linear", "gain": -0.0}},
+        "t": {"type": "FILTER_TEXTEQ", "params": {"bands": [{"fc": "=f / 3"}, {"boostDb": 1}]}},
+        "m": {"type": "MIXERS_CROSS", "params": {"gains": [[0.1, 2], [3, 4]]}}},
+        "wires": [["input.0", "t"], ["t", "m.1"], ["input.2", "m.0"], ["m.1", "output.0"], ["m.0", "output.1"],
+                  ["input.1-2", "output.2-3"]],
+        "changes": [{"at": 1, "set": {"t.bands[1].fc": "=f"}}, {"at": 2, "set": {"g.gain": 0, "t.bands[0].q": 2}}]})");
+    const nlohmann::ordered_json flat = flat_json(s);
+    const Schematic again = parse_schematic(flat.dump());
+    EXPECT_EQ(differences(s, again), std::vector<std::string>{});
+    EXPECT_EQ(flat_json(again), flat);
+    EXPECT_EQ(preset_of(s, 8000), preset_of(again, 8000));
+    ASSERT_EQ(s.changes.size(), 3U);
+    for (std::size_t i = 0; i < s.changes.size(); ++i)
+        EXPECT_EQ(again.changes[i].vector, s.changes[i].vector);
+    EXPECT_EQ(flat["wires"].dump(), R"([["input.0","t"],["input.2","m.0"],["t","m.1"],["m.1","output.0"],)"
+                                    R"(["m.0","output.1"],["input.1-2","output.2-3"]])");
+    EXPECT_EQ(flat["blocks"]["g"].dump(),
+              R"({"type":"BASIC_GAIN","inputs":1,"outputs":1,"title":"G","params":{"gain":-0.0,"type":"Linear"}})");
 }
 
 TEST(Schematic, ReportsAllFaultsAtOnce)
@@ -126,6 +281,9 @@ TEST(Schematic, PlacesProblemsByLineAndColumn)
         {"[]", {{1, 1}}},
         {"\xef\xbb\xbf{}", {{1, 1}}},  // "blocks" is missing
         {"{\"blocks\": {},\r\n\t\"rate\": 1, \"inputs\": -1,\r\n\r\n  \"inputs\": -1}", {{2, 2}, {4, 3}, {4, 3}}},
+        {"// \"{\n{\"blocks\"/**/:/* [\n*/{}, // ö\n /* ö */ \"rate\"://\n1//\n}", {{4, 10}}},
+        {"{\"blocks\": {}} /", {{1, 17}}},
+        {"{\"blocks\": {}, \"x\": // [[\n" + std::string(40, '['), {{2, 32}}},
         // A character is a column; escapes in a key are read.
         {R"({"title": "H\u00f6he \" {[ höhe 𝄞", "r\u0061te": 1, "a/b~": 2, "blocks": {}})", {{1, 37}, {1, 53}}},
         {"{\"blocks\": {\n\"a\": {\"title\": \"x\"},\n\"b\": {\"type\": 289, \"params\":\n {\"gain\": true}}},\n"
@@ -220,6 +378,12 @@ TEST(Schematic, IsCheckedInTime)
                         many(2000,
                              [](const std::string& i) { return "{\"at\": 1" + i + ", \"set\": {\"f.taps[0]\": 1}}"; }) +
                         "], "),
+        R"({"blocks": {}, "define": {)" +
+            many(10'000, [](const std::string& i) { return "\"x" + i + "\": \"=-(x" + i + " / nix" + i + ")\""; }) +
+            "}}",
+        graph(many(
+            20'000,
+            [](const std::string& i) { return "\"b" + i + R"(": {"type": 289, "params": {"gain": "=1 / nix"}})"; })),
     };
     constexpr double kSeconds = 10;  // with a sanitizer; else a tenth
     for (const std::string& text : texts) {

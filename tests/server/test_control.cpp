@@ -14,6 +14,7 @@
 #include "fake_player.h"
 #include "memory_store.h"
 #include "schematic/bypass.h"
+#include "support/json_text.h"
 #include "support/json_walk.h"
 
 namespace {
@@ -77,6 +78,13 @@ TEST(Patch, KeepsEveryCharacterThatDidNotChange)
         {R"({"a": {"b": 1}})", R"({"a":{}})", R"({"a": {}})"},
         {"\xef\xbb\xbf{\"a\\u0062\": \"x\\\"\"}", R"({"ab":"y"})", "\xef\xbb\xbf{\"a\\u0062\": \"y\"}"},
         {R"({"a": 1})", R"({"a":[1]})", R"({"a": [1]})"},
+        // Comments go with what they stand at.
+        {"{\n  // head\n  \"a\": 1, // one\n  /* two */ \"b\": 2 // b\n} // end", R"({"a":1,"b":3,"c":4})",
+         "{\n  // head\n  \"a\": 1, // one\n  \"c\": 4,\n  /* two */ \"b\": 3 // b\n} // end"},
+        {"{\n  \"a\" /* x */ : 1, // one\n  \"b\": 2 // b\n}", R"({"a":1})", "{\n  \"a\" /* x */ : 1 // one\n}"},
+        {"{\n  \"a\": 1, // one\n  \"b\": 2, // b\n  // c\n  \"c\": 3\n}", R"({"c":3})", "{\n  // c\n  \"c\": 3\n}"},
+        {"{\"w\": [1, // one\n 2 // two, \"\n]}", R"({"w":[1,2,3]})", "{\"w\": [1, // one\n 2, // two, \"\n 3\n]}"},
+        {"{\"w\":[0/**/,1//]\n]}", R"({"w":[0]})", "{\"w\":[0/**/\n]}"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(patched(c.text, ordered_json::parse(c.to)), c.wanted);
@@ -161,7 +169,7 @@ TEST(Document, EveryValueOfEveryExampleIsSavedAsOneLine)
                 const auto [before, after] = changed_lines(text, store.text);
                 EXPECT_LE(before, 1U) << where << '\n' << store.text;
                 EXPECT_EQ(after, 1U) << where << '\n' << store.text;
-                EXPECT_EQ(json::parse(store.text), json(document.json())) << where;
+                EXPECT_EQ(json(parse_ordered(store.text)), json(document.json())) << where;
                 EXPECT_FALSE(document.unsaved());
                 document.undo();
                 document.save(document.revision());
@@ -250,6 +258,32 @@ TEST(Document, FileIsNeverLost)
                               R"({"rate": 44100, "blocks": {}, "inputs": 2, "wires": [["input", "output"]]})"})
         EXPECT_THROW(d.edit(ordered_json::parse(wrong)), UserError);
     EXPECT_EQ(store.writes, 0);
+}
+
+TEST(Document, ANumberTakesThePlaceOfAnExpression)
+{
+    const std::string text = R"({
+  "define": {"c": 350, "g": 3},  // corners
+  "blocks": {
+    "eq": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_Param", "fc": "=c * 2", "boostDb": "=g"}},
+    "text": {"type": "FILTER_TEXTEQ", "params": {"bands": [{"fc": "=c"}, {"fc": "0.7 kHz", "boostDb": 1}]}}
+  },
+  "wires": [["input", "eq"], ["eq", "text"], ["text", "output"]]
+})";
+    MemoryStore store(text);
+    Document d(store, {.settings = {parse_setting("eq.q==g / 2")}});
+    EXPECT_EQ(d.json()["blocks"]["eq"]["params"]["q"], "=g / 2");
+    EXPECT_TRUE(d.set({{"eq.fc", 900}, {"text.bands[1].fc", 800}, {"eq.q", 2}}).empty());
+    d.set({{"text.bands[1].boostDb", "=c / 175"}});
+    EXPECT_THROW(d.set({{"eq.fc", "=d"}}), UserError);
+    d.save(d.revision());
+    std::string wanted = text;
+    for (const auto& [from, to] : {std::pair("\"=c * 2\"", "900"),
+                                   {"\"0.7 kHz\"", "800"},
+                                   {": 1}", ": \"=c / 175\"}"},
+                                   {"\"=g\"}", "\"=g\", \"q\": 2}"}})
+        wanted.replace(wanted.find(from), std::string_view(from).size(), to);
+    EXPECT_EQ(store.text, wanted);
 }
 
 TEST(Document, PresetsAreWholeSchematicsByName)
