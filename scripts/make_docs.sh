@@ -28,19 +28,19 @@ draw() {
 }
 
 for schematic in docs/schematics/*.json; do
-    draw "$schematic" "$(basename "$schematic" .json)"
+    [ "$schematic" = docs/schematics/dynamics.json ] || draw "$schematic" "$(basename "$schematic" .json)"
 done
 draw examples/schematics/two_way.json two_way
 draw examples/schematics/loudspeaker_eq.json loudspeaker_eq --channels 1 --speaker examples/loudspeaker.txt
 
-# A 1 kHz sine through docs/schematics/dynamics: SAMPLES LEVEL, where LEVEL is Python for the level in dB at t seconds.
+# A 1 kHz sine through docs/schematics/dynamics.json: SAMPLES LEVEL, where LEVEL is Python for the level in dB at t seconds.
 # Prints the highest magnitude of every output in every millisecond, in dB.
 peaks() {
     python3 -c "
 import array, math, sys
 times = (n / 48000 for n in range($1))
 array.array('f', (10 ** (($2) / 20) * math.sin(math.tau * 1000 * t) for t in times)).tofile(sys.stdout.buffer)" |
-        "$vantoro" run docs/schematics/dynamics/dynamics.json -q -i - --raw-in f32le --raw-rate 48000 --raw-channels 1 \
+        "$vantoro" run docs/schematics/dynamics.json -q -i - --raw-in f32le --raw-rate 48000 --raw-channels 1 \
             -o - --raw-out f32le 2>/dev/null |
         python3 -c "
 import array, math, sys

@@ -147,7 +147,7 @@ void take_volume(const BlockAlgo* blk, Loudness_Core* core, float volume)
 }  // namespace
 
 // Half the sum of the dry signal, the bass and the treble, at the volume.
-void lbx::loudness::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::loudness::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const auto* core = core_of<Loudness_Core>(blk);
     const double gain = 0.5 * static_cast<double>(core->post_gain);

@@ -116,7 +116,7 @@ void glide_group(AdjustableGain_Core* core, int first, float** in, float** out, 
 
 }  // namespace
 
-void lbx::adjustable_gain::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::adjustable_gain::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const GainKind& kind = kind_of(blk->method_type);
     const float* gain = core_of<AdjustableGain_Core>(blk)->value;

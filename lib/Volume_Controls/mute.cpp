@@ -27,7 +27,7 @@ void take_target(Mute_Core* core, int switch_state)
 
 }  // namespace
 
-void lbx::mute::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::mute::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const auto* core = core_of<Mute_Core>(blk);
     const bool off = core->slew_flag != 0 ? core->gain_now == 0.0F : core->switch_state == 1;

@@ -235,7 +235,7 @@ int lbx_floats2bytes_datastream(const float* in, LBX_BYTE* out, int chan, int in
     return count(in_size, bytes_of(bSamples), ch);
 }
 
-void lbx_itoa(int data, char* buffer)
+[[gnu::cold]] void lbx_itoa(int data, char* buffer)
 {
     constexpr char kDigits[] = "0123456789";
     // Unsigned, because the smallest int has no positive counterpart.
@@ -259,7 +259,7 @@ char* lbx_strlwr(char* s)
     return s;
 }
 
-long lbx_datestr2sec(const char* pszDate)
+[[gnu::cold]] long lbx_datestr2sec(const char* pszDate)
 {
     const std::size_t length = std::strlen(pszDate);
     const auto at = [=](std::size_t position, long offset) {

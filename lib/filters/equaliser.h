@@ -54,6 +54,7 @@ template <class Kind>
     std::copy_n(param, eq_vector_floats<Kind>(bands), vector);  // before the old vector is freed, which may be `param`
     for (float* array : {blk->pState, blk->pStateB, blk->pStateC, blk->pParam, core->arranged})
         std::free(array);
+    core->cascade.sections = 0;  // those that ran had the old states
     core->arranged = arranged;
     core->arranged_for = arranged + kSosCoeffs * sections;
     core->numFilter = bands;

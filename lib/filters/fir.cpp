@@ -160,7 +160,7 @@ void fir::impulse_response(const BlockAlgo* blk, const info::Paths& paths)
     paths.taps(core->coeffs, core->fir_len);
 }
 
-void fir::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+[[gnu::cold]] void fir::linear_model(const BlockAlgo* blk, const info::Paths& paths)
 {
     for (int ch = 0; ch < blk->nInputs; ++ch) {
         paths.path(ch, ch);

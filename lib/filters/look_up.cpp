@@ -105,7 +105,7 @@ void look_up::curve_section(const BlockAlgo* blk, int curve, const info::Paths& 
 }
 
 // The curve selected, as if the fade were over. Without curves the block copies.
-void look_up::linear_model(const BlockAlgo* blk, const info::Paths& paths)
+[[gnu::cold]] void look_up::linear_model(const BlockAlgo* blk, const info::Paths& paths)
 {
     for (int ch = 0; ch < blk->nOutputs; ++ch) {
         paths.path(ch + 1, ch);

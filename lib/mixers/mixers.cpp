@@ -230,7 +230,7 @@ const float* gains_of(const BlockAlgo* blk)
 }  // namespace
 
 // A splitter has one input; a sum goes to the outputs that its type cannot do without. Without gains it is a mean.
-void lbx::mixers::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::mixers::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const MixType& type = *row_of<kTypes>(blk->method_type);
     if (!type.runs(blk))

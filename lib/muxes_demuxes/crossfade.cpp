@@ -25,7 +25,7 @@ void fade(const float* from, const float* to, const float* gains, float* y, int 
 
 }  // namespace
 
-void lbx::crossfade::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::crossfade::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     for (int pin = 0; pin < blk->nOutputs; ++pin)
         paths.path(1 + 2 * pin + core_of<CrossFade_Core>(blk)->idx_now, pin);

@@ -45,7 +45,7 @@ void render_noslew(const Demultiplexers_Core* core, float* const* data, float** 
 }  // namespace
 
 // Past the last group there is no path.
-void lbx::demultiplexers::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::demultiplexers::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const auto* core = core_of<Demultiplexers_Core>(blk);
     const int control = blk->method_type == EN_MUXES_DEMUXES_INDEX ? 1 : 0;

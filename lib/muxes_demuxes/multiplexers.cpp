@@ -42,7 +42,7 @@ void render_noslew(const Multiplexers_Core* core, float* const* data, float** ou
 
 }  // namespace
 
-void lbx::multiplexers::linear_model(const BlockAlgo* blk, const Paths& paths)
+[[gnu::cold]] void lbx::multiplexers::linear_model(const BlockAlgo* blk, const Paths& paths)
 {
     const int control = blk->method_type == EN_MUXES_MUXES_INDEX ? 1 : 0;
     const int first = control + core_of<Multiplexers_Core>(blk)->idx_stable * blk->nOutputs;

@@ -12,7 +12,7 @@ namespace {
 
 int whole_samples(float seconds, double rate) { return to_int(std::floor(static_cast<double>(seconds) * rate)); }
 
-void apply(Sweep_Core_S& core, float* param, const BlockPro& pro)
+[[gnu::cold]] void apply(Sweep_Core_S& core, float* param, const BlockPro& pro)
 {
     const double rate = pro.nSamplingRate;
     core.start_freq = param[kSweepStartFreq];

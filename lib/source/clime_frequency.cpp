@@ -53,7 +53,7 @@ void store_table(const Clime_Core_S& core, float* param)
     param[kClimeArrayLength] = core.array_length;
 }
 
-void apply(Clime_Core_S& core, float* param, const BlockPro& pro)
+[[gnu::cold]] void apply(Clime_Core_S& core, float* param, const BlockPro& pro)
 {
     store_table(core, param);
     core.maximum_time = param[kClimeMaxTime];

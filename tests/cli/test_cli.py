@@ -482,17 +482,17 @@ class Cli(unittest.TestCase):
             f.truncate((64 << 20) + 1)
         self.assertIn("longer than 64 MiB", self.call("check", self.path("long.json"), status=2).stderr)
         for count, status in ((100000, 0), (100001, 2)):
-            many = self.path("many.json", json.dumps({"blocks": {str(k): {"type": "SOURCE_DC"} for k in range(count)}}))
+            many = self.path("many.json", json.dumps({"blocks": {"b%d" % k: {"type": "SOURCE_DC"} for k in range(count)}}))
             self.assertEqual("at most 100000 blocks" in self.call("check", many, status=status).stderr, status == 2)
         # A new file has the mode that the mask leaves, one that is replaced keeps its own.
-        draw = ["graph", os.path.join(EXAMPLES, "first_steps.json"), "-o", self.path("o.dot")]
+        draw = ["graph", os.path.join(EXAMPLES, "first_steps.json"), "-o", self.path("o.svg")]
         for mask, mode in ((0o027, 0o640), (0o002, 0o664), (0o077, 0o600)):
             self.call(*draw, preexec_fn=lambda: os.umask(mask))
-            self.assertEqual(os.stat(self.path("o.dot")).st_mode & 0o777, mode)
-            os.chmod(self.path("o.dot"), 0o604)
+            self.assertEqual(os.stat(self.path("o.svg")).st_mode & 0o777, mode)
+            os.chmod(self.path("o.svg"), 0o604)
             self.call(*draw)
-            self.assertEqual(os.stat(self.path("o.dot")).st_mode & 0o777, 0o604)
-            os.remove(self.path("o.dot"))
+            self.assertEqual(os.stat(self.path("o.svg")).st_mode & 0o777, 0o604)
+            os.remove(self.path("o.svg"))
 
     def test_too_little_memory_is_a_failure(self):
         if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""):
