@@ -34,10 +34,7 @@ struct Draft {
     int input() const { return static_cast<int>(out.blocks.size()); }  // nodes
     int output() const { return input() + 1; }
     std::optional<int> rate() const { return out.rate ? out.rate : options.rate; }
-    std::optional<Pace> pace() const
-    {
-        return rate() ? std::optional(Pace(*rate(), out.block_size)) : std::nullopt;
-    }
+    std::optional<Pace> pace() const { return rate() ? std::optional(Pace(*rate(), out.block_size)) : std::nullopt; }
     void fault(std::string where, const nlohmann::json& value, std::string wanted);
     // What to say where no block has this id.
     std::string no_block(const std::string& id);
