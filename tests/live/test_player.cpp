@@ -32,6 +32,11 @@ thread_local long t_operators = 0;  // new, delete, locks and waits of this thre
         return memory;
     throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    ++t_operators;
+    return std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { ++t_operators, std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { ++t_operators, std::free(memory); }
 

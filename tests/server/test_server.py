@@ -325,7 +325,7 @@ class ServerTest(unittest.TestCase):
             took.append(time.monotonic() - start)
         took.sort()
         print("set to acknowledgement: median %.1f ms, 99 %% %.1f ms" % (1e3 * took[150], 1e3 * took[297]))
-        self.assertLess(took[297], 0.05)
+        self.assertLess(took[297], 1 if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", "") else 0.05)
         self.assertEqual(page.ask(undo=True)["rev"], 302)
         self.process.stdin.close()
         for other in others:
