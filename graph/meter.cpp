@@ -14,10 +14,11 @@ using Bits = unsigned __attribute__((vector_size(kLanes * sizeof(unsigned))));
 
 void load(V& to, const float* from) { std::memcpy(&to, from, sizeof to); }
 
-V larger(V peak, V x)
+// By reference: how vectors are passed depends on the processor that is built for.
+void raise_peak(V& peak, const V& x)
 {
     const V magnitude = reinterpret_cast<V>(reinterpret_cast<Bits>(x) & 0x7fffffffU);
-    return magnitude > peak ? magnitude : peak;
+    peak = magnitude > peak ? magnitude : peak;
 }
 
 }  // namespace
@@ -55,12 +56,12 @@ void Meters::add(int signal, const float* samples, int n)
     for (; i + 2 * kLanes <= n; i += 2 * kLanes) {
         load(x, samples + i);
         load(x2, samples + i + kLanes);
-        peak = larger(peak, x);
-        peak2 = larger(peak2, x2);
+        raise_peak(peak, x);
+        raise_peak(peak2, x2);
         sum += x * x;
         sum2 += x2 * x2;
     }
-    peak = larger(peak, peak2);
+    raise_peak(peak, peak2);
     sum += sum2;
     std::memcpy(lanes.peak, &peak, sizeof peak);
     std::memcpy(lanes.sum, &sum, sizeof sum);
