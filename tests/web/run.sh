@@ -29,5 +29,5 @@ mkdir -p web/node_modules/.tests
 rm -f web/node_modules/.tests/*
 NODE_PATH=web/node_modules web/node_modules/.bin/esbuild tests/web/*"${tests[0]}"*.test.ts --bundle --platform=node --format=esm \
     --packages=external --outdir=web/node_modules/.tests --out-extension:.js=.mjs --log-level=warning
-timeout 240 node --test --test-timeout=110000 --test-reporter=spec web/node_modules/.tests/*.mjs
+timeout 240 node --test --test-timeout=110000 web/node_modules/.tests/*.mjs
 echo "page: $size bytes gzipped"
