@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -14,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "support/decimal.h"
 #include "support/problem.h"
 
 namespace vantoro {
@@ -30,8 +30,8 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 bool number(std::string_view text, double& value)
 {
     text.remove_prefix(text.starts_with('+') ? 1 : 0);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
+    value = number_of<double>(text).value_or(std::numeric_limits<double>::infinity());
+    return std::isfinite(value);
 }
 
 // "20,5 80,1 0" has them; "20.5,80.1,0" and "20, 80, 0" do not.

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <utility>
 
 #include "catalog/layout.h"
+#include "support/decimal.h"
 #include "support/nearest.h"
 
 namespace vantoro {
@@ -45,12 +45,7 @@ bool mentions(const BlockType& type, std::string_view word)
 std::optional<int> as_code(std::string_view text)
 {
     const bool hex = text.starts_with("0x") || text.starts_with("0X");
-    const std::string_view digits = text.substr(hex ? 2 : 0);
-    int code = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, hex ? 16 : 10);
-    if (error != std::errc{} || end != digits.data() + digits.size())
-        return std::nullopt;
-    return code;
+    return number_of<int>(text.substr(hex ? 2 : 0), hex ? 16 : 10);
 }
 
 }  // namespace

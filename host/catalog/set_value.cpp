@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // One value changed by its path.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "catalog/catalog.h"
 #include "catalog/path.h"
 #include "catalog/words.h"
+#include "support/decimal.h"
 #include "support/json_text.h"
 #include "support/nearest.h"
 
@@ -43,21 +43,16 @@ const json* step_to(const json& node, const std::string& step)
 {
     if (node.is_object())
         return node.contains(step) ? &node.at(step) : nullptr;
-    std::size_t index = 0;
-    const auto [end, error] = std::from_chars(step.data(), step.data() + step.size(), index);
-    const bool found =
-        node.is_array() && error == std::errc{} && end == step.data() + step.size() && index < node.size();
-    return found ? &node.at(index) : nullptr;
+    const auto index = number_of<std::size_t>(step);
+    return node.is_array() && index && *index < node.size() ? &node.at(*index) : nullptr;
 }
 
 }  // namespace
 
 json value_of(std::string_view text)
 {
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error == std::errc{} && end == text.data() + text.size() && std::isfinite(number))
-        return number;
+    if (const auto number = number_of<double>(text); number && std::isfinite(*number))
+        return *number;
     json value = parse_value(text);
     return value.is_discarded() ? json(text) : value;
 }

@@ -26,8 +26,6 @@ std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic
 
 std::string backend_names();  // of live audio, in this build
 
-inline constexpr int kDefaultRate = 48000;  // Hz
-
 // The schematic's rate, or what was asked for with --rate, or the default. Throws UserError where the first two differ.
 int rate_of(const Schematic& schematic, std::optional<int> asked);
 

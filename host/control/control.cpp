@@ -2,7 +2,6 @@
 #include "control/control.h"
 
 #include <algorithm>
-#include <charconv>
 #include <exception>
 #include <filesystem>
 #include <utility>
@@ -25,7 +24,7 @@ using nlohmann::ordered_json;
 // One request on its way. `value` is what the verb has.
 struct Control::Request {
     json body;
-    ordered_json ordered;  // the same in the order of the text
+    std::string_view text;
     Client& client;
     std::string verb{};
     json value{};
@@ -37,6 +36,8 @@ struct Control::Request {
     {
         throw UserError({{"/" + verb + below, as_text(value), std::move(wanted)}});
     }
+    // The value in the order of the text.
+    ordered_json in_order() const { return ordered_json::parse(text)[verb]; }
     void expect_true() const
     {
         if (value != true)
@@ -63,17 +64,6 @@ struct Control::Request {
 namespace {
 
 constexpr int kProtocol = 1;
-
-// "input.1": 1, where there are so many; else -1.
-int number_after(std::string_view text, std::string_view prefix, int count)
-{
-    int n = -1;
-    if (!text.starts_with(prefix))
-        return -1;
-    text.remove_prefix(prefix.size());
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), n);
-    return error == std::errc{} && end == text.data() + text.size() && n >= 0 && n < count ? n : -1;
-}
 
 std::vector<std::string> texts(const Fields& fields, const char* name, const json* value)
 {
@@ -188,7 +178,7 @@ void Control::take(int client, std::string_view text)
     const auto found = clients_.find(client);
     if (found == clients_.end())
         return;
-    Request request{{}, {}, found->second};
+    Request request{{}, text, found->second};
     request.answer["id"] = nullptr;
     std::vector<Problem> problems;
     if (text.size() > kMaxMessage)
@@ -202,7 +192,6 @@ void Control::take(int client, std::string_view text)
         send(client, request.answer);
         return;
     }
-    request.ordered = ordered_json::parse(text);
     serve(client, found->second, request);
 }
 
@@ -363,7 +352,8 @@ Control::Push Control::set(Request& request)
             throw UserError({{"/gesture", as_text(*name), "a string"}});
         gesture = request.client.name + '/' + name->get<std::string>();
     }
-    for (const auto& [path, value] : request.ordered["set"].items())
+    const ordered_json set = request.in_order();
+    for (const auto& [path, value] : set.items())
         request.values.push_back({path, tidy(value)});
     const std::uint64_t before = document_.revision();
     const std::vector<Problem> warnings = document_.set(request.values, gesture);
@@ -377,7 +367,7 @@ Control::Push Control::edit(Request& request)
 {
     request.expect_object("{\"schematic\": {...}}");
     request.fields({"schematic"}, [&](const Fields& fields) { fields.need("schematic", "a whole schematic"); });
-    document_.edit(request.ordered["edit"]["schematic"]);
+    document_.edit(request.in_order()["schematic"]);
     request.answer["rev"] = document_.revision();
     return Push::state;
 }
@@ -392,12 +382,13 @@ Control::Push Control::response(Request& request)
     ResponseRequest wanted;
     request.fields({"from", "to", "blocks", "pointsPerOctave"}, [&](const Fields& fields) {
         const std::string from = fields.text("from");
-        wanted.from = from.empty() ? 0 : number_after(from, "input.", schematic.inputs);
-        if (wanted.from < 0)
+        const auto channel = terminal_channel(from, "input", schematic.inputs);
+        if (!from.empty() && !channel)
             fields.fault("from", "a channel of the input: \"input.0\"");
+        wanted.from = channel.value_or(0);
         for (const std::string& name : texts(fields, "to", fields.find("to")))
-            if (const int n = number_after(name, "output.", static_cast<int>(schematic.outputs.size())); n >= 0)
-                wanted.to.push_back(n);
+            if (const auto n = terminal_channel(name, "output", static_cast<int>(schematic.outputs.size())))
+                wanted.to.push_back(*n);
             else
                 fields.fault("to", "outputs: \"output.0\"");
         wanted.blocks = texts(fields, "blocks", fields.find("blocks"));

@@ -2,7 +2,6 @@
 #include "control/document.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "catalog/path.h"
@@ -16,8 +15,6 @@ namespace vantoro {
 namespace {
 
 using nlohmann::ordered_json;
-
-constexpr int kDefaultRate = 48000;  // Hz
 
 std::string on_one_line(const ordered_json& document) { return document.dump(); }
 
@@ -212,18 +209,13 @@ void Document::bypass(const std::map<std::string, bool>& blocks)
 
 void Document::solo(const std::vector<std::string>& outputs)
 {
-    constexpr std::string_view kPrefix = "output.";
+    const auto count = static_cast<int>(schematic_.outputs.size());
     std::set<int> wanted;
     for (const std::string& name : outputs) {
-        int n = -1;
-        const std::string_view number = std::string_view(name).substr(std::min(kPrefix.size(), name.size()));
-        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), n);
-        if (!name.starts_with(kPrefix) || error != std::errc{} || end != number.data() + number.size() || n < 0 ||
-            n >= static_cast<int>(schematic_.outputs.size()))
-            throw UserError(
-                {{"/solo", name,
-                  "outputs from output.0 to output." + std::to_string(std::ssize(schematic_.outputs) - 1)}});
-        wanted.insert(n);
+        const auto channel = terminal_channel(name, "output", count);
+        if (!channel)
+            throw UserError({{"/solo", name, "outputs from output.0 to output." + std::to_string(count - 1)}});
+        wanted.insert(*channel);
     }
     solo_ = std::move(wanted);
     next_revision();

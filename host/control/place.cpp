@@ -2,12 +2,12 @@
 #include "control/place.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "catalog/layout.h"
 #include "catalog/path.h"
 #include "catalog/words.h"
 #include "schematic/definitions.h"
+#include "support/decimal.h"
 #include "support/json_walk.h"
 #include "support/nearest.h"
 
@@ -29,10 +29,8 @@ const VantoroTable* table_of(const BlockType& type, std::string_view name)
 // A row may be written as an array in the order of the columns.
 std::size_t index_of(const std::string& step, const VantoroTable& table)
 {
-    std::size_t index = 0;
-    const auto [end, error] = std::from_chars(step.data(), step.data() + step.size(), index);
-    if (error == std::errc{} && end == step.data() + step.size())
-        return index;
+    if (const auto index = number_of<std::size_t>(step))
+        return *index;
     const auto columns = columns_of(table);
     return static_cast<std::size_t>(
         std::ranges::find_if(columns, [&](const VantoroParam& column) { return column.name == step; }) -
@@ -81,6 +79,14 @@ Target target_of(const Schematic& schematic, const std::string& path)
         ids.push_back(block.id);
     const std::string near = nearest(id, ids);
     throw UserError({{path, id, "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?")}});
+}
+
+std::optional<int> terminal_channel(std::string_view text, std::string_view terminal, int count)
+{
+    if (!text.starts_with(terminal) || !text.substr(terminal.size()).starts_with('.'))
+        return {};
+    const auto channel = number_of<int>(text.substr(terminal.size() + 1));
+    return channel && *channel >= 0 && *channel < count ? channel : std::nullopt;
 }
 
 void place_whole(ordered_json& document, const Schematic& schematic, const Assignment& value)

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -24,6 +25,9 @@ struct Target {
     std::string path;
 };
 Target target_of(const Schematic& schematic, const std::string& path);
+
+// A channel of a terminal that has `count`: of "output.1" it is 1. None: the text says no such channel.
+std::optional<int> terminal_channel(std::string_view text, std::string_view terminal, int count);
 
 // Sets `value` in `document`, which reads as `schematic`. A table that is left to its defaults is written out when one
 // of its values is set. What is wrong goes to `problems`, as do warnings of this value; with an error the document

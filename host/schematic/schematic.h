@@ -12,9 +12,10 @@
 namespace vantoro {
 
 inline constexpr int kMaxBlockSize = 65536;
-inline constexpr int kMinRate = 1000;
+inline constexpr int kMinRate = 1000;  // Hz
 inline constexpr int kMaxRate = 768000;
-inline constexpr int kMaxPins = 1024;  // of one side of a block or terminal
+inline constexpr int kDefaultRate = 48000;  // Hz, where nothing says another
+inline constexpr int kMaxPins = 1024;       // of one side of a block or terminal
 inline constexpr int kMaxBlocks = 100000;
 
 // What an input pin hears.

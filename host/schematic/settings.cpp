@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <charconv>
 #include <optional>
 
 #include "schematic/draft.h"
+#include "support/decimal.h"
 
 namespace vantoro {
 
@@ -10,10 +10,8 @@ namespace {
 
 std::optional<double> seconds_of(std::string_view text)
 {
-    double seconds = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    const bool good = error == std::errc{} && end == text.data() + text.size() && good_moment(seconds);
-    return good ? std::optional(seconds) : std::nullopt;
+    const auto seconds = number_of<double>(text);
+    return seconds && good_moment(*seconds) ? seconds : std::nullopt;
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading the wires of a document, and what follows from them: pins, sources, order.
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 #include "schematic/draft.h"
 #include "schematic/order.h"
 #include "schematic/pins.h"
+#include "support/decimal.h"
 #include "support/json_text.h"
 
 namespace vantoro {
@@ -23,8 +23,8 @@ constexpr double kMaxBufferBytes = 2.0 * (1U << 30U);
 
 bool parse_number(std::string_view text, int& number)
 {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc{} && end == text.data() + text.size() && number >= 0;
+    number = number_of<int>(text).value_or(-1);
+    return number >= 0;
 }
 
 // The run that "2", "2-5" or "1-" says; false: it is none.
