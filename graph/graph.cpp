@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The graph: the program that runs, the one it is fading to, and the hand-over between two threads.
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -40,7 +41,7 @@ struct VantoroGraph {
     int filled = 0;                           // frames of the block that Vantoro_graph_run is filling
 
     VantoroGraphFaults faults = {0, 0, -1};  // audio thread
-    const char* blamed = nullptr;            // audio thread: a name in `now` or `coming`
+    std::array<char, 64> blamed{};           // audio thread: a node's name, which may outlast its program
 
     Program* now = nullptr;                  // audio thread
     Program* coming = nullptr;               // audio thread: fading in
@@ -167,7 +168,9 @@ void VantoroGraph::mend(Program& program)
 void VantoroGraph::blame(const Program& program, int node)
 {
     const vgraph::RunNode* found = program.node(node);
-    blamed = found ? found->name : nullptr;
+    const char* name = found ? found->name : "";
+    const std::size_t length = std::min(std::strlen(name), blamed.size() - 1);
+    *std::copy_n(name, length, blamed.begin()) = 0;
 }
 
 // Hands out the newest program of a graph that does not run.
@@ -216,7 +219,6 @@ void VantoroGraph::hand_over()
     for (int ch = 0; from && to && ch < now->outputs(); ++ch)
         to->carry(coming->signals() + ch, *from, now->signals() + ch);
     playing.store(coming, std::memory_order_release);
-    blamed = nullptr;
     retire(now);
     now = coming;
     coming = nullptr;
@@ -376,7 +378,7 @@ int Vantoro_graph_process(VantoroGraph* graph) { return graph->process(); }
 
 int Vantoro_graph_failed(const VantoroGraph* graph) { return graph->now->failed(); }
 
-const char* Vantoro_graph_blamed(const VantoroGraph* graph) { return graph->blamed; }
+const char* Vantoro_graph_blamed(const VantoroGraph* graph) { return graph->blamed.data(); }
 
 void Vantoro_graph_faults(const VantoroGraph* graph, VantoroGraphFaults* faults) { *faults = graph->faults; }
 

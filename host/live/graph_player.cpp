@@ -160,7 +160,7 @@ void GraphPlayer::look_for_faults(int result) noexcept
         return;
     const char* name = Vantoro_graph_blamed(graph_.get());
     std::size_t used = 0;
-    for (; name && name[used] != 0 && used + 1 < fault_name_.size(); ++used)
+    for (; name[used] != 0 && used + 1 < fault_name_.size(); ++used)
         fault_name_[used] = name[used];
     fault_name_[used] = 0;
     fault_full_.store(true, std::memory_order_release);

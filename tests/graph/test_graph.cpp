@@ -331,6 +331,20 @@ TEST(Faults, AreHeardForNoMoreThanTheirBlock)
     EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, plain.data(), 2), RT_OK);
     const Graph fresh = make(graph_test::preset_of(rows));
     EXPECT_EQ(run(graph.get(), silent), run(fresh.get(), silent));
+
+    // A graph that is faded out is at fault to its last block, and named when it is gone.
+    EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, loud.data(), 2), RT_OK);
+    (void)run(graph.get(), block);
+    rows.nodes[0].name = "another";
+    Graph next = make(graph_test::preset_of(rows));
+    EXPECT_EQ(Vantoro_graph_swap(graph.get(), next.release(), 5), RT_OK);
+    const std::uint64_t before = (Vantoro_graph_faults(graph.get(), &faults), faults.blocks);
+    for (int i = 0; i < 10; ++i)
+        (void)run(graph.get(), block);
+    Vantoro_graph_faults(graph.get(), &faults);
+    EXPECT_EQ(faults.blocks, before + 4);  // 240 frames
+    Vantoro_graph_collect(graph.get());
+    EXPECT_STREQ(Vantoro_graph_blamed(graph.get()), "gain");
 }
 
 TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
