@@ -114,8 +114,8 @@ int Vantoro_graph_process(VantoroGraph* graph);
 // The node that failed in the last process call, or -1.
 int Vantoro_graph_failed(const VantoroGraph* graph);
 
-// The name of the node that failed last, or where the last fault (below) started, its first 63 bytes, to be read between
-// two process calls on the audio thread; empty: none yet.
+// The name of the node that failed last, or where the last fault (below) started, its first 63 bytes, to be read
+// between two process calls on the audio thread; empty: none yet.
 const char* Vantoro_graph_blamed(const VantoroGraph* graph);
 
 // What was wrong since the graph was made. An input sample that is not finite, or beyond 1e10, is taken as 0. When a
