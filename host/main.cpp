@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "commands/commands.h"
+#include "commands/manual.h"
 #include "io/standard_streams.h"
 #include "io/unfinished.h"
 #include "support/printable.h"
@@ -27,33 +27,24 @@ int main(int argc, char** argv)
 {
     vantoro::open_standard_streams();
     vantoro::watch_signals();
-    int status = 0;
     try {
-        CLI::App app{"Audio through a schematic of signal-processing blocks", "vantoro"};
-        app.require_subcommand(1);
-        app.set_version_flag("--version", "vantoro " VANTORO_VERSION "\nlive audio: " + vantoro::backend_names());
-        vantoro::add_run_command(app, status);
-        vantoro::add_live_command(app, status);
-        vantoro::add_devices_command(app, status);
-        vantoro::add_check_command(app, status);
-        vantoro::add_blocks_command(app, status);
-        vantoro::add_graph_command(app, status);
-        vantoro::add_response_command(app, status);
-        vantoro::add_export_command(app, status);
-        vantoro::add_import_command(app, status);
-        vantoro::add_diff_command(app, status);
-        vantoro::add_remote_commands(app, status);
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::Success& asked) {  // --help
-            std::ostringstream text;
-            status = app.exit(asked, text);
-            std::fputs(text.str().c_str(), stdout);
-        } catch (const CLI::ParseError& error) {
-            complain(error.what(), vantoro::kUsageError);
-            return complain("see 'vantoro --help' and 'vantoro COMMAND --help'", vantoro::kUsageError);
-        }
+        vantoro::CommandLine line("vantoro", "Audio through a schematic of signal-processing blocks",
+                                  "vantoro " VANTORO_VERSION "\nlive audio: " + vantoro::backend_names());
+        vantoro::add_run_command(line);
+        vantoro::add_live_command(line);
+        vantoro::add_devices_command(line);
+        vantoro::add_check_command(line);
+        vantoro::add_blocks_command(line);
+        vantoro::add_graph_command(line);
+        vantoro::add_response_command(line);
+        vantoro::add_export_command(line);
+        vantoro::add_import_command(line);
+        vantoro::add_diff_command(line);
+        vantoro::add_remote_commands(line);
+        vantoro::add_help_commands(line, VANTORO_VERSION);
+        const int status = line.run(argc, argv);
         vantoro::finish_standard_output();
+        return status;
     } catch (const vantoro::UserError& error) {
         vantoro::print_problems(error.problems());
         return vantoro::kUsageError;
@@ -62,5 +53,4 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         return complain(error.what(), vantoro::kFailure);
     }
-    return status;
 }

@@ -7,43 +7,13 @@
 
 #include "catalog/layout.h"
 #include "catalog/words.h"
+#include "support/columns.h"
 #include "support/decimal.h"
 
 namespace vantoro {
 namespace {
 
-constexpr std::size_t kWidth = 100;
 constexpr std::size_t kDefaultColumn = 20, kRangeColumn = 36, kMeaningColumn = 54;
-
-// `line` filled up to a column, at least two blanks wide.
-std::string filled(std::string line, std::size_t column)
-{
-    line.resize(line.empty() ? column : std::max(line.size() + 2, column), ' ');
-    return line;
-}
-
-constexpr char kNoBreak = '\x1f';  // a blank that ends no line
-
-// `line` and after it `text` from `column` on, broken between words into further lines that begin there too.
-std::string flowed(std::string line, std::size_t column, std::string_view text)
-{
-    std::string out;
-    if (!text.empty())
-        line = filled(std::move(line), column);
-    for (bool first = true; !text.empty(); first = false) {
-        const std::size_t end = std::min(text.find(' '), text.size());
-        if (!first && line.size() + 1 + end > kWidth) {
-            out += line + "\n";
-            line = std::string(column, ' ');
-            first = true;
-        }
-        line += (first ? "" : " ") + std::string(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    out += line + "\n";
-    std::ranges::replace(out, kNoBreak, ' ');
-    return out;
-}
 
 void add(std::string& list, const std::string& item)
 {

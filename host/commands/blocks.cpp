@@ -46,18 +46,18 @@ void run(const Options& options)
 
 }  // namespace
 
-void add_blocks_command(CLI::App& app, int& status)
+void add_blocks_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("blocks", "List the block types, or describe one");
-    CLI::Option* type = command->add_option("type", options->type, "Name (BASIC_GAIN) or code (289)");
-    CLI::Option* json = command->add_flag("--json", options->json, "Everything about it, for programs");
-    command->add_flag("--schema", options->schema, "The JSON schema of schematics, for editors")
-        ->excludes(type)
-        ->excludes(json);
-    command->callback([options, &status] {
+    Command command = line.add("blocks", "List the block types, or describe one");
+    command.option("type", options->type, "TYPE", "Name (BASIC_GAIN), a part of it, or code (289)");
+    command.flag("--json", options->json, "Everything about it, for programs");
+    command.flag("--schema", options->schema, "The JSON schema of schematics, for editors")
+        .excludes("type")
+        .excludes("--json");
+    command.runs([options] {
         run(*options);
-        status = 0;
+        return 0;
     });
 }
 

@@ -17,6 +17,7 @@ namespace {
 
 struct Options {
     std::string schematic;
+    std::vector<std::string> settings;
     std::optional<int> channels;
     std::optional<int> rate;
     bool quiet = false;
@@ -26,32 +27,35 @@ struct Options {
 
 int check(const Options& options)
 {
-    Schematic schematic = load_schematic(
-        options.schematic, {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate)}, options.strict);
+    Schematic schematic = load_schematic(options.schematic,
+                                         {.channels = options.channels,
+                                          .rate = options.rate.value_or(kDefaultRate),
+                                          .settings = parse_settings(options.settings, When::any)},
+                                         warnings_of(options.strict, options.quiet));
     const LibraryLog log(options.quiet);
     const int rate = rate_of(schematic, options.rate);
     const auto engine = make_engine(options.schematic, std::move(schematic), rate);
     if (options.flat)
         std::fputs(json_lines(flat_json(engine->schematic())).c_str(), stdout);
-    else
+    else if (!options.quiet)
         print_graph(engine->schematic());
     return 0;
 }
 
 }  // namespace
 
-void add_check_command(CLI::App& app, int& status)
+void add_check_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("check", "List every problem of a schematic, or print its graph");
-    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
-    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
-        ->check(CLI::Range(kMinRate, kMaxRate));
-    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
-    command->add_flag("--strict", options->strict, "Warnings are errors");
-    command->add_flag("--flat", options->flat, "Print it as a schematic of plain numbers with every pin counted");
-    command->callback([options, &status] { status = check(*options); });
+    Command command = line.add("check", "List every problem of a schematic, or print its graph");
+    add_schematic(command, options->schematic);
+    add_settings(command, options->settings, When::any);
+    add_channels(command, options->channels);
+    add_rate(command, options->rate, kRateLeftOpen);
+    command.flag("--flat", options->flat, "Print it as a schematic of plain numbers with every pin counted");
+    add_strict(command, options->strict);
+    add_quiet(command, options->quiet);
+    command.runs([options] { return check(*options); });
 }
 
 }  // namespace vantoro

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
+#include "commands/command_line.h"
 #include "schematic/reader.h"
 
 namespace vantoro {
@@ -20,8 +20,16 @@ inline constexpr int kUsageError = 2;  // something the user wrote is wrong (Use
 // Each on a line of standard error, after the program's name; those beyond kMostShown are only counted.
 void print_problems(const std::vector<Problem>& problems);
 
-// Both throw UserError; warnings are printed, or with `strict` they are errors.
-Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict);
+// What becomes of warnings: --strict makes them errors, --quiet drops them.
+enum class Warnings {
+    print,
+    drop,
+    refuse
+};
+Warnings warnings_of(bool strict, bool quiet);
+
+// Both throw UserError.
+Schematic load_schematic(const std::string& path, const ReadOptions& options, Warnings what);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
 
 std::string backend_names();  // of live audio, in this build
@@ -29,16 +37,32 @@ std::string backend_names();  // of live audio, in this build
 // The schematic's rate, or what was asked for with --rate, or the default. Throws UserError where the first two differ.
 int rate_of(const Schematic& schematic, std::optional<int> asked);
 
-void add_blocks_command(CLI::App& app, int& status);
-void add_check_command(CLI::App& app, int& status);
-void add_diff_command(CLI::App& app, int& status);
-void add_devices_command(CLI::App& app, int& status);
-void add_export_command(CLI::App& app, int& status);
-void add_graph_command(CLI::App& app, int& status);
-void add_import_command(CLI::App& app, int& status);
-void add_live_command(CLI::App& app, int& status);
-void add_remote_commands(CLI::App& app, int& status);  // set, get
-void add_response_command(CLI::App& app, int& status);
-void add_run_command(CLI::App& app, int& status);
+// Options that several commands have.
+void add_schematic(Command& command, std::string& path);
+void add_channels(Command& command, std::optional<int>& channels);
+void add_rate(Command& command, std::optional<int>& rate, const char* otherwise);
+inline constexpr const char* kRateLeftOpen = "Where the schematic leaves it open [48000]";
+void add_strict(Command& command, bool& strict);
+void add_quiet(Command& command, bool& quiet);
+
+enum class When {
+    start,
+    any
+};  // when --set may be
+void add_settings(Command& command, std::vector<std::string>& settings, When when);
+// Throws UserError.
+std::vector<Setting> parse_settings(const std::vector<std::string>& texts, When when);
+
+void add_blocks_command(CommandLine& line);
+void add_check_command(CommandLine& line);
+void add_diff_command(CommandLine& line);
+void add_devices_command(CommandLine& line);
+void add_export_command(CommandLine& line);
+void add_graph_command(CommandLine& line);
+void add_import_command(CommandLine& line);
+void add_live_command(CommandLine& line);
+void add_remote_commands(CommandLine& line);  // set, get
+void add_response_command(CommandLine& line);
+void add_run_command(CommandLine& line);
 
 }  // namespace vantoro

@@ -15,15 +15,21 @@ void print_problems(const std::vector<Problem>& problems)
         std::fprintf(stderr, "vantoro: and %zu more problems\n", problems.size() - kMostShown);
 }
 
-Schematic load_schematic(const std::string& path, const ReadOptions& options, bool strict)
+Warnings warnings_of(bool strict, bool quiet)
+{
+    return strict ? Warnings::refuse : quiet ? Warnings::drop : Warnings::print;
+}
+
+Schematic load_schematic(const std::string& path, const ReadOptions& options, Warnings what)
 {
     std::vector<Problem> warnings;
     Schematic schematic = read_schematic(path, options, &warnings);
     for (Problem& problem : warnings)
-        problem.warning = !strict;
+        problem.warning = what != Warnings::refuse;
     if (has_errors(warnings))
         throw UserError(warnings);
-    print_problems(warnings);
+    if (what == Warnings::print)
+        print_problems(warnings);
     return schematic;
 }
 
@@ -33,6 +39,51 @@ int rate_of(const Schematic& schematic, std::optional<int> asked)
         throw UserError("--rate " + std::to_string(*asked) + ": the schematic is made for " +
                         std::to_string(*schematic.rate) + " Hz");
     return schematic.rate.value_or(asked.value_or(kDefaultRate));
+}
+
+void add_schematic(Command& command, std::string& path)
+{
+    command.option("schematic", path, "SCHEMATIC", "The schematic (JSON)").required();
+}
+
+void add_channels(Command& command, std::optional<int>& channels)
+{
+    command.option("--channels", channels, "N", "Channels of the input, where the schematic leaves them open")
+        .from(1, kMaxPins);
+}
+
+void add_rate(Command& command, std::optional<int>& rate, const char* otherwise)
+{
+    command.option("--rate", rate, "HZ", otherwise).from(kMinRate, kMaxRate);
+}
+
+void add_strict(Command& command, bool& strict) { command.flag("--strict", strict, "Warnings are errors"); }
+
+void add_quiet(Command& command, bool& quiet) { command.flag("-q,--quiet", quiet, "Print nothing but errors"); }
+
+void add_settings(Command& command, std::vector<std::string>& settings, When when)
+{
+    command.option("--set", settings, "SETTING",
+                   when == When::any
+                       ? "BLOCK.PARAM=VALUE from the start, or BLOCK.PARAM=VALUE@SECONDS; one value, may be given again"
+                       : "BLOCK.PARAM=VALUE; one value, may be given again");
+}
+
+std::vector<Setting> parse_settings(const std::vector<std::string>& texts, When when)
+{
+    std::vector<Setting> settings;
+    std::vector<Problem> problems;
+    for (const std::string& text : texts)
+        try {
+            settings.push_back(parse_setting(text));
+            if (when == When::start && settings.back().seconds > 0)
+                problems.push_back({"--set", text, "a value from the start, without @ and seconds"});
+        } catch (const UserError& error) {
+            problems.insert(problems.end(), error.problems().begin(), error.problems().end());
+        }
+    if (!problems.empty())
+        throw UserError(std::move(problems));
+    return settings;
 }
 
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate)

@@ -27,11 +27,10 @@ struct Options {
 Schematic load(const Options& options)
 {
     std::vector<Problem> problems;
-    std::vector<Setting> settings;
-    for (const std::string& text : options.settings)
-        settings.push_back(parse_setting(text));
     Schematic schematic = load_schematic(
-        options.schematic, {.channels = options.channels, .rate = options.rate, .settings = settings}, options.strict);
+        options.schematic,
+        {.channels = options.channels, .rate = options.rate, .settings = parse_settings(options.settings, When::start)},
+        warnings_of(options.strict, false));
     if (schematic.changes.empty())
         return schematic;
     problems.push_back({"/changes", std::to_string(schematic.changes.size()), "not exported: a product makes its own",
@@ -91,24 +90,22 @@ int run(const Options& options)
 
 }  // namespace
 
-void add_export_command(CLI::App& app, int& status)
+void add_export_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("export", "Turn a schematic into what a product compiles in or loads");
-    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    CLI::Option_group* kind = command->add_option_group("form", "One of");
-    kind->add_option("--c", options->table, "NAME.c and NAME.h: a table for the graph runtime")->type_name("NAME");
-    kind->add_option("--direct", options->direct, "NAME.c and NAME.h: calls of the blocks, without a runtime")
-        ->type_name("NAME");
-    kind->add_option("--binary", options->binary, "The table as a file to load")->type_name("FILE");
-    kind->require_option(1);
-    command->add_option("-o,--directory", options->directory, "Where C files go [.]")->type_name("DIR");
-    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE")->allow_extra_args(false)->type_name("SETTING");
-    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
-    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [any]")
-        ->check(CLI::Range(kMinRate, kMaxRate));
-    command->add_flag("--strict", options->strict, "Warnings are errors");
-    command->callback([options, &status] { status = run(*options); });
+    Command command = line.add("export", "Turn a schematic into what a product compiles in or loads");
+    add_schematic(command, options->schematic);
+    command.one_needed(
+        {command.option("--c", options->table, "NAME", "NAME.c and NAME.h: a table for the graph runtime"),
+         command.option("--direct", options->direct, "NAME",
+                        "NAME.c and NAME.h: calls of the blocks, without a runtime"),
+         command.option("--binary", options->binary, "FILE", "The table as a file to load")});
+    command.option("-o,--directory", options->directory, "DIR", "Where C files go [.]");
+    add_settings(command, options->settings, When::start);
+    add_channels(command, options->channels);
+    add_rate(command, options->rate, "Where the schematic leaves it open [any]");
+    add_strict(command, options->strict);
+    command.runs([options] { return run(*options); });
 }
 
 }  // namespace vantoro

@@ -16,6 +16,7 @@ namespace {
 
 struct Options {
     std::string schematic, output;
+    std::vector<std::string> settings;
     std::optional<int> channels;
 };
 
@@ -86,21 +87,23 @@ int graph(const Options& options)
         throw UserError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
     if (const std::string why = PartFile::refusal(options.output, {{"the schematic", options.schematic}}); !why.empty())
         throw UserError(why);
-    const Schematic schematic = read_schematic(options.schematic, {.channels = options.channels});
+    const Schematic schematic = read_schematic(
+        options.schematic, {.channels = options.channels, .settings = parse_settings(options.settings, When::start)});
     write_file(options.output, run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic), "graphviz"));
     return 0;
 }
 
 }  // namespace
 
-void add_graph_command(CLI::App& app, int& status)
+void add_graph_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("graph", "Draw a schematic");
-    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    command->add_option("-o,--output", options->output, "The picture: .svg, .png or .pdf")->required();
-    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
-    command->callback([options, &status] { status = graph(*options); });
+    Command command = line.add("graph", "Draw a schematic");
+    add_schematic(command, options->schematic);
+    command.option("-o,--output", options->output, "FILE", "The picture: .svg, .png or .pdf").required();
+    add_settings(command, options->settings, When::start);
+    add_channels(command, options->channels);
+    command.runs([options] { return graph(*options); });
 }
 
 }  // namespace vantoro

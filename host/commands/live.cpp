@@ -97,8 +97,7 @@ Plan prepare(const LiveOptions& options)
     plan.to = parse_endpoint("--output", options.output);
     if (plan.from.kind == Endpoint::Kind::file)
         plan.file = std::make_unique<AudioReader>(plan.from.name);
-    for (const std::string& text : options.settings)
-        plan.reading.settings.push_back(parse_setting(text));
+    plan.reading.settings = parse_settings(options.settings, When::any);
     if (plan.from.kind == Endpoint::Kind::device && plan.to.kind != Endpoint::Kind::device && !plan.from.backend) {
         // A file or nothing to play to: without an input it needs no device.
         ReadOptions any = plan.reading;
@@ -111,7 +110,7 @@ Plan prepare(const LiveOptions& options)
         plan.reading.channels = plan.file->channels();
     else if (options.channels)
         plan.reading.channels = options.channels;
-    plan.schematic = load_schematic(options.schematic, plan.reading, options.strict);
+    plan.schematic = load_schematic(options.schematic, plan.reading, warnings_of(options.strict, options.quiet));
     plan.rate = rate_of(plan.schematic, plan.reading.rate);
     plan.reading.rate = plan.rate;
     plan.reading.channels = plan.schematic.inputs;
@@ -267,7 +266,7 @@ private:
     void reload()
     {
         try {
-            Schematic next = load_schematic(options_.schematic, reading_, options_.strict);
+            Schematic next = load_schematic(options_.schematic, reading_, warnings_of(options_.strict, options_.quiet));
             if (next.inputs != inputs_ || static_cast<int>(next.outputs.size()) != outputs_)
                 throw UserError(options_.schematic + ": other channels than before; start anew to hear it");
             if (next.block_size != player_->block_size())
@@ -345,37 +344,30 @@ int devices()
 
 }  // namespace
 
-void add_live_command(CLI::App& app, int& status)
+void add_live_command(CommandLine& line)
 {
     auto options = std::make_shared<LiveOptions>();
-    CLI::App* command = app.add_subcommand("live", "Play on a device, and take changes while it plays");
-    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    command->add_option("-i,--input", options->input, "file:PATH, null, jack, alsa:PCM; without it the default device")
-        ->type_name("WHERE");
-    command
-        ->add_option("-o,--output", options->output, "file:PATH, null, jack, alsa:PCM; without it the default device")
-        ->type_name("WHERE");
-    command->add_option("--rate", options->rate, "Hz, where neither file, schematic nor server says it")
-        ->check(CLI::Range(kMinRate, kMaxRate));
-    command->add_option("--period", options->period, "Frames that the device asks for at a time")
-        ->check(CLI::Range(1, kMaxPeriod));
-    command->add_option("--channels", options->channels, "Channels of the device; without it those of the schematic")
-        ->check(CLI::Range(1, kMaxPins));
-    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE from the start, or BLOCK.PARAM=VALUE@SECONDS")
-        ->allow_extra_args(false)
-        ->type_name("SETTING");
-    command->add_option("--seconds", options->seconds, "End after so much audio")->check(CLI::PositiveNumber);
-    command->add_flag("--loop", options->loop, "Play the file of --input again and again");
-    command->add_flag("--strict", options->strict, "Warnings about the schematic are errors");
-    command->add_flag("-q,--quiet", options->quiet, "No status, and none of the library's log lines");
-    add_tuning_options(*command, options->tuning);
-    command->callback([options, &status] { status = live(*options); });
+    Command command = line.add("live", "Play on a device, and take changes while it plays");
+    add_schematic(command, options->schematic);
+    constexpr const char* kWhere = "file:PATH, null, jack, alsa:PCM; without it the default device";
+    command.option("-i,--input", options->input, "WHERE", kWhere);
+    command.option("-o,--output", options->output, "WHERE", kWhere);
+    add_rate(command, options->rate, "Where neither file, schematic nor server says it");
+    command.option("--period", options->period, "FRAMES", "What the device asks for at a time").from(1, kMaxPeriod);
+    command.option("--channels", options->channels, "N", "Channels of the device; without it those of the schematic")
+        .from(1, kMaxPins);
+    add_settings(command, options->settings, When::any);
+    command.option("--seconds", options->seconds, "SECONDS", "End after so much audio").from(1e-6, 1e9);
+    command.flag("--loop", options->loop, "Play the file of --input again and again");
+    add_strict(command, options->strict);
+    command.flag("-q,--quiet", options->quiet, "No status, no warnings, none of the library's log lines");
+    add_tuning_options(command, options->tuning);
+    command.runs([options] { return live(*options); });
 }
 
-void add_devices_command(CLI::App& app, int& status)
+void add_devices_command(CommandLine& line)
 {
-    CLI::App* command = app.add_subcommand("devices", "List the audio devices");
-    command->callback([&status] { status = devices(); });
+    line.add("devices", "List the audio devices").runs([] { return devices(); });
 }
 
 std::string backend_names()

@@ -63,23 +63,23 @@ int diff(const DiffOptions& options)
 
 }  // namespace
 
-void add_import_command(CLI::App& app, int& status)
+void add_import_command(CommandLine& line)
 {
     auto path = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("import", "Check a preset and print what is in it");
-    command->add_option("preset", *path, "The preset (export --binary)")->required()->type_name("FILE");
-    command->callback([path, &status] { status = import(*path); });
+    Command command = line.add("import", "Check a preset and print what is in it");
+    command.option("preset", *path, "PRESET", "The preset (export --binary)").required();
+    command.runs([path] { return import(*path); });
 }
 
-void add_diff_command(CLI::App& app, int& status)
+void add_diff_command(CommandLine& line)
 {
     auto options = std::make_shared<DiffOptions>();
-    CLI::App* command = app.add_subcommand("diff", "List what differs between two schematics or presets");
-    command->add_option("a", options->from, "A schematic (JSON) or a preset")->required()->type_name("FILE");
-    command->add_option("b", options->to, "The other")->required()->type_name("FILE");
-    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
-    command->footer("Exit status: 0 they run alike, 1 they differ, 2 one of them is wrong");
-    command->callback([options, &status] { status = diff(*options); });
+    Command command = line.add("diff", "List what differs between two schematics or presets");
+    command.option("from", options->from, "FROM", "A schematic (JSON) or a preset").required();
+    command.option("to", options->to, "TO", "The other").required();
+    add_channels(command, options->channels);
+    command.notes("Exit status: 0 they run alike, 1 they differ, 2 one of them is wrong.");
+    command.runs([options] { return diff(*options); });
 }
 
 }  // namespace vantoro

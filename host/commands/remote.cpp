@@ -64,35 +64,32 @@ void get_values(const Options& options)
     std::fputs(shown.is_string() ? (shown.get<std::string>() + '\n').c_str() : json_lines(shown).c_str(), stdout);
 }
 
-CLI::App* add(CLI::App& app, int& status, const char* name, const char* help, void (*run)(const Options&))
+using Run = void (*)(const Options&);
+
+Command add(CommandLine& line, const char* name, const char* help, const std::shared_ptr<Options>& options, Run run)
 {
-    auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand(name, help);
-    command->add_option("address", options->address, "As 'vantoro live' prints it: http://127.0.0.1:7420/")
-        ->required()
-        ->type_name("ADDRESS");
-    command->add_option("values", options->arguments)->type_name("PATH");
-    command->add_option("--token-file", options->token_file, "Where the server's token is [the variable VANTORO_TOKEN]")
-        ->type_name("FILE");
-    command->callback([options, run, &status] {
+    Command command = line.add(name, help);
+    command.option("address", options->address, "ADDRESS", "As 'vantoro live' prints it: http://127.0.0.1:7420/")
+        .required();
+    command.option("--token-file", options->token_file, "FILE",
+                   "Where the server's token is [the variable VANTORO_TOKEN]");
+    command.runs([options, run] {
         run(*options);
-        status = 0;
+        return 0;
     });
     return command;
 }
 
 }  // namespace
 
-void add_remote_commands(CLI::App& app, int& status)
+void add_remote_commands(CommandLine& line)
 {
-    add(app, status, "set", "Change values of a schematic that 'vantoro live' plays", set_values)
-        ->get_option("values")
-        ->required()
-        ->description("What to change")
-        ->type_name("BLOCK.PARAM=VALUE");
-    add(app, status, "get", "Print values of a schematic that 'vantoro live' plays", get_values)
-        ->get_option("values")
-        ->description("A block or a value: eq, eq.fc [all]");
+    auto set = std::make_shared<Options>(), get = std::make_shared<Options>();
+    add(line, "set", "Change values of a schematic that 'vantoro live' plays", set, set_values)
+        .option("values", set->arguments, "BLOCK.PARAM=VALUE", "What to change")
+        .required();
+    add(line, "get", "Print values of a schematic that 'vantoro live' plays", get, get_values)
+        .option("values", get->arguments, "PATH", "A block or a value: eq, eq.fc [all]");
 }
 
 }  // namespace vantoro

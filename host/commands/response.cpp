@@ -24,7 +24,7 @@ enum class Method {
     measured,
     both
 };
-const std::map<std::string, Method> kMethods = {
+const std::vector<std::pair<std::string, Method>> kMethods = {
     {"coefficients", Method::coefficients}, {"measured", Method::measured}, {"both", Method::both}};
 
 struct Options {
@@ -41,13 +41,10 @@ struct Options {
 
 Probe make_probe(const Options& options)
 {
-    std::vector<Setting> settings;
-    for (const std::string& text : options.settings)
-        if (settings.push_back(parse_setting(text)); settings.back().seconds > 0)
-            throw UserError("--set " + text + ": a response does not change over time; leave out @ and the seconds");
-    Schematic schematic = read_schematic(
-        options.schematic,
-        {.channels = options.channels, .rate = options.rate.value_or(kDefaultRate), .settings = settings});
+    Schematic schematic =
+        read_schematic(options.schematic, {.channels = options.channels,
+                                           .rate = options.rate.value_or(kDefaultRate),
+                                           .settings = parse_settings(options.settings, When::start)});
     if (options.blocks.empty() && schematic.outputs.empty())
         throw UserError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
     Probe probe =
@@ -205,35 +202,26 @@ int respond(const Options& options)
 
 }  // namespace
 
-void add_response_command(CLI::App& app, int& status)
+void add_response_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("response", "Draw magnitude and phase of blocks or of the whole graph");
-    command->add_option("schematic", options->schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    command->add_option("-o,--output", options->output, "The result: .svg, .png or .csv")
-        ->required()
-        ->type_name("FILE");
-    command->add_option("--block", options->blocks, "This block alone; given again: a chain of blocks [whole graph]")
-        ->allow_extra_args(false)
-        ->type_name("ID");
-    command->add_option("--from", options->from, "The input that is fed, of the graph or of the first block [0]")
-        ->check(CLI::Range(0, kMaxPins));
-    command->add_option("--speaker", options->speaker, "A measured loudspeaker (FRD) to draw and to add")
-        ->type_name("FILE");
-    command
-        ->add_option("--method", options->method,
-                     "coefficients, measured or both [coefficients, or measured where those do not tell]")
-        ->transform(CLI::CheckedTransformer(kMethods).description(""))
-        ->type_name("NAME");
-    command->add_option("--level", options->level_db, "dBFS of the sweep through what is not linear [-60]")
-        ->check(CLI::Range(-140.0, 40.0));
-    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE")->allow_extra_args(false)->type_name("SETTING");
-    command->add_option("--channels", options->channels, "Channels of the input")->check(CLI::Range(1, kMaxPins));
-    command->add_option("--rate", options->rate, "Hz, where the schematic leaves it open [48000]")
-        ->check(CLI::Range(kMinRate, kMaxRate));
-    command->add_option("--points", options->points, "Per octave [48]")->check(CLI::Range(1, 1000));
-    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
-    command->callback([options, &status] { status = respond(*options); });
+    Command command = line.add("response", "Draw magnitude and phase of blocks or of the whole graph");
+    add_schematic(command, options->schematic);
+    command.option("-o,--output", options->output, "FILE", "The result: .svg, .png or .csv").required();
+    command.option("--block", options->blocks, "ID", "This block alone; given again: a chain of blocks [whole graph]");
+    command.option("--from", options->from, "N", "The input that is fed, of the graph or of the first block [0]")
+        .from(0, kMaxPins);
+    command.option("--speaker", options->speaker, "FILE", "A measured loudspeaker (FRD) to draw and to add");
+    command.choice("--method", options->method, kMethods,
+                   "coefficients, measured or both [coefficients, or measured where those do not tell]");
+    command.option("--level", options->level_db, "DBFS", "Of the sweep through what is not linear [-60]")
+        .from(-140, 40);
+    add_settings(command, options->settings, When::start);
+    add_channels(command, options->channels);
+    add_rate(command, options->rate, kRateLeftOpen);
+    command.option("--points", options->points, "N", "Per octave [48]").from(1, 1000);
+    add_quiet(command, options->quiet);
+    command.runs([options] { return respond(*options); });
 }
 
 }  // namespace vantoro

@@ -12,7 +12,7 @@
 namespace vantoro {
 namespace {
 
-const std::map<std::string, Encoding> kEncodings = {
+const std::vector<std::pair<std::string, Encoding>> kEncodings = {
     {"pcm16", Encoding::pcm16}, {"pcm24", Encoding::pcm24}, {"pcm32", Encoding::pcm32}, {"float", Encoding::real}};
 
 // What did not go as asked, though nothing failed.
@@ -40,12 +40,14 @@ int run(const RunOptions& options)
     meters.commit();
     const double wall = std::chrono::duration<double>(Clock::now() - start).count();
 
-    warn(job, *engine);
-    const double seconds = static_cast<double>(frames) / job.rate;
-    std::FILE* report = options.output == "-" ? stderr : stdout;  // standard output has the audio and nothing else
-    std::fprintf(report, "%.3f s of audio, %.1f x real time%s\n", seconds, seconds / std::max(wall, 1e-6),
-                 levels.text().c_str());
-    std::fputs(meters.text().c_str(), report);
+    if (!options.quiet) {
+        warn(job, *engine);
+        const double seconds = static_cast<double>(frames) / job.rate;
+        std::FILE* report = options.output == "-" ? stderr : stdout;  // standard output has the audio and nothing else
+        std::fprintf(report, "%.3f s of audio, %.1f x real time%s\n", seconds, seconds / std::max(wall, 1e-6),
+                     levels.text().c_str());
+        std::fputs(meters.text().c_str(), report);
+    }
     if (engine->faulty())
         std::fprintf(stderr, "vantoro: %s\n", engine->fault().c_str());
     return engine->faulty() ? 1 : 0;
@@ -53,62 +55,53 @@ int run(const RunOptions& options)
 
 // ---- options ----
 
-void add_files(CLI::App& command, RunOptions& options)
+void add_files(Command& command, RunOptions& options)
 {
-    command.add_option("schematic", options.schematic, "The schematic (JSON)")->required()->type_name("FILE");
-    command.add_option("-i,--input", options.input, "Sound file to read; none when the schematic has only sources")
-        ->type_name("FILE");
-    command.add_option("-o,--output", options.output, "Sound file to write; the extension names the format")
-        ->type_name("FILE");
-    command.add_flag("--force", options.force, "Let the output replace the input");
-    command.add_flag("--keep", options.keep, "Keep an output with audio that is not finite: those blocks are silent");
-    command.add_option("--format", options.encoding, "pcm16, pcm24 (default), pcm32 or float")
-        ->transform(CLI::CheckedTransformer(kEncodings).description(""))
-        ->type_name("NAME");
+    add_schematic(command, options.schematic);
+    command.option("-i,--input", options.input, "FILE", "Sound file to read; none when the schematic has only sources");
+    command.option("-o,--output", options.output, "FILE", "Sound file to write; the extension names the format");
+    command.flag("--force", options.force, "Let the output replace the input");
+    command.flag("--keep", options.keep, "Keep an output with audio that is not finite: those blocks are silent");
+    command.choice("--format", options.encoding, kEncodings, "pcm16, pcm24 (default), pcm32 or float");
 }
 
-void add_raw(CLI::App& command, RunOptions& options)
+void add_raw(Command& command, RunOptions& options)
 {
     std::vector<std::string> names;
     for (const auto& [name, format] : raw_formats())
         names.push_back(name);
-    command.add_option("--raw-in", options.raw_in, "-i is headerless PCM (\"-\": standard input) of this format")
-        ->check(CLI::IsMember(names));
-    command.add_option("--raw-rate", options.raw_rate, "Its rate in Hz")
-        ->needs("--raw-in")
-        ->check(CLI::Range(kMinRate, kMaxRate));
-    command.add_option("--raw-channels", options.raw_channels, "Its channels")
-        ->needs("--raw-in")
-        ->check(CLI::Range(1, 1024));
-    command.add_option("--raw-out", options.raw_out, "-o is headerless PCM (\"-\": standard output) of this format")
-        ->excludes("--format")
-        ->check(CLI::IsMember(names));
+    command.option("--raw-in", options.raw_in, "FORMAT", "-i is headerless PCM (\"-\": standard input) of this format")
+        .one_of(names);
+    command.option("--raw-rate", options.raw_rate, "HZ", "Its rate").needs("--raw-in").from(kMinRate, kMaxRate);
+    command.option("--raw-channels", options.raw_channels, "N", "Its channels").needs("--raw-in").from(1, kMaxPins);
+    command
+        .option("--raw-out", options.raw_out, "FORMAT", "-o is headerless PCM (\"-\": standard output) of this format")
+        .excludes("--format")
+        .one_of(names);
 }
 
-void add_meters(CLI::App& command, RunOptions& options)
+void add_meters(Command& command, RunOptions& options)
 {
-    command.add_option("--meters", options.meters, "Table of the detectors' levels over time (CSV)")->type_name("FILE");
-    command.add_option("--meter-interval", options.meter_interval, "Seconds from row to row; 0: a row per block")
-        ->needs("--meters")
-        ->check(CLI::Range(0.0, 1e6));
+    command.option("--meters", options.meters, "FILE", "Table of the detectors' levels over time (CSV)");
+    command.option("--meter-interval", options.meter_interval, "SECONDS", "From row to row; 0: a row per block")
+        .needs("--meters")
+        .from(0, 1e6);
 }
 
 }  // namespace
 
-void add_run_command(CLI::App& app, int& status)
+void add_run_command(CommandLine& line)
 {
     auto options = std::make_shared<RunOptions>();
-    CLI::App* command = app.add_subcommand("run", "Run a sound file through a schematic");
-    add_files(*command, *options);
-    add_raw(*command, *options);
-    command->add_option("--set", options->settings, "BLOCK.PARAM=VALUE from the start, or BLOCK.PARAM=VALUE@SECONDS")
-        ->allow_extra_args(false)
-        ->type_name("SETTING");
-    command->add_option("--seconds", options->seconds, "Length, without an input file");
-    add_meters(*command, *options);
-    command->add_flag("--strict", options->strict, "Warnings about the schematic are errors");
-    command->add_flag("-q,--quiet", options->quiet, "Drop the library's log lines");
-    command->callback([options, &status] { status = run(*options); });
+    Command command = line.add("run", "Run a sound file through a schematic");
+    add_files(command, *options);
+    add_raw(command, *options);
+    add_settings(command, options->settings, When::any);
+    command.option("--seconds", options->seconds, "SECONDS", "Length, without an input file");
+    add_meters(command, *options);
+    add_strict(command, options->strict);
+    add_quiet(command, options->quiet);
+    command.runs([options] { return run(*options); });
 }
 
 }  // namespace vantoro

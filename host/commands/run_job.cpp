@@ -120,14 +120,14 @@ Job prepare(const RunOptions& options)
     std::vector<Setting> settings;
     if (!options.input.empty())
         complaints.guard([&] { job.reader = open_input(options); });
-    for (const std::string& text : options.settings)
-        complaints.guard([&] { settings.push_back(parse_setting(text)); });
+    complaints.guard([&] { settings = parse_settings(options.settings, When::any); });
     ReadOptions given{.settings = settings};
     if (job.reader) {
         given.channels = job.reader->channels();
         given.rate = job.reader->rate();
     }
-    complaints.guard([&] { job.schematic = load_schematic(options.schematic, given, options.strict); });
+    complaints.guard(
+        [&] { job.schematic = load_schematic(options.schematic, given, warnings_of(options.strict, options.quiet)); });
     complaints.check();
     if (job.reader)
         settle_by_input(options, job, complaints);

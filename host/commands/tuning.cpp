@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/tuning.h"
 
-#include <CLI/CLI.hpp>
-
 #include "catalog/path.h"
+#include "commands/command_line.h"
 #include "live/backend.h"
 
 namespace vantoro {
@@ -35,24 +34,22 @@ void report(const Document& document, const Tuning::Say& say)
 
 }  // namespace
 
-void add_tuning_options(CLI::App& command, TuningOptions& options)
+void add_tuning_options(Command& command, TuningOptions& options)
 {
-    CLI::Option* off = command.add_flag("--no-server", options.off, "Serve no tuning page");
-    command.add_option("--port", options.port, "Of the tuning page [7420 or the next free one]")
-        ->check(CLI::Range(0, 65535))
-        ->excludes(off);
-    CLI::Option* listen = command
-                              .add_option("--listen", options.listen,
-                                          "IP address of the tuning page; beyond this machine it asks for a token")
-                              ->type_name("ADDRESS")
-                              ->excludes(off);
-    command.add_option("--token-file", options.token_file, "Where the token is kept, readable by this user alone")
-        ->type_name("FILE")
-        ->needs(listen);
-    command.add_option("--host", options.hosts, "Another name by which browsers reach the page: that of a proxy")
-        ->allow_extra_args(false)
-        ->type_name("NAME")
-        ->excludes(off);
+    command.flag("--no-server", options.off, "Serve no tuning page");
+    command.option("--port", options.port, "N", "Of the tuning page [7420 or the next free one]")
+        .from(0, 65535)
+        .excludes("--no-server");
+    command
+        .option("--listen", options.listen, "ADDRESS",
+                "IP address of the tuning page; beyond this machine it asks for a token")
+        .excludes("--no-server");
+    command.option("--token-file", options.token_file, "FILE", "Where the token is kept, readable by this user alone")
+        .needs("--listen");
+    command
+        .option("--host", options.hosts, "NAME",
+                "Another name by which browsers reach the page: that of a proxy; may be given again")
+        .excludes("--no-server");
 }
 
 Tuning::Tuning(const std::string& schematic, const ReadOptions& reading) : folder_(schematic)

@@ -12,11 +12,9 @@
 #include "live/player.h"
 #include "server/server.h"
 
-namespace CLI {
-class App;
-}
-
 namespace vantoro {
+
+class Command;
 
 struct TuningOptions {
     bool off = false;
@@ -24,7 +22,7 @@ struct TuningOptions {
     std::optional<int> port;
     std::vector<std::string> hosts;
 };
-void add_tuning_options(CLI::App& command, TuningOptions& options);
+void add_tuning_options(Command& command, TuningOptions& options);
 
 class Tuning {
 public:

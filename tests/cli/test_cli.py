@@ -362,8 +362,39 @@ class Cli(unittest.TestCase):
         for call in (["check", graph], run):
             self.assertEqual(self.call(*call, "--strict", status=2).stderr, warning.replace("warning: ", ""))
             self.assertFalse(os.path.exists(self.path("out.wav")))
-            self.assertEqual(self.call(*call, "-q").stderr, warning)
+            self.assertEqual(self.call(*call).stderr, warning)
+            quiet = self.call(*call, "-q")
+            self.assertEqual(quiet.stdout + quiet.stderr, "")
         self.assertIn("--bad\\u001b", self.call("check", graph, "--bad\x1b", status=2).stderr)
+
+    def test_the_command_line_explains_itself(self):
+        for line, error in (("", "a command is missing"), ("rnu x", "rnu: there is no such command; did you mean run?"),
+                            ("run x --fromat=a", "--fromat: there is no such option; did you mean --format?"),
+                            ("check a b", "b: one argument too many"), ("check", "schematic is required"),
+                            ("run x --format mp3", "--format: mp3: pcm16, pcm24, pcm32 or float"),
+                            ("run x --raw-in s16le --raw-rate 48000.5", "--raw-rate: 48000.5: a whole number from 1000 to 768000"),
+                            ("export x", "one of --c, --direct or --binary is needed"),
+                            ("export x --c a --binary b", "only one of --c, --direct and --binary can be given"),
+                            ("run x --set g.a=1@1 --set g --set h", "--set: g: BLOCK.PARAM=VALUE"),
+                            ("graph x -o y.svg --set g.a=1@1", "--set: g.a=1@1: a value from the start, without @ and seconds")):
+            self.assertIn("vantoro: " + error, self.call(*line.split(), status=2).stderr)
+        overview = self.call("help").stdout
+        self.assertEqual(overview, self.call("--help").stdout)
+        commands = re.findall("^  ([a-z]+) ", overview, re.M)
+        self.assertEqual(len(commands), 14)
+        manual = self.call("help", "--man").stdout
+        for command in commands:
+            text = self.call("help", command).stdout
+            self.assertEqual(text, self.call(command, "-h").stdout)
+            self.assertIn('.SS "vantoro ' + command, manual)
+            for option in re.findall("--[a-z-]+", text):
+                self.assertIn(option.replace("-", "\\-"), manual)
+        script = self.path("complete", self.call("completion", "bash").stdout)
+        for line, words in (("re", "response"), ("run --raw-c", "--raw-channels"), ("run --format pcm1", "pcm16"), ("run -o ", ""),
+                            ("help di", "diff")):
+            words_of = 'source %s; COMP_WORDS=(vantoro "$@"); COMP_CWORD=$#; _vantoro; echo "${COMPREPLY[*]}"' % script
+            found = subprocess.run(["bash", "-c", words_of, "bash", *line.split(" ")], capture_output=True, text=True, check=True)
+            self.assertEqual(found.stdout.strip(), words)
 
     def test_examples_are_free_of_problems(self):
         names = sorted(os.listdir(EXAMPLES))
@@ -459,7 +490,7 @@ class Cli(unittest.TestCase):
         document["rate"] = 44100
         respond = ["response", self.path("g.json", json.dumps(document)), "-o", self.path("r.csv")]
         for options, words in ((["--rate", "48000"], "--rate 48000: the schematic is made for 44100 Hz"),
-                               (["--set", "g.gain=2@3"], "--set g.gain=2@3: a response does not change")):
+                               (["--set", "g.gain=2@3"], "--set: g.gain=2@3: a value from the start")):
             self.assertIn(words, self.call(*respond, *options, status=2).stderr)
         self.call("check", self.path("g.json"), "--rate", "48000", status=2)
         # A loudspeaker's file, as different programs write it.
