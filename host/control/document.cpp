@@ -357,7 +357,7 @@ bool Document::poll()
     stamp_ = stamp;
     try {
         const std::string text = store_.read();
-        const bool news = file_changed_ || text != disk_text_;
+        const bool news = file_changed_ || text != disk_text_ || !file_problems_.empty();
         file_changed_ = text != disk_text_;
         file_problems_.clear();
         if (!file_changed_)

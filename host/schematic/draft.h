@@ -61,10 +61,10 @@ inline bool good_moment(double seconds)
     return seconds >= 0 && seconds <= kMaxSeconds;
 }
 
-// The steps. The blocks and the wires of a scope; names are those that its expressions may use.
+// The steps. The blocks and the wires of a scope, by its number; names are those that its expressions may use.
 void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, int scope, Definitions& names,
                  Draft& draft);
-void read_wires(const nlohmann::json& wires, int scope, Draft& draft);
+void read_wires(const nlohmann::json& wires, int number, Draft& draft);
 bool wire_up(Draft& draft);  // false: too large to go on
 void build_vectors(Draft& draft);
 void read_changes(const nlohmann::json& changes, Draft& draft);

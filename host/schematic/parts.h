@@ -26,7 +26,7 @@ struct PartSide {
 };
 
 // A part as it is written, checked when it is used first.
-struct PartText {
+struct PartText {        // NOLINT(bugprone-exception-escape): a move of JSON throws nothing
     std::string where;   // of its object in its text: "/parts/driver"; in a file of its own it is the whole: ""
     std::string file{};  // empty: it stands in the document
     std::string text{};  // of the file
@@ -57,8 +57,8 @@ struct Parts {
     std::vector<Problem> warnings{};         // of names that parts do not use
 };
 
-// Reads the use of a part: `use`, without expressions, stands as `id` in a scope.
-void use_part(const std::string& id, const nlohmann::json& use, int scope, Draft& draft);
+// Reads the use of a part: `use`, without expressions, stands as `id` in the scope `outer`.
+void use_part(const std::string& id, const nlohmann::json& use, int outer, Draft& draft);
 
 // Problems that stand in parts get the places that they have in the part's own text, once each, and say where the part
 // is used. `text` is the document's.
