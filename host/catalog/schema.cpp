@@ -42,6 +42,8 @@ void add_limits(const VantoroParam& param, json& out)
         out["maximum"] = number_json(max);
 }
 
+json expression_schema() { return {{"type", "string"}, {"pattern", "^="}}; }
+
 // Names, and numbers that an editor does not offer.
 json choice_schema(const VantoroParam& param)
 {
@@ -52,7 +54,8 @@ json choice_schema(const VantoroParam& param)
         least = std::min(least, choice.value);
         most = std::max(most, choice.value);
     }
-    return {{"anyOf", {{{"enum", names}}, {{"type", "integer"}, {"minimum", least}, {"maximum", most}}}}};
+    return {{"anyOf",
+             {{{"enum", names}}, {{"type", "integer"}, {"minimum", least}, {"maximum", most}}, expression_schema()}}};
 }
 
 // A number, or a text: an expression, or a number with its unit. `open`: the unit follows from a choice.
@@ -77,7 +80,8 @@ json schema_of(const VantoroParam& param, bool limited)
     if (param.kind == VANTORO_CHOICE)
         out.update(choice_schema(param));
     else if (param.kind == VANTORO_FLAG)
-        out["anyOf"] = {{{"type", "boolean"}}, {{"type", "integer"}, {"minimum", 0}, {"maximum", 1}}};
+        out["anyOf"] = {
+            {{"type", "boolean"}}, {{"type", "integer"}, {"minimum", 0}, {"maximum", 1}}, expression_schema()};
     else
         out.update(number_schema(param, !limited));
     if (limited && param.kind != VANTORO_FLAG && param.kind != VANTORO_CHOICE)

@@ -50,7 +50,13 @@ void check_preset_name(const std::string& name)
 Document::Document(Store& store, ReadOptions options) : store_(store), options_(std::move(options))
 {
     stamp_ = moving_stamp_ = store_.stamp();
+    options_.part_file = [this](const std::string& file) {
+        if (!part_files_.contains(file))
+            throw UserError("a file that the schematic already names; files are not opened at a client's word");
+        return store_.read_part(file);
+    };
     const std::string text = store_.read();
+    allow_parts(text);
     schematic_ = parse_schematic(text, options_, &warnings_);
     json_ = parse_ordered(text);
     options_.channels = schematic_.inputs;
@@ -70,28 +76,28 @@ Schematic Document::heard() const { return soloed(bypassed(schematic_, bypassed_
 
 // ---- reading ----
 
-Document::Reading Document::read_text(const std::string& text) const
+Document::Reading Document::read_text(const std::string& text, bool places) const
 {
+    ReadOptions options = options_;
+    options.places = places;
     Reading reading;
-    reading.schematic = parse_schematic(text, options_, &reading.warnings);
+    reading.schematic = parse_schematic(text, options, &reading.warnings);
     reading.json = parse_ordered(text);
     check_terminals(reading.schematic);
     return reading;
 }
 
-Document::Reading Document::read(const ordered_json& document) const
+// The places are those of a text that nobody sees.
+Document::Reading Document::read(const ordered_json& document) const { return read_text(on_one_line(document), false); }
+
+void Document::allow_parts(const std::string& text)
 {
-    try {
-        Reading reading = read_text(on_one_line(document));
-        for (Problem& problem : reading.warnings)
-            problem.line = problem.column = 0;
-        return reading;
-    } catch (const UserError& error) {  // the places are those of a text that nobody sees
-        std::vector<Problem> problems = error.problems();
-        for (Problem& problem : problems)
-            problem.line = problem.column = 0;
-        throw UserError(std::move(problems));
-    }
+    std::vector<Problem> problems;
+    const nlohmann::json document = parse_document(text, "", problems).value;
+    if (document.is_object() && document.contains("parts") && document["parts"].is_object())
+        for (const nlohmann::json& part : document["parts"])
+            if (part.is_string())
+                part_files_.insert(part.get<std::string>());
 }
 
 void Document::check_terminals(const Schematic& next) const
@@ -246,7 +252,9 @@ void Document::copy()
 void Document::load_preset(const std::string& name)
 {
     check_preset_name(name);
-    change(read_text(store_.read_preset(name)), "preset " + name);
+    const std::string text = store_.read_preset(name);
+    allow_parts(text);
+    change(read_text(text), "preset " + name);
 }
 
 void Document::store_preset(const std::string& name)
@@ -316,6 +324,7 @@ void Document::save(std::uint64_t revision)
 
 void Document::take_file(const std::string& text)
 {
+    allow_parts(text);
     Reading reading = read_text(text);
     set_disk(text, reading.json);
     change(std::move(reading), "reload");
@@ -328,6 +337,18 @@ void Document::reload()
     stamp_ = moving_stamp_ = stamp;
 }
 
+// True: what they say is another schematic.
+bool Document::read_parts_anew()
+{
+    if (part_files_.empty())
+        return false;
+    Reading reading = read_text(now().text, false);
+    const bool another = !difference_list(schematic_, reading.schematic).empty();
+    if (another)
+        show(std::move(reading));
+    return another;
+}
+
 bool Document::poll()
 {
     const std::uint64_t stamp = store_.stamp();
@@ -336,15 +357,17 @@ bool Document::poll()
     stamp_ = stamp;
     try {
         const std::string text = store_.read();
-        const bool news = file_changed_ || text != disk_text_;
+        const bool news = file_changed_ || text != disk_text_ || !file_problems_.empty();
         file_changed_ = text != disk_text_;
         file_problems_.clear();
         if (!file_changed_)
-            return news;
-        if (unsaved())
+            return read_parts_anew() || news;
+        if (unsaved()) {
+            allow_parts(text);
             read_text(text);  // for its problems
-        else
+        } else {
             take_file(text);
+        }
     } catch (const UserError& error) {
         file_problems_ = error.problems();
     }

@@ -76,7 +76,7 @@ json to_json(std::span<const Problem> problems)
 {
     json out = json::array();
     for (const Problem& p : problems.first(std::min(problems.size(), kMostShown)))
-        out.push_back({{"where", p.where},
+        out.push_back({{"where", p.file + p.where},  // the file of a part; empty: the schematic
                        {"value", p.value},
                        {"wanted", p.wanted},
                        {"line", p.line},

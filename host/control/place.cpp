@@ -53,6 +53,47 @@ ordered_json* find_written(ordered_json& written, const std::vector<std::string>
     return node->is_structured() ? nullptr : node;
 }
 
+// A block in the document: its own object, or the use of a part that it is in, and its id there.
+struct Written {
+    ordered_json& object;
+    std::string inside{};
+};
+
+Written find_block(ordered_json& document, const std::string& id)
+{
+    ordered_json& blocks = document["blocks"];
+    for (auto slash = id.find('/'); slash != id.npos && !blocks.contains(id); slash = id.find('/', slash + 1))
+        if (const auto use = blocks.find(id.substr(0, slash)); use != blocks.end() && use->contains("part"))
+            return {*use, id.substr(slash + 1)};
+    return {blocks[id]};
+}
+
+// Writes a value that the use of a part changes. What the use says of parts of this value, in whatever spelling, is
+// over.
+void place_in_use(ordered_json& set, const std::string& block, const std::string& path, const VantoroTable* table,
+                  const ordered_json& value)
+{
+    const auto numbered = [&](std::string_view text) {
+        std::vector<std::string> steps = steps_of(text);
+        for (std::size_t n = 1; table && n < steps.size(); ++n)
+            steps[n] = std::to_string(index_of(steps[n], *table));
+        return steps;
+    };
+    const std::vector<std::string> steps = numbered(path);
+    std::vector<std::string> over;
+    for (const auto& [key, old] : set.items())
+        if (key.starts_with(block + '.')) {
+            const std::vector<std::string> other = numbered(std::string_view(key).substr(block.size() + 1));
+            if (other.size() >= steps.size() && std::equal(steps.begin(), steps.end(), other.begin()))
+                over.push_back(key);
+        }
+    const std::string key = block + '.' + path;
+    std::erase(over, key);  // which keeps its place
+    for (const std::string& name : over)
+        set.erase(name);
+    set[key] = tidy(value);
+}
+
 // Without the columns that have their default anyhow.
 ordered_json short_rows(const json& rows, const VantoroTable& table)
 {
@@ -93,8 +134,13 @@ void place_whole(ordered_json& document, const Schematic& schematic, const Assig
 {
     const Target target = target_of(schematic, value.path);
     const std::vector<std::string> steps = steps_of(target.path);
-    if (steps.size() == 1)
-        document["blocks"][target.block.id]["params"][steps.front()] = tidy(value.value);
+    if (steps.size() != 1)
+        return;
+    if (const Written written = find_block(document, target.block.id); written.inside.empty())
+        written.object["params"][steps.front()] = tidy(value.value);
+    else
+        place_in_use(written.object["set"], written.inside, target.path, table_of(*target.block.type, target.path),
+                     value.value);
 }
 
 void place_value(ordered_json& document, const Schematic& schematic, const Assignment& value, std::optional<int> rate,
@@ -102,8 +148,11 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
 {
     const Target target = target_of(schematic, value.path);
     const Block& block = target.block;
-    ordered_json& written = document["blocks"][block.id];
-    json params = written.contains("params") ? json(written["params"]) : json::object();
+    const Written place_of_block = find_block(document, block.id);
+    ordered_json& written = place_of_block.object;
+    json params = !place_of_block.inside.empty() ? json(named_values(*block.type, block.pins, block.vector))
+                  : written.contains("params")   ? json(written["params"])
+                                                 : json::object();
     json number = value.value;
     std::vector<Problem> found, known;
     Definitions definitions(document.value("define", ordered_json::object()), rate, known);
@@ -119,8 +168,10 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
     if (!good)
         return;
     const std::vector<std::string> steps = steps_of(target.path);
-    ordered_json& place = written["params"][steps.front()];
     const VantoroTable* table = table_of(*block.type, steps.front());
+    if (!place_of_block.inside.empty())
+        return place_in_use(written["set"], place_of_block.inside, target.path, table, value.value);
+    ordered_json& place = written["params"][steps.front()];
     if (steps.size() == 1 || !table)
         place = tidy(value.value);
     else if (ordered_json* cell = find_written(place, steps, *table))

@@ -26,22 +26,45 @@ bool good_preset_name(std::string_view name)
     return !name.empty() && name.size() <= kLongest && std::ranges::all_of(name, good);
 }
 
-Folder::Folder(std::string path) : path_(std::move(path)) {}
+namespace {
 
-std::uint64_t Folder::stamp()
+constexpr std::uint64_t kPrime = 0x100000001b3U;
+
+// 0: there is no such file.
+std::uint64_t stamp_of(const std::string& path)
 {
     struct stat status {};
-    if (stat(path_.c_str(), &status) != 0)
+    if (stat(path.c_str(), &status) != 0)
         return 0;
     std::uint64_t stamp = 0;
     for (const std::int64_t part :
          {static_cast<std::int64_t>(status.st_ino), static_cast<std::int64_t>(status.st_size),
           static_cast<std::int64_t>(status.st_mtim.tv_sec), static_cast<std::int64_t>(status.st_mtim.tv_nsec)})
-        stamp = stamp * 0x100000001b3U + std::hash<std::int64_t>()(part) + 1;
+        stamp = stamp * kPrime + std::hash<std::int64_t>()(part) + 1;
+    return stamp;
+}
+
+}  // namespace
+
+PartSource Store::read_part(const std::string& file) { throw UserError(file + ": there are no files here"); }
+
+Folder::Folder(std::string path) : path_(std::move(path)) {}
+
+std::uint64_t Folder::stamp()
+{
+    std::uint64_t stamp = stamp_of(path_);
+    for (const std::string& part : parts_)
+        stamp = stamp * kPrime + stamp_of(part);
     return stamp;
 }
 
 std::string Folder::read() { return read_file(path_); }
+
+PartSource Folder::read_part(const std::string& file)
+{
+    parts_.insert(beside(path_, file));
+    return read_part_file(path_, file);
+}
 
 void Folder::write(std::string_view text) { write_file(path_, text); }
 

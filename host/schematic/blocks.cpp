@@ -2,6 +2,7 @@
 // Reading the blocks of a document and their parameters.
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 
 #include "schematic/draft.h"
 #include "support/json_fields.h"
@@ -15,11 +16,14 @@ namespace {
 
 using nlohmann::json;
 
+// The blocks of a part that is used have ids of several names, "tweeter/eq", as the plain schematic has them.
 bool good_id(std::string_view id)
 {
     const auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
     const auto inner = [&](char c) { return letter(c) || (c >= '0' && c <= '9') || c == '-'; };
-    return !id.empty() && letter(id.front()) && std::ranges::all_of(id, inner) && id != kInputId && id != kOutputId;
+    const std::string_view name = id.substr(0, id.find('/'));
+    return !name.empty() && letter(name.front()) && std::ranges::all_of(name, inner) && name != kInputId &&
+           name != kOutputId && (name.size() == id.size() || good_id(id.substr(name.size() + 1)));
 }
 
 std::string unknown_type(const json& type, const Draft& draft)
@@ -66,8 +70,6 @@ json read_params(const Fields& fields)
 void read_block(const std::string& id, const json& value, Draft& draft)
 {
     const std::string where = "/blocks" + pointer_step(id);
-    if (!good_id(id))
-        draft.fault(where, json(id), "an id: letters, digits, _ and -, not starting with a digit, not input or output");
     Block& block = draft.out.blocks.emplace_back();
     Node& node = draft.nodes.emplace_back();
     json& params = draft.params.emplace_back(json::object());
@@ -88,6 +90,28 @@ void read_block(const std::string& id, const json& value, Draft& draft)
     params = read_params(fields);
 }
 
+// A block, or the use of a part.
+void read_item(const std::string& id, json value, int scope, Definitions& names, Draft& draft)
+{
+    const std::string flat = draft.parts.scopes[static_cast<std::size_t>(scope)].prefix + id;
+    const std::string where = "/blocks" + pointer_step(flat);
+    if (draft.is_taken(flat)) {
+        draft.fault(where, json(id), "another id: a part that is used has a block of this one");
+        return;
+    }
+    if (scope > 0)
+        draft.parts.owners[flat] = scope;
+    if (!good_id(id))
+        draft.fault(where, json(id), "an id: letters, digits, _ and -, not starting with a digit, not input or output");
+    for (const char* name : {"inputs", "outputs", "params", "set"})
+        if (value.is_object() && value.contains(name))
+            names.resolve(value[name], where + pointer_step(name), draft.unresolved);
+    if (value.is_object() && value.contains("part"))
+        return use_part(id, value, scope, draft);
+    draft.ids.emplace(flat, draft.input());
+    read_block(flat, value, draft);
+}
+
 }  // namespace
 
 void Draft::fault(std::string where, const json& value, std::string wanted)
@@ -95,24 +119,30 @@ void Draft::fault(std::string where, const json& value, std::string wanted)
     problems.push_back({std::move(where), as_text(value), std::move(wanted)});
 }
 
-std::string Draft::no_block(const std::string& id)
+std::string Draft::no_block(const std::string& id, const std::string& prefix)
 {
+    if (uses.contains(prefix + id))
+        return "a block; \"" + id + "\" is a part, whose blocks go by names such as \"" + id + "/eq\"";
     // Bounds the time that a document full of wrong names takes.
     constexpr std::size_t kMostSuggestions = 20;
     constexpr std::size_t kMostCompared = 500;
     std::string near;
-    if (const auto known = unknown.find(id); known != unknown.end()) {
+    if (const auto known = unknown.find(prefix + id); known != unknown.end()) {
         near = known->second;
     } else if (unknown.size() < kMostSuggestions) {
         std::vector<std::string_view> names{kInputId, kOutputId};
         for (std::size_t b = 0; b < std::min(out.blocks.size(), kMostCompared); ++b)
-            names.push_back(out.blocks[b].id);
-        near = unknown[id] = nearest(id, names);
+            if (out.blocks[b].id.starts_with(prefix))
+                names.push_back(std::string_view(out.blocks[b].id).substr(prefix.size()));
+        for (std::size_t s = 0; s < std::min(sides.size(), kMostCompared); s += 2)
+            if (sides[s].id.starts_with(prefix))
+                names.push_back(std::string_view(sides[s].id).substr(prefix.size()));
+        near = unknown[prefix + id] = nearest(id, names);
     }
     return "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?");
 }
 
-void read_blocks(const json& blocks, const std::vector<std::string>& order, Draft& draft)
+void read_blocks(const json& blocks, const std::vector<std::string>& order, int scope, Definitions& names, Draft& draft)
 {
     if (!blocks.is_object() || blocks.size() > kMaxBlocks) {
         draft.fault("/blocks", blocks.is_object() ? json(blocks.size()) : blocks,
@@ -120,9 +150,10 @@ void read_blocks(const json& blocks, const std::vector<std::string>& order, Draf
         return;
     }
     // With "blocks" repeated, the order names blocks that the document no longer has.
+    std::unordered_set<std::string_view> seen;
     for (const std::string& id : order)
-        if (const auto block = blocks.find(id); block != blocks.end() && draft.ids.emplace(id, draft.input()).second)
-            read_block(id, *block, draft);
+        if (const auto block = blocks.find(id); block != blocks.end() && seen.insert(id).second)
+            read_item(id, *block, scope, names, draft);
 }
 
 void build_vectors(Draft& draft)

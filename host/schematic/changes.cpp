@@ -58,7 +58,7 @@ std::optional<std::string> value_in(const Setting& setting, Draft& draft)
     if (!setting.value.starts_with('='))
         return setting.value;
     json value = setting.value;
-    draft.definitions.resolve(value, "--set " + setting.text, draft.problems);
+    draft.definitions.resolve(value, "--set " + setting.text, draft.unresolved);
     return value.is_number() ? std::optional(value.dump()) : std::nullopt;
 }
 
@@ -121,6 +121,8 @@ private:
 void read_changes(const json& changes, Draft& draft)
 {
     std::vector<Step> steps;
+    for (const Draft::Override& o : draft.overrides)
+        steps.push_back({0, o.place, o.block, o.path, o.value.dump(-1, ' ', true)});
     if (!changes.is_array())
         draft.fault("/changes", changes, "an array: [{\"at\": 1.5, \"set\": {\"trim.gain\": 0.5}}]");
     else

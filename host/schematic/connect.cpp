@@ -10,12 +10,13 @@ namespace vantoro {
 namespace {
 
 // "mix has 2 inputs, 0 and 1"
-std::string has_text(const Node& node, int count, std::string_view side)
+std::string has_text(const Node& node, int count, bool source)
 {
-    const std::string_view what = node.type ? side : "channel";
+    const bool block = node.type || (node.passes() && node.seen_outside(source));
+    const std::string_view what = !block ? "channel" : source ? "output" : "input";
     if (count == 0)
-        return node.id + " has no " + std::string(what) + 's';
-    std::string text = node.id + " has " + count_text(count, what);
+        return node.name(source) + " has no " + std::string(what) + 's';
+    std::string text = node.name(source) + " has " + count_text(count, what);
     if (count == 1)
         return text + ", 0";
     return text + ", 0 " + (count == 2 ? "and " : "to ") + std::to_string(count - 1);
@@ -48,15 +49,25 @@ public:
         if (leaving == entering)
             join(wire, entering);
         else
-            problems_.push_back({place(wire), wire.from.text + " -> " + wire.to.text,
+            problems_.push_back({Wire::place(wire.index), wire.from.text + " -> " + wire.to.text,
                                  count_text(leaving, "pin") + " to " + count_text(entering, "pin") +
                                      "; number the pins so that the counts match"});
+    }
+
+    // Blocks hear what feeds the parts between them.
+    void pass_through_parts()
+    {
+        for (std::vector<Feed>& sources : sources_)
+            for (Feed& feed : sources)
+                if (is_passed_on(feed)) {
+                    const Feed origin = origin_of(feed);
+                    feed = origin.block == Feed::kSilence ? Feed{} : Feed{origin.block, origin.pin, feed.wire};
+                }
     }
 
     std::vector<std::vector<Feed>> take() { return std::move(sources_); }
 
 private:
-    static std::string place(const Wire& wire) { return "/wires/" + std::to_string(wire.index); }
     const Node& node(const End& end) const { return nodes_[static_cast<std::size_t>(end.node)]; }
 
     bool check_ends(const Wire& wire)
@@ -66,10 +77,34 @@ private:
         const bool from_good = has_pins(wire.from, *from.outputs);
         const bool to_good = has_pins(wire.to, *to.inputs);
         if (!from_good)
-            problems_.push_back({place(wire) + "/0", wire.from.text, has_text(from, *from.outputs, "output")});
+            problems_.push_back({Wire::place(wire.index) + "/0", wire.from.text, has_text(from, *from.outputs, true)});
         if (!to_good)
-            problems_.push_back({place(wire) + "/1", wire.to.text, has_text(to, *to.inputs, "input")});
+            problems_.push_back({Wire::place(wire.index) + "/1", wire.to.text, has_text(to, *to.inputs, false)});
         return from_good && to_good;
+    }
+
+    bool is_passed_on(const Feed& feed) const
+    {
+        return feed.block >= 0 && nodes_[static_cast<std::size_t>(feed.block)].passes();
+    }
+
+    // The sides on the way are cut while it is followed, so that a cycle ends in one that has a wire and no source;
+    // then they all hear the origin, so that no way is followed twice.
+    Feed origin_of(Feed feed)
+    {
+        std::vector<Feed*> way;
+        while (is_passed_on(feed)) {
+            const std::string& part = nodes_[static_cast<std::size_t>(feed.block)].id;
+            Feed& next = sources_[static_cast<std::size_t>(feed.block)][static_cast<std::size_t>(feed.pin)];
+            if (next.block == Feed::kSilence && next.wire >= 0)
+                problems_.push_back({Wire::place(next.wire), part, "a cycle through parts that hold no block there"});
+            way.push_back(&next);
+            feed = next;
+            next.block = Feed::kSilence;
+        }
+        for (Feed* step : way)
+            *step = feed.block == Feed::kSilence ? Feed{} : Feed{feed.block, feed.pin, step->wire};
+        return feed;
     }
 
     void join(const Wire& wire, int pins)
@@ -78,9 +113,9 @@ private:
             const int pin = wire.to.pin(k, *node(wire.to).inputs);
             Feed& feed = sources_[static_cast<std::size_t>(wire.to.node)][static_cast<std::size_t>(pin)];
             if (feed.wire >= 0) {
-                problems_.push_back({place(wire) + "/1", wire.to.text,
-                                     "pin " + std::to_string(pin) + " of " + node(wire.to).id +
-                                         " is already fed by /wires/" + std::to_string(feed.wire) +
+                problems_.push_back({Wire::place(wire.index) + "/1", wire.to.text,
+                                     "pin " + std::to_string(pin) + " of " + node(wire.to).name(false) +
+                                         " is already fed by " + Wire::place(feed.wire - wire.first) +
                                          "; only one wire may enter a pin"});
                 return;
             }
@@ -101,6 +136,7 @@ std::vector<std::vector<Feed>> connect(const std::vector<Node>& nodes, const std
     Connector connector(nodes, problems);
     for (const Wire& wire : wires)
         connector.add(wire);
+    connector.pass_through_parts();
     return connector.take();
 }
 

@@ -10,8 +10,8 @@
 
 namespace vantoro {
 
-// What each input pin of each node hears, by the numbers of nodes. The pins must be settled; broken nodes are passed
-// over.
+// What each input pin of each node hears, by the numbers of nodes: a block or a terminal, through parts that are used.
+// The pins must be settled; broken nodes are passed over.
 std::vector<std::vector<Feed>> connect(const std::vector<Node>& nodes, const std::vector<Wire>& wires,
                                        std::vector<Problem>& problems);
 

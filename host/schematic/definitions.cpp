@@ -22,14 +22,15 @@ constexpr std::size_t kMostCompared = 500;
 // What a value says that needs nothing else to be reported: its cause is.
 const std::string kReported = "reported";
 
+}  // namespace
+
 bool is_expression(const json& value)
 {
     return value.is_string() && value.get_ref<const std::string&>().starts_with('=');
 }
 
-}  // namespace
-
-Definitions::Definitions(const json& define, std::optional<int> rate, std::vector<Problem>& problems) : rate_(rate)
+Definitions::Definitions(const json& define, std::optional<int> rate, std::vector<Problem>& problems, bool texts)
+    : rate_(rate), texts_(texts), suggests_(problems.size() < kMostShown)
 {
     for (const auto& [name, value] : define.items())
         names_.emplace(name, Definition{value});
@@ -42,6 +43,12 @@ void Definitions::settle(const std::string& name, Definition& definition)
 {
     if (definition.state != State::fresh)
         return;
+    definition.plain = texts_ && good_name(name) && !is_expression(definition.written) &&
+                       (definition.written.is_string() || definition.written.is_boolean());
+    if (definition.plain) {
+        definition.state = State::done;
+        return;
+    }
     definition.state = State::under_way;
     ++depth_;
     const Evaluated result = evaluated(name, definition.written);
@@ -64,7 +71,7 @@ Evaluated Definitions::evaluated(const std::string& name, const json& written)
 
 std::string Definitions::nearest_to(std::string_view name)
 {
-    if (++suggestions_ > kMostSuggestions)
+    if (!suggests_ || ++suggestions_ > kMostSuggestions)
         return {};
     std::vector<std::string_view> known;
     for (auto it = names_.begin(); it != names_.end() && known.size() < kMostCompared; ++it)
@@ -87,6 +94,8 @@ Evaluated Definitions::value_of(std::string_view name)
     if (definition.state == State::fresh && depth_ >= kMostSteps)
         return {0, "at most " + std::to_string(kMostSteps) + " definitions made of one another"};
     settle(found->first, definition);
+    if (definition.plain)
+        return {0, '"' + found->first + "\" alone, as it is no number: " + as_text(definition.written)};
     return {definition.value, definition.state == State::wrong ? kReported : ""};
 }
 
@@ -94,6 +103,18 @@ Evaluated Definitions::evaluated(const std::string& text)
 {
     return evaluate(
         std::string_view(text).substr(1), [this](std::string_view name) { return value_of(name); }, rate_);
+}
+
+// What an expression stands for that is no more than the name of a text or a flag; else null.
+const json* Definitions::plain_value(const std::string& text)
+{
+    const auto begin = text.find_first_not_of(" \t", 1), end = text.find_last_not_of(" \t");
+    const auto found =
+        begin == text.npos ? names_.end() : names_.find(std::string_view(text).substr(begin, end + 1 - begin));
+    if (found == names_.end() || !found->second.plain)
+        return nullptr;
+    found->second.used = true;
+    return &found->second.written;
 }
 
 void Definitions::resolve(json& value, const std::string& where, std::vector<Problem>& problems)
@@ -104,6 +125,12 @@ void Definitions::resolve(json& value, const std::string& where, std::vector<Pro
                 resolve(part, where + pointer_step(key), problems);
     } else if (is_expression(value)) {
         const std::string text = value.get<std::string>();
+        if (const json* plain = plain_value(text)) {
+            expressions_[where] = {as_text(value), true};
+            value = *plain;
+            return;
+        }
+        suggests_ = problems.size() < kMostShown;
         const Evaluated result = evaluated(text);
         expressions_[where] = {as_text(value), result.good()};
         if (result.good())
@@ -113,19 +140,18 @@ void Definitions::resolve(json& value, const std::string& where, std::vector<Pro
     }
 }
 
-void Definitions::explain(std::vector<Problem>& problems, std::size_t from) const
+void Definitions::adopt(Definitions&& other) { expressions_.merge(std::move(other.expressions_)); }
+
+void Definitions::explain(std::vector<Problem>& problems) const
 {
     const auto expression = [&](const Problem& problem) {
         const auto found = expressions_.find(problem.where);
         return found == expressions_.end() ? nullptr : &found->second;
     };
-    const auto first = problems.begin() + static_cast<std::ptrdiff_t>(from);
-    problems.erase(
-        std::remove_if(first, problems.end(), [&](const Problem& p) { return expression(p) && !expression(p)->good; }),
-        problems.end());
-    for (std::size_t i = from; i < problems.size(); ++i)
-        if (const Expression* written = expression(problems[i]))
-            problems[i].value = written->text + " (" + problems[i].value + ')';
+    std::erase_if(problems, [&](const Problem& p) { return expression(p) && !expression(p)->good; });
+    for (Problem& problem : problems)
+        if (const Expression* written = expression(problem))
+            problem.value = written->text + " (" + problem.value + ')';
 }
 
 std::vector<Problem> Definitions::unused() const

@@ -14,6 +14,7 @@
 
 #include "schematic/definitions.h"
 #include "schematic/node.h"
+#include "schematic/parts.h"
 #include "schematic/reader.h"
 #include "schematic/schematic.h"
 
@@ -23,21 +24,32 @@ struct Draft {
     const ReadOptions& options;
     std::vector<Problem> problems{};
     Definitions definitions{};
-    std::size_t resolved = 0;  // problems when expressions had become numbers
+    std::vector<Problem> unresolved{};  // expressions that are wrong
     Schematic out{};
     std::optional<int> inputs{}, outputs{};  // channels, as the document says
     std::unordered_map<std::string, int> ids{};
-    std::vector<Node> nodes{};             // the blocks, then "input" and "output"
+    std::vector<Node> nodes{};             // the blocks, then "input" and "output", then the sides of parts
     std::vector<nlohmann::json> params{};  // of each block
     std::vector<Wire> wires{};
+    int wires_written = 0;  // also those that are wrong
+    Parts parts{};
+    std::unordered_map<std::string, int> uses{};  // of parts, by the ids they get: index of the first of two sides
+    std::vector<Node> sides{};                    // of the uses
+    struct Override {
+        std::string place, block, path;
+        nlohmann::json value;
+    };
+    std::vector<Override> overrides{};  // values inside parts that their uses change, the outermost use last
 
     int input() const { return static_cast<int>(out.blocks.size()); }  // nodes
     int output() const { return input() + 1; }
     std::optional<int> rate() const { return out.rate ? out.rate : options.rate; }
     std::optional<Pace> pace() const { return rate() ? std::optional(Pace(*rate(), out.block_size)) : std::nullopt; }
     void fault(std::string where, const nlohmann::json& value, std::string wanted);
-    // What to say where no block has this id.
-    std::string no_block(const std::string& id);
+    // What to say where no block has this id, in the scope whose blocks have this prefix.
+    std::string no_block(const std::string& id, const std::string& prefix = {});
+    // Whether a block or a use may have this id.
+    bool is_taken(const std::string& id) const { return ids.contains(id) || uses.contains(id); }
 
     std::map<std::string, std::string> unknown{};  // ids asked for, and what they may stand for
 };
@@ -49,12 +61,10 @@ inline bool good_moment(double seconds)
     return seconds >= 0 && seconds <= kMaxSeconds;
 }
 
-inline constexpr std::string_view kInputId = "input";
-inline constexpr std::string_view kOutputId = "output";
-
-// The steps.
-void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, Draft& draft);
-void read_wires(const nlohmann::json& wires, Draft& draft);
+// The steps. The blocks and the wires of a scope, by its number; names are those that its expressions may use.
+void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, int scope, Definitions& names,
+                 Draft& draft);
+void read_wires(const nlohmann::json& wires, int number, Draft& draft);
 bool wire_up(Draft& draft);  // false: too large to go on
 void build_vectors(Draft& draft);
 void read_changes(const nlohmann::json& changes, Draft& draft);

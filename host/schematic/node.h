@@ -6,17 +6,29 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "catalog/catalog.h"
 
 namespace vantoro {
 
-// A block or a terminal.
+inline constexpr std::string_view kInputId = "input";
+inline constexpr std::string_view kOutputId = "output";
+
+// A block, a terminal, or a side of a part that is used.
 struct Node {
     std::string id;
     const BlockType* type = nullptr;  // null: a terminal, any count will do
     std::optional<int> inputs{}, outputs{};
     bool broken = false;  // its type or its pins are wrong: nothing to check against
+    // A side of a part that is used: what enters it leaves it. Outside it goes by its id, inside by this name.
+    std::string_view inside{};
+    std::vector<std::string> names{};  // of the pins of such a side, if they have some
+
+    bool passes() const { return !inside.empty(); }
+    bool seen_outside(bool source) const { return !passes() || source != (inside == kInputId); }
+    std::string name(bool source) const { return seen_outside(source) ? id : std::string(inside); }
 };
 
 // One end of a wire: "mix" (all pins), "mix.2", "mix.2-5", "mix.1-" (from pin 1 on), or the same of the pins that go by
@@ -38,7 +50,10 @@ struct End {
 
 struct Wire {
     End from, to;
-    int index;  // in the document
+    int index;  // in the document, or beyond those of it: in the parts that are used
+    int first;  // index of the first wire that stands in the same place
+
+    static std::string place(int index) { return "/wires/" + std::to_string(index); }
 };
 
 // "1 input", "2 inputs"

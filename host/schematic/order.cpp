@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "schematic/node.h"
+
 namespace vantoro {
 
 namespace {
@@ -77,7 +79,7 @@ private:
                 text += " -> " + blocks_[index(step->block)].id;
         if (named > kMostNamed)
             text += " -> ...";
-        problems_.push_back({"/wires/" + std::to_string(closing.wire), text + " -> " + blocks_[index(closing.block)].id,
+        problems_.push_back({Wire::place(closing.wire), text + " -> " + blocks_[index(closing.block)].id,
                              "a cycle: remove one of these wires"});
     }
 

@@ -115,7 +115,9 @@ private:
     void known(int node, Side side)
     {
         work_.emplace_back(node, side);
-        if (const auto only = only_count(nodes_[index(node)].type, side, *count(node, side)))
+        const int value = *count(node, side);
+        const Node& known = nodes_[index(node)];
+        if (const auto only = known.passes() ? std::optional(value) : only_count(known.type, side, value))
             set(node, side == kIn ? kOut : kIn, *only);
     }
 
@@ -237,7 +239,8 @@ bool settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::
     const int count = static_cast<int>(nodes.size());
     // An open input that feeds whole blocks is stereo.
     for (int n = 0; n < count; ++n)
-        if (!nodes[static_cast<std::size_t>(n)].type && spread.joined(n, kOut))
+        if (const Node& node = nodes[static_cast<std::size_t>(n)];
+            !node.type && !node.passes() && spread.joined(n, kOut))
             spread.set(n, kOut, std::max(spread.least(n, kOut), 2));
     spread.run();
     // Blocks with numbered wires know more than those without: they come first.
@@ -248,6 +251,10 @@ bool settle_pins(std::vector<Node>& nodes, const std::vector<Wire>& wires, std::
             const bool open = !node.inputs || !node.outputs;
             if (node.type && !node.broken && open && (!numbered || least.inputs + least.outputs > 0))
                 settle_block(node, least, spread, n, problems);
+            if (node.passes() && open && (!numbered || least.inputs + least.outputs > 0)) {
+                spread.set(n, kIn, std::max(least.inputs, least.outputs));
+                spread.run();
+            }
         }
     }
     for (int n = 0; n < count; ++n) {

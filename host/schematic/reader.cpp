@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <tuple>
 #include <utility>
@@ -29,7 +30,7 @@ const json& member(const json& object, const char* name, const json& otherwise)
     return found == object.end() ? otherwise : *found;
 }
 
-// Numbers in place of expressions, wherever numbers stand.
+// Numbers in place of expressions, wherever numbers stand outside blocks.
 void resolve_values(json& document, const Fields& fields, Draft& draft)
 {
     const json* define = fields.find("define");
@@ -42,23 +43,19 @@ void resolve_values(json& document, const Fields& fields, Draft& draft)
     const auto resolve = [&](json& object, std::initializer_list<const char*> members, const std::string& where) {
         for (const char* name : members)
             if (object.is_object() && object.contains(name))
-                draft.definitions.resolve(object[name], where + pointer_step(name), draft.problems);
+                draft.definitions.resolve(object[name], where + pointer_step(name), draft.unresolved);
     };
     resolve(document, {"blockSize", "inputs", "outputs"}, "");
-    if (document.contains("blocks") && document["blocks"].is_object())
-        for (auto& [id, block] : document["blocks"].items())
-            resolve(block, {"inputs", "outputs", "params"}, "/blocks" + pointer_step(id));
     if (document.contains("changes") && document["changes"].is_array())
         for (std::size_t i = 0; i < document["changes"].size(); ++i)
             resolve(document["changes"][i], {"at", "set"}, "/changes/" + std::to_string(i));
-    draft.resolved = draft.problems.size();
 }
 
 void read_head(json& document, Draft& draft)
 {
     const Fields fields(document, "", draft.problems);
-    fields.allow(
-        {"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "define", "blocks", "wires", "changes"});
+    fields.allow({"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "define", "parts", "blocks",
+                  "wires", "changes"});
     fields.text("$schema");
     fields.text("note");
     fields.need("blocks", "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
@@ -71,6 +68,10 @@ void read_head(json& document, Draft& draft)
     draft.outputs = fields.whole("outputs", 0, kMaxPins);
     if (const auto channels = draft.options.channels; draft.inputs && channels && draft.inputs != channels)
         fields.fault("inputs", "the input has " + std::to_string(*channels) + " channels");
+    if (const json* parts = fields.find("parts"); parts && parts->is_object())
+        draft.parts.written = *parts;
+    else if (parts)
+        fields.fault("parts", "parts by name: {\"driver\": {\"blocks\": {...}, \"wires\": [...]}}");
 }
 
 void read_document(JsonText& text, Draft& draft)
@@ -81,14 +82,21 @@ void read_document(JsonText& text, Draft& draft)
         return;
     }
     read_head(document, draft);
-    read_blocks(member(document, "blocks", json::object()), text.order, draft);
-    read_wires(member(document, "wires", json::array()), draft);
+    draft.parts.order = std::move(text.order);
+    read_blocks(member(document, "blocks", json::object()), draft.parts.order["/blocks"], 0, draft.definitions, draft);
+    read_wires(member(document, "wires", json::array()), 0, draft);
+    for (std::size_t s = 1; s < draft.parts.scopes.size(); ++s)
+        read_wires(member(draft.parts.scopes[s].part->body, "wires", json::array()), static_cast<int>(s), draft);
+    if (draft.out.blocks.size() > kMaxBlocks)
+        return draft.fault("/blocks", json(draft.out.blocks.size()),
+                           "at most " + std::to_string(kMaxBlocks) + " blocks, with those of parts");
     if (!wire_up(draft))
         return;
     build_vectors(draft);
     read_changes(member(document, "changes", json::array()), draft);
-    if (!has_errors(draft.problems))  // which leave ends loose themselves
-        for (const auto& warnings : {loose_ends(draft.out, draft.inputs), draft.definitions.unused()})
+    if (!has_errors(draft.problems) && draft.unresolved.empty())  // which leave ends loose themselves
+        for (const auto& warnings :
+             {loose_ends(draft.out, draft.inputs), draft.definitions.unused(), unused_parts(draft.parts)})
             draft.problems.insert(draft.problems.end(), warnings.begin(), warnings.end());
 }
 
@@ -99,13 +107,19 @@ Draft read_text(std::string_view text, const ReadOptions& options)
     if (parsed.value.is_discarded())
         return draft;
     read_document(parsed, draft);
-    draft.definitions.explain(draft.problems, draft.resolved);
+    draft.definitions.explain(draft.problems);
+    draft.problems.insert(draft.problems.end(), draft.unresolved.begin(), draft.unresolved.end());
     if (draft.problems.empty())
         return draft;
+    place_in_parts(text, draft);
     locate(text, draft.problems);
-    // In the order of the text, then what stands elsewhere.
-    std::ranges::stable_sort(draft.problems, {},
-                             [](const Problem& p) { return std::tuple(p.line == 0, p.line, p.column); });
+    // In the order of the text, then of those of the parts, then what stands elsewhere.
+    std::ranges::stable_sort(draft.problems, {}, [](const Problem& p) {
+        return std::tuple(p.line == 0, std::string_view(p.file), p.line, p.column);
+    });
+    for (Problem& problem : draft.problems)
+        if (!options.places && problem.file.empty())
+            problem.line = problem.column = 0;
     return draft;
 }
 
@@ -139,6 +153,17 @@ std::string read_file(const std::string& path)
     return text;
 }
 
+std::string beside(const std::string& schematic, const std::string& name)
+{
+    return (std::filesystem::path(schematic).parent_path() / name).string();
+}
+
+PartSource read_part_file(const std::string& schematic, const std::string& name)
+{
+    const std::string path = beside(schematic, name);
+    return {path, read_file(path)};
+}
+
 Schematic parse_schematic(std::string_view text, const ReadOptions& options, std::vector<Problem>* warnings)
 {
     return finish(read_text(text, options), warnings);
@@ -146,9 +171,11 @@ Schematic parse_schematic(std::string_view text, const ReadOptions& options, std
 
 Schematic read_schematic(const std::string& path, const ReadOptions& options, std::vector<Problem>* warnings)
 {
-    Draft draft = read_text(read_file(path), options);
+    ReadOptions reading = options;
+    reading.part_file = [&](const std::string& name) { return read_part_file(path, name); };
+    Draft draft = read_text(read_file(path), reading);
     for (Problem& problem : draft.problems)
-        if (problem.line > 0)  // not on the command line
+        if (problem.line > 0 && problem.file.empty())  // not on the command line
             problem.file = path;
     return finish(std::move(draft), warnings);
 }

@@ -2,6 +2,7 @@
 // Reads schematics from JSON (docs/schematic.md). Every problem is found in one reading.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,11 +22,21 @@ struct Setting {
 // Throws UserError.
 Setting parse_setting(std::string_view text);
 
+// The file of a part.
+struct PartSource {
+    std::string path;  // for reports
+    std::string text;
+};
+
 // What is known beside the document.
 struct ReadOptions {
     std::optional<int> channels{};  // of the input; open: what the document says, or its wires ask for, or 2
     std::optional<int> rate{};      // Hz, where the document leaves it open
     std::vector<Setting> settings{};
+    // Reads a file that "parts" names, or throws UserError. Open: none may be named; read_schematic reads those beside
+    // the document.
+    std::function<PartSource(const std::string&)> part_file{};
+    bool places = true;  // whether problems of the document have lines; not in a text that nobody sees
 };
 
 // Both throw UserError with everything that is wrong. `warnings` gets what runs, but hardly as it is meant.
@@ -33,6 +44,10 @@ Schematic read_schematic(const std::string& path, const ReadOptions& options = {
                          std::vector<Problem>* warnings = nullptr);
 Schematic parse_schematic(std::string_view text, const ReadOptions& options = {},
                           std::vector<Problem>* warnings = nullptr);
+
+// A file that the schematic at `schematic` names, relative to its folder: its path, and what is in it, or UserError.
+std::string beside(const std::string& schematic, const std::string& name);
+PartSource read_part_file(const std::string& schematic, const std::string& name);
 
 // A whole file, up to 64 MiB. Throws UserError.
 std::string read_file(const std::string& path);

@@ -46,11 +46,32 @@ constexpr const char* kForm = R"({
       "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_]*$"},
       "additionalProperties": {"type": ["number", "string"], "pattern": "^="}
     },
+    "parts": {
+      "description": "Sub-schematics by name, for use as blocks: {\"part\": \"name\"}. A string is the path of a file with such an object, relative to the schematic.",
+      "type": "object",
+      "additionalProperties": {"if": {"type": "string"}, "else": {"$ref": "#/definitions/part"}}
+    },
+    "blocks": {"$ref": "#/definitions/blocks"},
+    "wires": {"$ref": "#/definitions/wires"},
+    "changes": {
+      "description": "Parameters that change while the audio runs.",
+      "type": "array",
+      "items": {"$ref": "#/definitions/change"}
+    }
+  },
+  "definitions": {
     "blocks": {
       "description": "The blocks by id. Blocks that do not depend on each other run in this order.",
       "type": "object",
-      "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_-]*$", "not": {"enum": ["input", "output"]}},
-      "additionalProperties": {"$ref": "#/definitions/block"}
+      "propertyNames": {
+        "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(/[A-Za-z_][A-Za-z0-9_-]*)*$",
+        "not": {"pattern": "^(.*/)?(input|output)(/.*)?$"}
+      },
+      "additionalProperties": {
+        "if": {"required": ["part"]},
+        "then": {"$ref": "#/definitions/use"},
+        "else": {"$ref": "#/definitions/block"}
+      }
     },
     "wires": {
       "description": "From output pins to input pins. Several wires may leave an output pin; one enters an input pin. An input pin without a wire hears silence.",
@@ -62,13 +83,53 @@ constexpr const char* kForm = R"({
         "maxItems": 2
       }
     },
-    "changes": {
-      "description": "Parameters that change while the audio runs.",
-      "type": "array",
-      "items": {"$ref": "#/definitions/change"}
-    }
-  },
-  "definitions": {
+    "part": {
+      "description": "A sub-schematic. Its pins are \"input\" and \"output\".",
+      "type": "object",
+      "required": ["blocks"],
+      "additionalProperties": false,
+      "properties": {
+        "$schema": {"type": "string"},
+        "title": {"type": "string"},
+        "note": {"type": "string"},
+        "parameters": {
+          "description": "Names and their defaults, for expressions in the part; a use sets others. One that is no number stands alone: \"=corner\".",
+          "type": "object",
+          "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_]*$"},
+          "additionalProperties": {"type": ["number", "string", "boolean"]}
+        },
+        "define": {
+          "description": "Names for values, used in the part alone.",
+          "type": "object",
+          "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_]*$"},
+          "additionalProperties": {"type": ["number", "string", "boolean"]}
+        },
+        "inputs": {"description": "Their number, or a name for each. Left out: what the wires ask for.", "$ref": "#/definitions/side"},
+        "outputs": {"description": "Their number, or a name for each. Left out: what the wires ask for.", "$ref": "#/definitions/side"},
+        "blocks": {"$ref": "#/definitions/blocks"},
+        "wires": {"$ref": "#/definitions/wires"}
+      }
+    },
+    "side": {
+      "type": ["integer", "array"],
+      "minimum": 0,
+      "items": {"type": "string", "pattern": "^[A-Za-z_][A-Za-z0-9_]*$"},
+      "uniqueItems": true
+    },
+    "use": {
+      "type": "object",
+      "required": ["part"],
+      "additionalProperties": false,
+      "properties": {
+        "part": {"description": "A name in \"parts\".", "type": "string"},
+        "set": {
+          "description": "Parameters of the part by name, and values of its blocks: \"eq.fc\".",
+          "type": "object",
+          "additionalProperties": {"$ref": "#/definitions/value"}
+        },
+        "note": {"type": "string"}
+      }
+    },
     "block": {
       "type": "object",
       "required": ["type"],
@@ -98,7 +159,7 @@ constexpr const char* kForm = R"({
     "pins": {
       "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on; \"xo.low\", \"xo.low.1\": the same of pins that have a name. \"input\" and \"output\" are the channels of the files.",
       "type": "string",
-      "pattern": "^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_]+)?(\\.[0-9]+(-[0-9]*)?)?$"
+      "pattern": "^[A-Za-z_][A-Za-z0-9_/-]*(\\.[A-Za-z_][A-Za-z0-9_]*)?(\\.[0-9]+(-[0-9]*)?)?$"
     },
     "value": {
       "anyOf": [
@@ -120,7 +181,7 @@ constexpr const char* kForm = R"({
         "set": {
           "description": "\"block.parameter\" to value; \"block.bands[3].boostDb\" for one value of a table.",
           "type": "object",
-          "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_-]*\\..+$"},
+          "propertyNames": {"pattern": "^[A-Za-z_][A-Za-z0-9_/-]*\\..+$"},
           "additionalProperties": {"$ref": "#/definitions/value"}
         },
         "note": {"type": "string"}
@@ -157,8 +218,9 @@ json schematic_schema()
     json& top = schema["properties"];
     top["rate"].update({{"minimum", kMinRate}, {"maximum", kMaxRate}, {"pattern", quantity_pattern("Hz")}});
     top["blockSize"]["maximum"] = kMaxBlockSize;
-    top["blocks"]["maxProperties"] = kMaxBlocks;
     json& definitions = schema["definitions"];
+    definitions["blocks"]["maxProperties"] = kMaxBlocks;
+    definitions["side"].update({{"maximum", kMaxPins}, {"maxItems", kMaxPins}});
     definitions["change"]["properties"]["at"]["pattern"] = "^=|" + quantity_pattern("s");
     definitions["count"]["maximum"] = kMaxPins;
     json names = json::array();

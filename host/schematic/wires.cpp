@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading the wires of a document, and what follows from them: pins, sources, order.
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -74,6 +75,16 @@ std::string read_name(const Node& node, bool source, std::string_view text, End&
     const auto dot = text.find('.');
     const std::string_view name = text.substr(0, dot);
     const std::string side = source ? "outputs" : "inputs";
+    if (const auto named = std::ranges::find(node.names, name); named != node.names.end() && dot == text.npos) {
+        end.first = static_cast<int>(named - node.names.begin());
+        end.count = 1;
+        return {};
+    }
+    if (!node.names.empty())
+        return node.name(source) + " has the pins " + joined({node.names.begin(), node.names.end()}) +
+               "; or numbers from 0";
+    if (node.passes() && node.seen_outside(source))
+        return node.id + " has no names for its " + side + ", but numbers from 0";
     if (!node.type)
         return node.id + " has no names for its channels, but numbers from 0";
     for (const VantoroPin& pin : pins_of(*node.type))
@@ -87,22 +98,27 @@ std::string read_name(const Node& node, bool source, std::string_view text, End&
 }
 
 // The node that an end names, or what is wrong with it.
-int find_node(const std::string& id, bool source, Draft& draft, std::string& wanted)
+int find_node(const std::string& id, bool source, const Scope& scope, Draft& draft, std::string& wanted)
 {
+    const int first_side = draft.output() + 1;
     if (id == kInputId || id == kOutputId) {
+        if (source == (id == kInputId) && scope.part)
+            return first_side + draft.uses.at(scope.prefix.substr(0, scope.prefix.size() - 1)) + (source ? 0 : 1);
         if (source == (id == kInputId))
             return source ? draft.input() : draft.output();
         wanted = source ? "a wire does not start at \"output\"" : "a wire does not end at \"input\"";
-    } else if (const auto block = draft.ids.find(id); block != draft.ids.end()) {
+    } else if (const auto block = draft.ids.find(scope.prefix + id); block != draft.ids.end()) {
         return block->second;
+    } else if (const auto use = draft.uses.find(scope.prefix + id); use != draft.uses.end()) {
+        return first_side + use->second + (source ? 1 : 0);
     } else {
-        wanted = draft.no_block(id);
+        wanted = draft.no_block(id, scope.prefix);
     }
     return End::kUnknown;
 }
 
 // What is wrong with an end, or empty.
-std::string read_pins(std::string_view text, bool source, Draft& draft, End& end)
+std::string read_pins(std::string_view text, bool source, const Scope& scope, Draft& draft, End& end)
 {
     const auto dot = text.find('.');
     const std::string id(text.substr(0, dot));
@@ -111,23 +127,27 @@ std::string read_pins(std::string_view text, bool source, Draft& draft, End& end
     std::string wanted;
     if (id.empty() || (dot != text.npos && !named && !parse_run(pins, end)))
         return "the pins of a block: \"eq\" (all), \"eq.0\", \"eq.0-1\" or \"eq.1-\", by number from 0 or by name";
-    const int found = find_node(id, source, draft, wanted);
+    const int found = find_node(id, source, scope, draft, wanted);
     if (found == End::kUnknown)
         return wanted;
-    if (named && found < draft.input() && draft.nodes[static_cast<std::size_t>(found)].broken)
-        return {};  // its type is wrong, and reported
+    const Node* const node = found < draft.input() ? &draft.nodes[static_cast<std::size_t>(found)]
+                             : found > draft.output()
+                                 ? &draft.sides[static_cast<std::size_t>(found - draft.output() - 1)]
+                                 : nullptr;
+    if (named && node && node->broken)
+        return {};  // its type or its part is wrong, and reported
     if (named)
-        wanted = read_name(found < draft.input() ? draft.nodes[static_cast<std::size_t>(found)] : Node{.id = id},
-                           source, pins, end);
+        wanted = read_name(node ? *node : Node{.id = id}, source, pins, end);
     if (wanted.empty())
         end.node = found;
     return wanted;
 }
 
-End read_end(const std::string& where, const json& value, bool source, Draft& draft)
+End read_end(const std::string& where, const json& value, bool source, const Scope& scope, Draft& draft)
 {
     End end;
-    if (const std::string wanted = read_pins(value.get_ref<const std::string&>(), source, draft, end); !wanted.empty())
+    if (const std::string wanted = read_pins(value.get_ref<const std::string&>(), source, scope, draft, end);
+        !wanted.empty())
         draft.fault(where, value, wanted);
     end.text = as_text(value);
     return end;
@@ -138,7 +158,7 @@ bool affordable(Draft& draft)
 {
     double outputs = 0;
     for (const Node& node : draft.nodes)
-        outputs += node.outputs.value_or(0);
+        outputs += node.passes() ? 0 : node.outputs.value_or(0);
     const double bytes = outputs * draft.out.block_size * sizeof(float);
     if (bytes <= kMaxBufferBytes)
         return true;
@@ -161,23 +181,25 @@ std::vector<Feed> heard(std::vector<Feed> sources, Draft& draft)
 
 }  // namespace
 
-void read_wires(const json& wires, Draft& draft)
+void read_wires(const json& wires, int number, Draft& draft)
 {
+    Scope& scope = draft.parts.scopes[static_cast<std::size_t>(number)];
+    scope.first_wire = draft.wires_written;
     if (!wires.is_array()) {
         draft.fault("/wires", wires, "an array of wires: [[\"input\", \"trim\"], [\"trim\", \"output\"]]");
         return;
     }
-    for (std::size_t i = 0; i < wires.size(); ++i) {
-        const std::string where = "/wires/" + std::to_string(i);
-        const json& wire = wires[i];
+    for (const json& wire : wires) {
+        const int index = draft.wires_written++;
+        const std::string where = Wire::place(index);
         if (!wire.is_array() || wire.size() != 2 || !wire[0].is_string() || !wire[1].is_string()) {
             draft.fault(where, wire, "a wire is a pair of strings: [\"eq.0\", \"mix.1\"]");
             continue;
         }
-        const End from = read_end(where + "/0", wire[0], true, draft);
-        const End to = read_end(where + "/1", wire[1], false, draft);
+        const End from = read_end(where + "/0", wire[0], true, scope, draft);
+        const End to = read_end(where + "/1", wire[1], false, scope, draft);
         if (from.node != End::kUnknown && to.node != End::kUnknown)
-            draft.wires.push_back({from, to, static_cast<int>(i)});
+            draft.wires.push_back({from, to, index, scope.first_wire});
     }
 }
 
@@ -186,6 +208,7 @@ bool wire_up(Draft& draft)
     const auto channels = draft.options.channels ? draft.options.channels : draft.inputs;
     draft.nodes.push_back({.id = std::string(kInputId), .inputs = 0, .outputs = channels});
     draft.nodes.push_back({.id = std::string(kOutputId), .inputs = draft.outputs, .outputs = 0});
+    draft.nodes.insert(draft.nodes.end(), draft.sides.begin(), draft.sides.end());
     if (!settle_pins(draft.nodes, draft.wires, draft.problems) || !affordable(draft))
         return false;
     const auto sources = connect(draft.nodes, draft.wires, draft.problems);

@@ -132,12 +132,12 @@ JsonText parse_document(std::string_view text, std::string_view ordered, std::ve
     JsonText out{parsed(text, true, problems), {}};
     if (out.value.is_discarded())
         return out;
-    const std::string parent = pointer_step(ordered);
+    const std::string last_step = pointer_step(ordered);
     walk_json(text, [&](const Part& part) {
         if (part.repeated)
             problems.push_back(repeated_key(part));
-        if (around(part.pointer) == parent)
-            out.order.push_back(part.key);
+        if (const std::string_view parent = around(part.pointer); parent.ends_with(last_step))
+            out.order[std::string(parent)].push_back(part.key);
     });
     return out;
 }

@@ -3,6 +3,7 @@
 // bounded nesting.
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,8 +16,9 @@
 namespace vantoro {
 
 struct JsonText {
-    nlohmann::json value;            // discarded when the syntax is wrong
-    std::vector<std::string> order;  // the keys of the top-level object `ordered`, as written
+    nlohmann::json value;  // discarded when the syntax is wrong
+    // The keys of the objects that are a member `ordered`, as written, by the pointer of the object.
+    std::map<std::string, std::vector<std::string>> order;
 };
 
 // A document, with comments: // to the end of the line, /* to its end */.

@@ -405,8 +405,8 @@ class Cli(unittest.TestCase):
                 listing = self.call("check", path)
                 self.assertEqual(listing.stderr, "")
                 self.call("graph", path, "-o", self.path(name + ".svg"))
-                for block in document(path)["blocks"]:
-                    self.assertIn(" %s: " % block, listing.stdout)
+                for block, value in document(path)["blocks"].items():
+                    self.assertIn(" %s%s" % (block, "/" if "part" in value else ": "), listing.stdout)
         pictures = os.path.join(SOURCE, "docs", "schematics")
         for name in os.listdir(pictures):
             self.assertEqual(self.call("check", "--strict", os.path.join(pictures, name)).stderr, "", name)

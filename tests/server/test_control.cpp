@@ -286,6 +286,36 @@ TEST(Document, ANumberTakesThePlaceOfAnExpression)
     EXPECT_EQ(store.text, wanted);
 }
 
+// What the page sets in a part belongs to that use, in whatever spelling, and is saved there; no message names a file.
+TEST(Document, AValueInAPartIsSetInItsUse)
+{
+    const std::string text = R"({
+  "inputs": 1,
+  "parts": {"way": {"blocks": {"eq": {"type": "FILTER_TEXTEQ", "params": {"bands": [{"fc": 100}, {"fc": 200}]}}},
+                    "wires": [["input", "eq"], ["eq", "output"]]}},
+  "blocks": {"a": {"part": "way"}, "b": {"part": "way", "set": {"eq.bands[01].fc": 900, "eq.bands[0].fc": 50}}},
+  "wires": [["input", "a"], ["a", "b"], ["b", "output"]]
+})";
+    MemoryStore store(text);
+    Document document(store, {});
+    document.set({{"a/eq.bands[1].fc", 300}});
+    document.set({{"b/eq.bands[1].fc", 400}});
+    EXPECT_THROW(document.set({{"b/eq.bands[1].fv", 400}}), UserError);
+    document.save(document.revision());
+    const auto saved = json::parse(store.text);
+    EXPECT_EQ(saved["parts"], json::parse(text)["parts"]);
+    EXPECT_EQ(saved["blocks"]["a"]["set"], json({{"eq.bands[1].fc", 300}}));
+    EXPECT_EQ(saved["blocks"]["b"]["set"]["eq.bands[0].fc"], 50);
+    const auto set = document.schematic().blocks[1].vector;
+    EXPECT_EQ(std::ranges::count(set, 400.0F), 1);
+    EXPECT_EQ(std::ranges::count(set, 900.0F), 0);
+    auto other = document.json();
+    other["parts"]["way"] = "way.json";
+    EXPECT_THROW(document.edit(other), UserError);
+    document.undo();
+    EXPECT_EQ(std::ranges::count(document.schematic().blocks[1].vector, 900.0F), 1);
+}
+
 TEST(Document, PresetsAreWholeSchematicsByName)
 {
     const auto folder = std::filesystem::temp_directory_path() / ("presets" + std::to_string(::getpid()));
