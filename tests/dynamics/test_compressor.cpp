@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "support/rig.h"
@@ -57,21 +56,6 @@ TEST(Compressor, FollowsTheDrawnCurve)
         EXPECT_NEAR(settled_gain(blk, db(-2.5)), 1.0, kRamp);                // above: unity, not the last point's
         EXPECT_NEAR(settled_gain(blk, 1.0F), 1.0, kRamp);
     }
-}
-
-TEST(Compressor, PassesAnythingWithTheDefaultCurveAndClampsAtFullScale)
-{
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    const std::vector<float> signal = rig::noise(6400);
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(rig::bits(blk.run({signal})[0]), rig::bits(signal));
-        blk.set(curve({-80, -60, -40, -20, 0}, {-80, -60, -40, -20, 0}));
-    }
-    blk.fill(0, {4.0F, -4.0F, 1.0F, 0.5F});
-    blk.process();
-    EXPECT_EQ(blk.out(0)[0], 1.0F);
-    EXPECT_EQ(blk.out(0)[1], -1.0F);
-    EXPECT_EQ(blk.out(0)[3], 0.5F);
 }
 
 // Curves set one after another in the same block, and the gain in dB at levels in dB.
@@ -132,22 +116,6 @@ TEST(Compressor, WeightsFollowOneLawAtInitAndAnotherWhenSet)
     EXPECT_NEAR(blk.out(0)[255], 0.398107, 1e-6);  // 6 dB of power
 }
 
-TEST(Compressor, RampsInALineUpFullyAndDownByItsPart)
-{
-    rig::Rig blk(EN_DP_COMPRESSOR_PEAK, 1, 1);
-    blk.set(curve({-60, -10}, {-80, -30}));
-    const double keep = blk.core<Compressor_Core>().decay_coeff;
-    blk.fill(0, 0.2F);
-    blk.process();
-    const double down = 1 - (1 - keep) * 0.9;
-    EXPECT_NEAR(blk.out(0)[63], 0.2 * down, 1e-5);
-    EXPECT_NEAR(blk.out(0)[0], 0.2 * (1 + (down - 1) / 64), 1e-6);
-    EXPECT_NEAR(blk.out(0)[31], 0.2 * (1 + down) / 2, 1e-5);
-    blk.fill(0, 0.5F);  // above the curve
-    blk.process();
-    EXPECT_NEAR(blk.out(0)[63], 0.5, 1e-5);
-}
-
 TEST(Compressor, OneHoldCounterServesAllChannels)
 {
     const auto blocks_held = [](int channels, bool neighbour_rises) {
@@ -167,25 +135,6 @@ TEST(Compressor, OneHoldCounterServesAllChannels)
     EXPECT_EQ(blocks_held(1, false), 8);
     EXPECT_EQ(blocks_held(2, false), 4);  // counted down once per channel
     EXPECT_EQ(blocks_held(2, true), 50);  // and up again by any
-}
-
-// A pulse over half of the time: its mean square lies 3 dB under its peak.
-TEST(Compressor, SidechainAloneSteersAllChannelsByPeakOrMeanSquare)
-{
-    for (const auto& [type, level] : {std::pair{EN_DP_COMPRESSOR_RMS, -33.0103},
-                                      {EN_DP_COMPRESSOR_PEAK, -30.0},
-                                      {EN_DP_COMPRESSOR_EXT_RMS, -33.0103},
-                                      {EN_DP_COMPRESSOR_EXT_PEAK, -30.0}}) {
-        const int side = type >= EN_DP_COMPRESSOR_EXT_RMS ? 1 : 0;
-        rig::Rig blk(type, 2 + side, 2);
-        blk.set(curve({-60, -10}, {-60, -35}));
-        blk.fill_noise(1);
-        blk.fill(0, 0.0F);
-        std::ranges::fill(blk.in(0).first(32), static_cast<float>(rig::from_db(-30)));
-        blk.process(600);
-        for (int ch = 0; ch <= side; ++ch)  // half a table step of 0.5 dB, on a slope of a half
-            EXPECT_NEAR(20 * std::log10(blk.out(ch)[0] / blk.in(ch + side)[0]), -(level + 60) / 2, 0.13) << type;
-    }
 }
 
 TEST(Compressor, ChannelsSideBySideAreThoseOfOneChannelAlone)

@@ -1,22 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "support/rig.h"
-
-TEST(Envelope, PeakIsLimitedToOneAndDecaysSlowerBeforeItIsSetThanAfter)
-{
-    rig::Rig blk(EN_DP_ENV, 1, 1);
-    for (const double decay : {0.998083, 0.997604}) {
-        blk.fill(0, {-4.0F, 0.0F});
-        blk.process();
-        for (const int i : {0, 1, 2, 63})
-            EXPECT_NEAR(blk.out(0)[static_cast<std::size_t>(i)], std::pow(decay, i), 64e-6);  // six-digit factors
-        blk.set({0, 200});
-    }
-}
 
 TEST(Envelope, PeakWithAHoldTimeNeverFallsUntilItIsSetAgain)
 {
@@ -53,18 +40,6 @@ TEST(Envelope, HoldsEndOneSampleLaterInTheMeanSquareThanInTheSteeredPeak)
     EXPECT_NEAR(rms.out(0)[4] / rms.out(0)[0], std::pow(1 - 0.00095987, 4), 1e-5);
 }
 
-TEST(Envelope, MeanSquareIsNeitherRootedNorLimited)
-{
-    rig::Rig fast(EN_DP_ENV_RMS, 1, 1), slow(EN_DP_ENV_RMS, 1, 1);
-    fast.set({0, 200, 2000});
-    slow.set({0, 200, 200});
-    const std::vector<std::vector<float>> twos = {std::vector<float>(6400, 2.0F)};
-    const std::vector<float> fast_out = fast.run(twos)[0], slow_out = slow.run(twos)[0];
-    EXPECT_NEAR(fast_out.back(), 4.0, 1e-4);
-    EXPECT_NEAR(slow_out[999], 4 * (1 - std::pow(1 - 0.00095987, 1000)), 1e-4);
-    EXPECT_LT(slow_out[999], fast_out[999]);  // a larger time is the faster one
-}
-
 TEST(Limiter, HoldsTheMeanSquareOfASineAndTellsSo)
 {
     rig::Rig blk(EN_DP_LIMITER, 1, 1);
@@ -80,29 +55,10 @@ TEST(Limiter, HoldsTheMeanSquareOfASineAndTellsSo)
     EXPECT_EQ(blk.process(), 0);
 }
 
-TEST(Limiter, TurnsDownAtOnceForTheOldGainHasTheSmallWeight)
-{
-    rig::Rig blk(EN_DP_LIMITER, 1, 1);
-    blk.set({200, 200, 6});
-    blk.fill(0, 1.0F);
-    blk.process(300);
-    EXPECT_NEAR(blk.out(0)[63], 1.0, 1e-6);
-    blk.set({200, 200, -20});
-    blk.process();
-    EXPECT_NEAR(blk.out(0)[0], 0.1 + 0.0023956 * 0.9, 1e-4);
-    EXPECT_NEAR(blk.out(0)[1], 0.1, 1e-4);
-}
-
-TEST(Limiter, ChannelsKeepToThemselvesAndTheLastOneAnswers)
+TEST(Limiter, TheLastChannelAnswers)
 {
     rig::Rig blk(EN_DP_LIMITER, 5, 5);
     blk.set({200, 200, -12});
-    const std::vector<float> loud = rig::sine(9600, 500, 48000), quiet = rig::sine(9600, 500, 48000, 0.1);
-    const auto out = blk.run({loud, quiet, loud, quiet, quiet});
-    for (std::size_t i = 0; i < quiet.size(); ++i)
-        ASSERT_NEAR(out[1][i], quiet[i], 1e-6);  // unity within the rounding of the gain
-    EXPECT_EQ(out[4], out[1]);
-    EXPECT_LT(rig::rms(std::span(out[0]).last(960)), 0.26);
     for (const auto& [last, limiting] : {std::pair{0.05F, 0}, std::pair{1.0F, 1}}) {
         blk.fill(0, 1.0F - last);
         blk.fill(4, last);

@@ -96,19 +96,6 @@ TEST(Loudness, FadesInFromSilenceChannelAfterChannel)
     EXPECT_EQ(one.core<Loudness_Core>().pre_gain, one.core<Loudness_Core>().post_gain);
 }
 
-TEST(Loudness, ASetKeepsTheFiltersState)
-{
-    const std::vector<float> vector = {80, 30, 6000, 20, 0, -10};
-    const std::vector<std::vector<float>> signal = {rig::noise(640)};
-    rig::Rig blk(EN_LOUDNESS_LH, 1, 1), twin(EN_LOUDNESS_LH, 1, 1);
-    for (rig::Rig* each : {&blk, &twin}) {
-        each->set(vector);
-        each->run(signal);
-    }
-    blk.set(vector);
-    EXPECT_EQ(blk.run(signal), twin.run(signal));
-}
-
 TEST(Loudness, ChannelAfterChannelByDirectCallsIsTheWholeBlock)
 {
     for (const bool pin : {false, true}) {

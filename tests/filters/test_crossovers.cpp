@@ -72,41 +72,16 @@ TEST(Crossover, EveryTypeIsItsPrototype)
         }
 }
 
-TEST(Crossover, LinkwitzRileyPairsSumFlat)
+// Up to 4 n - 1 outputs, of which 3 n are written.
+TEST(Crossover, LeavesSpareOutputsAloneAndKeepsItsLastInputs)
 {
-    for (const auto& [type, polarity] : {std::pair{LR12, 1.0F}, {LR24, 0.0F}, {LR36, 1.0F}, {LR48, 0.0F}}) {
-        auto bands = answers(two_way(type, 700, 0, 0, polarity));
-        std::ranges::transform(bands[0], bands[1], bands[0].begin(), std::plus<>());
-        for (double hz = 20.0; hz < 24000.0; hz *= 1.3)
-            // 1.4142 for the root of 2, twice: 0.0002 dB; the rest is single precision.
-            EXPECT_NEAR(db(rig::spectrum(bands[0], 2.0 * kPi * hz / kRate)), 0.0, 0.003) << type << " at " << hz;
-    }
-}
-
-TEST(Crossover, EveryChannelHasItsBandsInOrder)
-{
-    rig::Rig stereo(EN_FILTER_CROSSOVER_3WAY, 2, 6), mono(EN_FILTER_CROSSOVER_3WAY, 1, 3),
-        crossed(EN_FILTER_CROSSOVER_3WAY, 2, 6);
-    for (rig::Rig* blk : {&stereo, &mono, &crossed})
-        blk->set({LR48, 500, 0, Bessel18, 4000, 2, Butter12, 4000, LR36, 500, -1, 1, 1});
-    crossed.alias(0, 1);  // the first low band into the second input
-    crossed.alias(4, 0);
-    const auto signal = std::vector{rig::noise(640, 1), rig::noise(640, 2)};
-    const auto six = stereo.run(signal), three = mono.run({signal[1]});
-    EXPECT_EQ(std::vector(six.begin() + 3, six.end()), three);
-    EXPECT_EQ(crossed.run(signal), six);
-    const float* last = crossed.core<Crossover3Way_Core>().inputBuffer;  // of every input
+    rig::Rig spare(EN_FILTER_CROSSOVER_3WAY, 2, 7);
+    std::ranges::fill(spare.out(6), 0.5F);
+    const auto signal = rig::stimulus(2, 64);
+    spare.run(signal);
+    EXPECT_EQ(rig::bits(spare.out(6)), rig::bits(Vector(64, 0.5F)));
+    const float* last = spare.core<Crossover3Way_Core>().inputBuffer;
     EXPECT_EQ(Vector(last, last + 2), (Vector{signal[0].back(), signal[1].back()}));
-
-    // The same from two-way blocks, the middle band from two in series. Polarity turns low and mid, never high.
-    rig::Rig ends(EN_FILTER_CROSSOVER_2WAY, 1, 2), below(EN_FILTER_CROSSOVER_2WAY, 1, 2),
-        above(EN_FILTER_CROSSOVER_2WAY, 1, 2);
-    ends.set({LR48, 500, 0, Bessel18, 4000, 2, 1});
-    below.set({Butter12, 4000, -1, LR12, 9, 9, 1});
-    above.set({LR12, 9, 9, LR36, 500, 0, 0});
-    auto expected = ends.run({signal[1]});
-    expected.push_back(above.run({below.run({signal[1]})[0]})[1]);
-    EXPECT_EQ(three, expected);
 }
 
 TEST(Crossover, ANewTypeKeepsTheWordsItHasAndAddsSilence)
@@ -139,36 +114,14 @@ TEST(Crossover, UnknownTypesWriteNothing)
     EXPECT_EQ(blk.run({rig::noise(64)})[0], Vector(64));
 }
 
-TEST(Crossover, ClampsGainsAndLivesThroughAnyCorner)
+TEST(Crossover, LivesThroughAnyCorner)
 {
     for (int type = LR12; type <= LR48; ++type)
         for (const float fc : {0.0F, 1.0F, 24000.0F}) {
             rig::Rig blk(EN_FILTER_CROSSOVER_3WAY, 1, 3);
             const auto t = static_cast<float>(type);
             blk.set({t, fc, 60, t, fc, -60, t, fc, t, fc, 51, 0, 0});
-            EXPECT_EQ(blk->pParam[kCrossover3WayLowGainDB], 50.0F);
-            EXPECT_EQ(blk->pParam[kCrossover3WayHighGainDB], -50.0F);
-            EXPECT_EQ(blk->pParam[kCrossover3WayMedGainDB], 50.0F);
             const std::span coeff(blk->pStateB, static_cast<std::size_t>(20 * kTypes[type].sections));
             EXPECT_TRUE(std::ranges::all_of(coeff, [](float c) { return std::isfinite(c); })) << type << " at " << fc;
         }
-}
-
-// Up to 4 n - 1 outputs, of which 3 n are written.
-TEST(Crossover, LeavesSpareOutputsAlone)
-{
-    rig::Rig spare(EN_FILTER_CROSSOVER_3WAY, 2, 7);
-    std::ranges::fill(spare.out(6), 0.5F);
-    spare.run({rig::noise(64), rig::noise(64)});
-    EXPECT_EQ(rig::bits(spare.out(6)), rig::bits(Vector(64, 0.5F)));
-}
-
-TEST(Crossover, GainsScaleTheNumeratorBeforeTheDivision)
-{
-    float coeff[5], ba[17];
-    for (float fc = 40; fc < 20000; fc *= 1.3F) {
-        calculateHP(coeff, ba, 48000, Butter12, fc, 0.3F);
-        const float t = std::tan(static_cast<float>(kPi * static_cast<double>(fc)) / 48000);
-        EXPECT_EQ(coeff[1], -0.6F / (t * t + 1.4142F * t + 1)) << fc;
-    }
 }

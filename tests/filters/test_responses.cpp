@@ -183,27 +183,6 @@ TEST(SecondOrderDesign, BandsWidenUpToTheEndOfSinh)
     }
 }
 
-// Both are products of two first-order sections: the tone shelves with treble +9 dB at twice the tangent of the bass
-// corner, -7 dB; and two low-passes, of which the first lacks the zero that the second has.
-TEST(SecondOrderDesign, TonesAndPairsAreProducts)
-{
-    at_every_corner([&](int rate, float fc, double w) {
-        const auto share = [](double boost) { return 2.0 / (linear(boost) + 1.0); };
-        const double q = share(-9), p = share(9), u = share(7), r = share(-7);
-        const auto treble = float(std::atan(2.0 * std::tan(w / 2.0)) / kPi * rate);
-        expect_prototype(rig::designed(EN_FILTER_2ND_TONE, {1, 0, treble, 9, fc, -7}, rate), w, 0,
-                         {-q, q * u - 2, 2 * u, p, p * r + 2, 2 * r});
-        const Section pair = rig::designed(EN_FILTER_2ND_FIRSTORDERS, {1, 0, 1, fc, 2, 1, fc, 1}, rate);
-        const double pole = std::exp(-kBase * w);
-        for (const double at : {0.1 * w, w, 2.0 * w}) {
-            const Complex one = (1.0 - pole) / (1.0 - pole * std::polar(1.0, -at));
-            const Response found = response(pair, at);
-            const Complex expected = linear(3) * one * one * (1.0 + std::polar(1.0, -at)) / 2.0;
-            EXPECT_LT(std::abs(found.value / expected - 1.0), 0.002 + found.blur);
-        }
-    });
-}
-
 // The poles of low-, high- and all-pass lie at 2.72^-w, so they meet the prototype at a corner of tanh instead of tan.
 TEST(FirstOrderDesign, EveryResponseIsItsPrototype)
 {

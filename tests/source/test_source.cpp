@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <numbers>
 
 #include "support/rig.h"
@@ -47,20 +46,20 @@ TEST(Sources, Constants)
     EXPECT_EQ(number.out(1)[0], -2.0F);
 }
 
-// An eighth of a period apart; then full scale, the period from the crossings, and the level from the wave's integral.
-TEST(Oscillator, ShapeFrequencyAndLevel)
+// An eighth of a period apart.
+TEST(Oscillator, HasItsShapeAtItsFrequency)
 {
     const double root = std::sqrt(0.5);
     const struct {
         int type;
-        double tolerance, level;
+        double tolerance;
         std::vector<double> period;
     } waves[] = {
-        {EN_SOURCE_OSC_SQUARE, 0, 1, {1, 1, 1, 1, -1, -1, -1, -1}},
-        {EN_SOURCE_OSC_TRIANGLE, 1e-6, std::sqrt(1.0 / 3), {-1, -0.5, 0, 0.5, 1, 0.5, 0, -0.5}},  // half an ulp of 2 pi
-        {EN_SOURCE_OSC_SAWTOOTH, 1e-6, std::sqrt(1.0 / 3), {-1, -0.75, -0.5, -0.25, 0, 0.25, 0.5, 0.75}},
-        {EN_SOURCE_OSC_SINE, 1.7e-4, root, {0, root, 1, root, 0, -root, -1, -root}},  // the fast sine's error
-        {EN_SOURCE_OSC_BEEQ, 1.7e-4, root, {0, root, 1, root, 0, -root, -1, -root}},
+        {EN_SOURCE_OSC_SQUARE, 0, {1, 1, 1, 1, -1, -1, -1, -1}},
+        {EN_SOURCE_OSC_TRIANGLE, 1e-6, {-1, -0.5, 0, 0.5, 1, 0.5, 0, -0.5}},  // half an ulp of 2 pi
+        {EN_SOURCE_OSC_SAWTOOTH, 1e-6, {-1, -0.75, -0.5, -0.25, 0, 0.25, 0.5, 0.75}},
+        {EN_SOURCE_OSC_SINE, 1.7e-4, {0, root, 1, root, 0, -root, -1, -root}},  // the fast sine's error
+        {EN_SOURCE_OSC_BEEQ, 1.7e-4, {0, root, 1, root, 0, -root, -1, -root}},
     };
     for (const auto& wave : waves) {
         rig::Rig blk(wave.type, 0, 1, {.rate = 44100});
@@ -68,16 +67,6 @@ TEST(Oscillator, ShapeFrequencyAndLevel)
         const std::vector<float> once = play(blk, 1);
         for (std::size_t i = 0; i < 8; ++i)
             EXPECT_NEAR(once[i], wave.period[i], wave.tolerance) << wave.type << ", " << i;
-        for (const float hz : {31.7F, 500.0F, 2999.0F}) {
-            SCOPED_TRACE(testing::Message() << wave.type << " at " << hz);
-            blk.set({1, hz});
-            const std::vector<float> x = play(blk, 2000);
-            // The step is rounded to float: 6e-8; a square's crossings are uncertain by a sample in 2.9 s: 8e-6.
-            EXPECT_NEAR(frequency(x, 44100) / static_cast<double>(hz), 1.0, 2e-5);
-            EXPECT_NEAR(rig::rms(x), wave.level, 2e-3);  // a part of a period, and a square's odd half
-            EXPECT_LE(*std::ranges::max_element(x), 1.0F);
-            EXPECT_GE(*std::ranges::min_element(x), -1.0F);
-        }
     }
 }
 
@@ -153,55 +142,23 @@ TEST(Vco, FrequencyPerPinWithItsLimits)
     EXPECT_NEAR(frequency(run({0.1F, 0.1F, 0.1F, 0.1F}, 500)[1], 48000), 2400, 0.02);
 }
 
-TEST(WhiteNoise, ExactSequenceOfASeed)
+TEST(WhiteNoise, IsItsMeanWithoutVarianceAndSilentWhenOff)
 {
     rig::Rig blk(EN_SOURCE_WHITENOISE, 0, 2);
-    blk.set({1, 0.5F, 4.0F});
-    std::srand(42);
-    blk.process();
-    std::srand(42);
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        long long s = std::rand();
-        double sum = 0;
-        for (int k = 0; k < 12; ++k) {
-            s = (s * 2045 + 1) % 1048576;
-            sum += static_cast<double>(s) / 1048576;
-        }
-        ASSERT_EQ(blk.out(0)[i], 0.5F + lbx_fast_sqrtf(4.0F) * static_cast<float>(sum - 6)) << i;
-        ASSERT_EQ(blk.out(1)[i], blk.out(0)[i]);
-    }
     blk.set({1, 0.25F, 0});
     EXPECT_EQ(play(blk, 1), std::vector<float>(kBlock, 0.25F));  // no variance: the mean
     blk.set({0, 0.25F, 1});
     EXPECT_EQ(rig::rms(play(blk, 1)), 0.0);
 }
 
-// The phase is the integral of a piecewise linear frequency: 100 .. 1000 Hz over 100 ms, then 1000 .. 500 over 50. The
-// level falls by 20 dB over the first 100 ms.
-TEST(Clime, FollowsItsBreakpoints)
+TEST(Clime, RestartsAndTakesWhatIsEditedWithAnUpdate)
 {
     rig::Rig blk(EN_SOURCE_CLIME, 0, 2);
     blk.set({3, 150, 9, 12, 6, 1, 0, -20, -20, 0, 100, 150, 100, 1000, 500});
     const std::vector<float> x = play(blk, 300);
-    const auto cycles = [](double t) {
-        if (t < 0.1)
-            return 100 * t + 4500 * t * t;
-        if (t < 0.15)
-            return 55 + 1000 * (t - 0.1) - 5000 * (t - 0.1) * (t - 0.1);
-        return 92.5 + 500 * (t - 0.15);
-    };
-    for (std::size_t i = 0; i < x.size(); i += 7) {
-        const double t = static_cast<double>(i) / 48000;
-        const double gain = std::pow(10.0, -std::min(t / 0.1, 1.0));
-        // Summing the phase step by step, from each step's start, is behind the integral by half a step's change:
-        // up to 450 Hz / 48 kHz of a turn; the float phase adds little.
-        ASSERT_NEAR(x[i], gain * std::sin(kTwoPi * cycles(t)), gain * 0.06 + 1e-6) << i;
-    }
     EXPECT_NEAR(frequency(std::span(x).subspan(8000), 48000), 500, 0.01);
     blk.update();  // restarts over the block's own copy of the arrays
     EXPECT_EQ(play(blk, 300), x);
-
-    // What is edited in the stored vector is taken over by an update, as if it had been set.
     EXPECT_EQ(std::vector<float>(blk->pParam, blk->pParam + 15),
               (std::vector<float>{3, 150, 6, 9, 12, 1, 0, 100, 150, 100, 1000, 500, 0, -20, -20}));
     blk->pParam[10] = 300;

@@ -38,19 +38,6 @@ inline std::vector<float> designed(int type, std::vector<float> vector, int rate
     return coeff;
 }
 
-// A signal through a stored section: b0, b1, a1, b2, a2.
-inline std::vector<double> filtered(std::span<const float> c, std::vector<double> signal)
-{
-    double s1 = 0, s2 = 0;
-    for (double& x : signal) {
-        const double y = c[0] * x + s1;
-        s1 = c[1] * x - c[2] * y + s2;
-        s2 = c[3] * x - c[4] * y;
-        x = y;
-    }
-    return signal;
-}
-
 // |H|^2 of the ideal low-pass at W times its corner. Bessel filters, of order 2 to 4, have a product of poles of 1.
 inline double ideal_power(int order, int algorithm, double ripple_db, double W)
 {

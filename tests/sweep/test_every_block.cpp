@@ -139,24 +139,20 @@ TEST(EveryBlock, SurvivesAnyFailedAllocationOfInit)
 {
     for (const BlockCase& row : rig::every_block()) {
         rig::Log log;
-        BlockPro pro = {48000, 16, 64, 0, 0};
         for (long k = 0;; ++k) {
             ASSERT_LT(k, 1000) << row.type;
             const long before = rig::Allocator::calls();
             rig::Allocator::fail_at(k);
-            BlockAlgo* blk = BlockAlgo_init(&pro, row.inputs, row.outputs, row.type);
+            rig::Rig blk(row.type, row.inputs, row.outputs);
             rig::Allocator::fail_never();
             const bool failed = rig::Allocator::calls() > before + k;
-            EXPECT_TRUE(failed ? !blk || hands_out_records(row.type) : blk != nullptr) << row.type << " at " << k;
+            EXPECT_TRUE(failed ? !blk || hands_out_records(row.type) : static_cast<bool>(blk))
+                << row.type << " at " << k;
             if (blk) {
-                std::vector<float> buffer(64, 0.5F), sink(64 * 8);
-                std::vector<float*> in(static_cast<std::size_t>(std::max(row.inputs, 1)), buffer.data()), out;
-                for (int pin = 0; pin < std::max(row.outputs, 1); ++pin)
-                    out.push_back(sink.data() + 64 * pin);
+                blk.fill_noise();
                 if (!is_terminal(row.type))
-                    BlockAlgo_process(blk, in.data(), out.data());
-                EXPECT_EQ(BlockAlgo_clear(blk), RT_OK);
-                BlockAlgo_destroy(blk);
+                    blk.process();
+                EXPECT_EQ(BlockAlgo_clear(blk.block()), RT_OK);
             }
             if (!failed)
                 break;
