@@ -134,7 +134,7 @@ function NodeBox({ id, x, y, width, height }: Plan['nodes'][number]) {
       onClick={() => choose(id)}
     >
       <b>
-        {id.split(/(?<=[_-])/).map((part) => (
+        {id.split(/(?<=[_/-])/).map((part) => (
           <>
             {part}
             <wbr />

@@ -307,12 +307,13 @@ export function complain(error: unknown): void {
   if (error instanceof Refused) say(error.problems.map(problemText).join('\n'), true);
 }
 
-// "/blocks/eq/params/bands/0/fc" as the rest of the page writes it: "eq.bands[0].fc".
+// "/blocks/eq/params/bands/0/fc" as the rest of the page writes it: "eq.bands[0].fc"; "~1" in a step is a slash.
 function placeText(where: string): string {
   const steps = where
     .replace(/^\/blocks\/([^/]+)\/params(?=\/)/, '/$1')
     .split('/')
-    .slice(1);
+    .slice(1)
+    .map((s) => s.replaceAll('~1', '/').replaceAll('~0', '~'));
   return steps.map((s, i) => (/^\d+$/.test(s) ? `[${s}]` : i > 0 ? `.${s}` : s)).join('');
 }
 
