@@ -53,13 +53,83 @@ std::string literal(std::string_view text)
     return safe + '\'';
 }
 
-struct Range {
-    double low, high;  // dB
-};
-
 struct Point {
     double hz, value;
 };
+
+// ---- below the magnitude ----
+
+std::vector<double> below_of(const Axis& axis, const Curve& curve, Lower lower)
+{
+    std::vector<double> values;
+    if (lower == Lower::phase) {
+        for (const auto h : curve.values)
+            values.push_back(known(h) ? phase_deg(h) : std::numeric_limits<double>::quiet_NaN());
+        return values;
+    }
+    const Slope slope{curve.values, curve.delay};
+    if (lower == Lower::group_delay) {
+        for (const double seconds : curve.delay)
+            values.push_back(1000 * seconds);
+        return values;
+    }
+    values = unwrapped_deg(axis, slope);
+    if (lower == Lower::unwrapped)
+        return values;
+    // The bare delay taken away, and whole turns that are left.
+    const double delay = bare_delay(axis, slope);
+    double turns = std::numeric_limits<double>::quiet_NaN();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] += 360 * delay * axis.hz(i);
+        if (std::isnan(turns) && !std::isnan(values[i]))
+            turns = 360 * std::round(values[i] / 360);
+        values[i] -= turns;
+    }
+    return values;
+}
+
+const char* unit_of(Lower lower) { return lower == Lower::group_delay ? "ms" : "deg"; }
+
+// Its frame.
+struct LowerAxis {
+    const char* label;
+    Range range;
+    double tics;
+    bool wraps = false;
+};
+
+// Of round numbers: 1, 2 or 5 of a decade, or of turns.
+double step_for(double span, bool degrees)
+{
+    constexpr double kSteps = 4;
+    if (degrees)
+        for (const double step : {45.0, 90.0, 180.0, 360.0, 720.0})
+            if (span <= kSteps * step)
+                return step;
+    const double decade = std::pow(10, std::floor(std::log10(std::max(span, 1e-6) / kSteps)));
+    for (const double digit : {1.0, 2.0, 5.0})
+        if (span <= kSteps * digit * decade)
+            return digit * decade;
+    return 10 * decade;
+}
+
+// What is to be seen of all curves, where their level is above `lowest_db`.
+LowerAxis lower_axis(const std::vector<Curve>& curves, const std::vector<std::vector<double>>& below, Lower lower,
+                     double lowest_db)
+{
+    if (lower == Lower::phase)
+        return {"Phase (degrees)", {-180, 180}, 90, true};
+    Range seen{0, 0};
+    for (std::size_t c = 0; c < curves.size(); ++c)
+        for (std::size_t i = 0; i < below[c].size(); ++i)
+            if (!std::isnan(below[c][i]) && magnitude_db(curves[c].values[i]) > lowest_db)
+                seen = {std::min(seen.low, below[c][i]), std::max(seen.high, below[c][i])};
+    const bool delay = lower == Lower::group_delay;
+    const double step = step_for(std::max(seen.high - seen.low, delay ? 0.1 : 90.0), !delay);
+    return {delay ? "Group delay (ms)" : "Phase (degrees)",
+            {std::floor(seen.low / step) * step, std::max(std::ceil(seen.high / step) * step, step)},
+            step};
+}
 
 // One stroke of the pen, without the points that a straight line stands for within `tolerance`: a cone from the last
 // point drawn narrows until a point lies outside (J. Sklansky and V. Gonzalez, "Fast Polygonal Approximation of
@@ -91,10 +161,12 @@ void append_stroke(std::string& text, std::vector<Point>& stroke, double toleran
     stroke.clear();
 }
 
-// Frequency and dB; frequency and degrees. The pen lifts where nothing is known, and in the phase where it wraps round,
-// and where the level is out of the picture.
-void append_data(std::string& text, const Axis& axis, const Spectrum& values, std::size_t number, Range range)
+// Frequency and dB; frequency and what is below. The pen lifts where nothing is known, and below where the phase wraps
+// round, and where the level is out of the picture.
+void append_data(std::string& text, const Axis& axis, const Curve& curve, const std::vector<double>& below,
+                 std::size_t number, Range range, const LowerAxis& lower)
 {
+    const Spectrum& values = curve.values;
     constexpr double kHeight = 3130;  // of the magnitude's frame, in tenths of a point
     constexpr double kPhaseHeight = 1430;
     std::vector<Point> stroke;
@@ -107,15 +179,15 @@ void append_data(std::string& text, const Axis& axis, const Spectrum& values, st
     }
     append_stroke(text, stroke, (range.high - range.low) / kHeight);
     append(text, "EOD\n$p%zu << EOD\n", number);
+    const double tolerance = (lower.range.high - lower.range.low) / kPhaseHeight;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const double phase = phase_deg(values[i]);
-        const bool shown = known(values[i]) && magnitude_db(values[i]) > range.low;
-        if (!shown || (!stroke.empty() && std::abs(phase - stroke.back().value) > 180))
-            append_stroke(text, stroke, 360 / kPhaseHeight);
+        const bool shown = !std::isnan(below[i]) && magnitude_db(values[i]) > range.low;
+        if (!shown || (lower.wraps && !stroke.empty() && std::abs(below[i] - stroke.back().value) > 180))
+            append_stroke(text, stroke, tolerance);
         if (shown)
-            stroke.push_back({axis.hz(i), phase});
+            stroke.push_back({axis.hz(i), below[i]});
     }
-    append_stroke(text, stroke, 360 / kPhaseHeight);
+    append_stroke(text, stroke, tolerance);
     text += "EOD\n";
 }
 
@@ -188,22 +260,24 @@ constexpr const char* kSetup = "set encoding utf8\n"
                                "set mxtics 10\n";
 
 // Labelled where engineers read: 1, 2 and 5 of each decade.
-std::string frequency_tics(double last, bool labels)
+std::string frequency_tics(Range shown, bool labels)
 {
     std::string tics;
-    for (int decade = 10; decade <= last; decade *= 10)
+    for (int decade = 10; decade <= shown.high; decade *= 10)
         for (const int digit : {1, 2, 5}) {
             const int hz = decade * digit;
-            if (hz < 20 || hz > last)
+            if (hz < shown.low || hz > shown.high)
                 continue;
             tics += tics.empty() ? "set xtics ('" : ", '";
             if (labels)
                 append(tics, "%d%s", hz < 1000 ? hz : hz / 1000, hz < 1000 ? "" : "k");
             append(tics, "' %d", hz);
         }
-    for (int decade = 10; decade <= last; decade *= 10)
+    if (tics.empty())
+        return "set xtics auto\n";
+    for (int decade = 10; decade <= shown.high; decade *= 10)
         for (const int digit : {3, 4, 6, 7, 8, 9})
-            if (decade * digit > 20 && decade * digit < last)
+            if (decade * digit > shown.low && decade * digit < shown.high)
                 append(tics, ", '' %d 1", decade * digit);
     return tics + ")\n";
 }
@@ -214,29 +288,39 @@ double magnitude_db(std::complex<double> h) { return 20 * std::log10(std::max(st
 
 double phase_deg(std::complex<double> h) { return std::arg(h) * 180 / std::numbers::pi; }
 
-std::string csv_text(const Axis& axis, const std::vector<Curve>& curves)
+std::string csv_text(const Axis& axis, const std::vector<Curve>& curves, const View& view)
 {
     std::string text = "frequency (Hz)";
-    for (const Curve& curve : curves)
-        text += ',' + field(curve.name + " (dB)") + ',' + field(curve.name + " (deg)");
+    std::vector<std::vector<double>> below;
+    for (const Curve& curve : curves) {
+        text += ',' + field(curve.name + " (dB)") + ',' + field(curve.name + " (" + unit_of(view.lower) + ')');
+        below.push_back(below_of(axis, curve, view.lower));
+    }
     for (std::size_t i = 0; i < axis.bins.size(); ++i) {
         append(text, "\n%.6g", axis.hz(i));
-        for (const Curve& curve : curves)
-            if (known(curve.values[i]))
-                append(text, ",%.4f,%.3f", magnitude_db(curve.values[i]), phase_deg(curve.values[i]));
-            else
-                text += ",,";
+        for (std::size_t c = 0; c < curves.size(); ++c) {
+            text += ',';
+            if (known(curves[c].values[i]))
+                append(text, "%.4f", magnitude_db(curves[c].values[i]));
+            text += ',';
+            if (!std::isnan(below[c][i]))
+                append(text, "%.3f", below[c][i]);
+        }
     }
     return text + '\n';
 }
 
 std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std::string_view title,
-                        std::string_view picture)
+                        std::string_view picture, const View& view)
 {
-    const Range range = range_of(curves);
+    const Range range = view.db.value_or(range_of(curves));
+    std::vector<std::vector<double>> below;
+    for (const Curve& curve : curves)
+        below.push_back(below_of(axis, curve, view.lower));
+    const LowerAxis lower = lower_axis(curves, below, view.lower, range.low);
     std::string text;
     for (std::size_t i = 0; i < curves.size(); ++i)
-        append_data(text, axis, curves[i].values, i, range);
+        append_data(text, axis, curves[i], below[i], i, range, lower);
     const Legend legend = legend_of(curves);
     const int height = kLegendTop + legend.rows * kLegendRow + 10;
     // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.
@@ -252,9 +336,9 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
     text += kSetup;
     const auto screen = [&](double from_top) { return 1 - from_top / height; };
     append(text, "set lmargin at screen %.4f\nset rmargin at screen %.4f\n", kLeft / kWidth, kRight / kWidth);
-    const double last = axis.hz(axis.bins.size() - 1);
-    append(text, "set xrange [20:%.2f]\n", last);
-    text += frequency_tics(last, false) + "set multiplot\n";
+    const Range shown = view.hz.value_or(Range{20, axis.hz(axis.bins.size() - 1)});
+    append(text, "set xrange [%.6g:%.7g]\n", shown.low, shown.high);
+    text += frequency_tics(shown, false) + "set multiplot\n";
     const double span = range.high - range.low;
     append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics 2\n", range.low, range.high,
            span <= 20   ? 2.5
@@ -270,9 +354,10 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
 
     append(text, "unset title\nset tmargin at screen %.4f\nset bmargin at screen %.4f\nunset key\n", screen(372),
            screen(515));
-    text += "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel 'Phase (degrees)' offset 1,0\n"
-            "set yrange [-180:180]\nset ytics 90\nset mytics 3\n";
-    text += frequency_tics(last, true);
+    append(text, "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel '%s' offset 1,0\n", lower.label);
+    append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics %d\n", lower.range.low, lower.range.high, lower.tics,
+           lower.wraps ? 3 : 2);
+    text += frequency_tics(shown, true);
     append_curves(text, curves, 'p');
     return text + "unset multiplot\n";
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "catalog/entries.h"
 #include "schematic/bypass.h"
 #include "schematic/order.h"
 #include "support/nearest.h"
@@ -140,6 +141,16 @@ Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids)
     for (int pin = 0; pin < schematic.blocks[index(chain.back())].pins.outputs; ++pin)
         schematic.outputs.push_back({chain.back(), pin});
     return finish(std::move(schematic));
+}
+
+std::vector<double> corners_of(const Schematic& schematic)
+{
+    std::vector<double> corners;
+    for (const Block& block : schematic.blocks)
+        for (const VectorEntry& entry : entries_of(*block.type, block.pins, block.vector))
+            if (entry.param && is_read(*entry.param, entry.meaning) && entry.meaning.as->unit == std::string_view("Hz"))
+                corners.push_back(static_cast<double>(entry.value));
+    return corners;
 }
 
 }  // namespace vantoro

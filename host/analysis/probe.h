@@ -22,4 +22,7 @@ Probe probe_graph(Schematic schematic);
 // silent. Throws UserError.
 Probe probe_blocks(Schematic schematic, const std::vector<std::string>& ids);
 
+// Every frequency that a block is set to, in Hz: corners, centres.
+std::vector<double> corners_of(const Schematic& schematic);
+
 }  // namespace vantoro

@@ -178,7 +178,7 @@ private:
 
 double Axis::radians(std::size_t i) const { return 2 * std::numbers::pi * bins[i] / size; }
 
-Axis make_axis(int rate, int points_per_octave)
+Axis make_axis(int rate, int points_per_octave, std::span<const double> corners)
 {
     constexpr double kLowest = 20;  // Hz
     constexpr double kCentre = 1000;
@@ -188,14 +188,19 @@ Axis make_axis(int rate, int points_per_octave)
     while (!smooth(axis.size))
         axis.size += 2;
     const int last = axis.size / 2;
-    for (int i = static_cast<int>(std::floor(std::log2(kLowest / kCentre) * points_per_octave));; ++i) {
-        const double hz = std::max(kLowest, kCentre * std::exp2(static_cast<double>(i) / points_per_octave));
-        const int bin = static_cast<int>(std::min<double>(last, std::round(hz * axis.size / rate)));
-        if (axis.bins.empty() || bin > axis.bins.back())
-            axis.bins.push_back(bin);
-        if (bin == last)
-            return axis;
-    }
+    const auto add = [&](double hz) {
+        axis.bins.push_back(static_cast<int>(std::min<double>(last, std::round(hz * axis.size / rate))));
+    };
+    for (int i = static_cast<int>(std::floor(std::log2(kLowest / kCentre) * points_per_octave));
+         axis.bins.empty() || axis.bins.back() < last; ++i)
+        add(std::max(kLowest, kCentre * std::exp2(static_cast<double>(i) / points_per_octave)));
+    for (const double hz : corners)
+        if (hz >= kLowest && hz < rate / 2.0)
+            add(hz);
+    std::ranges::sort(axis.bins);
+    const auto repeated = std::ranges::unique(axis.bins);
+    axis.bins.erase(repeated.begin(), repeated.end());
+    return axis;
 }
 
 Computed compute(const Engine& engine, int from, const Axis& axis)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <complex>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,8 @@ struct Axis {
     double hz(std::size_t i) const { return static_cast<double>(bins[i]) * rate / size; }
     double radians(std::size_t i) const;  // per sample
 };
-Axis make_axis(int rate, int points_per_octave);
+// With the bins next to `corners` (Hz) in between, so that a narrow notch is seen to its ground.
+Axis make_axis(int rate, int points_per_octave, std::span<const double> corners = {});
 
 struct Computed {
     std::vector<Spectrum> outputs;  // of the whole graph

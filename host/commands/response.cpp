@@ -14,6 +14,7 @@
 #include "commands/commands.h"
 #include "io/part_file.h"
 #include "io/program.h"
+#include "support/decimal.h"
 
 namespace vantoro {
 namespace {
@@ -24,6 +25,10 @@ enum class Method {
     measured,
     both
 };
+const std::vector<std::pair<std::string, Lower>> kLower = {{"phase", Lower::phase},
+                                                           {"unwrapped", Lower::unwrapped},
+                                                           {"without-delay", Lower::without_delay},
+                                                           {"group-delay", Lower::group_delay}};
 const std::vector<std::pair<std::string, Method>> kMethods = {
     {"coefficients", Method::coefficients}, {"measured", Method::measured}, {"both", Method::both}};
 
@@ -32,6 +37,8 @@ struct Options {
     std::vector<std::string> blocks, settings;
     std::optional<int> channels;
     Method method = Method::best;
+    Lower lower = Lower::phase;
+    std::string hz, db;  // ranges
     int from = 0;
     std::optional<int> rate;
     int points = 48;
@@ -79,7 +86,8 @@ std::string list_of(const std::vector<std::string>& ids)
 }
 
 // The largest difference where neither curve lies more than 60 dB under the top of its own.
-void print_agreement(const Axis& axis, const std::vector<Curve>& exact, const std::vector<Curve>& measured)
+void print_agreement(std::FILE* to, const Axis& axis, const std::vector<Curve>& exact,
+                     const std::vector<Curve>& measured)
 {
     constexpr double kDepth = 60;
     constexpr double kHighest = 20000;
@@ -98,7 +106,7 @@ void print_agreement(const Axis& axis, const std::vector<Curve>& exact, const st
             }
         }
     }
-    std::printf("coefficients and measurement differ by at most %.4f dB, at %.4g Hz\n", worst, worst_hz);
+    std::fprintf(to, "coefficients and measurement differ by at most %.4f dB, at %.4g Hz\n", worst, worst_hz);
 }
 
 // Outputs that nothing reaches are left out, with a line that says so.
@@ -139,7 +147,7 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
         return curves_of(probe, heard, "", false);
     std::vector<Curve> curves = curves_of(probe, exact.outputs, "", false);
     const std::vector<Curve> measured = curves_of(probe, heard, ", measured", true);
-    print_agreement(axis, curves, measured);
+    print_agreement(options.output == "-" ? stderr : stdout, axis, curves, measured);
     curves.insert(curves.end(), measured.begin(), measured.end());
     return curves;
 }
@@ -169,34 +177,75 @@ std::string heading(const Options& options, const Probe& probe)
     return text;
 }
 
-void write(const Options& options, const Probe& probe, const Axis& axis, const std::vector<Curve>& curves)
+// "20:20000"
+std::optional<Range> range_of(const char* option, const std::string& text, Range limits)
 {
-    namespace fs = std::filesystem;
-    const std::string type = fs::path(options.output).extension().string().substr(1);
+    if (text.empty())
+        return {};
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    const auto low = number_of<double>(std::string_view(text).substr(0, colon));
+    const auto high = number_of<double>(std::string_view(text).substr(std::min(colon + 1, text.size())));
+    if (!low || !high || !(*low >= limits.low && *high <= limits.high && *low < *high))
+        throw UserError({{option, text,
+                          "LOW:HIGH, within " + decimal(static_cast<float>(limits.low)) + " to " +
+                              decimal(static_cast<float>(limits.high))}});
+    return Range{*low, *high};
+}
+
+void write(const Options& options, const std::string& title, const Axis& axis, const std::vector<Curve>& curves,
+           const View& view)
+{
+    if (options.output == "-") {
+        std::fputs(csv_text(axis, curves, view).c_str(), stdout);
+        return;
+    }
+    const std::string type = std::filesystem::path(options.output).extension().string().substr(1);
     const auto drawn = [&] {
-        return run_program("gnuplot", {"--default-settings", "-"},
-                           plot_script(axis, curves, heading(options, probe), type), "gnuplot-nox");
+        return run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, title, type, view),
+                           "gnuplot-nox");
     };
-    write_file(options.output, type == "csv" ? csv_text(axis, curves) : drawn());
+    write_file(options.output, type == "csv" ? csv_text(axis, curves, view) : drawn());
+}
+
+// Phase gets its slope from the neighbours of each bin.
+void take_delays(const Axis& pairs, const Axis& axis, const Options& options, std::vector<Curve>& curves)
+{
+    for (Curve& curve : curves) {
+        Slope slope = take_slopes(pairs, curve.values);
+        if (options.lower == Lower::without_delay) {
+            char text[40];
+            std::snprintf(text, sizeof text, ", without %.3f ms", 1000 * bare_delay(axis, slope));
+            curve.name += text;
+        }
+        curve.values = std::move(slope.values);
+        curve.delay = std::move(slope.delay);
+    }
 }
 
 int respond(const Options& options)
 {
     const std::string extension = std::filesystem::path(options.output).extension().string();
-    if (extension != ".svg" && extension != ".png" && extension != ".csv")
+    if (options.output != "-" && extension != ".svg" && extension != ".png" && extension != ".csv")
         throw UserError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
     if (const std::string why = PartFile::refusal(
             options.output, {{"the schematic", options.schematic}, {"the loudspeaker", options.speaker}});
         !why.empty())
         throw UserError(why);
     const Probe probe = make_probe(options);
-    const Axis axis = make_axis(rate_of(probe.schematic, options.rate), options.points);
-    const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, axis);
+    const int rate = rate_of(probe.schematic, options.rate);
+    const View view{options.lower, range_of("--hz", options.hz, {20, rate / 2.0}),
+                    range_of("--db", options.db, {-300, 300})};
+    const Axis axis = make_axis(rate, options.points, corners_of(probe.schematic));
+    const bool slopes = options.lower != Lower::phase;
+    const Axis asked = slopes ? with_neighbours(axis) : axis;
+    const Spectrum speaker = options.speaker.empty() ? Spectrum{} : read_speaker(options.speaker, asked);
     const LibraryLog log(options.quiet);
-    std::vector<Curve> curves = find_curves(options, probe, axis);
+    std::vector<Curve> curves = find_curves(options, probe, asked);
     if (!speaker.empty())
         add_speaker(curves, speaker);
-    write(options, probe, axis, curves);
+    if (slopes)
+        take_delays(asked, axis, options, curves);
+    write(options, heading(options, probe), axis, curves, view);
     return 0;
 }
 
@@ -207,13 +256,17 @@ void add_response_command(CommandLine& line)
     auto options = std::make_shared<Options>();
     Command command = line.add("response", "Draw magnitude and phase of blocks or of the whole graph");
     add_schematic(command, options->schematic);
-    command.option("-o,--output", options->output, "FILE", "The result: .svg, .png or .csv").required();
+    command.option("-o,--output", options->output, "FILE", "The result: .svg, .png or .csv; - prints CSV").required();
     command.option("--block", options->blocks, "ID", "This block alone; given again: a chain of blocks [whole graph]");
     command.option("--from", options->from, "N", "The input that is fed, of the graph or of the first block [0]")
         .from(0, kMaxPins);
     command.option("--speaker", options->speaker, "FILE", "A measured loudspeaker (FRD) to draw and to add");
     command.choice("--method", options->method, kMethods,
                    "coefficients, measured or both [coefficients, or measured where those do not tell]");
+    command.choice("--below", options->lower, kLower,
+                   "Under the magnitude, and in CSV: phase, unwrapped, without-delay or group-delay [phase]");
+    command.option("--hz", options->hz, "LOW:HIGH", "What is drawn [20 Hz to half the rate]");
+    command.option("--db", options->db, "LOW:HIGH", "What is drawn [what the curves need]");
     command.option("--level", options->level_db, "DBFS", "Of the sweep through what is not linear [-60]")
         .from(-140, 40);
     add_settings(command, options->settings, When::start);

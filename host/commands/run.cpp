@@ -98,6 +98,10 @@ void add_run_command(CommandLine& line)
     add_raw(command, *options);
     add_settings(command, options->settings, When::any);
     command.option("--seconds", options->seconds, "SECONDS", "Length, without an input file");
+    command.option(
+        "--tail", options->tail, "SECONDS",
+        "Silence after the input, for delays and reverbs; auto: until the outputs stayed below -100 dBFS for "
+        "two seconds, a minute at most");
     add_meters(command, *options);
     add_strict(command, options->strict);
     add_quiet(command, options->quiet);

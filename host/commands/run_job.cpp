@@ -7,7 +7,9 @@
 
 #include "commands/commands.h"
 #include "io/part_file.h"
+#include "io/tailed_source.h"
 #include "schematic/reader.h"
+#include "support/decimal.h"
 #include "support/problem.h"
 
 namespace vantoro {
@@ -65,6 +67,26 @@ void settle_by_input(const RunOptions& options, Job& job, Complaints& complaints
         complaints.add(given + std::to_string(kMinRate) + " to " + std::to_string(kMaxRate) + " Hz can be processed");
     if (options.seconds)
         complaints.add("--seconds: the input file gives the length");
+}
+
+// Silence after the input, in which delays and reverbs die away.
+void add_tail(const RunOptions& options, Job& job, Complaints& complaints)
+{
+    constexpr double kLongest = 3600, kLongestUnasked = 60;
+    if (options.tail.empty())
+        return;
+    const bool automatic = options.tail == "auto";
+    const double seconds = automatic ? kLongestUnasked : number_of<double>(options.tail).value_or(-1);
+    if (!(seconds >= 0 && seconds <= kLongest))
+        return complaints.guard([&] {
+            throw UserError({{"--tail", options.tail, "seconds from 0 to 3600, or auto"}});
+        });
+    if (!job.reader)
+        return complaints.add("--tail: without an input file --seconds gives the length");
+    auto tailed = std::make_unique<TailedSource>(std::move(job.reader), std::llround(seconds * job.rate));
+    job.until_quiet = automatic ? tailed.get() : nullptr;
+    job.frames = automatic ? std::nullopt : tailed->frames();
+    job.reader = std::move(tailed);
 }
 
 // ... or without one.
@@ -133,6 +155,7 @@ Job prepare(const RunOptions& options)
         settle_by_input(options, job, complaints);
     else
         settle_by_options(options, job, complaints);
+    add_tail(options, job, complaints);
     check_output(options, job, complaints);
     check_meters(options, complaints);
     complaints.check();

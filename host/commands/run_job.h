@@ -13,10 +13,13 @@
 
 namespace vantoro {
 
+class TailedSource;
+
 struct RunOptions {
     std::string schematic, input, output;
     std::vector<std::string> settings;
     std::optional<double> seconds;
+    std::string tail;  // seconds, or "auto"
     std::string meters;
     double meter_interval = 0;
     Encoding encoding = Encoding::natural;
@@ -32,9 +35,10 @@ struct RunOptions {
 struct Job {
     std::unique_ptr<AudioSource> reader;  // null: sources only
     Schematic schematic;
-    int rate = 0;                        // Hz
-    std::optional<std::int64_t> frames;  // unknown for some streams
-    bool keep = false;                   // audio that is not finite does not end the run
+    int rate = 0;                               // Hz
+    std::optional<std::int64_t> frames;         // unknown for some streams
+    bool keep = false;                          // audio that is not finite does not end the run
+    const TailedSource* until_quiet = nullptr;  // after it the run ends when nothing is heard any more
 };
 
 // Opens the input and reads the schematic, whose warnings it prints; touches no output. Throws UserError with

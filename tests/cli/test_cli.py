@@ -3,6 +3,7 @@
 """The program from outside: files in and out, reports, exit statuses. Usage: test_cli.py PROGRAM SOURCE_DIR [TESTS]"""
 
 import contextlib
+import csv
 import json
 import os
 import pty
@@ -507,6 +508,40 @@ class Cli(unittest.TestCase):
                     tables.append(self.read("r.csv"))
         self.assertEqual(len(set(tables)), 1)
         self.assertIn(",82.25", tables[0])
+
+    def test_responses_show_delay_and_the_ground_of_a_notch(self):
+        blocks = {"late": {"type": "BASIC_DSP_DELAY", "params": {"maxDelay": 10, "delay": 10, "type": "Milliseconds"}},
+                  "notch": {"type": "FILTER_2ND_GENERAL", "params": {"type": "Gen_Notvh", "fc": 50, "q": 8}}}
+        graph = self.path("d.json", json.dumps({"rate": 48000, "blocks": blocks,
+                                                "wires": [["input", "late"], ["late", "notch"], ["notch", "output"]]}))
+        at = {}
+        for below in ("phase", "unwrapped", "without-delay", "group-delay"):
+            table = list(csv.reader(self.call("response", graph, "--channels", "1", "-o", "-", "--below", below).stdout.splitlines()))
+            at[below] = {float(row[0]): [float(value or "nan") for value in row[1:]] for row in table[1:]}
+            self.assertLess(at[below][50][0], -45)  # as deep as its coefficients in single precision
+        for hz in (h for h in at["phase"] if h > 1000):
+            turned = -360 * 0.01 * hz
+            self.assertAlmostEqual(at["group-delay"][hz][1], 10, delta=0.01)
+            self.assertAlmostEqual(at["unwrapped"][hz][1], turned, delta=2)
+            self.assertAlmostEqual(at["without-delay"][hz][1], 0, delta=2 + 3.6e-6 * hz)
+        self.assertIn("without 10.0", self.call("response", graph, "-o", "-", "--below", "without-delay").stdout)
+        for options, error in ((["--hz", "5:100"], "--hz: 5:100: LOW:HIGH, within 20 to 24000"), (["--db", "3"], "--db: 3: LOW:HIGH")):
+            self.assertIn(error, self.call("response", graph, "-o", "-", *options, status=2).stderr)
+
+    def test_a_tail_lets_delays_end(self):
+        wav(self.path("in.wav"), [1.0] * 10, 1)
+        graph = self.path("d.json", json.dumps({
+            "blocks": {"late": {"type": "BASIC_DSP_DELAY", "params": {"maxDelay": 25, "delay": 25, "type": "Milliseconds"}}},
+            "wires": [["input", "late"], ["late", "output"]]}))
+        run = ["run", graph, "-i", self.path("in.wav"), "-o", self.path("o.wav"), "--format", "float"]
+        for tail, least, most in (("0", 10, 10), ("0.02", 970, 970), ("0.0625", 3010, 3010), ("auto", 97210, 97210 + 128)):
+            self.call(*run, "--tail", tail)
+            out = samples(self.path("o.wav"))
+            out = struct.unpack("<%df" % (len(out) // 4), out)
+            self.assertTrue(least <= len(out) <= most, len(out))
+            self.assertEqual(list(out), [1.0 if 1200 <= k < 1210 else 0.0 for k in range(len(out))])
+        self.assertIn("--tail: -1: seconds from 0 to 3600, or auto", self.call(*run, "--tail", "-1", status=2).stderr)
+        self.call("run", self.path("s.json", SOURCES), "-o", self.path("o.wav"), "--seconds", "1", "--tail", "1", status=2)
 
     def test_files_have_limits_and_modes(self):
         with open(self.path("long.json", "{}"), "r+") as f:
