@@ -88,6 +88,15 @@ std::vector<double> below_of(const Axis& axis, const Curve& curve, Lower lower)
     return values;
 }
 
+std::vector<std::vector<double>> all_below(const Axis& axis, const std::vector<Curve>& curves, Lower lower)
+{
+    std::vector<std::vector<double>> below;
+    below.reserve(curves.size());
+    for (const Curve& curve : curves)
+        below.push_back(below_of(axis, curve, lower));
+    return below;
+}
+
 const char* unit_of(Lower lower) { return lower == Lower::group_delay ? "ms" : "deg"; }
 
 // Its frame.
@@ -291,11 +300,9 @@ double phase_deg(std::complex<double> h) { return std::arg(h) * 180 / std::numbe
 std::string csv_text(const Axis& axis, const std::vector<Curve>& curves, const View& view)
 {
     std::string text = "frequency (Hz)";
-    std::vector<std::vector<double>> below;
-    for (const Curve& curve : curves) {
+    const std::vector<std::vector<double>> below = all_below(axis, curves, view.lower);
+    for (const Curve& curve : curves)
         text += ',' + field(curve.name + " (dB)") + ',' + field(curve.name + " (" + unit_of(view.lower) + ')');
-        below.push_back(below_of(axis, curve, view.lower));
-    }
     for (std::size_t i = 0; i < axis.bins.size(); ++i) {
         append(text, "\n%.6g", axis.hz(i));
         for (std::size_t c = 0; c < curves.size(); ++c) {
@@ -314,9 +321,7 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
                         std::string_view picture, const View& view)
 {
     const Range range = view.db.value_or(range_of(curves));
-    std::vector<std::vector<double>> below;
-    for (const Curve& curve : curves)
-        below.push_back(below_of(axis, curve, view.lower));
+    const std::vector<std::vector<double>> below = all_below(axis, curves, view.lower);
     const LowerAxis lower = lower_axis(curves, below, view.lower, range.low);
     std::string text;
     for (std::size_t i = 0; i < curves.size(); ++i)

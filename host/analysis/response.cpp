@@ -198,8 +198,7 @@ Axis make_axis(int rate, int points_per_octave, std::span<const double> corners)
         if (hz >= kLowest && hz < rate / 2.0)
             add(hz);
     std::ranges::sort(axis.bins);
-    const auto repeated = std::ranges::unique(axis.bins);
-    axis.bins.erase(repeated.begin(), repeated.end());
+    axis.bins.erase(std::unique(axis.bins.begin(), axis.bins.end()), axis.bins.end());
     return axis;
 }
 
