@@ -69,7 +69,8 @@ std::string assignment(const VantoroParam& param, const nlohmann::json& value)
     return std::string(param.name) + " = " + value_text(value) + (unit ? ' ' + std::string(param.unit) : "");
 }
 
-// The parameters in the order of the vector, an item each; a table's row is one item.
+}  // namespace
+
 std::vector<std::string> settings_of(const Block& block)
 {
     std::vector<std::string> items;
@@ -92,6 +93,8 @@ std::vector<std::string> settings_of(const Block& block)
     }
     return items;
 }
+
+namespace {
 
 void print_block(const Schematic& schematic, const Block& block, std::size_t position)
 {

@@ -408,6 +408,12 @@ class Cli(unittest.TestCase):
                 self.call("graph", path, "-o", self.path(name + ".svg"))
                 for block, value in document(path)["blocks"].items():
                     self.assertIn(" %s%s" % (block, "/" if "part" in value else ": "), listing.stdout)
+        path = os.path.join(EXAMPLES, "two_way.json")
+        self.call("graph", path, "-o", self.path("values.svg"), "--values", "--down", "--set", "tweeters.volumes[1]=-7")
+        with open(self.path("values.svg")) as f:
+            drawn = f.read().replace("&#45;", "-").replace("&#160;", " ")
+        for text in (document(path)["title"], "3 high", "volumes[1]: -7", "lowFc = 1900 Hz"):
+            self.assertIn(text, drawn)
         pictures = os.path.join(SOURCE, "docs", "schematics")
         for name in os.listdir(pictures):
             self.assertEqual(self.call("check", "--strict", os.path.join(pictures, name)).stderr, "", name)
