@@ -534,6 +534,18 @@ class Cli(unittest.TestCase):
         for options, error in ((["--hz", "5:100"], "--hz: 5:100: LOW:HIGH, within 20 to 24000"), (["--db", "3"], "--db: 3: LOW:HIGH")):
             self.assertIn(error, self.call("response", graph, "-o", "-", *options, status=2).stderr)
 
+    def test_curves_and_levels_belong_to_their_outputs(self):
+        gains = {"g%d" % n: {"type": "BASIC_GAIN", "params": {"gain": 0.5 ** n, "type": "Linear"}} for n in range(3)}
+        graph = self.path("three.json", json.dumps({"blocks": gains, "wires":
+                          [["input.0", name] for name in gains] + [[name, "output.%d" % n] for n, name in enumerate(gains)]}))
+        table = list(csv.reader(self.call("response", graph, "--method", "both", "-o", "-").stdout.splitlines()))
+        self.assertEqual([name[:8] for name in table[0][1::2]], ["output 0", "output 1", "output 2"] * 2)
+        for n, level in enumerate(table[10][1::2]):
+            self.assertAlmostEqual(float(level), -6.02 * (n % 3), delta=0.01)
+        wav(self.path("in.wav"), [0.0] * 99 + [0.5], 1)  # in the part of a block that ends the file
+        report = self.call("run", graph, "-i", self.path("in.wav"), "-o", self.path("o.wav")).stdout
+        self.assertIn("peak -6.02 -12.04 -18.06 dBFS", report)
+
     def test_a_tail_lets_delays_end(self):
         wav(self.path("in.wav"), [1.0] * 10, 1)
         graph = self.path("d.json", json.dumps({
