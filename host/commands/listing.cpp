@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/listing.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include <nlohmann/json.hpp>
@@ -115,9 +116,12 @@ void print_graph(const Schematic& schematic)
         print_block(schematic, schematic.blocks[static_cast<std::size_t>(schematic.order[i])], i + 1);
     std::puts("      output");
     print_items("in", inputs_of(schematic, schematic.outputs, nullptr));
-    for (const Change& change : schematic.changes)
-        std::printf("      at %g s: %s\n", change.seconds,
-                    schematic.blocks[static_cast<std::size_t>(change.block)].id.c_str());
+    constexpr std::size_t kMostChanges = 50;  // a ramp has thousands
+    for (std::size_t i = 0; i < std::min(kMostChanges, schematic.changes.size()); ++i)
+        std::printf("      at %g s: %s\n", schematic.changes[i].seconds,
+                    schematic.blocks[static_cast<std::size_t>(schematic.changes[i].block)].id.c_str());
+    if (schematic.changes.size() > kMostChanges)
+        std::printf("      and %zu more changes\n", schematic.changes.size() - kMostChanges);
 }
 
 }  // namespace vantoro

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading the changes of a document, and those of the command line.
 #include <algorithm>
+#include <cmath>
+#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
 
+#include "catalog/entries.h"
 #include "schematic/draft.h"
 #include "support/json_fields.h"
 #include "support/json_text.h"
@@ -17,12 +20,43 @@ namespace {
 
 using nlohmann::json;
 
+constexpr double kLongestRamp = 3600;  // s
+
+// The way of a value from what it is when its first step is made.
+struct Ramp {
+    double start, end;
+    bool geometric;  // equal ratios, for frequencies and times; else equal differences
+    double at(double way) const { return geometric ? start * std::pow(end / start, way) : std::lerp(start, end, way); }
+};
+
 // One value that changes.
 struct Step {
     double seconds;
     std::string place;  // in the document, or on the command line
     std::string block, path, value;
+    // Of a ramp: what its steps share once the first was made, and how far this one goes.
+    std::shared_ptr<std::optional<Ramp>> ramp{};
+    double way = 1;
+    bool first = false;
 };
+
+// A step for each block of audio. `last` is the end, at the moment at which the ramp begins.
+void add_ramp(Step last, double seconds, Draft& draft, std::vector<Step>& steps)
+{
+    constexpr double kMost = 1 << 16;  // steps of all ramps
+    const double blocks = seconds * draft.rate().value_or(kDefaultRate) / draft.out.block_size;
+    if (blocks + static_cast<double>(steps.size()) > kMost)
+        return draft.fault(last.place, json(seconds), "ramps over fewer blocks: 65536 in all");
+    const int count = std::max(1, static_cast<int>(std::ceil(blocks)));
+    const double from = last.seconds;
+    last.ramp = std::make_shared<std::optional<Ramp>>();
+    last.first = true;
+    for (int k = 1; k <= count; ++k, last.first = false) {
+        last.way = static_cast<double>(k) / count;
+        last.seconds = from + seconds * (k - 1) / count;
+        steps.push_back(last);
+    }
+}
 
 void read_change(const std::string& where, const json& change, Draft& draft, std::vector<Step>& steps)
 {
@@ -31,12 +65,16 @@ void read_change(const std::string& where, const json& change, Draft& draft, std
         return;
     }
     const Fields fields(change, where, draft.problems);
-    fields.allow({"at", "set", "note"});
+    fields.allow({"at", "over", "set", "note"});
     fields.text("note");
     const json* at = fields.need("at", "seconds from the start, 0 or more");
     const double seconds = at ? number_in(*at, "s") : -1;
     if (at && !good_moment(seconds))
         fields.fault("at", "seconds from the start, 0 or more");
+    const json* over = fields.find("over");
+    const double way = over ? number_in(*over, "s") : 0;
+    if (over && !(way >= 0 && way <= kLongestRamp))
+        fields.fault("over", "seconds from 0 to 3600, on the way to the new values");
     const json* set = fields.need("set", "values: {\"block.parameter\": value}");
     if (set && !set->is_object())
         fields.fault("set", "values: {\"block.parameter\": value}");
@@ -45,10 +83,15 @@ void read_change(const std::string& where, const json& change, Draft& draft, std
     for (const auto& [target, value] : set->items()) {
         const std::string place = where + "/set" + pointer_step(target);
         const auto dot = target.find('.');
-        if (dot == target.npos)
+        if (dot == target.npos) {
             draft.fault(place, json(target), "a block and its parameter: \"trim.gain\"");
+            continue;
+        }
+        Step step{seconds, place, target.substr(0, dot), target.substr(dot + 1), value.dump(-1, ' ', true)};
+        if (way > 0 && way <= kLongestRamp)
+            add_ramp(std::move(step), way, draft, steps);
         else
-            steps.push_back({seconds, place, target.substr(0, dot), target.substr(dot + 1), value.dump(-1, ' ', true)});
+            steps.push_back(std::move(step));
     }
 }
 
@@ -78,7 +121,10 @@ public:
         if (draft_.nodes[static_cast<std::size_t>(b)].broken || !affordable(step, b))
             return;
         std::vector<Problem> found_here;
-        make(step, b, found_here);
+        if (!step.ramp || step.first)
+            make(step, b, found_here);
+        else if (*step.ramp)
+            make_on_the_way(step, b);
         for (const Problem& problem : found_here)
             draft_.problems.push_back(
                 {step.place, problem.value, problem.where + ": " + problem.wanted, problem.warning});
@@ -98,16 +144,59 @@ private:
         return values_ <= kMost;
     }
 
+    // A value, or the first step towards it, after the value was tried.
     void make(const Step& step, int b, std::vector<Problem>& problems)
     {
-        Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
+        const Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         json& params = draft_.params[static_cast<std::size_t>(b)];  // as the steps so far leave them
+        const json before = params;
         if (!set_value(*block.type, block.pins, params, step.path, step.value, problems, draft_.pace()))
             return;
+        if (step.way == 1)
+            return keep(step.seconds, b);
+        const auto from = entry_of(block, before, step.path), to = entry_of(block, params, step.path);
+        params = before;
+        if (!from || !to) {
+            problems.push_back(
+                {pointer_step(step.path), step.value, "one number, or no \"over\": nothing else has a way"});
+            return;
+        }
+        const bool geometric =
+            to->meaning.as && to->meaning.as->scale == VANTORO_LOGARITHMIC && from->value > 0 && to->value > 0;
+        *step.ramp = Ramp{static_cast<double>(from->value), static_cast<double>(to->value), geometric};
+        make_on_the_way(step, b);
+    }
+
+    void make_on_the_way(const Step& step, int b)
+    {
+        const Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
+        const std::string value = step.way == 1 ? step.value : json((**step.ramp).at(step.way)).dump();
+        std::vector<Problem> known;  // those of the end
+        if (set_value(*block.type, block.pins, draft_.params[static_cast<std::size_t>(b)], step.path, value, known,
+                      draft_.pace()))
+            keep(step.seconds, b);
+    }
+
+    // A number of a vector that `params` make; none: the path is no number.
+    static std::optional<VectorEntry> entry_of(const Block& block, const json& params, const std::string& path)
+    {
+        std::vector<Problem> known;
+        for (VectorEntry& entry :
+             entries_of(*block.type, block.pins, build_vector(*block.type, block.pins, params, known)))
+            if (entry.name == path && entry.param &&
+                (entry.param->kind == VANTORO_REAL || entry.param->kind == VANTORO_INTEGER))
+                return std::move(entry);
+        return {};
+    }
+
+    void keep(double seconds, int b)
+    {
+        Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
+        const json& params = draft_.params[static_cast<std::size_t>(b)];
         std::vector<Problem> known;  // the values that stay
         std::vector<float> vector = build_vector(*block.type, block.pins, params, known);
-        if (step.seconds > 0)
-            draft_.out.changes.push_back({step.seconds, b, std::move(vector)});
+        if (seconds > 0)
+            draft_.out.changes.push_back({seconds, b, std::move(vector)});
         else
             block.vector = std::move(vector);
     }

@@ -48,7 +48,7 @@ void resolve_values(json& document, const Fields& fields, Draft& draft)
     resolve(document, {"blockSize", "inputs", "outputs"}, "");
     if (document.contains("changes") && document["changes"].is_array())
         for (std::size_t i = 0; i < document["changes"].size(); ++i)
-            resolve(document["changes"][i], {"at", "set"}, "/changes/" + std::to_string(i));
+            resolve(document["changes"][i], {"at", "over", "set"}, "/changes/" + std::to_string(i));
 }
 
 void read_head(json& document, Draft& draft)

@@ -178,6 +178,12 @@ constexpr const char* kForm = R"({
           "type": ["number", "string"],
           "minimum": 0
         },
+        "over": {
+          "description": "Seconds on the way to the new values, a step per block of audio: equal ratios where the parameter is on a logarithmic scale, else equal differences.",
+          "type": ["number", "string"],
+          "minimum": 0,
+          "maximum": 3600
+        },
         "set": {
           "description": "\"block.parameter\" to value; \"block.bands[3].boostDb\" for one value of a table.",
           "type": "object",

@@ -110,6 +110,12 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         {graph(R"("r": {"type": "QVALGO_REVERB", "params": {"enable": true}})").insert(1, R"("blockSize": 30, )"),
          "/blocks/r/type | \"QVALGO_REVERB\" | it needs a blockSize that is a multiple of 4"},
         {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": -1, "set": {}}]})", "/changes/0/at | -1 | seconds"},
+        {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": 1, "over": -1, "set": {}}]})",
+         "/changes/0/over | -1 | seconds from 0 to 3600"},
+        {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": 1, "over": 1, "set": {"a.type": "dB"}}]})",
+         "/changes/0/set/a.type | \"dB\" | /type: one number"},
+        {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": 1, "over": 3600, "set": {"a.gain": 1}}]})",
+         "/changes/0/set/a.gain | 3600.0 | ramps over fewer blocks"},
         {R"({"blocks": {"a": {"type": 289}}, "changes": [{"at": 1, "set": {"a.gian": 1}}]})",
          "/changes/0/set/a.gian | "},
     };
@@ -522,6 +528,22 @@ TEST(Schematic, OrderPutsSourcesFirstAndKeepsTheWrittenOrder)
             EXPECT_TRUE(source.block == Feed::kSilence || seen[static_cast<std::size_t>(source.block)]);
         seen[static_cast<std::size_t>(b)] = true;
     }
+}
+
+// A step per block, in equal differences or, for a frequency, equal ratios; the end is exact.
+TEST(Schematic, RampsTakeAStepPerBlock)
+{
+    const Schematic s = parse_schematic(R"({"rate": 48000, "blockSize": 480, "blocks": {
+        "g": {"type": "BASIC_GAIN", "params": {"gain": 1, "type": "Linear"}}, "f": {"type": "FILTER_1ST", "params": {"fc": 100}}},
+        "changes": [{"at": 1, "over": "30 ms", "set": {"g.gain": 0.1}}, {"at": 2, "over": 0.03, "set": {"f.fc": 800}}]})");
+    ASSERT_EQ(s.changes.size(), 6U);
+    constexpr float kGains[] = {0.7F, 0.4F, 0.1F}, kCorners[] = {200, 400, 800};
+    for (std::size_t k = 0; k < 3; ++k) {
+        EXPECT_NEAR(s.changes[k].seconds, 1 + 0.01 * static_cast<double>(k), 1e-12);
+        EXPECT_FLOAT_EQ(s.changes[k].vector[0], kGains[k]);
+        EXPECT_FLOAT_EQ(*std::ranges::max_element(s.changes[3 + k].vector), kCorners[k]);
+    }
+    EXPECT_EQ(s.changes[2].vector[0], 0.1F);
 }
 
 TEST(Schematic, ChangesAddUpInTheOrderOfTime)
