@@ -58,8 +58,10 @@ int run(const RunOptions& options)
 void add_files(Command& command, RunOptions& options)
 {
     add_schematic(command, options.schematic);
-    command.option("-i,--input", options.input, "FILE", "Sound file to read; none when the schematic has only sources");
-    command.option("-o,--output", options.output, "FILE", "Sound file to write; the extension names the format");
+    command.option("-i,--input", options.input, "FILE",
+                   "Sound file to read (\"-\": standard input, a WAV file); none when the schematic has only sources");
+    command.option("-o,--output", options.output, "FILE",
+                   "Sound file to write (\"-\": standard output, a WAV file); the extension names the format");
     command.flag("--force", options.force, "Let the output replace the input");
     command.flag("--keep", options.keep, "Keep an output with audio that is not finite: those blocks are silent");
     command.choice("--format", options.encoding, kEncodings, "pcm16, pcm24 (default), pcm32 or float");

@@ -41,12 +41,13 @@ private:
     std::vector<Problem> problems_;
 };
 
+// Standard output is written as a WAV file.
+std::string sound_path(const RunOptions& options) { return options.output == "-" ? "/dev/stdout" : options.output; }
+
 std::unique_ptr<AudioSource> open_input(const RunOptions& options)
 {
     if (options.raw_in.empty()) {
-        if (options.input == "-")
-            throw UserError("-i -: a stream has no header; name its format with --raw-in");
-        return std::make_unique<AudioReader>(options.input);
+        return std::make_unique<AudioReader>(options.input == "-" ? "/dev/stdin" : options.input);
     }
     if (!options.raw_rate || !options.raw_channels)
         throw UserError("--raw-in: a stream has no header; give --raw-rate and --raw-channels");
@@ -116,7 +117,7 @@ void check_output(const RunOptions& options, const Job& job, Complaints& complai
     if (channels == 0 || options.output.empty())
         return;
     if (options.raw_out.empty())
-        complaints.guard([&] { AudioWriter::check(options.output, options.encoding, channels, job.rate); });
+        complaints.guard([&] { AudioWriter::check(sound_path(options), options.encoding, channels, job.rate); });
     const std::string nothing;
     complaints.add(
         PartFile::refusal(options.output, {{"the schematic", options.schematic},
@@ -168,7 +169,7 @@ std::unique_ptr<AudioSink> open_output(const RunOptions& options, const Job& job
         return nullptr;
     if (!options.raw_out.empty())
         return std::make_unique<RawWriter>(options.output, raw_formats().at(options.raw_out), channels);
-    return std::make_unique<AudioWriter>(options.output, options.encoding, channels, job.rate, job.frames);
+    return std::make_unique<AudioWriter>(sound_path(options), options.encoding, channels, job.rate, job.frames);
 }
 
 }  // namespace vantoro

@@ -331,7 +331,14 @@ class Cli(unittest.TestCase):
         run = subprocess.run([PROGRAM, "run", graph, "-i", "-", "--raw-in", "f32be", "--raw-rate", "44100", "--raw-channels",
                               "2", "-o", "-", "--raw-out", "f32be"], input=floats, capture_output=True)
         self.assertEqual((run.returncode, run.stdout), (0, floats))
-        self.call("run", graph, "-i", "-", "-o", self.path("x.wav"), status=2)
+        self.call("run", graph, "-i", "-", "-o", self.path("x.wav"), status=2, input="no WAV file")
+        # WAV files through pipes: what comes out is what a file would get.
+        wav(self.path("piped.wav"), [k / 1000 for k in range(-999, 1000)] * 2, 2)
+        piped = subprocess.run("cat '%s' | '%s' run '%s' -i - -o - --format pcm24 | cat" % (self.path("piped.wav"), PROGRAM, graph),
+                               shell=True, capture_output=True, check=True)
+        self.call("run", graph, "-i", self.path("piped.wav"), "-o", self.path("whole.wav"))
+        with open(self.path("whole.wav"), "rb") as f:
+            self.assertEqual(piped.stdout, f.read())
         self.call("run", graph, "-i", self.path("loud"), "--raw-in", "s16le", "-o", self.path("x.wav"), status=2)
         broken = self.call("run", graph, "-i", "-", *raw_in, "-o", self.path("x.wav"), input="1234567", status=1)
         self.assertIn("inside a frame", broken.stderr)
