@@ -219,15 +219,31 @@ Range range_of(const std::vector<Curve>& curves)
             std::ceil((high + 1) / kStep) * kStep};
 }
 
+// Whether no eye could tell two curves apart.
+bool look_alike(const Spectrum& a, const Spectrum& b)
+{
+    constexpr double kTolerance = 1e-3;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (known(a[i]) != known(b[i]) || std::abs(a[i] - b[i]) > kTolerance * std::abs(a[i]))
+            return false;
+    return true;
+}
+
+// A curve that lies on an earlier one is dashed, so that both are seen.
+const char* dashes(const std::vector<Curve>& curves, std::size_t i)
+{
+    for (std::size_t before = 0; before < i; ++before)
+        if (!curves[i].dashed && look_alike(curves[before].values, curves[i].values))
+            return " dashtype '-'";
+    return curves[i].dashed ? " dashtype '--'" : i >= kColours.size() ? " dashtype '_.'" : "";
+}
+
 void append_curves(std::string& text, const std::vector<Curve>& curves, char block)
 {
     text += "plot ";
     for (std::size_t i = 0; i < curves.size(); ++i) {
         append(text, "%s$%c%zu using 1:2 with lines linecolor rgb '%s' linewidth %s%s ", i > 0 ? ", \\\n  " : "", block,
-               i, kColours[i % kColours.size()], curves[i].dashed ? "1.2" : "2.2",
-               curves[i].dashed       ? " dashtype '--'"
-               : i >= kColours.size() ? " dashtype '_.'"
-                                      : "");
+               i, kColours[i % kColours.size()], curves[i].dashed ? "1.2" : "2.2", dashes(curves, i));
         text += block == 'm' ? "title " + literal(curves[i].name) : "notitle";
     }
     text += '\n';
@@ -350,7 +366,14 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
            : span <= 50 ? 5.0
                         : 10.0);
     append(text, "set tmargin at screen %.4f\nset bmargin at screen %.4f\n", screen(43), screen(356));
-    text += "set ylabel 'Magnitude (dB)' offset 1,0\nset title " + literal(title) + " offset 0,-0.4\n";
+    constexpr std::size_t kLongestTitle = 95;  // what the width holds
+    // At a place of its own: next to the numbers it would meet long ones.
+    const auto set_label = [&](const char* label, double middle) {
+        append(text, "set label 1 '%s' at screen %.4f, screen %.4f center rotate\n", label, 15.0 / kWidth,
+               screen(middle));
+    };
+    set_label("Magnitude (dB)", 200);
+    text += "set title " + literal(shortened(title, kLongestTitle)) + " offset 0,-0.4\n";
     append(text,
            "set key horizontal Left reverse samplen 2.5 spacing 1.2 maxcols %d maxrows %d at screen %.4f, screen %.4f "
            "center top\n",
@@ -359,7 +382,8 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
 
     append(text, "unset title\nset tmargin at screen %.4f\nset bmargin at screen %.4f\nunset key\n", screen(372),
            screen(515));
-    append(text, "set xlabel 'Frequency (Hz)' offset 0,0.4\nset ylabel '%s' offset 1,0\n", lower.label);
+    text += "set xlabel 'Frequency (Hz)' offset 0,0.4\n";
+    set_label(lower.label, 444);
     append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics %d\n", lower.range.low, lower.range.high, lower.tics,
            lower.wraps ? 3 : 2);
     text += frequency_tics(shown, true);

@@ -34,7 +34,7 @@ const std::vector<std::pair<std::string, Method>> kMethods = {
 
 struct Options {
     std::string schematic, output, speaker;
-    std::vector<std::string> blocks, settings;
+    std::vector<std::string> blocks, settings, to;
     std::optional<int> channels;
     Method method = Method::best;
     Lower lower = Lower::phase;
@@ -110,12 +110,15 @@ void print_agreement(std::FILE* to, const Axis& axis, const std::vector<Curve>& 
 }
 
 // Outputs that nothing reaches are left out, with a line that says so.
-std::vector<Curve> curves_of(const Probe& probe, const std::vector<Spectrum>& outputs, const char* suffix, bool dashed)
+std::vector<Curve> curves_of(const Probe& probe, const std::vector<bool>& wanted, const std::vector<Spectrum>& outputs,
+                             const char* suffix, bool dashed)
 {
     std::vector<Curve> curves;
     std::vector<std::string> unreached;
     for (std::size_t i = 0; i < outputs.size(); ++i)
-        if (outputs[i].empty())
+        if (!wanted[i])
+            continue;
+        else if (outputs[i].empty())
             unreached.push_back(probe.names[i]);
         else
             curves.push_back({probe.names[i] + suffix, outputs[i], dashed});
@@ -126,8 +129,22 @@ std::vector<Curve> curves_of(const Probe& probe, const std::vector<Spectrum>& ou
     return curves;
 }
 
+// The outputs of --to; without it all.
+std::vector<bool> wanted_outputs(const Options& options, std::size_t count)
+{
+    std::vector<bool> wanted(count, options.to.empty());
+    for (const std::string& text : options.to) {
+        const auto n = number_of<std::size_t>(text);
+        if (!n || *n >= count)
+            throw UserError({{"--to", text, "an output from 0 to " + std::to_string(count - 1)}});
+        wanted[*n] = true;
+    }
+    return wanted;
+}
+
 std::vector<Curve> find_curves(const Options& options, const Probe& probe, const Axis& axis)
 {
+    const std::vector<bool> wanted = wanted_outputs(options, probe.names.size());
     const Computed exact = computed(probe, options.from, axis);
     const bool linear = exact.ids.empty();
     if (!linear && options.method != Method::best && options.method != Method::measured)
@@ -140,13 +157,13 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
         std::fprintf(stderr, "vantoro: unstable, so that nobody will hear what is drawn: %s\n",
                      list_of(exact.unstable).c_str());
     if (linear && (options.method == Method::best || options.method == Method::coefficients))
-        return curves_of(probe, exact.outputs, "", false);
+        return curves_of(probe, wanted, exact.outputs, "", false);
     const auto heard =
         measure(probe.schematic, options.from, axis, linear ? Stimulus::impulse : Stimulus::sweep, options.level_db);
     if (options.method != Method::both)
-        return curves_of(probe, heard, "", false);
-    std::vector<Curve> curves = curves_of(probe, exact.outputs, "", false);
-    const std::vector<Curve> measured = curves_of(probe, heard, ", measured", true);
+        return curves_of(probe, wanted, heard, "", false);
+    std::vector<Curve> curves = curves_of(probe, wanted, exact.outputs, "", false);
+    const std::vector<Curve> measured = curves_of(probe, wanted, heard, ", measured", true);
     print_agreement(options.output == "-" ? stderr : stdout, axis, curves, measured);
     curves.insert(curves.end(), measured.begin(), measured.end());
     return curves;
@@ -260,6 +277,8 @@ void add_response_command(CommandLine& line)
     command.option("--block", options->blocks, "ID", "This block alone; given again: a chain of blocks [whole graph]");
     command.option("--from", options->from, "N", "The input that is fed, of the graph or of the first block [0]")
         .from(0, kMaxPins);
+    command.option("--to", options->to, "N",
+                   "An output to draw, of the graph or of the last block; may be given again [all]");
     command.option("--speaker", options->speaker, "FILE", "A measured loudspeaker (FRD) to draw and to add");
     command.choice("--method", options->method, kMethods,
                    "coefficients, measured or both [coefficients, or measured where those do not tell]");

@@ -549,6 +549,9 @@ class Cli(unittest.TestCase):
         self.assertEqual([name[:8] for name in table[0][1::2]], ["output 0", "output 1", "output 2"] * 2)
         for n, level in enumerate(table[10][1::2]):
             self.assertAlmostEqual(float(level), -6.02 * (n % 3), delta=0.01)
+        few = self.call("response", graph, "-o", "-", "--to", "2", "--to", "1").stdout.splitlines()[0]
+        self.assertEqual(re.findall("output . ", few), ["output 1 ", "output 1 ", "output 2 ", "output 2 "])
+        self.assertIn("--to: 3: an output from 0 to 2", self.call("response", graph, "-o", "-", "--to", "3", status=2).stderr)
         wav(self.path("in.wav"), [0.0] * 99 + [0.5], 1)  # in the part of a block that ends the file
         report = self.call("run", graph, "-i", self.path("in.wav"), "-o", self.path("o.wav")).stdout
         self.assertIn("peak -6.02 -12.04 -18.06 dBFS", report)
