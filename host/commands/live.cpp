@@ -70,6 +70,7 @@ struct Plan {
     ReadOptions reading;
     Schematic schematic;
     int rate = 0;
+    std::string rate_by{};  // who gave it: a file, a server, or --rate
 };
 
 void settle_rate(const LiveOptions& options, Plan& plan)
@@ -88,6 +89,7 @@ void settle_rate(const LiveOptions& options, Plan& plan)
         take(plan.file->rate(), plan.from.name);
     take(plan.backend->fixed_rate(), plan.backend->name());
     plan.reading.rate = given;
+    plan.rate_by = by;
 }
 
 Plan prepare(const LiveOptions& options)
@@ -111,6 +113,9 @@ Plan prepare(const LiveOptions& options)
     else if (options.channels)
         plan.reading.channels = options.channels;
     plan.schematic = load_schematic(options.schematic, plan.reading, warnings_of(options.strict, options.quiet));
+    if (plan.schematic.rate && plan.reading.rate && *plan.reading.rate != *plan.schematic.rate)
+        throw UserError(plan.rate_by + " has " + std::to_string(*plan.reading.rate) +
+                        " Hz; the schematic is made for " + std::to_string(*plan.schematic.rate) + " Hz");
     plan.rate = rate_of(plan.schematic, plan.reading.rate);
     plan.reading.rate = plan.rate;
     plan.reading.channels = plan.schematic.inputs;
