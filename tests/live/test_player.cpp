@@ -439,11 +439,13 @@ TEST(Change, TheNewestWins)
         next.blocks[0].vector[0] = -static_cast<float>(i);
         deck.player.play(std::move(next), ++deck.revision);
     }
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 20000 && (i < 200 || deck.player.status().heard != deck.revision);
+         ++i) {  // 0.2 s, or a slow machine
         deck.play(in, 64, 64);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     deck.settle();
+    deck.play(in, 640, 64);
     Schematic last = flat;
     last.blocks[0].vector[0] = -10;
     const Signal wanted = always(last, in, deck.at);
