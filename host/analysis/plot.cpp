@@ -67,12 +67,12 @@ std::vector<double> below_of(const Axis& axis, const Curve& curve, Lower lower)
             values.push_back(known(h) ? phase_deg(h) : std::numeric_limits<double>::quiet_NaN());
         return values;
     }
-    const Slope slope{curve.values, curve.delay};
     if (lower == Lower::group_delay) {
         for (const double seconds : curve.delay)
             values.push_back(1000 * seconds);
         return values;
     }
+    const Slope slope{curve.values, curve.delay};
     values = unwrapped_deg(axis, slope);
     if (lower == Lower::unwrapped)
         return values;
@@ -307,6 +307,45 @@ std::string frequency_tics(Range shown, bool labels)
     return tics + ")\n";
 }
 
+// Where a picture's parts stand, from the top in points.
+struct Frame {
+    double top, bottom;
+    int height;  // of the picture
+    double screen(double from_top) const { return 1 - from_top / height; }
+};
+
+void append_terminal(std::string& text, std::string_view picture, int height)
+{
+    // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.
+    if (picture == "svg")
+        append(text,
+               "set terminal svg size %d,%d font 'Helvetica,Arial,sans-serif,13' noenhanced background rgb 'white'\n",
+               kWidth, height);
+    else
+        append(text,
+               "set terminal pngcairo size %d,%d font 'Sans,13' fontscale 1.55 linewidth 2 noenhanced background rgb "
+               "'white'\n",
+               2 * kWidth, 2 * height);
+    text += kSetup;
+    append(text, "set lmargin at screen %.4f\nset rmargin at screen %.4f\n", kLeft / kWidth, kRight / kWidth);
+}
+
+void append_frame(std::string& text, const Frame& frame, const char* label, Range range, double tics, int minor)
+{
+    append(text, "set tmargin at screen %.4f\nset bmargin at screen %.4f\n", frame.screen(frame.top),
+           frame.screen(frame.bottom));
+    append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics %d\n", range.low, range.high, tics, minor);
+    // At a place of its own: next to the numbers it would meet long ones.
+    append(text, "set label 1 '%s' at screen %.4f, screen %.4f center rotate\n", label, 15.0 / kWidth,
+           frame.screen((frame.top + frame.bottom) / 2));
+}
+
+double magnitude_tics(Range range)
+{
+    const double span = range.high - range.low;
+    return span <= 20 ? 2.5 : span <= 50 ? 5 : 10;
+}
+
 }  // namespace
 
 double magnitude_db(std::complex<double> h) { return 20 * std::log10(std::max(std::abs(h), 1e-15)); }
@@ -336,6 +375,7 @@ std::string csv_text(const Axis& axis, const std::vector<Curve>& curves, const V
 std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std::string_view title,
                         std::string_view picture, const View& view)
 {
+    constexpr std::size_t kLongestTitle = 95;  // what the width holds
     const Range range = view.db.value_or(range_of(curves));
     const std::vector<std::vector<double>> below = all_below(axis, curves, view.lower);
     const LowerAxis lower = lower_axis(curves, below, view.lower, range.low);
@@ -344,48 +384,21 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
         append_data(text, axis, curves[i], below[i], i, range, lower);
     const Legend legend = legend_of(curves);
     const int height = kLegendTop + legend.rows * kLegendRow + 10;
-    // The same picture on both: one is measured in points, the other in pixels of a page printed at 200 dpi.
-    if (picture == "svg")
-        append(text,
-               "set terminal svg size %d,%d font 'Helvetica,Arial,sans-serif,13' noenhanced background rgb 'white'\n",
-               kWidth, height);
-    else
-        append(text,
-               "set terminal pngcairo size %d,%d font 'Sans,13' fontscale 1.55 linewidth 2 noenhanced background rgb "
-               "'white'\n",
-               2 * kWidth, 2 * height);
-    text += kSetup;
-    const auto screen = [&](double from_top) { return 1 - from_top / height; };
-    append(text, "set lmargin at screen %.4f\nset rmargin at screen %.4f\n", kLeft / kWidth, kRight / kWidth);
+    const Frame upper{43, 356, height}, under{372, 515, height};
+    append_terminal(text, picture, height);
     const Range shown = view.hz.value_or(Range{20, axis.hz(axis.bins.size() - 1)});
     append(text, "set xrange [%.6g:%.7g]\n", shown.low, shown.high);
     text += frequency_tics(shown, false) + "set multiplot\n";
-    const double span = range.high - range.low;
-    append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics 2\n", range.low, range.high,
-           span <= 20   ? 2.5
-           : span <= 50 ? 5.0
-                        : 10.0);
-    append(text, "set tmargin at screen %.4f\nset bmargin at screen %.4f\n", screen(43), screen(356));
-    constexpr std::size_t kLongestTitle = 95;  // what the width holds
-    // At a place of its own: next to the numbers it would meet long ones.
-    const auto set_label = [&](const char* label, double middle) {
-        append(text, "set label 1 '%s' at screen %.4f, screen %.4f center rotate\n", label, 15.0 / kWidth,
-               screen(middle));
-    };
-    set_label("Magnitude (dB)", 200);
+    append_frame(text, upper, "Magnitude (dB)", range, magnitude_tics(range), 2);
     text += "set title " + literal(shortened(title, kLongestTitle)) + " offset 0,-0.4\n";
     append(text,
            "set key horizontal Left reverse samplen 2.5 spacing 1.2 maxcols %d maxrows %d at screen %.4f, screen %.4f "
            "center top\n",
-           legend.columns, legend.rows, (kLeft + kRight) / 2 / kWidth, screen(kLegendTop));
+           legend.columns, legend.rows, (kLeft + kRight) / 2 / kWidth, upper.screen(kLegendTop));
     append_curves(text, curves, 'm');
 
-    append(text, "unset title\nset tmargin at screen %.4f\nset bmargin at screen %.4f\nunset key\n", screen(372),
-           screen(515));
-    text += "set xlabel 'Frequency (Hz)' offset 0,0.4\n";
-    set_label(lower.label, 444);
-    append(text, "set yrange [%g:%g]\nset ytics %g\nset mytics %d\n", lower.range.low, lower.range.high, lower.tics,
-           lower.wraps ? 3 : 2);
+    text += "unset title\nunset key\nset xlabel 'Frequency (Hz)' offset 0,0.4\n";
+    append_frame(text, under, lower.label, lower.range, lower.tics, lower.wraps ? 3 : 2);
     text += frequency_tics(shown, true);
     append_curves(text, curves, 'p');
     return text + "unset multiplot\n";

@@ -25,7 +25,7 @@ int find_block(const Schematic& schematic, const std::string& id)
     for (const Block& block : schematic.blocks)
         ids.push_back(block.id);
     const std::string near = nearest(id, ids);
-    throw UserError(id + ": no block of this name" + (near.empty() ? "" : "; did you mean " + near + '?'));
+    throw UserError(id + ": no block of this name" + did_you_mean(near));
 }
 
 // "eq", "eq.1", "way.1 high"; with a title "Low-pass", "LR24 high".

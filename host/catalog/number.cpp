@@ -38,8 +38,7 @@ std::optional<float> read_choice(const VantoroParam& param, const json& value, c
         names.emplace_back(choice.name);
     }
     const std::string near = value.is_string() ? nearest(value.get<std::string>(), names) : std::string{};
-    problems.push_back(
-        {where, as_text(value), range_text(param) + (near.empty() ? "" : "; did you mean " + near + "?")});
+    problems.push_back({where, as_text(value), range_text(param) + did_you_mean(near)});
     return {};
 }
 

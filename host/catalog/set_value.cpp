@@ -36,7 +36,7 @@ std::string wanted_at(const json& node, const std::string& step)
     for (const auto& [name, value] : node.items())
         names.push_back(name);
     const std::string near = nearest(step, names);
-    return near.empty() ? "one of " + joined(names) : "unknown; did you mean " + near + "?";
+    return near.empty() ? "one of " + joined(names) : "unknown" + did_you_mean(near);
 }
 
 const json* step_to(const json& node, const std::string& step)

@@ -88,7 +88,7 @@ private:
                 continue;
             std::string wanted = "no " + what + " of " + type_.name;
             if (const std::string near = nearest(name, names); !near.empty())
-                wanted += "; did you mean " + near + "?";
+                wanted += did_you_mean(near);
             else
                 wanted += names.empty() ? "; it has none" : "; there is " + joined(names);
             fault(where + pointer_step(name), value, wanted);

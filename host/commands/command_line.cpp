@@ -2,7 +2,6 @@
 #include "commands/command_line.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <string_view>
 
@@ -17,11 +16,6 @@ namespace vantoro {
 
 namespace {
 
-[[noreturn]] void refuse_value(const std::string& name, const std::string& value, std::string wanted)
-{
-    throw UserError({{name, value, std::move(wanted)}});
-}
-
 // "a, b or c"
 std::string listed(const std::vector<std::string>& names, const char* last)
 {
@@ -31,10 +25,9 @@ std::string listed(const std::vector<std::string>& names, const char* last)
     return text;
 }
 
-std::string did_you_mean(std::string_view word, const std::vector<std::string>& known)
+std::string suggestion(std::string_view word, const std::vector<std::string>& known)
 {
-    const std::string near = nearest(word, std::vector<std::string_view>(known.begin(), known.end()));
-    return near.empty() ? near : "; did you mean " + near + '?';
+    return did_you_mean(nearest(word, std::vector<std::string_view>(known.begin(), known.end())));
 }
 
 }  // namespace
@@ -60,7 +53,7 @@ Option Option::from(double lowest, double highest)
     option_->check([lowest, highest, whole, wanted, name = name()](const std::string& text) {
         const auto number = number_of<double>(text);
         if (!number || *number < lowest || *number > highest || (whole && !number_of<long long>(text)))
-            refuse_value(name, text, wanted);
+            throw UserError({{name, text, wanted}});
         return std::string();
     });
     return *this;
@@ -71,7 +64,7 @@ Option Option::one_of(std::vector<std::string> choices)
     text_->choices = choices;
     option_->check([choices = std::move(choices), name = name()](const std::string& word) {
         if (std::ranges::find(choices, word) == choices.end())
-            refuse_value(name, word, listed(choices, " or "));
+            throw UserError({{name, word, listed(choices, " or ")}});
         return std::string();
     });
     return *this;
@@ -187,14 +180,14 @@ void CommandLine::refuse(const std::string& text) const
         std::vector<std::string> known = {"--help", "--version"};
         for (const OptionText& each : command ? command->text.options : std::deque<OptionText>())
             known.push_back(each.long_name());
-        problem = {given, {}, "there is no such option" + did_you_mean(given, known)};
+        problem = {given, {}, "there is no such option" + suggestion(given, known)};
     } else if (!command && left.empty()) {
         problem.wanted = "a command is missing";
     } else if (!command) {
         std::vector<std::string> known;
         for (const CommandText* each : commands())
             known.push_back(each->name);
-        problem = {left.back(), {}, "there is no such command" + did_you_mean(left.back(), known)};
+        problem = {left.back(), {}, "there is no such command" + suggestion(left.back(), known)};
     } else if (!left.empty()) {
         problem = {left.back(), {}, "one argument too many"};
     }

@@ -6,29 +6,22 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/columns.h"
+
 namespace vantoro {
 namespace {
 
-constexpr std::size_t kWidth = 100;  // of a printed line
-
-// `items` after `label`, in lines of bounded width.
+// `items` after `label`, in lines that end between items.
 void print_items(const char* label, const std::vector<std::string>& items)
 {
     constexpr std::size_t kIndent = 12;
-    if (items.empty())
-        return;
-    std::printf("      %-6s", label);
-    std::size_t column = kIndent;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0 && column + items[i].size() > kWidth) {
-            std::printf("\n%*s", static_cast<int>(kIndent), "");
-            column = kIndent;
-        }
-        const std::string text = (column > kIndent ? " " : "") + items[i] + (i + 1 < items.size() ? ";" : "");
-        std::fputs(text.c_str(), stdout);
-        column += text.size();
+    std::string text;
+    for (std::string item : items) {
+        std::ranges::replace(item, ' ', kNoBreak);
+        text += (text.empty() ? "" : "; ") + item;
     }
-    std::puts("");
+    if (!items.empty())
+        std::fputs(flowed(std::string("      ") + label, kIndent, text).c_str(), stdout);
 }
 
 // "0 from eq.1", with what the pin means where it is not simply the n-th signal.

@@ -17,7 +17,7 @@ constexpr std::size_t kHelpColumn = 32;
 
 const OptionText kHelpOption{"-h,--help", "", "Print this"}, kVersionOption{"--version", "", "Print the version"};
 
-// With `escapes` before each of these characters.
+// With `with` before each of these characters.
 std::string escaped(std::string_view text, std::string_view characters, std::string_view with)
 {
     std::string out;
@@ -38,7 +38,7 @@ std::string quoted(std::string_view text)
     return out + '\'';
 }
 
-std::string joined(const std::vector<std::string>& words)
+std::string spaced(const std::vector<std::string>& words)
 {
     std::string out;
     for (const std::string& word : words)
@@ -52,7 +52,7 @@ std::string short_name(const OptionText& option)
     return comma == std::string::npos ? "" : option.names.substr(0, comma);
 }
 
-// What comes before and after the command in what is written for it: arguments in brackets where they may be left out.
+// "vantoro blocks [TYPE] [OPTIONS]": in brackets what may be left out.
 std::string usage(const CommandLine& line, const CommandText& command)
 {
     std::string text = line.name() + ' ' + command.name;
@@ -153,13 +153,13 @@ std::string for_bash(const CommandLine& line)
             const std::string letter = short_name(*each);
             if (!each->is_argument() && !each->what.empty())
                 cases += "        " + (letter.empty() ? "" : command->name + ':' + letter + '|') + command->name + ':' +
-                         each->long_name() + ") words=" + quoted(joined(each->choices)) + " ;;\n";
+                         each->long_name() + ") words=" + quoted(spaced(each->choices)) + " ;;\n";
         }
-        cases += "        " + command->name + ":*) words=" + quoted(joined(options)) + " ;;\n";
+        cases += "        " + command->name + ":*) words=" + quoted(spaced(options)) + " ;;\n";
     }
     return "_vantoro()\n{\n    local word=${COMP_WORDS[COMP_CWORD]} words=\n    case "
            "${COMP_WORDS[1]}:${COMP_WORDS[COMP_CWORD - 1]} in\n        *:vantoro) words=" +
-           quoted(joined(names)) + " ;;\n" + cases +
+           quoted(spaced(names)) + " ;;\n" + cases +
            "    esac\n    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n}\n"
            "complete -o default -F _vantoro vantoro\n";
 }
@@ -171,7 +171,7 @@ std::string for_zsh(const CommandLine& line)
         names += ' ' + quoted(command->name + ':' + command->help);
         cases += "    " + command->name + ") _arguments -s";
         for (const OptionText* each : ordered(*command)) {
-            const std::string action = each->choices.empty() ? "_files" : '(' + joined(each->choices) + ')';
+            const std::string action = each->choices.empty() ? "_files" : '(' + spaced(each->choices) + ')';
             const std::string value = each->what.empty() ? "" : ':' + each->what + ':' + action;
             if (each->is_argument()) {
                 cases += " \\\n        " + quoted((each->repeated   ? "*:"
@@ -202,7 +202,7 @@ std::string for_fish(const CommandLine& line)
             "complete -c vantoro -f -n __fish_use_subcommand -a " + command->name + " -d " + text(command->help) + '\n';
         for (const OptionText* each : ordered(*command)) {
             const std::string letter = short_name(*each);
-            const std::string choices = each->choices.empty() ? "" : " -f -a " + text(joined(each->choices));
+            const std::string choices = each->choices.empty() ? "" : " -f -a " + text(spaced(each->choices));
             if (each->is_argument() && choices.empty())
                 continue;
             out += "complete -c vantoro -n '__fish_seen_subcommand_from " + command->name + '\'';

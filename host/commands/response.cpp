@@ -11,6 +11,7 @@
 #include "analysis/plot.h"
 #include "analysis/probe.h"
 #include "analysis/speaker.h"
+#include "catalog/words.h"
 #include "commands/commands.h"
 #include "io/part_file.h"
 #include "io/program.h"
@@ -77,13 +78,7 @@ Computed computed(const Probe& probe, int from, const Axis& axis)
     return compute(engine, from, axis);
 }
 
-std::string list_of(const std::vector<std::string>& ids)
-{
-    std::string text;
-    for (const std::string& id : ids)
-        text += (text.empty() ? "" : ", ") + id;
-    return text;
-}
+std::string list_of(const std::vector<std::string>& ids) { return joined({ids.begin(), ids.end()}); }
 
 // The largest difference where neither curve lies more than 60 dB under the top of its own.
 void print_agreement(std::FILE* to, const Axis& axis, const std::vector<Curve>& exact,
@@ -195,7 +190,7 @@ std::string heading(const Options& options, const Probe& probe)
 }
 
 // "20:20000"
-std::optional<Range> range_of(const char* option, const std::string& text, Range limits)
+std::optional<Range> parse_range(const char* option, const std::string& text, Range limits)
 {
     if (text.empty())
         return {};
@@ -250,8 +245,8 @@ int respond(const Options& options)
         throw UserError(why);
     const Probe probe = make_probe(options);
     const int rate = rate_of(probe.schematic, options.rate);
-    const View view{options.lower, range_of("--hz", options.hz, {20, rate / 2.0}),
-                    range_of("--db", options.db, {-300, 300})};
+    const View view{options.lower, parse_range("--hz", options.hz, {20, rate / 2.0}),
+                    parse_range("--db", options.db, {-300, 300})};
     const Axis axis = make_axis(rate, options.points, corners_of(probe.schematic));
     const bool slopes = options.lower != Lower::phase;
     const Axis asked = slopes ? with_neighbours(axis) : axis;

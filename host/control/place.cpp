@@ -119,7 +119,7 @@ Target target_of(const Schematic& schematic, const std::string& path)
     for (const Block& block : schematic.blocks)
         ids.push_back(block.id);
     const std::string near = nearest(id, ids);
-    throw UserError({{path, id, "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?")}});
+    throw UserError({{path, id, "there is no such block" + did_you_mean(near, "\"")}});
 }
 
 std::optional<int> terminal_channel(std::string_view text, std::string_view terminal, int count)

@@ -139,7 +139,7 @@ std::string Draft::no_block(const std::string& id, const std::string& prefix)
                 names.push_back(std::string_view(sides[s].id).substr(prefix.size()));
         near = unknown[prefix + id] = nearest(id, names);
     }
-    return "there is no such block" + (near.empty() ? "" : "; did you mean \"" + near + "\"?");
+    return "there is no such block" + did_you_mean(near, "\"");
 }
 
 void read_blocks(const json& blocks, const std::vector<std::string>& order, int scope, Definitions& names, Draft& draft)

@@ -84,8 +84,7 @@ Evaluated Definitions::value_of(std::string_view name)
     const auto found = names_.find(name);
     if (found == names_.end()) {
         const std::string near = nearest_to(name);
-        return {0, "a name that \"define\" has, not \"" + std::string(name) + '"' +
-                       (near.empty() ? "" : "; did you mean \"" + near + "\"?")};
+        return {0, "a name that \"define\" has, not \"" + std::string(name) + '"' + did_you_mean(near, "\"")};
     }
     Definition& definition = found->second;
     definition.used = true;

@@ -128,7 +128,7 @@ PartText* part_of(const Fields& use, Draft& draft)
                 names.push_back(known);
         const std::string near = nearest(name, names);
         if (use.find("part")->is_string())
-            use.fault("part", "a part that \"parts\" has" + (near.empty() ? "" : "; did you mean \"" + near + "\"?"));
+            use.fault("part", "a part that \"parts\" has" + did_you_mean(near, "\""));
         return nullptr;
     }
     const auto [entry, fresh] = draft.parts.read.try_emplace(name);
@@ -184,8 +184,7 @@ std::string unknown_parameter(const std::string& name, const json& parameters, c
         for (const auto& [parameter, initial] : parameters.items())
             known.push_back(parameter);
     const std::string near = nearest(name, known);
-    return "a parameter of the part, or a value of its blocks: \"eq.fc\"" +
-           (near.empty() ? "" : "; did you mean \"" + near + "\"?");
+    return "a parameter of the part, or a value of its blocks: \"eq.fc\"" + did_you_mean(near, "\"");
 }
 
 UseValues read_set(const Fields& use, const std::string& flat, const PartText& part, Draft& draft)

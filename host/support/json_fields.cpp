@@ -18,8 +18,7 @@ void Fields::allow(std::initializer_list<std::string_view> names) const
         if (std::ranges::find(names, key) != names.end())
             continue;
         const std::string near = nearest(key, std::vector(names));
-        problems_.push_back({where_ + pointer_step(key), as_text(key),
-                             near.empty() ? "unknown key" : "unknown key; did you mean \"" + near + "\"?"});
+        problems_.push_back({where_ + pointer_step(key), as_text(key), "unknown key" + did_you_mean(near, "\"")});
     }
 }
 

@@ -107,4 +107,9 @@ std::string nearest(std::string_view word, std::span<const std::string_view> can
     return near.empty() ? std::string{} : std::string{near.front().name};
 }
 
+std::string did_you_mean(const std::string& near, const char* quote)
+{
+    return near.empty() ? near : "; did you mean " + (quote + near) + quote + '?';
+}
+
 }  // namespace vantoro

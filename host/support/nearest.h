@@ -22,4 +22,7 @@ std::vector<Match> matches(std::string_view word, std::span<const std::string_vi
 // The first of them; empty when none comes near.
 std::string nearest(std::string_view word, std::span<const std::string_view> candidates);
 
+// "; did you mean eq?", with `quote` around the name; empty when it is.
+std::string did_you_mean(const std::string& near, const char* quote = "");
+
 }  // namespace vantoro

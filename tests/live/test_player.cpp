@@ -439,8 +439,8 @@ TEST(Change, TheNewestWins)
         next.blocks[0].vector[0] = -static_cast<float>(i);
         deck.player.play(std::move(next), ++deck.revision);
     }
-    for (int i = 0; i < 20000 && (i < 200 || deck.player.status().heard != deck.revision);
-         ++i) {  // 0.2 s, or a slow machine
+    const auto heard = [&] { return deck.player.status().heard == deck.revision; };
+    for (int i = 0; i < 20000 && (i < 200 || !heard()); ++i) {
         deck.play(in, 64, 64);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
