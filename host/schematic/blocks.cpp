@@ -16,14 +16,24 @@ namespace {
 
 using nlohmann::json;
 
-// The blocks of a part that is used have ids of several names, "tweeter/eq", as the plain schematic has them.
-bool good_id(std::string_view id)
+bool good_step(std::string_view name)
 {
     const auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
     const auto inner = [&](char c) { return letter(c) || (c >= '0' && c <= '9') || c == '-'; };
-    const std::string_view name = id.substr(0, id.find('/'));
     return !name.empty() && letter(name.front()) && std::ranges::all_of(name, inner) && name != kInputId &&
-           name != kOutputId && (name.size() == id.size() || good_id(id.substr(name.size() + 1)));
+           name != kOutputId;
+}
+
+// The blocks of a part that is used have ids of several names, "tweeter/eq", as the plain schematic has them.
+bool good_id(std::string_view id)
+{
+    for (;;) {
+        const std::string_view name = id.substr(0, id.find('/'));
+        const bool good = good_step(name);
+        if (!good || name.size() == id.size())
+            return good;
+        id.remove_prefix(name.size() + 1);
+    }
 }
 
 std::string unknown_type(const json& type, const Draft& draft)

@@ -446,6 +446,10 @@ TEST(Schematic, SurvivesHostileText)
     const std::string gain = graph(R"("a": {"type": 289})");
     EXPECT_EQ(problems_of(gain, {}, {parse_setting("a.gain=" + std::string(200'000, '['))}).size(), 1U);
     EXPECT_EQ(problems_of(gain, {}, {parse_setting("a." + std::string(200'000, '[') + "=1")}).size(), 1U);
+    std::string deep;
+    for (int i = 0; i < 1'000'000; ++i)
+        deep += "a/";
+    EXPECT_EQ(problems_of(graph('"' + deep + R"(": {"type": 289})")).size(), 1U);
     std::string wide;
     for (int i = 0; i < 1000; ++i)
         wide += (i > 0 ? ", \"" : "\"") + std::string("b") + std::to_string(i) + R"(": {"type": 289, "inputs": 1024})";
