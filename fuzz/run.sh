@@ -15,6 +15,7 @@ run_target() {
     local target=$1 log=build/fuzz/$1.log corpora=("build/fuzz/corpus/$1") options=() status=0
     mkdir -p "${corpora[0]}" build/fuzz/findings
     [ ! -d "fuzz/corpus/$target" ] || corpora+=("fuzz/corpus/$target")
+    [ "$target" != message ] || { corpora+=(fuzz/corpus/control); options+=(-dict=fuzz/control.dict -max_len=512); }
     [ ! -f "fuzz/$target.dict" ] || options+=("-dict=fuzz/$target.dict")
     # 64 KiB is more than any target reads; -timeout catches endless loops.
     "build/fuzz/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=65536 -timeout=60 -rss_limit_mb=4096 \

@@ -388,7 +388,7 @@ tcp::acceptor listen_on(asio::io_context& io, const ServerOptions& options)
 
 struct Server::Inside {
     Inside(Player& player, Document& document, const ServerOptions& options)
-        : acceptor(listen_on(io, options)), timer(io)
+        : acceptor(listen_on(io, options)), timer(io), pause(io)
     {
         if (options.ask_token || !acceptor.local_endpoint().address().is_loopback())
             hub.token = make_token();
@@ -412,9 +412,16 @@ struct Server::Inside {
         acceptor.async_accept([this](beast::error_code error, tcp::socket socket) {
             if (!acceptor.is_open())
                 return;
-            if (!error)
+            if (!error) {
                 admit(std::move(socket));
-            accept();
+                accept();
+                return;
+            }
+            pause.expires_after(kIdleTick);  // no descriptors are left: whoever waits, waits until one is
+            pause.async_wait([this](beast::error_code stopped) {
+                if (!stopped && acceptor.is_open())
+                    accept();
+            });
         });
     }
 
@@ -463,7 +470,7 @@ struct Server::Inside {
 
     asio::io_context io{1};
     tcp::acceptor acceptor;
-    asio::steady_timer timer;
+    asio::steady_timer timer, pause;
     Clock::time_point looked{};
     Hub hub;
     std::string address;
