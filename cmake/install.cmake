@@ -1,14 +1,14 @@
 # What an installation holds: the libraries, shared and as archives, their public headers under <vantoro/...>, a CMake
 # package and pkg-config files.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 if(BUILD_SHARED_LIBS)
     set(vantoro_installed vantoro)
 endif()
-if(TARGET vantoro_graph)
-    list(APPEND vantoro_installed vantoro_graph vantoro_graph_static)
-endif()
+get_property(vantoro_beside GLOBAL PROPERTY VANTORO_BESIDE)
+foreach(library IN LISTS vantoro_beside)
+    list(APPEND vantoro_installed ${library} ${library}_static)
+endforeach()
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(TARGETS vantoro_static ${vantoro_installed} EXPORT vantoroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
@@ -19,10 +19,6 @@ foreach(header IN LISTS vantoro_public_headers)
     cmake_path(GET header PARENT_PATH directory)
     install(FILES ${PROJECT_SOURCE_DIR}/lib/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro/${directory})
 endforeach()
-
-if(TARGET vantoro_graph)
-    install(FILES ${PROJECT_SOURCE_DIR}/graph/vantoro_graph.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantoro)
-endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vantoro)
 install(EXPORT vantoroTargets NAMESPACE vantoro:: DESTINATION ${package_dir})
@@ -37,11 +33,7 @@ foreach(dir LIBDIR INCLUDEDIR)
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
         OUTPUT_VARIABLE VANTORO_PC_${dir})
 endforeach()
-set(vantoro_packages vantoro)
-if(TARGET vantoro_graph)
-    list(APPEND vantoro_packages vantoro_graph)
-endif()
-foreach(package IN LISTS vantoro_packages)
+foreach(package vantoro ${vantoro_beside})
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

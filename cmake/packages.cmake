@@ -20,12 +20,12 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${vantoro_library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "Filters, dynamics, mixers, switches, sources, level detectors, volume
-controls and a reverb, and the runtime that plays a graph of them.")
+controls and a reverb, a second, quieter arithmetic of filters, and the runtime that plays a graph of blocks.")
 file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 file(WRITE ${PROJECT_BINARY_DIR}/shlibs "")
-foreach(name libvantoro libvantoro_graph)
+foreach(name vantoro ${vantoro_beside})
     file(APPEND ${PROJECT_BINARY_DIR}/shlibs
-        "${name} ${PROJECT_VERSION_MAJOR} ${vantoro_library} (>= ${PROJECT_VERSION})\n")
+        "lib${name} ${PROJECT_VERSION_MAJOR} ${vantoro_library} (>= ${PROJECT_VERSION})\n")
 endforeach()
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/triggers ${PROJECT_BINARY_DIR}/shlibs)
 
@@ -33,13 +33,14 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvantoro-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${vantoro_library} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, archives for static products, CMake package and pkg-config files
-of libvantoro and libvantoro_graph.")
+of libvantoro and the libraries beside it.")
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME vantoro)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${vantoro_library} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib ${PROJECT_BINARY_DIR}/graph)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib ${PROJECT_BINARY_DIR}/graph
+    ${PROJECT_BINARY_DIR}/quiet)
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "The program: runs schematics of libvantoro's blocks over sound files, draws
 their frequency responses, exports them as C or as a preset for a product.")
 include(CPack)

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+// One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
+// One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
+// inputs plus what the two numbers of state ring on with, and the state after eight samples is one matrix product away
+// from the state before. So samples wait for one another in groups, not one by one.
+// The state's coordinates are z1 = s1 and z2 = s2 - a1 / 2 * s1 of the documented words: there the poles' common part
+// and their difference stand apart, so that nothing cancels, however close to 1 and to each other the poles are. The
+// state is carried on in double precision.
+#include "sections.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vantoro/vantoro_preprocess.h>
+
+#include "../graph/owned.h"
+#include "../lib/filters/arranged.h"
+#include "../lib/filters/second_order.h"
+#include "../lib/framework/context.h"
+#include "../lib/kernels/section.h"
+#include "doubles.h"
+
+namespace vquiet {
+namespace {
+
+using namespace lbx;
+
+constexpr int kGroup = 8;  // samples
+
+// One step: y = b0 x + z1, z1' = center z1 + z2 + b1 x, z2' = spread z1 + center z2 + b2 x. The poles are center +-
+// sqrt(spread).
+struct Law {
+    double b0, b1, b2, center, spread;
+};
+
+Law law_of(const float* coeff)
+{
+    const double c0 = coeff[0], c1 = coeff[1], a1 = coeff[2], c2 = coeff[3], a2 = coeff[4];
+    const double center = -0.5 * a1, b1 = c1 - a1 * c0;
+    return {c0, b1, c2 - a2 * c0 + center * b1, center, center * center - a2};
+}
+
+struct State {
+    double z1, z2;
+};
+
+LBX_INLINE double step(const Law& law, State& z, double x)
+{
+    const double y = std::fma(law.b0, x, z.z1);
+    z = {std::fma(law.center, z.z1, std::fma(law.b1, x, z.z2)),
+         std::fma(law.spread, z.z1, std::fma(law.center, z.z2, law.b2 * x))};
+    return y;
+}
+
+// The same over eight samples.
+struct Grouped {
+    float from_input[kGroup][kGroup];  // [j][i]: input j in output i
+    float from_state[2][kGroup];
+    float to_state[2][kGroup];  // both sums, in the order of state_input()
+    d2 on[2];                   // what z1 and z2 become
+};
+
+// Lanes 2k and 2k + 1 of [0] weigh samples 0, 1, 4, 5, those of [1] samples 2, 3, 6, 7.
+constexpr int kFirst[] = {0, 1, 4, 5};
+
+void design(Grouped& to, const Law& law)
+{
+    State ring = {0, 0};
+    for (int n = 0; n < kGroup; ++n) {
+        const auto h = static_cast<float>(step(law, ring, n == 0 ? 1.0 : 0.0));
+        for (int j = 0; j < kGroup; ++j)
+            if (j + n < kGroup)
+                to.from_input[j][j + n] = h;
+        const int sample = kGroup - 1 - n, row = sample / 2 % 2;
+        const auto* at = std::find(kFirst, kFirst + 4, sample - 2 * row);
+        to.to_state[row][2 * (at - kFirst)] = static_cast<float>(ring.z1);
+        to.to_state[row][2 * (at - kFirst) + 1] = static_cast<float>(ring.z2);
+    }
+    for (int w = 0; w < 2; ++w) {
+        State z = {w == 0 ? 1.0 : 0.0, w == 1 ? 1.0 : 0.0};
+        for (float& out : to.from_state[w])
+            out = static_cast<float>(step(law, z, 0.0));
+        to.on[w] = d2{z.z1, z.z2};
+    }
+}
+
+LBX_INLINE d2 state_input(const Grouped& by, f8 x)
+{
+    const f8 products =
+        lbx::mul_add(mix<2, 2, 3, 3>(x, x), load<f8>(by.to_state[1]), mix<0, 0, 1, 1>(x, x) * load<f8>(by.to_state[0]));
+    const f4 sums = lower(products) + upper(products);
+    return widened(sums + mix<2, 3, 2, 3>(sums, sums));
+}
+
+// Whole groups only.
+LBX_KERNEL void run_groups(const Grouped& by, State& state, const float* in, float* out, int n, float sign)
+{
+    d2 z = {state.z1, state.z2};
+    const f8 signs = every<f8>(sign);
+    for (int i = 0; i < n; i += kGroup) {
+        const d2 fresh = state_input(by, load<f8>(in + i));
+        f8 even = every<f8>(in[i]) * load<f8>(by.from_input[0]);
+        f8 odd = every<f8>(in[i + 1]) * load<f8>(by.from_input[1]);
+        repeat<kGroup / 2 - 1>([&](auto k) {
+            constexpr int j = 2 * k + 2;
+            even = lbx::mul_add(every<f8>(in[i + j]), load<f8>(by.from_input[j]), even);
+            odd = lbx::mul_add(every<f8>(in[i + j + 1]), load<f8>(by.from_input[j + 1]), odd);
+        });
+        const f4 now = narrowed(z);
+        const f8 heard = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), even + odd);
+        store(out + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), heard), signs));
+        z = mul_add(d2{z[0], z[0]}, by.on[0], mul_add(d2{z[1], z[1]}, by.on[1], fresh));
+    }
+    state = {z[0], z[1]};
+}
+
+// Samples that fill no group, and all of a section whose groups overflow.
+void run_steps(const Law& law, State& state, const float* in, float* out, int n, float sign)
+{
+    for (int i = 0; i < n; ++i)
+        out[i] = flip(static_cast<float>(step(law, state, static_cast<double>(in[i]))), sign);
+}
+
+// The documented words and back.
+State state_of(const Law& law, const float* words)
+{
+    return {words[0], static_cast<double>(words[1]) + law.center * words[0]};
+}
+void write_words(const Law& law, const State& z, float* words)
+{
+    words[0] = static_cast<float>(z.z1);
+    words[1] = static_cast<float>(z.z2 - law.center * z.z1);
+}
+
+struct Channel {
+    State state;
+    float words[kSosWords];  // as last written into the record
+};
+
+struct Sections : VantoroQuiet {
+    float coeff[kSosCoeffs] = {};  // what the rest was designed from
+    Law law = {};
+    Grouped grouped = {};
+    bool groups = false;  // all of it is finite
+    vgraph::Array<Channel> channel;
+};
+
+bool all_finite(const Grouped& by)
+{
+    float none = 0;  // NaN after a number that is not finite
+    const auto add = [&](const auto& rows) {
+        for (const auto& row : rows)
+            for (const float v : row)
+                none += 0.0F * v;
+    };
+    add(by.from_input);
+    add(by.from_state);
+    add(by.to_state);
+    for (const d2& row : by.on)
+        none += 0.0F * static_cast<float>(row[0] + row[1]);
+    return none == 0.0F;
+}
+
+// The states go on: their coordinates follow the poles' center.
+[[gnu::cold]] void redesign(Sections* own, const float* coeff, int channels)
+{
+    const double before = own->law.center;
+    std::copy_n(coeff, kSosCoeffs, own->coeff);
+    own->law = law_of(coeff);
+    own->grouped = {};
+    design(own->grouped, own->law);
+    own->groups = all_finite(own->grouped);
+    for (int c = 0; c < channels; ++c)
+        own->channel[c].state.z2 += (own->law.center - before) * own->channel[c].state.z1;
+}
+
+void run_channel(const Sections* own, Channel& channel, float* words, const float* in, float* out, int n, float sign)
+{
+    if (!same_floats(words, channel.words, kSosWords))  // the host's, or the documented arithmetic's
+        channel.state = state_of(own->law, words);
+    const int whole = own->groups ? n - n % kGroup : 0;
+    if (whole > 0)
+        run_groups(own->grouped, channel.state, in, out, whole, sign);
+    run_steps(own->law, channel.state, in + whole, out + whole, n - whole, sign);
+    write_words(own->law, channel.state, words);
+    std::copy_n(words, kSosWords, channel.words);
+}
+
+int process(VantoroQuiet* quiet, float** in, float** out)
+{
+    auto* own = static_cast<Sections*>(quiet);
+    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
+    const int channels = own->block->nInputs, n = own->block->block_pro->nBlockSize;
+    if (core->enable == 0)
+        return BlockAlgo_process(own->block, in, out);  // copies
+    if (!same_floats(core->coeffArray, own->coeff, kSosCoeffs))
+        redesign(own, core->coeffArray, channels);
+    for (int c = 0; c < channels; ++c)
+        run_channel(own, own->channel[c], core->stateBuffer + std::ptrdiff_t{kSosWords} * c, in[c], out[c], n,
+                    sign_bit(core->polarity != 0));
+    return RT_OK;
+}
+
+// From the record's words on.
+bool prepare(VantoroQuiet* quiet)
+{
+    auto* own = static_cast<Sections*>(quiet);
+    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
+    if (!own->channel && !vgraph::zeros(own->channel, static_cast<std::size_t>(own->block->nInputs)))
+        return false;
+    redesign(own, core->coeffArray, own->block->nInputs);
+    return true;
+}
+
+void clear(VantoroQuiet* quiet)
+{
+    auto* own = static_cast<Sections*>(quiet);
+    std::fill_n(own->channel.get(), own->block->nInputs, Channel{});
+}
+
+VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Sections>(); }
+void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Sections*>(quiet)); }
+
+constexpr Form kSections = {create, prepare, process, clear, destroy};
+
+}  // namespace
+
+const Form* section_form(int type)
+{
+    const bool one = (type >= EN_FILTER_2ND_GENERAL && type <= EN_FILTER_2ND_FIRSTORDERS) || type == EN_FILTER_NONBARE;
+    return one ? &kSections : nullptr;
+}
+
+}  // namespace vquiet
