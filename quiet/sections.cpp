@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
-// One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
 // inputs plus what the two numbers of state ring on with, and the state after eight samples is one matrix product away
 // from the state before. So samples wait for one another in groups, not one by one.
 // The state's coordinates are z1 = s1 and z2 = s2 - a1 / 2 * s1 of the documented words: there the poles' common part
+//
 // and their difference stand apart, so that nothing cancels, however close to 1 and to each other the poles are. The
 // state is carried on in double precision.
 #include "sections.h"
@@ -52,7 +52,7 @@ LBX_INLINE double step(const Law& law, State& z, double x)
 }
 
 // The same over eight samples.
-struct Grouped {
+struct alignas(32) Grouped {
     float from_input[kGroup][kGroup];  // [j][i]: input j in output i
     float from_state[2][kGroup];
     float to_state[2][kGroup];  // both sums, in the order of state_input()
@@ -91,26 +91,31 @@ LBX_INLINE d2 state_input(const Grouped& by, f8 x)
     return widened(sums + mix<2, 3, 2, 3>(sums, sums));
 }
 
-// Whole groups only.
-LBX_KERNEL void run_groups(const Grouped& by, State& state, const float* in, float* out, int n, float sign)
+// Whole groups of as many channels, side by side.
+template <int kChannels>
+LBX_KERNEL void run_groups(const Grouped& by, State* state, const float* const* in, float* const* out, int n,
+                           float sign)
 {
-    d2 z = {state.z1, state.z2};
+    d2 z[kChannels];
+    repeat<kChannels>([&](auto c) { z[c] = d2{state[c].z1, state[c].z2}; });
     const f8 signs = every<f8>(sign);
-    for (int i = 0; i < n; i += kGroup) {
-        const d2 fresh = state_input(by, load<f8>(in + i));
-        f8 even = every<f8>(in[i]) * load<f8>(by.from_input[0]);
-        f8 odd = every<f8>(in[i + 1]) * load<f8>(by.from_input[1]);
-        repeat<kGroup / 2 - 1>([&](auto k) {
-            constexpr int j = 2 * k + 2;
-            even = lbx::mul_add(every<f8>(in[i + j]), load<f8>(by.from_input[j]), even);
-            odd = lbx::mul_add(every<f8>(in[i + j + 1]), load<f8>(by.from_input[j + 1]), odd);
+    for (int i = 0; i < n; i += kGroup)
+        repeat<kChannels>([&](auto c) {
+            const float* x = in[c] + i;
+            const d2 fresh = state_input(by, load<f8>(x));
+            f8 even = every<f8>(x[0]) * load<f8>(by.from_input[0]);
+            f8 odd = every<f8>(x[1]) * load<f8>(by.from_input[1]);
+            repeat<kGroup / 2 - 1>([&](auto k) {
+                constexpr int j = 2 * k + 2;
+                even = lbx::mul_add(every<f8>(x[j]), load<f8>(by.from_input[j]), even);
+                odd = lbx::mul_add(every<f8>(x[j + 1]), load<f8>(by.from_input[j + 1]), odd);
+            });
+            const f4 now = narrowed(z[c]);
+            const f8 heard = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), even + odd);
+            store(out[c] + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), heard), signs));
+            z[c] = mul_add(d2{z[c][0], z[c][0]}, by.on[0], mul_add(d2{z[c][1], z[c][1]}, by.on[1], fresh));
         });
-        const f4 now = narrowed(z);
-        const f8 heard = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), even + odd);
-        store(out + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), heard), signs));
-        z = mul_add(d2{z[0], z[0]}, by.on[0], mul_add(d2{z[1], z[1]}, by.on[1], fresh));
-    }
-    state = {z[0], z[1]};
+    repeat<kChannels>([&](auto c) { state[c] = {z[c][0], z[c][1]}; });
 }
 
 // Samples that fill no group, and all of a section whose groups overflow.
@@ -179,7 +184,7 @@ void run_channel(const Sections* own, Channel& channel, float* words, const floa
         channel.state = state_of(own->law, words);
     const int whole = own->groups ? n - n % kGroup : 0;
     if (whole > 0)
-        run_groups(own->grouped, channel.state, in, out, whole, sign);
+        run_groups<1>(own->grouped, &channel.state, &in, &out, whole, sign);
     run_steps(own->law, channel.state, in + whole, out + whole, n - whole, sign);
     write_words(own->law, channel.state, words);
     std::copy_n(words, kSosWords, channel.words);
