@@ -2,14 +2,15 @@
 // One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
 // inputs plus what the two numbers of state ring on with, and the state after eight samples is one matrix product away
 // from the state before. So samples wait for one another in groups, not one by one.
-// The state's coordinates are z1 = s1 and z2 = s2 - a1 / 2 * s1 of the documented words: there the poles' common part
 //
+// The state's coordinates are z1 = s1 and z2 = s2 - a1 / 2 * s1 of the documented words: there the poles' common part
 // and their difference stand apart, so that nothing cancels, however close to 1 and to each other the poles are. The
 // state is carried on in double precision.
 #include "sections.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vantoro/vantoro_preprocess.h>
 
 #include "../graph/owned.h"
@@ -99,22 +100,24 @@ LBX_KERNEL void run_groups(const Grouped& by, State* state, const float* const* 
     d2 z[kChannels];
     repeat<kChannels>([&](auto c) { z[c] = d2{state[c].z1, state[c].z2}; });
     const f8 signs = every<f8>(sign);
-    for (int i = 0; i < n; i += kGroup)
-        repeat<kChannels>([&](auto c) {
-            const float* x = in[c] + i;
-            const d2 fresh = state_input(by, load<f8>(x));
-            f8 even = every<f8>(x[0]) * load<f8>(by.from_input[0]);
-            f8 odd = every<f8>(x[1]) * load<f8>(by.from_input[1]);
-            repeat<kGroup / 2 - 1>([&](auto k) {
-                constexpr int j = 2 * k + 2;
-                even = lbx::mul_add(every<f8>(x[j]), load<f8>(by.from_input[j]), even);
-                odd = lbx::mul_add(every<f8>(x[j + 1]), load<f8>(by.from_input[j + 1]), odd);
+    for (int i = 0; i < n; i += kGroup) {
+        f8 heard[kChannels][2] = {};  // of the inputs with even and with odd numbers
+        repeat<kGroup>([&](auto j) {
+            const f8 row = load<f8>(by.from_input[j]);
+            repeat<kChannels>([&](auto c) {
+                f8& sum = heard[c][j % 2];
+                const f8 x = every<f8>(in[c][i + j]);
+                sum = j < 2 ? x * row : lbx::mul_add(x, row, sum);
             });
+        });
+        repeat<kChannels>([&](auto c) {
+            const d2 fresh = state_input(by, load<f8>(in[c] + i));
             const f4 now = narrowed(z[c]);
-            const f8 heard = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), even + odd);
-            store(out[c] + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), heard), signs));
+            const f8 y = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), heard[c][0] + heard[c][1]);
+            store(out[c] + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), y), signs));
             z[c] = mul_add(d2{z[c][0], z[c][0]}, by.on[0], mul_add(d2{z[c][1], z[c][1]}, by.on[1], fresh));
         });
+    }
     repeat<kChannels>([&](auto c) { state[c] = {z[c][0], z[c][1]}; });
 }
 
@@ -125,28 +128,18 @@ void run_steps(const Law& law, State& state, const float* in, float* out, int n,
         out[i] = flip(static_cast<float>(step(law, state, static_cast<double>(in[i]))), sign);
 }
 
-// The documented words and back.
+// What two documented words are.
 State state_of(const Law& law, const float* words)
 {
     return {words[0], static_cast<double>(words[1]) + law.center * words[0]};
 }
-void write_words(const Law& law, const State& z, float* words)
-{
-    words[0] = static_cast<float>(z.z1);
-    words[1] = static_cast<float>(z.z2 - law.center * z.z1);
-}
-
-struct Channel {
-    State state;
-    float words[kSosWords];  // as last written into the record
-};
-
 struct Sections : VantoroQuiet {
     float coeff[kSosCoeffs] = {};  // what the rest was designed from
     Law law = {};
     Grouped grouped = {};
-    bool groups = false;  // all of it is finite
-    vgraph::Array<Channel> channel;
+    bool groups = false;           // all of it is finite
+    vgraph::Array<State> state;    // by channel
+    vgraph::Array<float> written;  // the words that were last put into the record
 };
 
 bool all_finite(const Grouped& by)
@@ -175,33 +168,59 @@ bool all_finite(const Grouped& by)
     design(own->grouped, own->law);
     own->groups = all_finite(own->grouped);
     for (int c = 0; c < channels; ++c)
-        own->channel[c].state.z2 += (own->law.center - before) * own->channel[c].state.z1;
+        own->state[c].z2 += (own->law.center - before) * own->state[c].z1;
 }
 
-void run_channel(const Sections* own, Channel& channel, float* words, const float* in, float* out, int n, float sign)
+// Two words at once.
+bool same_words(const float* a, const float* b)
 {
-    if (!same_floats(words, channel.words, kSosWords))  // the host's, or the documented arithmetic's
-        channel.state = state_of(own->law, words);
+    long long x, y;
+    std::memcpy(&x, a, sizeof x);
+    std::memcpy(&y, b, sizeof y);
+    return x == y;
+}
+
+// What the host or the documented arithmetic left in the record.
+void read_words(Sections* own, const float* words, int channels)
+{
+    for (int c = 0; c < channels; ++c, words += kSosWords)
+        if (!same_words(words, &own->written[kSosWords * c]))
+            own->state[c] = state_of(own->law, words);
+}
+
+void write_words(Sections* own, float* words, int channels)
+{
+    for (int c = 0; c < channels; ++c, words += kSosWords) {
+        const State& z = own->state[c];
+        words[0] = own->written[kSosWords * c] = static_cast<float>(z.z1);
+        words[1] = own->written[kSosWords * c + 1] = static_cast<float>(z.z2 - own->law.center * z.z1);
+    }
+}
+
+void run(Sections* own, const float* const* in, float* const* out, int channels, int n, float sign)
+{
     const int whole = own->groups ? n - n % kGroup : 0;
-    if (whole > 0)
-        run_groups<1>(own->grouped, &channel.state, &in, &out, whole, sign);
-    run_steps(own->law, channel.state, in + whole, out + whole, n - whole, sign);
-    write_words(own->law, channel.state, words);
-    std::copy_n(words, kSosWords, channel.words);
+    int c = 0;
+    for (; c + 2 <= channels; c += 2)
+        run_groups<2>(own->grouped, &own->state[c], in + c, out + c, whole, sign);
+    if (c < channels)
+        run_groups<1>(own->grouped, &own->state[c], in + c, out + c, whole, sign);
+    for (c = 0; whole < n && c < channels; ++c)
+        run_steps(own->law, own->state[c], in[c] + whole, out[c] + whole, n - whole, sign);
 }
 
 int process(VantoroQuiet* quiet, float** in, float** out)
 {
     auto* own = static_cast<Sections*>(quiet);
     const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
-    const int channels = own->block->nInputs, n = own->block->block_pro->nBlockSize;
+    const int channels = own->block->nInputs;
     if (core->enable == 0)
         return BlockAlgo_process(own->block, in, out);  // copies
     if (!same_floats(core->coeffArray, own->coeff, kSosCoeffs))
         redesign(own, core->coeffArray, channels);
-    for (int c = 0; c < channels; ++c)
-        run_channel(own, own->channel[c], core->stateBuffer + std::ptrdiff_t{kSosWords} * c, in[c], out[c], n,
-                    sign_bit(core->polarity != 0));
+    read_words(own, core->stateBuffer, channels);
+    run(own, in, out, channels, own->block->block_pro->nBlockSize, sign_bit(core->polarity != 0));
+    write_words(own, core->stateBuffer, channels);
     return RT_OK;
 }
 
@@ -209,9 +228,10 @@ int process(VantoroQuiet* quiet, float** in, float** out)
 bool prepare(VantoroQuiet* quiet)
 {
     auto* own = static_cast<Sections*>(quiet);
-    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
-    if (!own->channel && !vgraph::zeros(own->channel, static_cast<std::size_t>(own->block->nInputs)))
+    const auto channels = static_cast<std::size_t>(own->block->nInputs);
+    if (!own->state && (!vgraph::zeros(own->state, channels) || !vgraph::zeros(own->written, kSosWords * channels)))
         return false;
+    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
     redesign(own, core->coeffArray, own->block->nInputs);
     return true;
 }
@@ -219,7 +239,8 @@ bool prepare(VantoroQuiet* quiet)
 void clear(VantoroQuiet* quiet)
 {
     auto* own = static_cast<Sections*>(quiet);
-    std::fill_n(own->channel.get(), own->block->nInputs, Channel{});
+    std::fill_n(own->state.get(), own->block->nInputs, State{});
+    std::fill_n(own->written.get(), kSosWords * own->block->nInputs, 0.0F);
 }
 
 VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Sections>(); }
