@@ -9,6 +9,7 @@
 // for run_split. What they run through is arranged when parameters change (section_setup.cpp).
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 #include "lanes.h"
@@ -111,7 +112,20 @@ struct Cascade {
 };
 [[nodiscard]] bool reserve(Cascade& cascade, int sections);  // room for arrange(); false: no memory, nothing changed
 void release(Cascade& cascade);
-void put_first(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride);  // before the others
+// A section before the others. The lanes before it are idle until the next one comes; they share its state.
+[[gnu::cold, gnu::noinline]] inline void put_first(Cascade& cascade, const float* coeff, float* state,
+                                                   std::ptrdiff_t stride)
+{
+    ++cascade.sections;
+    CascadeGroup& group = cascade.groups[cascade.capacity - cascade.used()];
+    const int own = cascade.idle();
+    for (int l = 0; l <= own; ++l) {
+        for (int j = 0; j < kSosCoeffs; ++j)
+            group.coeff[j][l] = l == own ? coeff[j] : 0.0F;
+        group.state[l] = state;
+        group.stride[l] = stride;
+    }
+}
 
 // Takes the bands of `coeff` (kSosCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
 // Channel c's state begins at state[stride * c], with kSosWords for each band, active or not.
@@ -163,7 +177,25 @@ struct Split {
     int lanes_per_channel() const { return bands == 3 ? 4 : bands; }
     int band_of(int lane) const { return lane % lanes_per_channel() < bands ? lane % lanes_per_channel() : bands - 1; }
 };
-void set_split(Split& split, const float* coeff, const SplitBand* band, int bands);  // kSosCoeffs floats per section
+// kSosCoeffs floats per section.
+[[gnu::cold, gnu::noinline]] inline void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
+{
+    split = Split();
+    split.bands = bands;
+    for (int b = 0; b < bands; ++b) {
+        split.band[b] = band[b];
+        split.first[b] = split.sections;
+        split.sections += band[b].sections;
+        split.depth = std::max(split.depth, band[b].sections);
+    }
+    for (int l = 0; l < 4; ++l) {
+        const int b = split.band_of(l);
+        split.signs[l] = sign_bit(band[b].negate);
+        for (int k = 0; k < band[b].sections; ++k)
+            for (int j = 0; j < kSosCoeffs; ++j)
+                split.stage[k].coeff[j][l] = coeff[kSosCoeffs * (split.first[b] + k) + j];
+    }
+}
 
 // `scratch`: kSplitTile floats per channel, for a copy of the inputs. Outputs may share buffers with inputs in any way.
 constexpr int kSplitTile = 64;
