@@ -1,15 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "vantoro_quiet.h"
 
+#include <initializer_list>
 #include <vantoro/vantoro_preprocess.h>
 
+#include "cascades.h"
 #include "form.h"
 #include "sections.h"
 
 namespace {
 
 // Null for a type without one.
-const vquiet::Form* form_of(int type) { return vquiet::section_form(type); }
+const vquiet::Form* form_of(int type)
+{
+    for (const auto of_family : {vquiet::section_form, vquiet::cascade_form})
+        if (const vquiet::Form* form = of_family(type))
+            return form;
+    return nullptr;
+}
 
 }  // namespace
 

@@ -2,15 +2,11 @@
 // One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
 // inputs plus what the two numbers of state ring on with, and the state after eight samples is one matrix product away
 // from the state before. So samples wait for one another in groups, not one by one.
-//
-// The state's coordinates are z1 = s1 and z2 = s2 - a1 / 2 * s1 of the documented words: there the poles' common part
-// and their difference stand apart, so that nothing cancels, however close to 1 and to each other the poles are. The
-// state is carried on in double precision.
+// The state (law.h) is carried on in double precision.
 #include "sections.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vantoro/vantoro_preprocess.h>
 
 #include "../graph/owned.h"
@@ -19,6 +15,7 @@
 #include "../lib/framework/context.h"
 #include "../lib/kernels/section.h"
 #include "doubles.h"
+#include "law.h"
 
 namespace vquiet {
 namespace {
@@ -26,19 +23,6 @@ namespace {
 using namespace lbx;
 
 constexpr int kGroup = 8;  // samples
-
-// One step: y = b0 x + z1, z1' = center z1 + z2 + b1 x, z2' = spread z1 + center z2 + b2 x. The poles are center +-
-// sqrt(spread).
-struct Law {
-    double b0, b1, b2, center, spread;
-};
-
-Law law_of(const float* coeff)
-{
-    const double c0 = coeff[0], c1 = coeff[1], a1 = coeff[2], c2 = coeff[3], a2 = coeff[4];
-    const double center = -0.5 * a1, b1 = c1 - a1 * c0;
-    return {c0, b1, c2 - a2 * c0 + center * b1, center, center * center - a2};
-}
 
 struct State {
     double z1, z2;
@@ -169,15 +153,6 @@ bool all_finite(const Grouped& by)
     own->groups = all_finite(own->grouped);
     for (int c = 0; c < channels; ++c)
         own->state[c].z2 += (own->law.center - before) * own->state[c].z1;
-}
-
-// Two words at once.
-bool same_words(const float* a, const float* b)
-{
-    long long x, y;
-    std::memcpy(&x, a, sizeof x);
-    std::memcpy(&y, b, sizeof y);
-    return x == y;
 }
 
 // What the host or the documented arithmetic left in the record.

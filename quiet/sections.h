@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Blocks of second-order sections.
+// Blocks of one second-order section.
 #pragma once
 
 #include "form.h"

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+// Equalisers and crossovers: sections in series, sample by sample in the library's own drivers, which keep lanes full
+// of sections and of channels. The step is the one of law.h: as many operations as the documented one, and fewer that
+// wait for one another.
+#include "cascades.h"
+
+#include <algorithm>
+#include <vantoro/vantoro_preprocess.h>
+
+#include "../graph/owned.h"
+#include "../lib/filters/arranged.h"
+#include "../lib/filters/crossover.h"
+#include "../lib/filters/graphical_eq.h"
+#include "../lib/filters/text_eq.h"
+#include "../lib/kernels/section.h"
+#include "../lib/kernels/section_drivers.h"
+#include "law.h"
+
+namespace vquiet {
+namespace {
+
+using namespace lbx;
+
+// As Law has it, in single precision.
+template <class V>
+struct Centered {
+    static constexpr int kCoeffs = kSosCoeffs, kWords = kSosWords;
+    V coeff[kCoeffs];
+    V state[kWords];
+
+    LBX_INLINE V step(V x)
+    {
+        const auto& [b0, b1, b2, center, spread] = coeff;
+        auto& [z1, z2] = state;
+        const V y = mul_add(b0, x, z1);
+        const V next = mul_add(center, z1, mul_add(b1, x, z2));
+        z2 = mul_add(spread, z1, mul_add(center, z2, b2 * x));
+        z1 = next;
+        return y;
+    }
+};
+
+// What a block's record says, whatever its type.
+struct Record {
+    int sections;        // per channel
+    const float* coeff;  // kSosCoeffs each
+    float* words;        // kSosWords for every section of channel 0, then of channel 1 ...
+    const float* flags;  // of the sections; null: all run
+    bool run_if_set;     // what a flag says
+    int bands;           // of a crossover; else 0
+    SplitBand band[Split::kMaxBands];
+    float* last_inputs;
+
+    bool runs(int k) const { return !flags || (flags[k] != 0.0F) == run_if_set; }
+};
+
+Record crossover(const Crossover2Way_Core* core)
+{
+    return {core->sos_low + core->sos_high,
+            core->coeffArray,
+            core->stateArray,
+            nullptr,
+            false,
+            2,
+            {{core->sos_low, core->invert1 != 0}, {core->sos_high, false}},
+            core->inputBuffer};
+}
+Record crossover(const Crossover3Way_Core* core)
+{
+    const int mid = core->sos_med_lp + core->sos_med_hp;
+    return {core->sos_low + core->sos_high + mid,
+            core->coeffArray,
+            core->stateArray,
+            nullptr,
+            false,
+            3,
+            {{core->sos_low, core->invert1 != 0}, {core->sos_high, false}, {mid, core->invert2 != 0}},
+            core->inputBuffer};
+}
+
+Record record_of(const BlockAlgo* blk)
+{
+    const void* core = blk->AlgoCore;
+    const auto equaliser = [blk](const auto* eq, bool run_if_set) {
+        return Record{eq->numFilter, eq->coeffArray, eq->stateBuffer, blk->pStateC, run_if_set, 0, {}, nullptr};
+    };
+    switch (blk->method_type) {
+    case EN_FILTER_GRAPHICAL_EQ:
+        return equaliser(static_cast<const GraphicalEQ_Core*>(core), false);
+    case EN_FILTER_TEXTEQ:
+        return equaliser(static_cast<const TextEQ_Core*>(core), true);
+    case EN_FILTER_CROSSOVER_2WAY:
+        return crossover(static_cast<const Crossover2Way_Core*>(core));
+    default:
+        return crossover(static_cast<const Crossover3Way_Core*>(core));
+    }
+}
+
+struct Cascades : VantoroQuiet {
+    int sections = -1;              // there is room for
+    vgraph::Array<float> arranged;  // coefficients, then flags, of what follows
+    vgraph::Array<float> coeff;     // as Centered has them
+    vgraph::Array<float> turn;      // 0 and the center of every section
+    vgraph::Array<float> state;     // as the record's words lie
+    vgraph::Array<float> written;   // the words that were last put into the record
+    vgraph::Array<CascadeGroup> groups;
+    vgraph::Array<float> tile;
+    Cascade cascade = {};
+    Split split = {};
+};
+
+std::ptrdiff_t words_per_channel(const Cascades* own) { return std::ptrdiff_t{kSosWords} * own->sections; }
+std::ptrdiff_t all_words(const Cascades* own) { return words_per_channel(own) * own->block->nInputs; }
+
+// to[1] = from[1] + sign * turn[1] * from[0] for all pairs of a channel; to[0] = from[0], as turn[0] is 0.
+void turn_words(const Cascades* own, const float* from, float* to, float sign)
+{
+    const std::ptrdiff_t n = words_per_channel(own);
+    const float* turn = own->turn.get();
+    std::ptrdiff_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const f4 v = load<f4>(from + i);
+        store(to + i, mul_add(mix<0, 0, 2, 2>(v, v), sign * load<f4>(turn + i), v));
+    }
+    if (i < n) {
+        const float z1 = from[i];
+        to[i + 1] = mul_add(z1, sign * turn[i + 1], from[i + 1]);
+        to[i] = mul_add(z1, sign * turn[i], z1);
+    }
+}
+
+// What the host or the documented arithmetic left in the record.
+void read_words(Cascades* own, const float* words)
+{
+    float *z = own->state.get(), *written = own->written.get();
+    if (same_floats(words, written, all_words(own)))
+        return;
+    for (std::ptrdiff_t at = 0, row = words_per_channel(own); at < all_words(own); at += row)
+        if (!same_floats(words + at, written + at, row))
+            turn_words(own, words + at, z + at, 1);
+    std::copy_n(words, all_words(own), written);
+}
+
+void write_words(Cascades* own, float* words)
+{
+    for (std::ptrdiff_t at = 0; at < all_words(own); at += words_per_channel(own))
+        turn_words(own, own->state.get() + at, words + at, -1);
+    std::copy_n(words, all_words(own), own->written.get());
+}
+
+// The states go on: their coordinates follow the poles' center. Those of a section that does not run are the documented
+// words themselves, and so stay as they are.
+void redesign_section(Cascades* own, const float* from, int k, bool runs)
+{
+    const Law law = law_of(from);
+    const double all[kSosCoeffs] = {law.b0, law.b1, law.b2, law.center, law.spread};
+    std::transform(all, all + kSosCoeffs, &own->coeff[kSosCoeffs * k], [](double v) { return static_cast<float>(v); });
+    float& turn = own->turn[kSosWords * k + 1];
+    const float before = turn;
+    turn = runs ? static_cast<float>(law.center) : 0.0F;
+    for (std::ptrdiff_t at = kSosWords * k; at < all_words(own); at += words_per_channel(own))
+        own->state[at + 1] = mul_add(turn - before, own->state[at], own->state[at + 1]);
+}
+
+[[gnu::cold]] void arrange(Cascades* own, const Record& record)
+{
+    for (int k = 0; k < record.sections; ++k)
+        redesign_section(own, record.coeff + std::ptrdiff_t{kSosCoeffs} * k, k, record.runs(k));
+    own->cascade = {own->groups.get(), record.sections / 4 + 1, 0};
+    lbx::arrange(own->cascade, own->coeff.get(), own->state.get(), words_per_channel(own), record.sections,
+                 [&](std::ptrdiff_t k) { return record.runs(static_cast<int>(k)); });
+    if (record.bands > 0)
+        set_split(own->split, own->coeff.get(), record.band, record.bands);
+    const std::ptrdiff_t coeffs = std::ptrdiff_t{kSosCoeffs} * record.sections;
+    std::copy_n(record.coeff, coeffs, own->arranged.get());
+    if (record.flags)
+        std::copy_n(record.flags, record.sections, own->arranged.get() + coeffs);
+}
+
+bool as_arranged(const Cascades* own, const Record& record)
+{
+    const std::ptrdiff_t coeffs = std::ptrdiff_t{kSosCoeffs} * record.sections;
+    bool same = same_floats(record.coeff, own->arranged.get(), coeffs) &&
+                (!record.flags || same_floats(record.flags, own->arranged.get() + coeffs, record.sections));
+    for (int b = 0; b < record.bands; ++b)
+        same = same && record.band[b].negate == own->split.band[b].negate &&
+               record.band[b].sections == own->split.band[b].sections;
+    return same;
+}
+
+void run(Cascades* own, const Record& record, float** in, float** out)
+{
+    const int channels = own->block->nInputs, n = own->block->block_pro->nBlockSize;
+    if (record.bands == 0) {
+        drive_cascade<Centered>(own->cascade, 0, in, out, channels, n);
+        return;
+    }
+    drive_split<Centered>(own->split, own->state.get(), in, out, channels, n, own->tile.get());
+    for (int c = 0; c < channels && n > 0; ++c)
+        record.last_inputs[c] = own->tile[kSplitTile * c + (n - 1) % kSplitTile];
+}
+
+int process(VantoroQuiet* quiet, float** in, float** out)
+{
+    auto* own = static_cast<Cascades*>(quiet);
+    const Record record = record_of(own->block);
+    if (record.sections != own->sections)
+        return BlockAlgo_process(own->block, in, out);
+    if (!as_arranged(own, record))
+        arrange(own, record);
+    if (own->cascade.sections == 0)
+        return BlockAlgo_process(own->block, in, out);  // copies
+    read_words(own, record.words);
+    run(own, record, in, out);
+    write_words(own, record.words);
+    return RT_OK;
+}
+
+// From the record's words on.
+bool prepare(VantoroQuiet* quiet)
+{
+    auto* own = static_cast<Cascades*>(quiet);
+    const Record record = record_of(own->block);
+    if (record.sections != own->sections) {
+        const auto sections = static_cast<std::size_t>(record.sections);
+        const auto channels = static_cast<std::size_t>(own->block->nInputs);
+        Cascades fresh;
+        if (!vgraph::zeros(fresh.arranged, (kSosCoeffs + 1) * sections) ||
+            !vgraph::zeros(fresh.coeff, kSosCoeffs * sections) || !vgraph::zeros(fresh.turn, kSosWords * sections) ||
+            !vgraph::zeros(fresh.state, kSosWords * sections * channels) ||
+            !vgraph::zeros(fresh.written, kSosWords * sections * channels) ||
+            !vgraph::zeros(fresh.groups, sections / 4 + 1) || !vgraph::zeros(fresh.tile, kSplitTile * channels))
+            return false;
+        static_cast<VantoroQuiet&>(fresh) = *own;
+        *own = std::move(fresh);
+        own->sections = record.sections;
+    }
+    arrange(own, record);
+    return true;
+}
+
+void clear(VantoroQuiet* quiet)
+{
+    auto* own = static_cast<Cascades*>(quiet);
+    std::fill_n(own->state.get(), all_words(own), 0.0F);
+    std::fill_n(own->written.get(), all_words(own), 0.0F);
+}
+
+VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Cascades>(); }
+void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Cascades*>(quiet)); }
+
+constexpr Form kCascades = {create, prepare, process, clear, destroy};
+
+}  // namespace
+
+const Form* cascade_form(int type)
+{
+    switch (type) {
+    case EN_FILTER_TEXTEQ:
+    case EN_FILTER_GRAPHICAL_EQ:
+    case EN_FILTER_CROSSOVER_2WAY:
+    case EN_FILTER_CROSSOVER_3WAY:
+        return &kCascades;
+    default:
+        return nullptr;
+    }
+}
+
+}  // namespace vquiet
