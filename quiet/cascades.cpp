@@ -100,7 +100,7 @@ struct Cascades : VantoroQuiet {
     int sections = -1;              // there is room for
     vgraph::Array<float> arranged;  // coefficients, then flags, of what follows
     vgraph::Array<float> coeff;     // as Centered has them
-    vgraph::Array<float> turn;      // 0 and the center of every section
+    vgraph::Array<float> turn;      // the center of every section that runs
     vgraph::Array<float> state;     // as the record's words lie
     vgraph::Array<float> written;   // the words that were last put into the record
     vgraph::Array<CascadeGroup> groups;
@@ -112,20 +112,13 @@ struct Cascades : VantoroQuiet {
 std::ptrdiff_t words_per_channel(const Cascades* own) { return std::ptrdiff_t{kSosWords} * own->sections; }
 std::ptrdiff_t all_words(const Cascades* own) { return words_per_channel(own) * own->block->nInputs; }
 
-// to[1] = from[1] + sign * turn[1] * from[0] for all pairs of a channel; to[0] = from[0], as turn[0] is 0.
+// The pairs of a channel, one by one: what the drivers just stored as floats is not there yet for a vector.
 void turn_words(const Cascades* own, const float* from, float* to, float sign)
 {
-    const std::ptrdiff_t n = words_per_channel(own);
-    const float* turn = own->turn.get();
-    std::ptrdiff_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        const f4 v = load<f4>(from + i);
-        store(to + i, mul_add(mix<0, 0, 2, 2>(v, v), sign * load<f4>(turn + i), v));
-    }
-    if (i < n) {
-        const float z1 = from[i];
-        to[i + 1] = mul_add(z1, sign * turn[i + 1], from[i + 1]);
-        to[i] = mul_add(z1, sign * turn[i], z1);
+    for (int k = 0; k < own->sections; ++k, from += kSosWords, to += kSosWords) {
+        const float z1 = from[0];
+        to[1] = mul_add(sign * own->turn[k], z1, from[1]);
+        to[0] = z1;
     }
 }
 
@@ -155,7 +148,7 @@ void redesign_section(Cascades* own, const float* from, int k, bool runs)
     const Law law = law_of(from);
     const double all[kSosCoeffs] = {law.b0, law.b1, law.b2, law.center, law.spread};
     std::transform(all, all + kSosCoeffs, &own->coeff[kSosCoeffs * k], [](double v) { return static_cast<float>(v); });
-    float& turn = own->turn[kSosWords * k + 1];
+    float& turn = own->turn[k];
     const float before = turn;
     turn = runs ? static_cast<float>(law.center) : 0.0F;
     for (std::ptrdiff_t at = kSosWords * k; at < all_words(own); at += words_per_channel(own))
@@ -226,7 +219,7 @@ bool prepare(VantoroQuiet* quiet)
         const auto channels = static_cast<std::size_t>(own->block->nInputs);
         Cascades fresh;
         if (!vgraph::zeros(fresh.arranged, (kSosCoeffs + 1) * sections) ||
-            !vgraph::zeros(fresh.coeff, kSosCoeffs * sections) || !vgraph::zeros(fresh.turn, kSosWords * sections) ||
+            !vgraph::zeros(fresh.coeff, kSosCoeffs * sections) || !vgraph::zeros(fresh.turn, sections) ||
             !vgraph::zeros(fresh.state, kSosWords * sections * channels) ||
             !vgraph::zeros(fresh.written, kSosWords * sections * channels) ||
             !vgraph::zeros(fresh.groups, sections / 4 + 1) || !vgraph::zeros(fresh.tile, kSplitTile * channels))
