@@ -85,22 +85,23 @@ LBX_KERNEL void run_groups(const Grouped& by, State* state, const float* const* 
     repeat<kChannels>([&](auto c) { z[c] = d2{state[c].z1, state[c].z2}; });
     const f8 signs = every<f8>(sign);
     for (int i = 0; i < n; i += kGroup) {
-        f8 heard[kChannels][2] = {};  // of the inputs with even and with odd numbers
+        f8 ringing[kChannels], odd[kChannels];  // what the state gives, and inputs with even numbers; the other inputs
+        repeat<kChannels>([&](auto c) {
+            const f4 now = narrowed(z[c]);
+            ringing[c] = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]),
+                                      every<f8>(now[0]) * load<f8>(by.from_state[0]));
+            odd[c] = f8{};
+            const d2 fresh = state_input(by, load<f8>(in[c] + i));
+            z[c] = mul_add(d2{z[c][0], z[c][0]}, by.on[0], mul_add(d2{z[c][1], z[c][1]}, by.on[1], fresh));
+        });
         repeat<kGroup>([&](auto j) {
             const f8 row = load<f8>(by.from_input[j]);
             repeat<kChannels>([&](auto c) {
-                f8& sum = heard[c][j % 2];
-                const f8 x = every<f8>(in[c][i + j]);
-                sum = j < 2 ? x * row : lbx::mul_add(x, row, sum);
+                f8& sum = j % 2 == 0 ? ringing[c] : odd[c];
+                sum = lbx::mul_add(every<f8>(in[c][i + j]), row, sum);
             });
         });
-        repeat<kChannels>([&](auto c) {
-            const d2 fresh = state_input(by, load<f8>(in[c] + i));
-            const f4 now = narrowed(z[c]);
-            const f8 y = lbx::mul_add(every<f8>(now[1]), load<f8>(by.from_state[1]), heard[c][0] + heard[c][1]);
-            store(out[c] + i, flip(lbx::mul_add(every<f8>(now[0]), load<f8>(by.from_state[0]), y), signs));
-            z[c] = mul_add(d2{z[c][0], z[c][0]}, by.on[0], mul_add(d2{z[c][1], z[c][1]}, by.on[1], fresh));
-        });
+        repeat<kChannels>([&](auto c) { store(out[c] + i, flip(ringing[c] + odd[c], signs)); });
     }
     repeat<kChannels>([&](auto c) { state[c] = {z[c][0], z[c][1]}; });
 }
