@@ -5,6 +5,7 @@
 #include "cascades.h"
 
 #include <algorithm>
+#include <cmath>
 #include <vantoro/vantoro_preprocess.h>
 
 #include "../graph/owned.h"
@@ -23,22 +24,31 @@ using namespace lbx;
 
 // As Law has it, in single precision.
 template <class V>
-struct Centered {
-    static constexpr int kCoeffs = kSosCoeffs, kWords = kSosWords;
+struct Shifted {
+    static constexpr int kCoeffs = 6, kWords = kSosWords;
     V coeff[kCoeffs];
     V state[kWords];
 
     LBX_INLINE V step(V x)
     {
-        const auto& [b0, b1, b2, center, spread] = coeff;
+        const auto& [b0, b1, b2, keep, couple, shift] = coeff;
         auto& [z1, z2] = state;
         const V y = mul_add(b0, x, z1);
-        const V next = mul_add(center, z1, mul_add(b1, x, z2));
-        z2 = mul_add(spread, z1, mul_add(center, z2, b2 * x));
+        const V next = mul_add(keep, z1, mul_add(b1, x, z2));
+        z2 = mul_add(couple, z1, mul_add(shift, z2, b2 * x));
         z1 = next;
         return y;
     }
 };
+constexpr int kCoeffs = Shifted<float>::kCoeffs;
+
+// Poles that are far apart need no shift; without one, all coefficients of the feedback are the documented ones, not
+// rounded again.
+Law rounded_law(const float* coeff)
+{
+    const Law law = law_of(coeff, mean_of_poles(coeff));
+    return std::fabs(law.couple) < 0.125 ? law : law_of(coeff, 0);
+}
 
 // What a block's record says, whatever its type.
 struct Record {
@@ -99,8 +109,8 @@ Record record_of(const BlockAlgo* blk)
 struct Cascades : VantoroQuiet {
     int sections = -1;              // there is room for
     vgraph::Array<float> arranged;  // coefficients, then flags, of what follows
-    vgraph::Array<float> coeff;     // as Centered has them
-    vgraph::Array<float> turn;      // the center of every section that runs
+    vgraph::Array<float> coeff;     // as Shifted has them
+    vgraph::Array<float> turn;      // the shift of every section that runs
     vgraph::Array<float> state;     // as the record's words lie
     vgraph::Array<float> written;   // the words that were last put into the record
     vgraph::Array<CascadeGroup> groups;
@@ -141,16 +151,16 @@ void write_words(Cascades* own, float* words)
     std::copy_n(words, all_words(own), own->written.get());
 }
 
-// The states go on: their coordinates follow the poles' center. Those of a section that does not run are the documented
+// The states go on: their coordinates follow the shift. Those of a section that does not run are the documented
 // words themselves, and so stay as they are.
 void redesign_section(Cascades* own, const float* from, int k, bool runs)
 {
-    const Law law = law_of(from);
-    const double all[kSosCoeffs] = {law.b0, law.b1, law.b2, law.center, law.spread};
-    std::transform(all, all + kSosCoeffs, &own->coeff[kSosCoeffs * k], [](double v) { return static_cast<float>(v); });
+    const Law law = rounded_law(from);
+    const double all[kCoeffs] = {law.b0, law.b1, law.b2, law.keep, law.couple, law.shift};
+    std::transform(all, all + kCoeffs, &own->coeff[kCoeffs * k], [](double v) { return static_cast<float>(v); });
     float& turn = own->turn[k];
     const float before = turn;
-    turn = runs ? static_cast<float>(law.center) : 0.0F;
+    turn = runs ? static_cast<float>(law.shift) : 0.0F;
     for (std::ptrdiff_t at = kSosWords * k; at < all_words(own); at += words_per_channel(own))
         own->state[at + 1] = mul_add(turn - before, own->state[at], own->state[at + 1]);
 }
@@ -160,10 +170,10 @@ void redesign_section(Cascades* own, const float* from, int k, bool runs)
     for (int k = 0; k < record.sections; ++k)
         redesign_section(own, record.coeff + std::ptrdiff_t{kSosCoeffs} * k, k, record.runs(k));
     own->cascade = {own->groups.get(), record.sections / 4 + 1, 0};
-    lbx::arrange(own->cascade, own->coeff.get(), own->state.get(), words_per_channel(own), record.sections,
-                 [&](std::ptrdiff_t k) { return record.runs(static_cast<int>(k)); });
+    lbx::arrange<kCoeffs>(own->cascade, own->coeff.get(), own->state.get(), words_per_channel(own), record.sections,
+                          [&](std::ptrdiff_t k) { return record.runs(static_cast<int>(k)); });
     if (record.bands > 0)
-        set_split(own->split, own->coeff.get(), record.band, record.bands);
+        set_split<kCoeffs>(own->split, own->coeff.get(), record.band, record.bands);
     const std::ptrdiff_t coeffs = std::ptrdiff_t{kSosCoeffs} * record.sections;
     std::copy_n(record.coeff, coeffs, own->arranged.get());
     if (record.flags)
@@ -185,10 +195,10 @@ void run(Cascades* own, const Record& record, float** in, float** out)
 {
     const int channels = own->block->nInputs, n = own->block->block_pro->nBlockSize;
     if (record.bands == 0) {
-        drive_cascade<Centered>(own->cascade, 0, in, out, channels, n);
+        drive_cascade<Shifted>(own->cascade, 0, in, out, channels, n);
         return;
     }
-    drive_split<Centered>(own->split, own->state.get(), in, out, channels, n, own->tile.get());
+    drive_split<Shifted>(own->split, own->state.get(), in, out, channels, n, own->tile.get());
     for (int c = 0; c < channels && n > 0; ++c)
         record.last_inputs[c] = own->tile[kSplitTile * c + (n - 1) % kSplitTile];
 }
@@ -219,7 +229,7 @@ bool prepare(VantoroQuiet* quiet)
         const auto channels = static_cast<std::size_t>(own->block->nInputs);
         Cascades fresh;
         if (!vgraph::zeros(fresh.arranged, (kSosCoeffs + 1) * sections) ||
-            !vgraph::zeros(fresh.coeff, kSosCoeffs * sections) || !vgraph::zeros(fresh.turn, sections) ||
+            !vgraph::zeros(fresh.coeff, kCoeffs * sections) || !vgraph::zeros(fresh.turn, sections) ||
             !vgraph::zeros(fresh.state, kSosWords * sections * channels) ||
             !vgraph::zeros(fresh.written, kSosWords * sections * channels) ||
             !vgraph::zeros(fresh.groups, sections / 4 + 1) || !vgraph::zeros(fresh.tile, kSplitTile * channels))

@@ -31,8 +31,8 @@ struct State {
 LBX_INLINE double step(const Law& law, State& z, double x)
 {
     const double y = std::fma(law.b0, x, z.z1);
-    z = {std::fma(law.center, z.z1, std::fma(law.b1, x, z.z2)),
-         std::fma(law.spread, z.z1, std::fma(law.center, z.z2, law.b2 * x))};
+    z = {std::fma(law.keep, z.z1, std::fma(law.b1, x, z.z2)),
+         std::fma(law.couple, z.z1, std::fma(law.shift, z.z2, law.b2 * x))};
     return y;
 }
 
@@ -116,7 +116,7 @@ void run_steps(const Law& law, State& state, const float* in, float* out, int n,
 // What two documented words are.
 State state_of(const Law& law, const float* words)
 {
-    return {words[0], static_cast<double>(words[1]) + law.center * words[0]};
+    return {words[0], static_cast<double>(words[1]) + law.shift * words[0]};
 }
 struct Sections : VantoroQuiet {
     float coeff[kSosCoeffs] = {};  // what the rest was designed from
@@ -143,17 +143,17 @@ bool all_finite(const Grouped& by)
     return none == 0.0F;
 }
 
-// The states go on: their coordinates follow the poles' center.
+// The states go on: their coordinates follow the shift.
 [[gnu::cold]] void redesign(Sections* own, const float* coeff, int channels)
 {
-    const double before = own->law.center;
+    const double before = own->law.shift;
     std::copy_n(coeff, kSosCoeffs, own->coeff);
-    own->law = law_of(coeff);
+    own->law = law_of(coeff, mean_of_poles(coeff));
     own->grouped = {};
     design(own->grouped, own->law);
     own->groups = all_finite(own->grouped);
     for (int c = 0; c < channels; ++c)
-        own->state[c].z2 += (own->law.center - before) * own->state[c].z1;
+        own->state[c].z2 += (own->law.shift - before) * own->state[c].z1;
 }
 
 // What the host or the documented arithmetic left in the record.
@@ -169,7 +169,7 @@ void write_words(Sections* own, float* words, int channels)
     for (int c = 0; c < channels; ++c, words += kSosWords) {
         const State& z = own->state[c];
         words[0] = own->written[kSosWords * c] = static_cast<float>(z.z1);
-        words[1] = own->written[kSosWords * c + 1] = static_cast<float>(z.z2 - own->law.center * z.z1);
+        words[1] = own->written[kSosWords * c + 1] = static_cast<float>(z.z2 - own->law.shift * z.z1);
     }
 }
 

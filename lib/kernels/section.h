@@ -56,6 +56,7 @@ struct FirstOrder {
 
 // The floats of a second-order section: where many stand in one array.
 inline constexpr int kSosCoeffs = SecondOrder<float>::kCoeffs, kSosWords = SecondOrder<float>::kWords;
+inline constexpr int kStepCoeffs = 6;  // of any recursion that the drivers run (section_drivers.h)
 
 // A section with the same coefficients in all lanes.
 template <template <class> class Section, class V>
@@ -97,7 +98,7 @@ void run_fade(const Curve& from, const Curve& to, float gain, float step, const 
 // Sections one after another, the same for every channel. A section that is switched off costs nothing;
 // zero-initialised the cascade is an identity.
 struct CascadeGroup {  // four sections in lanes
-    float coeff[kSosCoeffs][4];
+    float coeff[kStepCoeffs][4];
     float* state[4];           // of the first channel: kSosWords
     std::ptrdiff_t stride[4];  // from there to the next channel's
 };
@@ -113,29 +114,29 @@ struct Cascade {
 [[nodiscard]] bool reserve(Cascade& cascade, int sections);  // room for arrange(); false: no memory, nothing changed
 void release(Cascade& cascade);
 // A section before the others. The lanes before it are idle until the next one comes; they share its state.
-[[gnu::cold, gnu::noinline]] inline void put_first(Cascade& cascade, const float* coeff, float* state,
-                                                   std::ptrdiff_t stride)
+template <int kCoeffs = kSosCoeffs>
+[[gnu::cold, gnu::noinline]] void put_first(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride)
 {
     ++cascade.sections;
     CascadeGroup& group = cascade.groups[cascade.capacity - cascade.used()];
     const int own = cascade.idle();
     for (int l = 0; l <= own; ++l) {
-        for (int j = 0; j < kSosCoeffs; ++j)
+        for (int j = 0; j < kCoeffs; ++j)
             group.coeff[j][l] = l == own ? coeff[j] : 0.0F;
         group.state[l] = state;
         group.stride[l] = stride;
     }
 }
 
-// Takes the bands of `coeff` (kSosCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
+// Takes the bands of `coeff` (kCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
 // Channel c's state begins at state[stride * c], with kSosWords for each band, active or not.
-template <class Active>
+template <int kCoeffs = kSosCoeffs, class Active>
 void arrange(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride, int bands, Active active)
 {
     cascade.sections = 0;
     for (std::ptrdiff_t k = bands - 1; k >= 0; --k)
         if (active(k))
-            put_first(cascade, coeff + kSosCoeffs * k, state + kSosWords * k, stride);
+            put_first<kCoeffs>(cascade, coeff + kCoeffs * k, state + kSosWords * k, stride);
 }
 
 // Channels `first` and on; in[0] is the first of them.
@@ -154,7 +155,7 @@ void run_bank(const Bank& bank, float* state, const float* in, int n, float* sum
 
 // One step of chains that run side by side: the coefficients of four lanes (the next four have the same).
 struct Stage {
-    f4 coeff[kSosCoeffs];
+    f4 coeff[kStepCoeffs];
 };
 
 // Every channel split into bands, each a chain of sections. Channel c has the state of band 0's sections, then band
@@ -177,8 +178,9 @@ struct Split {
     int lanes_per_channel() const { return bands == 3 ? 4 : bands; }
     int band_of(int lane) const { return lane % lanes_per_channel() < bands ? lane % lanes_per_channel() : bands - 1; }
 };
-// kSosCoeffs floats per section.
-[[gnu::cold, gnu::noinline]] inline void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
+// kCoeffs floats per section.
+template <int kCoeffs = kSosCoeffs>
+[[gnu::cold, gnu::noinline]] void set_split(Split& split, const float* coeff, const SplitBand* band, int bands)
 {
     split = Split();
     split.bands = bands;
@@ -192,8 +194,8 @@ struct Split {
         const int b = split.band_of(l);
         split.signs[l] = sign_bit(band[b].negate);
         for (int k = 0; k < band[b].sections; ++k)
-            for (int j = 0; j < kSosCoeffs; ++j)
-                split.stage[k].coeff[j][l] = coeff[kSosCoeffs * (split.first[b] + k) + j];
+            for (int j = 0; j < kCoeffs; ++j)
+                split.stage[k].coeff[j][l] = coeff[kCoeffs * (split.first[b] + k) + j];
     }
 }
 

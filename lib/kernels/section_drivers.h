@@ -3,7 +3,7 @@
 //   series   lanes are channels, or bands of channels; each runs through up to four sections
 //   skew     lanes are the sections of one channel (two in an f8), each one sample later than the one before
 // State is in registers while a block runs, and exact after every block. Section is the recursion: SecondOrder, or one
-// that steps in another way with as many coefficients and words.
+// that steps in another way with up to kStepCoeffs coefficients and as many words.
 //
 // For the one file of a library that runs them: without linkage, what is called once costs no function of its own.
 #pragma once
@@ -55,7 +55,7 @@ struct Words {
 template <template <class> class Section, class V, class Coeff, class Where>
 LBX_INLINE void read_section(Section<V>& section, Coeff coeff, Where where)
 {
-    repeat<kSosCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
+    repeat<Section<V>::kCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
     repeat<kSosWords>([&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
 }
 template <template <class> class Section, class V, class Where>
@@ -214,7 +214,7 @@ void drive_cascade(const Cascade& cascade, int first, const float* const* in, fl
     const auto lane_of = [&](int k) { return (cascade.idle() + k) % 4; };
     const auto stages = [&](int k, int depth) {
         for (int d = 0; d < depth; ++d)
-            for (int j = 0; j < kSosCoeffs; ++j)
+            for (int j = 0; j < Section<float>::kCoeffs; ++j)
                 stage[d].coeff[j] = every<f4>(group_of(k + d)->coeff[j][lane_of(k + d)]);
         return stage;
     };
