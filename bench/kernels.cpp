@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Hot kernels through the public entry points, each beside the plain loop of its rule.
+// Hot kernels through the public entry points, each beside the plain loop of its rule and, where there is one, its form
+// in the second arithmetic.
+#include <memory>
+
 #include "as_written.h"
 #include "measure.h"
+#include "vantoro_quiet.h"
 
 namespace bench {
 namespace {
@@ -59,6 +63,15 @@ void add(const Kernel& kernel, int channels, int n)
             turning.step([] {});
             turning.block().process(p);
         });
+    });
+    if (Vantoro_quiet_takes(kernel.type) == 0)
+        return;
+    benchmark::RegisterBenchmark((base + "/quiet").c_str(), [=, &kernel](benchmark::State& state) {
+        Turning turning(kernel, channels, n);
+        const std::unique_ptr<VantoroQuiet, void (*)(VantoroQuiet*)> quiet(
+            Vantoro_quiet_create(turning.block().algo.get()), Vantoro_quiet_destroy);
+        Pins p = pins();
+        measure(state, channels, n, [&] { Vantoro_quiet_process(quiet.get(), p.in.data(), p.out.data()); });
     });
 }
 

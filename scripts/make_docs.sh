@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 vantoro=build/release/host/vantoro
 images=docs/images
 [ -e build/release/build.ninja ] || cmake --preset release >/dev/null
-cmake --build --preset release --target vantoro_program
+cmake --build --preset release --target vantoro_program noise
 mkdir -p $images
 
 # Half the size, the same picture: gnuplot writes empty groups, symbols that nothing uses, and hundredths of a point.
@@ -80,6 +80,16 @@ plot 'A burst from -20 to 0 dBFS' dynamics_burst "set xlabel 'Time (ms)'; set yl
     plot '$table' using 1:2 title 'as it came' lw 1 dt 2 lc rgb '#888888', \
         '' using 1:3 title 'limiter, -15 dB' lw 2, '' using 1:4 title 'RMS, 2:1 above -30' lw 2, \
         '' using 1:5 title 'peak, 2:1 above -30' lw 2"
+# Of 48 kHz, at the places of two responses in the same table: corner, documented, one section, cascade.
+build/release/tests/noise --csv >"$table"
+points() { echo "'< grep \"^$1,48000,$2,\" $table' using 4"; }
+plot 'Noise of rounding over the output, 48 kHz' noise "set datafile separator ','; set logscale x
+    set xlabel 'Corner (Hz)'; set ylabel 'Error (dB)'; set xrange [20:23520]; set yrange [-160:-40]; set ytics 10
+    plot $(points peak 5):5 title 'peak, Q 5: documented' lw 2 lc 1, $(points peak 5):6 title 'one section' lw 2 lc 2, \
+        $(points peak 5):7 title 'cascade' lw 2 lc 3, \
+        $(points low-pass 0.7071):5 title 'low-pass, Q 0.707: documented' lw 2 dt 2 lc 1, \
+        $(points low-pass 0.7071):6 title 'one section' lw 2 dt 2 lc 2, \
+        $(points low-pass 0.7071):7 title 'cascade' lw 2 dt 2 lc 3"
 for name in loudspeaker three_way car room_send measuring; do
     "$vantoro" graph examples/schematics/$name.json -o $images/$name.svg
 done

@@ -171,6 +171,17 @@ TEST(Quiet, GivesTheSameBitsForAnyNumberOfChannels)
         }
 }
 
+TEST(Quiet, GivesTheSameBitsInBlocksOfAnyMultipleOfEight)
+{
+    for (const rig::BlockCase& row : taken()) {
+        const Signal in = noise_pins(row.inputs, 960);
+        const auto expected = bits(Filter(row, 64).run(in));
+        for (const int block : {8, 24, 480})
+            EXPECT_TRUE(row.type == EN_FILTER_FIR || bits(Filter(row, block).run(in)) == expected)
+                << "type " << row.type << ", block " << block;
+    }
+}
+
 TEST(Quiet, ClearAndParameterSetsBeginFromSilence)
 {
     for (const rig::BlockCase& row : taken()) {
