@@ -16,7 +16,10 @@ namespace {
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
 
 // One that is lent may get another block.
-bool may_chain(const RunNode& node) { return Vantoro_chain_takes(node.block) == 1 && !remembers(*node.info); }
+bool may_chain(const RunNode& node)
+{
+    return !node.quiet && Vantoro_chain_takes(node.block) == 1 && !remembers(*node.info);
+}
 
 }  // namespace
 

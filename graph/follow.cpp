@@ -39,8 +39,8 @@ bool Program::keep(long blocks)
 // `same`: for each signal of this program the one of the other that always holds the same, or -1.
 bool Program::same_node(const RunNode& node, const RunNode& other, const int* same) const
 {
-    return node.info == other.info && node.inputs == other.inputs && node.outputs == other.outputs &&
-           node.length == other.length && std::strcmp(node.name, other.name) == 0 &&
+    return node.info == other.info && !node.quiet == !other.quiet && node.inputs == other.inputs &&
+           node.outputs == other.outputs && node.length == other.length && std::strcmp(node.name, other.name) == 0 &&
            (node.length == 0 || std::memcmp(node.posted, other.posted, sizeof(float) * index(node.length)) == 0) &&
            std::equal(node.links, node.links + node.inputs, other.links,
                       [&](std::uint32_t a, std::uint32_t b) { return same[a] == static_cast<int>(b); });
@@ -92,6 +92,7 @@ void Program::take_over(Program& old)
         RunNode& lent = old.nodes_[index(node.lender)];
         std::swap(node.block, lent.block);
         std::swap(node.pro, lent.pro);
+        std::swap(node.quiet, lent.quiet);
         node.lender = -1;
     }
     base = nullptr;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vantoro/common/block_info.h>
 
+#include "arithmetic.h"
 #include "owned.h"
 
 namespace vgraph {
@@ -99,6 +100,9 @@ int check_node(const Preset& preset, std::uint32_t at, const Reason& reason)
     const VantoroBlockInfo* info = Vantoro_block_info(node.type);
     if (!info || (node.type & 0xff00) == EN_IN || (node.type & 0xff00) == EN_OUT)
         return reason.refuse("%s: %d is no block type of this library", name, node.type);
+    if (node.quiet && Vantoro_graph_quiet(node.type) == 0)
+        return reason.refuse("%s: %s has no quiet arithmetic%s", name, info->name,
+                             quiet_arithmetic() ? "" : " in this build");
     for (const int pins : {node.inputs, node.outputs})
         if (pins < 0 || pins > static_cast<int>(kMaxChannels))
             return reason.refuse("%s: %d pins; at most %u", name, pins, kMaxChannels);
@@ -177,6 +181,8 @@ unsigned Vantoro_preset_crc(const void* preset, size_t bytes)
     constexpr std::size_t kCovered = std::size_t{4} * VANTORO_PRESET_WORD_RATE;
     return bytes < kCovered ? 0 : vgraph::crc32(static_cast<const unsigned char*>(preset) + kCovered, bytes - kCovered);
 }
+
+int Vantoro_graph_quiet(int type) { return vgraph::quiet_arithmetic() ? vgraph::quiet_arithmetic()->takes(type) : 0; }
 
 int Vantoro_graph_check(const void* preset, size_t bytes, char* why, size_t n)
 {

@@ -18,7 +18,9 @@ inline constexpr std::uint32_t kMaxPins = 1000000;  // of all nodes
 inline constexpr std::uint64_t kMaxBufferBytes = std::uint64_t{2} << 30U;
 
 struct Node {
-    int type, inputs, outputs;
+    int type;
+    bool quiet;
+    int inputs, outputs;
     std::uint32_t vector, length;  // in floats
     std::uint32_t name;            // in the text
 };
@@ -37,7 +39,9 @@ public:
     Node node(std::uint32_t at) const
     {
         const std::uint64_t w = VANTORO_PRESET_HEADER + std::uint64_t{VANTORO_PRESET_NODE} * at;
-        return {static_cast<int>(word(w + VANTORO_PRESET_NODE_TYPE)),
+        const std::uint32_t type = word(w + VANTORO_PRESET_NODE_TYPE);
+        return {static_cast<int>(type & ~std::uint32_t{VANTORO_PRESET_QUIET}),
+                (type & VANTORO_PRESET_QUIET) != 0,
                 static_cast<int>(word(w + VANTORO_PRESET_NODE_INPUTS)),
                 static_cast<int>(word(w + VANTORO_PRESET_NODE_OUTPUTS)),
                 word(w + VANTORO_PRESET_NODE_VECTOR),

@@ -65,6 +65,8 @@ Program* Program::create(const Preset& preset, int rate)
 Program::~Program()
 {
     for (int n = 0; n < nodes_count_; ++n) {
+        if (nodes_[index(n)].quiet)
+            quiet_arithmetic()->destroy(nodes_[index(n)].quiet);
         if (nodes_[index(n)].block)
             BlockAlgo_destroy(nodes_[index(n)].block);
         std::free(nodes_[index(n)].pro);
@@ -171,7 +173,7 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     else
         return false;
     preset.copy_floats(wanted.vector, wanted.length, node.posted);
-    if (apply(node, node.posted) < 0)
+    if (apply(node, node.posted) < 0 || (wanted.quiet && !(node.quiet = quiet_arithmetic()->create(node.block))))
         return false;
 
     float* gathered = take(gather_size(wanted));
@@ -220,6 +222,13 @@ int Program::apply(const RunNode& node, const float* vector)
     return Vantoro_param_apply(node.block, vector, node.length);
 }
 
+// Its vector, of whatever length.
+int Program::set_up(const RunNode& node)
+{
+    const int result = apply(node, node.posted);
+    return result < 0 || !node.quiet ? result : quiet_arithmetic()->prepare(node.quiet);
+}
+
 bool Program::accepts(const RunNode& node, const float* vector, int length) const
 {
     return length > 0 &&
@@ -253,7 +262,7 @@ int Program::set(int n, const float* vector, int length)
     found.posted = posted.release();
     found.length = length;
     const AtWork at_work(found.name);
-    return apply(found, found.posted);
+    return set_up(found);
 }
 
 int Program::post(int n, const float* vector, int length)
@@ -311,9 +320,11 @@ int Program::run_node(const RunNode& node)
     int result = RT_OK;
     if (node.lender >= 0 && lender_) [[unlikely]]
         borrow(node);
-    else if (!reliving_ || (node.info->traits & VANTORO_RANDOM) == 0)            // rand() belongs to what is heard
-        result = std::min(BlockAlgo_process(node.block, node.in, node.out), 0);  // positive is a module's "done"
-    const bool lent_then = reliving_ && node.lender >= 0;                        // its detector is the other thread's
+    else if (!reliving_ || (node.info->traits & VANTORO_RANDOM) == 0)  // rand() belongs to what is heard
+        result = std::min(node.quiet ? quiet_arithmetic()->process(node.quiet, node.in, node.out)
+                                     : BlockAlgo_process(node.block, node.in, node.out),
+                          0);                              // positive is a module's "done"
+    const bool lent_then = reliving_ && node.lender >= 0;  // its detector is the other thread's
     if (node.levels && !lent_then) [[unlikely]] {
         int count = 0;
         const float* levels = LevelDetector_levels(block_of(node), &count);
@@ -391,7 +402,11 @@ int Program::recover()
     for (int n = 0; n < nodes_count_; ++n) {
         const RunNode& node = nodes_[index(n)];
         const AtWork at_work(node.name);
-        if (node.faulty)
+        if (!node.faulty)
+            continue;
+        if (node.quiet)
+            quiet_arithmetic()->clear(node.quiet);
+        else
             BlockAlgo_clear(node.block);
     }
     for (std::size_t b = 1; b < buffers_count_; ++b)

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <vantoro/common/block_info.h>
 
+#include "arithmetic.h"
 #include "history.h"
 #include "meter.h"
 #include "owned.h"
@@ -26,8 +27,9 @@ namespace vgraph {
 inline constexpr int kTaps = 16;
 
 struct RunNode {
-    BlockAlgo* block;  // audio thread, once the program runs
-    BlockPro* pro;     // of the block, which it goes with when it is taken over
+    BlockAlgo* block;     // audio thread, once the program runs
+    BlockPro* pro;        // of the block, which it goes with when it is taken over
+    VantoroQuiet* quiet;  // of the block too; null: it runs in the documented arithmetic
     int inputs, outputs;
     const VantoroBlockInfo* info;
     const char* name;
@@ -136,6 +138,7 @@ private:
     std::size_t gather_size(const Node& node) const;
     float* take(std::size_t samples);
     static int apply(const RunNode& node, const float* vector);
+    static int set_up(const RunNode& node);
     [[nodiscard]] bool make_room(int length);
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;

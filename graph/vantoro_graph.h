@@ -49,7 +49,7 @@ enum VantoroPresetWord {
     VANTORO_PRESET_HEADER
 };
 enum VantoroPresetNodeWord {
-    VANTORO_PRESET_NODE_TYPE,  // _QV_TYPE
+    VANTORO_PRESET_NODE_TYPE,  // _QV_TYPE, with VANTORO_PRESET_QUIET or without
     VANTORO_PRESET_NODE_INPUTS,
     VANTORO_PRESET_NODE_OUTPUTS,
     VANTORO_PRESET_NODE_VECTOR,  // its first float among the floats
@@ -58,6 +58,9 @@ enum VantoroPresetNodeWord {
     VANTORO_PRESET_NODE
 };
 
+// A node that runs in the second arithmetic (vantoro_quiet.h); its type has one.
+#define VANTORO_PRESET_QUIET 0x10000
+
 // CRC-32 of a finished preset, for VANTORO_PRESET_WORD_CRC. `bytes` is the size of the whole, at least the header.
 unsigned Vantoro_preset_crc(const void* preset, size_t bytes);
 
@@ -65,6 +68,16 @@ unsigned Vantoro_preset_crc(const void* preset, size_t bytes);
 // any bytes, reads `bytes` of them and never ends the process: every number is checked, the parameter vectors with
 // Vantoro_param_check. A preset needs no alignment.
 int Vantoro_graph_check(const void* preset, size_t bytes, char* why, size_t n);
+
+// 1 where a node of this type may be such, in this build.
+int Vantoro_graph_quiet(int type);
+
+// A static product none of whose presets has such a node leaves libvantoro_quiet out when it says once, in C or C++:
+//   VANTORO_GRAPH_WITHOUT_QUIET;
+// Presets that have one are refused then. (Of the shared library nothing is left out.)
+typedef struct VantoroGraphArithmetic VantoroGraphArithmetic;
+extern const VantoroGraphArithmetic* const Vantoro_graph_arithmetic;
+#define VANTORO_GRAPH_WITHOUT_QUIET const VantoroGraphArithmetic* const Vantoro_graph_arithmetic = 0
 
 // ---- life ----
 

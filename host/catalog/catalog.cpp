@@ -9,6 +9,7 @@
 #include "catalog/layout.h"
 #include "support/decimal.h"
 #include "support/nearest.h"
+#include "vantoro_graph.h"
 
 namespace vantoro {
 namespace {
@@ -60,6 +61,8 @@ std::span<const BlockType* const> every_type()
     }();
     return all;
 }
+
+bool has_quiet(const BlockType& type) { return Vantoro_graph_quiet(type.type) != 0; }
 
 const BlockType* find_type(int code) { return Vantoro_block_info(code); }
 

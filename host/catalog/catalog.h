@@ -40,6 +40,8 @@ const BlockType* find_type(std::string_view name_or_code);
 std::vector<std::string> nearest_types(std::string_view name);
 
 inline bool has_trait(const BlockType& type, VantoroTrait trait) { return (type.traits & unsigned{trait}) != 0; }
+// Has a second arithmetic, in this build.
+bool has_quiet(const BlockType& type);
 // Stands for the host's own inputs or outputs: nothing that a schematic lists among its blocks.
 inline bool is_terminal(const BlockType& type) { return has_trait(type, VANTORO_TERMINAL); }
 

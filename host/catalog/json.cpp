@@ -146,6 +146,7 @@ json to_json(const BlockType& type)
              {"category", type.category},
              {"summary", type.summary},
              {"traits", traits_json(type.traits)},
+             {"quiet", has_quiet(type)},
              {"onSet", kOnSets[type.on_set]},
              {"blockMultiple", type.block_multiple},
              {"maxBlock", type.max_block},

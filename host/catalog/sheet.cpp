@@ -249,6 +249,8 @@ std::string running_lines(const BlockType& type)
     for (const TraitText& trait : kTraitTexts)
         if (has_trait(type, trait.trait))
             lines.emplace_back(trait.text);
+    if (has_quiet(type))
+        lines.emplace_back("arithmetic: documented, or quiet (less noise, less time)");
     std::string out;
     for (const std::string& line : lines)
         out += filled(out.empty() ? "running" : "", kDefaultColumn) + line + "\n";

@@ -45,6 +45,9 @@ inline constexpr const char* kRateLeftOpen = "Where the schematic leaves it open
 void add_strict(Command& command, bool& strict);
 void add_quiet(Command& command, bool& quiet);
 
+void add_arithmetic(Command& command, std::string& arithmetic);
+std::optional<bool> is_quiet(const std::string& arithmetic);  // for ReadOptions
+
 enum class When {
     start,
     any

@@ -61,6 +61,19 @@ void add_strict(Command& command, bool& strict) { command.flag("--strict", stric
 
 void add_quiet(Command& command, bool& quiet) { command.flag("-q,--quiet", quiet, "Print nothing but errors"); }
 
+void add_arithmetic(Command& command, std::string& arithmetic)
+{
+    command
+        .option("--arithmetic", arithmetic, "NAME",
+                "Of all blocks, whatever the schematic says: documented, or quiet where a type has it")
+        .one_of({"documented", "quiet"});
+}
+
+std::optional<bool> is_quiet(const std::string& arithmetic)
+{
+    return arithmetic.empty() ? std::nullopt : std::optional(arithmetic == "quiet");
+}
+
 void add_settings(Command& command, std::vector<std::string>& settings, When when)
 {
     command.option("--set", settings, "SETTING",

@@ -20,6 +20,7 @@ struct Options {
     std::string table, direct, binary;  // one of them
     std::string directory = ".";
     std::vector<std::string> settings;
+    std::string arithmetic;
     std::optional<int> channels, rate;
     bool strict = false;
 };
@@ -27,10 +28,12 @@ struct Options {
 Schematic load(const Options& options)
 {
     std::vector<Problem> problems;
-    Schematic schematic = load_schematic(
-        options.schematic,
-        {.channels = options.channels, .rate = options.rate, .settings = parse_settings(options.settings, When::start)},
-        warnings_of(options.strict, false));
+    Schematic schematic = load_schematic(options.schematic,
+                                         {.channels = options.channels,
+                                          .rate = options.rate,
+                                          .settings = parse_settings(options.settings, When::start),
+                                          .quiet = is_quiet(options.arithmetic)},
+                                         warnings_of(options.strict, false));
     if (schematic.changes.empty())
         return schematic;
     problems.push_back({"/changes", std::to_string(schematic.changes.size()), "not exported: a product makes its own",
@@ -102,6 +105,7 @@ void add_export_command(CommandLine& line)
          command.option("--binary", options->binary, "FILE", "The table as a file to load")});
     command.option("-o,--directory", options->directory, "DIR", "Where C files go [.]");
     add_settings(command, options->settings, When::start);
+    add_arithmetic(command, options->arithmetic);
     add_channels(command, options->channels);
     add_rate(command, options->rate, "Where the schematic leaves it open [any]");
     add_strict(command, options->strict);

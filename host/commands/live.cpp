@@ -28,6 +28,7 @@ namespace {
 struct LiveOptions {
     std::string schematic, input, output;
     std::vector<std::string> settings;
+    std::string arithmetic;
     std::optional<int> rate, channels;
     int period = 0;
     double seconds = 0;
@@ -100,6 +101,7 @@ Plan prepare(const LiveOptions& options)
     if (plan.from.kind == Endpoint::Kind::file)
         plan.file = std::make_unique<AudioReader>(plan.from.name);
     plan.reading.settings = parse_settings(options.settings, When::any);
+    plan.reading.quiet = is_quiet(options.arithmetic);
     if (plan.from.kind == Endpoint::Kind::device && plan.to.kind != Endpoint::Kind::device && !plan.from.backend) {
         // A file or nothing to play to: without an input it needs no device.
         ReadOptions any = plan.reading;
@@ -362,6 +364,7 @@ void add_live_command(CommandLine& line)
     command.option("--channels", options->channels, "N", "Channels of the device; without it those of the schematic")
         .from(1, kMaxPins);
     add_settings(command, options->settings, When::any);
+    add_arithmetic(command, options->arithmetic);
     command.option("--seconds", options->seconds, "SECONDS", "End after so much audio").from(1e-6, 1e9);
     command.flag("--loop", options->loop, "Play the file of --input again and again");
     add_strict(command, options->strict);

@@ -99,6 +99,7 @@ void add_run_command(CommandLine& line)
     add_files(command, *options);
     add_raw(command, *options);
     add_settings(command, options->settings, When::any);
+    add_arithmetic(command, options->arithmetic);
     command.option("--seconds", options->seconds, "SECONDS", "Length, without an input file");
     command.option(
         "--tail", options->tail, "SECONDS",

@@ -144,7 +144,7 @@ Job prepare(const RunOptions& options)
     if (!options.input.empty())
         complaints.guard([&] { job.reader = open_input(options); });
     complaints.guard([&] { settings = parse_settings(options.settings, When::any); });
-    ReadOptions given{.settings = settings};
+    ReadOptions given{.settings = settings, .quiet = is_quiet(options.arithmetic)};
     if (job.reader) {
         given.channels = job.reader->channels();
         given.rate = job.reader->rate();

@@ -18,6 +18,7 @@ class TailedSource;
 struct RunOptions {
     std::string schematic, input, output;
     std::vector<std::string> settings;
+    std::string arithmetic;
     std::optional<double> seconds;
     std::string tail;  // seconds, or "auto"
     std::string meters;

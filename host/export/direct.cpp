@@ -114,6 +114,7 @@ public:
 private:
     // ---- buffers ----
 
+    static bool is_quiet(const ProductNode& node) { return node.block->quiet; }
     static bool contiguous(const ProductNode& node) { return has_trait(*node.block->type, VANTORO_CONTIGUOUS_PINS); }
     std::size_t distance(const ProductNode& node) const { return contiguous(node) ? block_ : stride_; }
     std::size_t outputs_size(const ProductNode& node) const
@@ -157,6 +158,8 @@ private:
         std::set<std::string> headers;
         for (const ProductNode& node : product_.nodes)
             headers.insert(lbx::module_names(node.block->type->type)->header);
+        if (std::ranges::any_of(product_.nodes, is_quiet))
+            headers.insert("quiet/vantoro_quiet.h");
         std::string out = headers.empty() ? "#include <vantoro/common/block_types.h>\n" : "";
         for (const std::string& header : headers)
             out += "#include <vantoro/" + header + ">\n";
@@ -168,6 +171,8 @@ private:
     std::string state_of(const ProductNode& node)
     {
         std::string out = "static BlockAlgo* block_" + node.name + ";\n";
+        if (is_quiet(node))
+            out += "static VantoroQuiet* quiet_" + node.name + ";\n";
         if (outputs_size(node) > 0)
             out += array("out_" + node.name, outputs_size(node));
         std::string in, outputs;
@@ -210,8 +215,11 @@ private:
             return begin + "    memcpy(" + block + "->pParam, " + vector + ", sizeof " + vector +
                    ");\n    return RT_OK;\n}\n";
         return begin + "    int result = " + module.param_set + '(' + block + ", " + vector +
-               ");\n    if (result >= 0)\n        result = " + module.param_update + '(' + block +
-               ");\n    return result < 0 ? result : RT_OK;\n}\n";
+               ");\n    if (result >= 0)\n        result = " + module.param_update + '(' + block + ");\n" +
+               (is_quiet(node) ? "    if (result >= 0 && quiet_" + node.name +
+                                     ")\n        result = Vantoro_quiet_prepare(quiet_" + node.name + ");\n"
+                               : "") +
+               "    return result < 0 ? result : RT_OK;\n}\n";
     }
 
     // ---- life ----
@@ -246,6 +254,9 @@ private:
         if (!node.entries.empty())
             out += "    memcpy(" + vector + ", initial_" + node.name + ", sizeof " + vector + ");\n    if (set_" +
                    node.name + "() < 0)\n        return failed(RT_ERR_VALUE);\n";
+        if (is_quiet(node))
+            out += "    quiet_" + node.name + " = Vantoro_quiet_create(" + block + ");\n    if (!quiet_" + node.name +
+                   ")\n        return failed(RT_ERR_MALLOC);\n";
         return out;
     }
 
@@ -253,7 +264,10 @@ private:
     {
         std::string out = "\nvoid " + product_.name + "_free(void)\n{\n";
         for (const ProductNode& node : product_.nodes)
-            out += "    if (block_" + node.name + ")\n        " + lbx::module_names(node.block->type->type)->destroy +
+            out += (is_quiet(node)
+                        ? "    Vantoro_quiet_destroy(quiet_" + node.name + ");\n    quiet_" + node.name + " = NULL;\n"
+                        : "") +
+                   "    if (block_" + node.name + ")\n        " + lbx::module_names(node.block->type->type)->destroy +
                    "(block_" + node.name + ");\n    block_" + node.name + " = NULL;\n";
         return out + "}\n";
     }
@@ -303,9 +317,10 @@ private:
         if (!product_.nodes.empty())
             out += "    int result;\n";
         for (const ProductNode& node : product_.nodes)
-            out += prepare_text(node) + "    if ((result = " + lbx::module_names(node.block->type->type)->process +
-                   "(block_" + node.name + ", in_" + node.name + ", pins_" + node.name +
-                   ")) < 0)\n        return result;\n";
+            out += prepare_text(node) + "    if ((result = " +
+                   (is_quiet(node) ? "Vantoro_quiet_process(quiet_"
+                                   : std::string(lbx::module_names(node.block->type->type)->process) + "(block_") +
+                   node.name + ", in_" + node.name + ", pins_" + node.name + ")) < 0)\n        return result;\n";
         return out + "    return RT_OK;\n}\n";
     }
 

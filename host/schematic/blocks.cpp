@@ -77,6 +77,15 @@ json read_params(const Fields& fields)
     return json::object();
 }
 
+// Whether a block runs in the second arithmetic.
+bool read_quiet(const Fields& fields, const BlockType& type, const Draft& draft)
+{
+    const std::optional<bool> own = read_arithmetic(fields);
+    if (own == true && !has_quiet(type))
+        fields.fault("arithmetic", std::string("documented: ") + type.name + " has no other");
+    return has_quiet(type) && draft.options.quiet.value_or(own.value_or(draft.quiet));
+}
+
 void read_block(const std::string& id, const json& value, Draft& draft)
 {
     const std::string where = "/blocks" + pointer_step(id);
@@ -90,13 +99,14 @@ void read_block(const std::string& id, const json& value, Draft& draft)
         return;
     }
     const Fields fields(value, where, draft.problems);
-    fields.allow({"type", "inputs", "outputs", "params", "title", "note"});
+    fields.allow({"type", "inputs", "outputs", "params", "arithmetic", "title", "note"});
     fields.text("note");
     block.title = printable(fields.text("title"));
     node.inputs = fields.whole("inputs", 0, kMaxPins);
     node.outputs = fields.whole("outputs", 0, kMaxPins);
     node.type = block.type = read_type(fields, draft);
     node.broken = !node.type;
+    block.quiet = node.type && read_quiet(fields, *node.type, draft);
     params = read_params(fields);
 }
 
@@ -123,6 +133,19 @@ void read_item(const std::string& id, json value, int scope, Definitions& names,
 }
 
 }  // namespace
+
+std::optional<bool> read_arithmetic(const Fields& fields)
+{
+    constexpr const char* kName = "arithmetic";
+    const json* value = fields.find(kName);
+    if (!value)
+        return std::nullopt;
+    if (*value != "quiet" && *value != "documented") {
+        fields.fault(kName, "\"documented\" or \"quiet\"");
+        return std::nullopt;
+    }
+    return *value == "quiet";
+}
 
 void Draft::fault(std::string where, const json& value, std::string wanted)
 {

@@ -58,6 +58,7 @@ private:
     {
         add(from.id, from.type->name, to.type->name);
         add(from.id + " pins", pins_text(from.pins), pins_text(to.pins));
+        add(from.id + " arithmetic", from.quiet ? "quiet" : "documented", to.quiet ? "quiet" : "documented");
         if (from.type == to.type)
             compare_values(from, to);
         compare_feeds(from.id, from.sources, to.sources);

@@ -20,6 +20,8 @@
 
 namespace vantoro {
 
+class Fields;
+
 struct Draft {
     const ReadOptions& options;
     std::vector<Problem> problems{};
@@ -27,6 +29,7 @@ struct Draft {
     std::vector<Problem> unresolved{};  // expressions that are wrong
     Schematic out{};
     std::optional<int> inputs{}, outputs{};  // channels, as the document says
+    bool quiet = false;                      // the arithmetic of blocks that do not name one
     std::unordered_map<std::string, int> ids{};
     std::vector<Node> nodes{};             // the blocks, then "input" and "output", then the sides of parts
     std::vector<nlohmann::json> params{};  // of each block
@@ -60,6 +63,9 @@ inline bool good_moment(double seconds)
     constexpr double kMaxSeconds = 1e9;
     return seconds >= 0 && seconds <= kMaxSeconds;
 }
+
+// Whether "arithmetic" says "quiet"; open: it is not there, or wrong.
+std::optional<bool> read_arithmetic(const Fields& fields);
 
 // The steps. The blocks and the wires of a scope, by its number; names are those that its expressions may use.
 void read_blocks(const nlohmann::json& blocks, const std::vector<std::string>& order, int scope, Definitions& names,

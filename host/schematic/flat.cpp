@@ -66,6 +66,8 @@ json differing(const Block& block, const std::vector<float>& vector, const std::
 json block_json(const Block& block)
 {
     json out{{"type", block.type->name}, {"inputs", block.pins.inputs}, {"outputs", block.pins.outputs}};
+    if (block.quiet)
+        out["arithmetic"] = "quiet";
     if (!block.title.empty())
         out["title"] = block.title;
     if (json params = differing(block, block.vector, default_vector(*block.type, block.pins)); !params.empty())

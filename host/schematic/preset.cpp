@@ -70,9 +70,9 @@ private:
 
     void add(const Block& block)
     {
-        nodes_.insert(nodes_.end(),
-                      {word(index(block.type->type)), word(block.sources.size()), word(index(block.pins.outputs)),
-                       word(floats_.size()), word(block.vector.size()), word(names_.size())});
+        nodes_.insert(nodes_.end(), {word(index(block.type->type)) | (block.quiet ? word(VANTORO_PRESET_QUIET) : 0),
+                                     word(block.sources.size()), word(index(block.pins.outputs)), word(floats_.size()),
+                                     word(block.vector.size()), word(names_.size())});
         std::ranges::transform(block.sources, std::back_inserter(links_), [&](const Feed& f) { return pin_of(f); });
         std::ranges::transform(block.vector, std::back_inserter(floats_),
                                [](float v) { return std::bit_cast<std::uint32_t>(v); });
@@ -130,7 +130,8 @@ private:
         const std::size_t length = words_[at + VANTORO_PRESET_NODE_LENGTH];
         Block& block = out_.blocks.emplace_back();
         block.id = printable(names_.substr(words_[at + VANTORO_PRESET_NODE_NAME]).data());
-        block.type = find_type(number(at + VANTORO_PRESET_NODE_TYPE));
+        block.type = find_type(number(at + VANTORO_PRESET_NODE_TYPE) & ~VANTORO_PRESET_QUIET);
+        block.quiet = (number(at + VANTORO_PRESET_NODE_TYPE) & VANTORO_PRESET_QUIET) != 0;
         block.pins = {number(at + VANTORO_PRESET_NODE_INPUTS), number(at + VANTORO_PRESET_NODE_OUTPUTS)};
         block.vector.resize(length);
         if (length > 0)

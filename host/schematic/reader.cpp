@@ -54,8 +54,8 @@ void resolve_values(json& document, const Fields& fields, Draft& draft)
 void read_head(json& document, Draft& draft)
 {
     const Fields fields(document, "", draft.problems);
-    fields.allow({"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "define", "parts", "blocks",
-                  "wires", "changes"});
+    fields.allow({"$schema", "title", "note", "rate", "blockSize", "inputs", "outputs", "arithmetic", "define", "parts",
+                  "blocks", "wires", "changes"});
     fields.text("$schema");
     fields.text("note");
     fields.need("blocks", "blocks by id: {\"trim\": {\"type\": \"BASIC_GAIN\"}}");
@@ -64,6 +64,7 @@ void read_head(json& document, Draft& draft)
     out.rate = fields.whole("rate", kMinRate, kMaxRate, "Hz");
     resolve_values(document, fields, draft);
     out.block_size = fields.whole("blockSize", 1, kMaxBlockSize).value_or(out.block_size);
+    draft.quiet = read_arithmetic(fields).value_or(false);
     draft.inputs = fields.whole("inputs", 0, kMaxPins);
     draft.outputs = fields.whole("outputs", 0, kMaxPins);
     if (const auto channels = draft.options.channels; draft.inputs && channels && draft.inputs != channels)

@@ -33,6 +33,7 @@ struct ReadOptions {
     std::optional<int> channels{};  // of the input; open: what the document says, or its wires ask for, or 2
     std::optional<int> rate{};      // Hz, where the document leaves it open
     std::vector<Setting> settings{};
+    std::optional<bool> quiet{};  // the arithmetic of all blocks, whatever the document says: quiet where a type has it
     // Reads a file that "parts" names, or throws UserError. Open: none may be named; read_schematic reads those beside
     // the document.
     std::function<PartSource(const std::string&)> part_file{};

@@ -40,6 +40,7 @@ constexpr const char* kForm = R"({
       "description": "Channels of the terminal \"output\". Left out: what the wires to it ask for.",
       "$ref": "#/definitions/count"
     },
+    "arithmetic": {"description": "How blocks round: as documented, bit for bit; or quiet, with less noise and less time, where their type has it ('vantoro blocks NAME').", "enum": ["documented", "quiet"], "default": "documented"},
     "define": {
       "description": "Names for numbers, used as \"=name * 2\" wherever a number stands. Numbers, names, + - * / and brackets; db(x): the factor of a gain in dB; ms(x): milliseconds in samples; round(x); sqrt(x).",
       "type": "object",
@@ -148,6 +149,7 @@ constexpr const char* kForm = R"({
           "description": "Parameters by name; those left out have their defaults. A choice by name or number, a flag as true, false, 1 or 0, a table as an array.",
           "type": "object"
         },
+        "arithmetic": {"description": "Of this block, instead of the schematic's.", "enum": ["documented", "quiet"]},
         "title": {
           "description": "What the pictures of 'vantoro response' call the block, instead of its id.",
           "type": "string"

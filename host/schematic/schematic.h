@@ -34,6 +34,7 @@ struct Block {
     PinCounts pins;
     std::vector<float> vector;  // its parameters
     std::vector<Feed> sources;  // one per input pin
+    bool quiet = false;         // runs in the second arithmetic
 };
 
 // A new vector for a block, before the first audio block that starts at or after `seconds`.

@@ -138,6 +138,8 @@ TEST(Preset, ARefusalNamesTheNodeAndWhatIsWrong)
     EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].links = {2}; }), "low: input 0 hears a pin that is not there");
     EXPECT_EQ(with([](PresetRows& r) { r.outputs = {4}; }), "output: input 0 hears a pin that is not there");
     EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].name = "a\nb"; }), "node 1 has no name");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].type |= VANTORO_PRESET_QUIET; }),
+              "limit: DP_LIMITER has no quiet arithmetic");
     EXPECT_EQ(with([](PresetRows& r) { r.block = 0; }), "block size 0; 1 to 65536");
     EXPECT_EQ(make(graph_test::preset_of(chain()), 44100), nullptr);  // made for 48 kHz
 }
@@ -155,6 +157,31 @@ TEST(Graph, GivesTheBitsOfItsBlocks)
     EXPECT_STREQ(Vantoro_graph_node_name(graph.get(), 0), "low");
     EXPECT_EQ(Vantoro_graph_input(graph.get(), 1), nullptr);
     EXPECT_EQ(Vantoro_graph_output(graph.get(), 2), nullptr);
+}
+
+// The second arithmetic gives nearly the samples of the first, whatever happens to the node: not quite, or nobody ran
+// it.
+TEST(Graph, ANodeRunsInTheSecondArithmetic)
+{
+    if (Vantoro_graph_quiet(EN_FILTER_2ND_BESSEL_BUTTER) == 0)
+        GTEST_SKIP() << "a build without it";
+    constexpr float kNear = 1e-5F;
+    const auto low = [](float hz) { return std::vector<float>{1, 0, ButterLP, 0, hz}; };
+    PresetRows rows{.nodes = {{"low", EN_FILTER_2ND_BESSEL_BUTTER, 1, {1}, low(300)}}, .outputs = {2}};
+    const Graph documented = make(graph_test::preset_of(rows));
+    rows.nodes[0].type |= VANTORO_PRESET_QUIET;
+    const Graph quiet = make(graph_test::preset_of(rows));
+    ASSERT_TRUE(documented && quiet);
+    const std::vector<float> in = noise(6400);
+    for (const auto change : {Vantoro_graph_set, Vantoro_graph_post})
+        for (const float hz : {80.0F, 4000.0F}) {
+            const std::vector<float> wanted = run(documented.get(), in), got = run(quiet.get(), in);
+            EXPECT_NE(wanted, got);
+            for (std::size_t i = 0; i < in.size(); ++i)
+                ASSERT_NEAR(wanted[i], got[i], kNear) << i;
+            for (VantoroGraph* graph : {documented.get(), quiet.get()})
+                EXPECT_EQ(change(graph, 0, low(hz).data(), 5), RT_OK);
+        }
 }
 
 // Two chains, their nodes taking turns, and a node between that two hear. A graph that is metered runs every node
