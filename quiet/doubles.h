@@ -37,4 +37,55 @@ LBX_INLINE lbx::f4 narrowed(d2 v)
 #endif
 }
 
+// Eight numbers, in what registers there are.
+#if defined(__AVX2__) && defined(__FMA__)
+using d4 = double __attribute__((vector_size(32)));
+struct d8 {
+    d4 part[2];
+};
+LBX_INLINE d8 mul_add(const d8& a, double b, const d8& c)
+{
+    const d4 all = {b, b, b, b};
+    return {{_mm256_fmadd_pd(a.part[0], all, c.part[0]), _mm256_fmadd_pd(a.part[1], all, c.part[1])}};
+}
+LBX_INLINE d8 widened(lbx::f8 v) { return {{_mm256_cvtps_pd(lbx::lower(v)), _mm256_cvtps_pd(lbx::upper(v))}}; }
+LBX_INLINE lbx::f8 narrowed(const d8& v) { return lbx::join(_mm256_cvtpd_ps(v.part[0]), _mm256_cvtpd_ps(v.part[1])); }
+#else
+struct d8 {
+    d2 part[4];
+};
+LBX_INLINE d8 mul_add(const d8& a, double b, const d8& c)
+{
+    d8 out;
+    lbx::repeat<4>([&](auto p) { out.part[p] = mul_add(a.part[p], d2{b, b}, c.part[p]); });
+    return out;
+}
+LBX_INLINE d8 widened(lbx::f8 v)
+{
+    d8 out;
+    lbx::each_half(v, [&](int h, lbx::f4 four) {
+        out.part[2 * h] = widened(four);
+        out.part[2 * h + 1] = widened(lbx::mix<2, 3, 2, 3>(four, four));
+    });
+    return out;
+}
+LBX_INLINE lbx::f8 narrowed(const d8& v)
+{
+    return lbx::of_halves<lbx::f8>(
+        [&](int h) { return lbx::mix<0, 1, 4, 5>(narrowed(v.part[2 * h]), narrowed(v.part[2 * h + 1])); });
+}
+#endif
+
+// take(l, lane l), a reference, for every lane.
+template <class Take>
+LBX_INLINE void each_lane(d8& v, Take take)
+{
+    constexpr int kLanes = sizeof v.part[0] / sizeof(double);
+    lbx::repeat<8>([&](auto l) {
+        double lane = v.part[l / kLanes][l % kLanes];
+        take(l, lane);
+        v.part[l / kLanes][l % kLanes] = lane;
+    });
+}
+
 }  // namespace vquiet
