@@ -127,7 +127,7 @@ void turn_words(const Cascades* own, const float* from, float* to, float sign)
 {
     for (int k = 0; k < own->sections; ++k, from += kSosWords, to += kSosWords) {
         const float z1 = from[0];
-        to[1] = mul_add(sign * own->turn[k], z1, from[1]);
+        to[1] = mul_add(sign * own->turn.get()[k], z1, from[1]);
         to[0] = z1;
     }
 }
@@ -157,12 +157,12 @@ void redesign_section(Cascades* own, const float* from, int k, bool runs)
 {
     const Law law = rounded_law(from);
     const double all[kCoeffs] = {law.b0, law.b1, law.b2, law.keep, law.couple, law.shift};
-    std::transform(all, all + kCoeffs, &own->coeff[kCoeffs * k], [](double v) { return static_cast<float>(v); });
-    float& turn = own->turn[k];
+    std::transform(all, all + kCoeffs, &own->coeff.get()[kCoeffs * k], [](double v) { return static_cast<float>(v); });
+    float& turn = own->turn.get()[k];
     const float before = turn;
     turn = runs ? static_cast<float>(law.shift) : 0.0F;
     for (std::ptrdiff_t at = kSosWords * k; at < all_words(own); at += words_per_channel(own))
-        own->state[at + 1] = mul_add(turn - before, own->state[at], own->state[at + 1]);
+        own->state.get()[at + 1] = mul_add(turn - before, own->state.get()[at], own->state.get()[at + 1]);
 }
 
 [[gnu::cold]] void arrange(Cascades* own, const Record& record)
@@ -200,7 +200,7 @@ void run(Cascades* own, const Record& record, float** in, float** out)
     }
     drive_split<Shifted>(own->split, own->state.get(), in, out, channels, n, own->tile.get());
     for (int c = 0; c < channels && n > 0; ++c)
-        record.last_inputs[c] = own->tile[kSplitTile * c + (n - 1) % kSplitTile];
+        record.last_inputs[c] = own->tile.get()[kSplitTile * c + (n - 1) % kSplitTile];
 }
 
 int process(VantoroQuiet* quiet, float** in, float** out)

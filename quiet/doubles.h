@@ -76,16 +76,21 @@ LBX_INLINE lbx::f8 narrowed(const d8& v)
 }
 #endif
 
-// take(l, lane l), a reference, for every lane.
-template <class Take>
-LBX_INLINE void each_lane(d8& v, Take take)
+inline constexpr int kPartLanes = sizeof(d8::part[0]) / sizeof(double);
+
+// Lane l is value(l).
+template <class Value>
+LBX_INLINE d8 lanes_of(Value value)
 {
-    constexpr int kLanes = sizeof v.part[0] / sizeof(double);
-    lbx::repeat<8>([&](auto l) {
-        double lane = v.part[l / kLanes][l % kLanes];
-        take(l, lane);
-        v.part[l / kLanes][l % kLanes] = lane;
-    });
+    d8 out = {};
+    lbx::repeat<8>([&](auto l) { out.part[l / kPartLanes][l % kPartLanes] = value(l); });
+    return out;
+}
+// take(l, lane l) for every lane.
+template <class Take>
+LBX_INLINE void each_lane(const d8& v, Take take)
+{
+    lbx::repeat<8>([&](auto l) { take(l, v.part[l / kPartLanes][l % kPartLanes]); });
 }
 
 }  // namespace vquiet

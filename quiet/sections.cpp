@@ -136,9 +136,8 @@ LBX_INLINE f8 output(const Grouped& by, f8 z1, f8 z2, const f8 (&x)[kGroup])
 // Eight channels, a lane each: the bits of run_groups(), in fewer operations.
 LBX_KERNEL void run_eight(const Grouped& by, State* state, const float* const* in, float* const* out, int n, float sign)
 {
-    d8 z1, z2;
-    each_lane(z1, [&](int c, double& z) { z = state[c].z1; });
-    each_lane(z2, [&](int c, double& z) { z = state[c].z2; });
+    d8 z1 = vquiet::lanes_of([&](int c) { return state[c].z1; });
+    d8 z2 = vquiet::lanes_of([&](int c) { return state[c].z2; });
     for (int i = 0; i < n; i += kGroup) {
         f8 x[kGroup], y[4];
         repeat<2>([&](auto h) {
@@ -154,8 +153,8 @@ LBX_KERNEL void run_eight(const Grouped& by, State* state, const float* const* i
         z2 = mul_add(z1, by.on[0][1], mul_add(z2, by.on[1][1], state_input(by, 1, x)));
         z1 = next;
     }
-    each_lane(z1, [&](int c, double& z) { state[c].z1 = z; });
-    each_lane(z2, [&](int c, double& z) { state[c].z2 = z; });
+    each_lane(z1, [&](int c, double z) { state[c].z1 = z; });
+    each_lane(z2, [&](int c, double z) { state[c].z2 = z; });
 }
 
 // Samples that fill no group, and all of a section whose groups overflow.
@@ -205,23 +204,23 @@ bool all_finite(const Grouped& by)
     design(own->grouped, own->law);
     own->groups = all_finite(own->grouped);
     for (int c = 0; c < channels; ++c)
-        own->state[c].z2 += (own->law.shift - before) * own->state[c].z1;
+        own->state.get()[c].z2 += (own->law.shift - before) * own->state.get()[c].z1;
 }
 
 // What the host or the documented arithmetic left in the record.
 void read_words(Sections* own, const float* words, int channels)
 {
     for (int c = 0; c < channels; ++c, words += kSosWords)
-        if (!same_words(words, &own->written[kSosWords * c]))
-            own->state[c] = state_of(own->law, words);
+        if (!same_words(words, &own->written.get()[kSosWords * c]))
+            own->state.get()[c] = state_of(own->law, words);
 }
 
 void write_words(Sections* own, float* words, int channels)
 {
     for (int c = 0; c < channels; ++c, words += kSosWords) {
-        const State& z = own->state[c];
-        words[0] = own->written[kSosWords * c] = static_cast<float>(z.z1);
-        words[1] = own->written[kSosWords * c + 1] = static_cast<float>(z.z2 - own->law.shift * z.z1);
+        const State& z = own->state.get()[c];
+        words[0] = own->written.get()[kSosWords * c] = static_cast<float>(z.z1);
+        words[1] = own->written.get()[kSosWords * c + 1] = static_cast<float>(z.z2 - own->law.shift * z.z1);
     }
 }
 
@@ -230,13 +229,13 @@ void run(Sections* own, const float* const* in, float* const* out, int channels,
     const int whole = own->groups ? n - n % kGroup : 0;
     int c = 0;
     for (; c + 8 <= channels; c += 8)
-        run_eight(own->grouped, &own->state[c], in + c, out + c, whole, sign);
+        run_eight(own->grouped, own->state.get() + c, in + c, out + c, whole, sign);
     for (; c + 2 <= channels; c += 2)
-        run_groups<2>(own->grouped, &own->state[c], in + c, out + c, whole, sign);
+        run_groups<2>(own->grouped, own->state.get() + c, in + c, out + c, whole, sign);
     if (c < channels)
-        run_groups<1>(own->grouped, &own->state[c], in + c, out + c, whole, sign);
+        run_groups<1>(own->grouped, own->state.get() + c, in + c, out + c, whole, sign);
     for (c = 0; whole < n && c < channels; ++c)
-        run_steps(own->law, own->state[c], in[c] + whole, out[c] + whole, n - whole, sign);
+        run_steps(own->law, own->state.get()[c], in[c] + whole, out[c] + whole, n - whole, sign);
 }
 
 int process(VantoroQuiet* quiet, float** in, float** out)
