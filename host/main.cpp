@@ -37,6 +37,7 @@ int main(int argc, char** argv)
         vantoro::add_blocks_command(line);
         vantoro::add_graph_command(line);
         vantoro::add_response_command(line);
+        vantoro::add_measure_command(line);
         vantoro::add_export_command(line);
         vantoro::add_import_command(line);
         vantoro::add_diff_command(line);

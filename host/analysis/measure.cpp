@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <span>
 #include <stdexcept>
 #include <string>
 
-#include <kissfft.hh>
+#include "analysis/sweep.h"
 
 namespace vantoro {
 
@@ -21,8 +20,6 @@ constexpr double kTail = 1e-10;        // of the energy: what may still ring in 
 constexpr double kSame = 1e-4;         // of an output's peak: 0.001 dB
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
-
-using Signal = std::vector<double>;
 
 // The graph twice: on the stimulus, and on silence.
 class Pair {
@@ -94,20 +91,12 @@ bool ended(const Signal& response)
 
 // ---- transforms ----
 
-Spectrum transform(const kissfft<double>& fft, const Signal& signal)
-{
-    Spectrum in(signal.begin(), signal.end());
-    Spectrum out(in.size());
-    fft.transform(in.data(), out.data());
-    return out;
-}
-
 // The axis' frequencies of an impulse response as long as a multiple of its transform.
 Spectrum on_axis(const Signal& response, const Axis& axis)
 {
     if (silent(response))
         return {};
-    const Spectrum all = transform({response.size(), false}, response);
+    const Spectrum all = transform(response);
     const std::size_t every = all.size() / index(axis.size);
     Spectrum values;
     for (const int bin : axis.bins)
@@ -117,40 +106,11 @@ Spectrum on_axis(const Signal& response, const Axis& axis)
 
 // ---- stimuli ----
 
-// An exponential sine sweep to half the rate, from an octave and more below the lowest frequency of interest.
-std::vector<float> sweep(int rate, std::size_t length, double level_db)
+// The second half holds the harmonics.
+Signal first_half(Signal signal)
 {
-    constexpr double kStart = 5;  // Hz
-    const double octaves = std::log(0.5 * rate / kStart);
-    const double seconds = static_cast<double>(length) / rate;
-    const double level = std::pow(10, level_db / 20);
-    std::vector<float> samples;
-    for (std::size_t i = 0; i < length; ++i) {
-        const double part = static_cast<double>(i) / static_cast<double>(length);
-        const double turns = kStart * seconds / octaves * std::expm1(part * octaves);
-        samples.push_back(static_cast<float>(level * std::sin(2 * std::numbers::pi * (turns - std::floor(turns)))));
-    }
-    return samples;
-}
-
-// What turns `stimulus` into `response`. The first half of it: the second holds the harmonics, which arrive before the
-// fundamental does, and in a circle that is at the end.
-Signal deconvolved(const Signal& response, std::span<const float> stimulus)
-{
-    const std::size_t size = response.size();
-    Signal padded(stimulus.begin(), stimulus.end());
-    padded.resize(size);
-    const kissfft<double> forward(size, false);
-    const Spectrum x = transform(forward, padded);
-    Spectrum y = transform(forward, response);
-    for (std::size_t i = 0; i < size; ++i)
-        y[i] /= x[i] * static_cast<double>(size);
-    Spectrum time(size);
-    kissfft<double>(size, true).transform(y.data(), time.data());
-    Signal first;
-    for (std::size_t i = 0; i < size / 2; ++i)
-        first.push_back(time[i].real());
-    return first;
+    signal.resize(signal.size() / 2);
+    return signal;
 }
 
 std::vector<Signal> impulse_responses(Pair& pair, std::size_t length, const Axis& axis, Stimulus stimulus,
@@ -158,13 +118,14 @@ std::vector<Signal> impulse_responses(Pair& pair, std::size_t length, const Axis
 {
     if (stimulus == Stimulus::impulse)
         return pair.respond(std::vector{1.0F}, length);
-    const std::vector<float> signal = sweep(axis.rate, length, level_db);
+    constexpr double kStart = 5;  // Hz: an octave and more below the lowest frequency of interest
+    const std::vector<float> signal = samples_of({axis.rate, kStart, axis.rate / 2.0, length, level_db});
     std::vector<Signal> responses = pair.respond(signal, 2 * length);
     for (Signal& response : responses)
         if (silent(response))
             response.resize(length);
         else
-            response = deconvolved(response, signal);
+            response = first_half(deconvolved(response, signal, [](double) { return 1.0; }));
     return responses;
 }
 

@@ -14,8 +14,7 @@ namespace vantoro {
 
 enum class Stimulus {
     impulse,  // one sample of 1.0: exact for what is linear
-    sweep,    // for what is not: a slow sine at one level, A. Farina, "Simultaneous Measurement of Impulse Response and
-              // Distortion with a Swept-Sine Technique"; harmonics end up before the response and are cut off
+    sweep,    // for what is not: a slow sine at one level; harmonics end up before the response and are cut off
 };
 
 // Every output from channel `from` of the input. `level_db`: of the sweep, re full scale. Throws std::runtime_error

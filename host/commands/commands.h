@@ -64,6 +64,7 @@ void add_export_command(CommandLine& line);
 void add_graph_command(CommandLine& line);
 void add_import_command(CommandLine& line);
 void add_live_command(CommandLine& line);
+void add_measure_command(CommandLine& line);
 void add_remote_commands(CommandLine& line);  // set, get
 void add_response_command(CommandLine& line);
 void add_run_command(CommandLine& line);

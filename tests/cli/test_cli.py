@@ -389,7 +389,7 @@ class Cli(unittest.TestCase):
         overview = self.call("help").stdout
         self.assertEqual(overview, self.call("--help").stdout)
         commands = re.findall("^  ([a-z]+) ", overview, re.M)
-        self.assertEqual(len(commands), 14)
+        self.assertEqual(len(commands), 15)
         manual = self.call("help", "--man").stdout
         for command in commands:
             text = self.call("help", command).stdout

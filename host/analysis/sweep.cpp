@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "analysis/sweep.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include <kissfft.hh>
+
+namespace vantoro {
+
+namespace {
+
+Spectrum run(const Spectrum& in, bool inverse)
+{
+    Spectrum out(in.size());
+    kissfft<double>(in.size(), inverse).transform(in.data(), out.data());
+    return out;
+}
+
+}  // namespace
+
+double Sweep::hz(double time) const { return from * std::pow(to / from, time / seconds()); }
+
+double Sweep::second_at(double hz) const { return seconds() * std::log(hz / from) / std::log(to / from); }
+
+double Sweep::lead(double harmonic) const { return seconds() * std::log(harmonic) / std::log(to / from); }
+
+std::vector<float> samples_of(const Sweep& sweep)
+{
+    const double nepers = std::log(sweep.to / sweep.from);
+    const double level = std::pow(10, sweep.level_db / 20);
+    std::vector<float> samples;
+    samples.reserve(sweep.length);
+    for (std::size_t i = 0; i < sweep.length; ++i) {
+        const double part = static_cast<double>(i) / static_cast<double>(sweep.length);
+        const double turns = sweep.from * sweep.seconds() / nepers * std::expm1(part * nepers);
+        samples.push_back(static_cast<float>(level * std::sin(2 * std::numbers::pi * (turns - std::floor(turns)))));
+    }
+    return samples;
+}
+
+Spectrum transform(const Signal& signal) { return run(Spectrum(signal.begin(), signal.end()), false); }
+
+Signal deconvolved(const Signal& response, std::span<const float> stimulus, const std::function<double(double)>& weight,
+                   double floor)
+{
+    const auto size = static_cast<double>(response.size());
+    Signal padded(stimulus.begin(), stimulus.end());
+    padded.resize(response.size());
+    const Spectrum x = transform(padded);
+    Spectrum y = transform(response);
+    for (std::size_t i = 0; i < y.size(); ++i) {
+        const double w = weight(static_cast<double>(std::min(i, y.size() - i)) / size);
+        const double missing = std::norm(x[i]) < floor ? std::norm(x[i]) / floor : 1;
+        y[i] = w * missing > 0 ? y[i] / (x[i] * size) * w * missing : 0;
+    }
+    Signal time;
+    time.reserve(y.size());
+    for (const auto value : run(y, true))
+        time.push_back(value.real());
+    return time;
+}
+
+}  // namespace vantoro
