@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// vantoro export SCHEMATIC: what a product compiles in or loads.
+// vantoro export SCHEMATIC: what a product compiles in or loads, or an equaliser's list of filters.
 #include <array>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "commands/commands.h"
+#include "commands/filter_lists.h"
 #include "export/direct.h"
 #include "export/table.h"
 #include "io/part_file.h"
@@ -17,7 +18,8 @@ namespace {
 
 struct Options {
     std::string schematic;
-    std::string table, direct, binary;  // one of them
+    std::string table, direct, binary, filters;  // one of them
+    std::string block;
     std::string directory = ".";
     std::vector<std::string> settings;
     std::string arithmetic;
@@ -80,6 +82,12 @@ void write_c(const Options& options, const Schematic& schematic, int rate)
 int run(const Options& options)
 {
     const Schematic schematic = load(options);
+    if (!options.filters.empty()) {
+        refuse_overwriting(options.filters, options);
+        write_file(options.filters, exported_filters(schematic, options.schematic, options.block,
+                                                     rate_of(schematic, options.rate), options.strict));
+        return 0;
+    }
     const int rate = rate_in_product(schematic, options);
     const std::string preset = checked_preset(options, schematic, rate);
     if (options.binary.empty()) {
@@ -96,13 +104,17 @@ int run(const Options& options)
 void add_export_command(CommandLine& line)
 {
     auto options = std::make_shared<Options>();
-    Command command = line.add("export", "Turn a schematic into what a product compiles in or loads");
+    Command command =
+        line.add("export", "Turn a schematic into what a product compiles in or loads, or its equaliser into a list");
     add_schematic(command, options->schematic);
     command.one_needed(
         {command.option("--c", options->table, "NAME", "NAME.c and NAME.h: a table for the graph runtime"),
          command.option("--direct", options->direct, "NAME",
                         "NAME.c and NAME.h: calls of the blocks, without a runtime"),
-         command.option("--binary", options->binary, "FILE", "The table as a file to load")});
+         command.option("--binary", options->binary, "FILE", "The table as a file to load"),
+         command.option("--filters", options->filters, "FILE",
+                        "An equaliser's list of filters, as room-correction programs read it")});
+    command.option("--block", options->block, "ID", "The equaliser, where there are several").needs("--filters");
     command.option("-o,--directory", options->directory, "DIR", "Where C files go [.]");
     add_settings(command, options->settings, When::start);
     add_arithmetic(command, options->arithmetic);

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// vantoro import PRESET: what is in a preset. vantoro diff A B: what differs between schematics or presets.
+// vantoro import FILE: what is in a preset, or a list of filters as an equaliser. vantoro diff A B: what differs
+// between schematics or presets.
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
 
+#include "catalog/filter_list.h"
 #include "commands/commands.h"
+#include "commands/filter_lists.h"
 #include "commands/listing.h"
 #include "schematic/difference.h"
 #include "schematic/preset.h"
@@ -27,9 +30,13 @@ Schematic read_preset(const std::string& path, std::string_view bytes)
 
 // ---- import ----
 
-int import(const std::string& path)
+int import(const std::string& path, const FilterImport& options)
 {
     const std::string bytes = read_file(path);
+    if (!is_preset(bytes) && is_filter_list(bytes))
+        return import_filters(path, bytes, options);
+    if (!options.into.empty())
+        throw UserError(path + ": no list of filters, which --into takes");
     const Schematic schematic = read_preset(path, bytes);
     std::printf("preset of %zu bytes, version %u, CRC %08x\n", bytes.size(), VANTORO_PRESET_VERSION,
                 Vantoro_preset_crc(bytes.data(), bytes.size()));
@@ -65,10 +72,21 @@ int diff(const DiffOptions& options)
 
 void add_import_command(CommandLine& line)
 {
-    auto path = std::make_shared<std::string>();
-    Command command = line.add("import", "Check a preset and print what is in it");
-    command.option("preset", *path, "PRESET", "The preset (export --binary)").required();
-    command.runs([path] { return import(*path); });
+    struct Options {
+        std::string path;
+        FilterImport filters;
+    };
+    auto options = std::make_shared<Options>();
+    FilterImport& filters = options->filters;
+    Command command = line.add("import", "Print what is in a preset, or make an equaliser of a list of filters");
+    command.option("file", options->path, "FILE", "A preset (export --binary) or a list of filters (text)").required();
+    command.option("--into", filters.into, "SCHEMATIC", "Write the filters into the equaliser of a schematic");
+    command.option("--block", filters.block, "ID", "The equaliser, where there are several").needs("--into");
+    add_rate(command, filters.rate, kRateLeftOpen);
+    add_strict(command, filters.strict);
+    command.notes("Lists are those of REW (filter settings as text) and Equalizer APO. Filters that the equaliser does "
+                  "not have are named and left out.");
+    command.runs([options] { return import(options->path, options->filters); });
 }
 
 void add_diff_command(CommandLine& line)
