@@ -28,10 +28,22 @@ draw() {
 }
 
 for schematic in docs/schematics/*.json; do
-    [ "$schematic" = docs/schematics/dynamics.json ] || draw "$schematic" "$(basename "$schematic" .json)"
+    case $schematic in */dynamics.json | */reflection.json) continue ;; esac
+    draw "$schematic" "$(basename "$schematic" .json)"
 done
 draw examples/schematics/two_way.json two_way
 draw examples/schematics/loudspeaker_eq.json loudspeaker_eq --channels 1 --speaker examples/loudspeaker.txt
+
+# What docs/measuring.md measures.
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+"$vantoro" measure --sweep "$folder/sweep.wav"
+"$vantoro" run docs/schematics/reflection.json -i "$folder/sweep.wav" -o "$folder/recording.wav" -q
+for window in 100ms/1s 1ms/5ms; do
+    name=$images/measured_${window##*/}.svg
+    "$vantoro" measure "$folder/recording.wav" --window $window --picture "$name" >/dev/null
+    small "$name"
+done
 
 # A 1 kHz sine through docs/schematics/dynamics.json: SAMPLES LEVEL, where LEVEL is Python for the level in dB at t seconds.
 # Prints the highest magnitude of every output in every millisecond, in dB.
@@ -64,8 +76,7 @@ END
     small "$images/$2.svg"
 }
 
-table=$(mktemp)
-trap 'rm -f "$table"' EXIT
+table=$folder/table
 # Half a second a level: the end of each is at rest.
 peaks $((63 * 24000)) '-60 + int(t * 2)' | awk '$1 % 500 == 499' >"$table"
 plot 'Static curves, by the peak level of a sine' dynamics_static "set xlabel 'In (dBFS, peak)'; set ylabel 'Out (dB)'
