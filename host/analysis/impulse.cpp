@@ -14,23 +14,33 @@ namespace vantoro {
 
 namespace {
 
-constexpr double kBelow = 2;    // the sweep begins at the lowest frequency divided by this
-constexpr double kAbove = 1.1;  // and ends at the highest times this, or at half the rate
+constexpr double kBelow = 2;       // the sweep begins at the lowest frequency divided by this
+constexpr double kHighPass = 1.6;  // where between: the lowest frequency divided by this
+constexpr double kAbove = 1.1;     // and ends at the highest times this, or at half the rate
 
 // From 0 to 1 as x does.
 double cosine_edge(double x) { return 0.5 - 0.5 * std::cos(std::numbers::pi * std::clamp(x, 0.0, 1.0)); }
 
 std::size_t samples(double seconds, int rate) { return static_cast<std::size_t>(std::llround(seconds * rate)); }
 
-// 1 within the range, 0 where the sweep does not reach.
-double band(const TestSignal& test, double hz)
+// Butterworth, fourth order.
+std::complex<double> high_pass(double hz, double corner)
+{
+    const std::complex<double> s(0, hz / corner), squared = s * s;
+    return squared * squared / ((squared + 0.76537 * s + 1.0) * (squared + 1.84776 * s + 1.0));
+}
+
+// 1 within the range, but for the high-pass; 0 where the sweep does not reach.
+std::complex<double> band(const TestSignal& test, double hz)
 {
     const auto part = [hz](double from, double to) {
         return to == from ? 1 : std::log(hz / from) / std::log(to / from);
     };
-    if (hz < test.lowest)
-        return hz <= test.sweep.from ? 0 : cosine_edge(part(test.sweep.from, test.lowest));
-    return hz <= test.highest ? 1 : cosine_edge(part(test.sweep.to, test.highest));
+    if (hz <= test.sweep.from / 2)
+        return 0;
+    const double below = hz < test.sweep.from ? cosine_edge(part(test.sweep.from / 2, test.sweep.from)) : 1;
+    const double above = hz > test.highest ? cosine_edge(part(test.sweep.to, test.highest)) : 1;
+    return high_pass(hz, test.lowest / kHighPass) * below * above;
 }
 
 double energy(std::span<const double> signal)
@@ -41,38 +51,38 @@ double energy(std::span<const double> signal)
     return sum;
 }
 
-// A stimulus by thirds of an octave within the range.
-struct Thirds {
+// A stimulus by slices of a twelfth of an octave within the range.
+struct Slices {
     double weakest_hz;
     double evenness;  // the power of the weakest re that of the strongest
-    double floor;     // the lowest mean of a third's bins, as transform() of `size` samples has them
+    double floor;     // the lowest mean of a slice's bins, as transform() of `size` samples has them
 };
 constexpr double kWeak = 1e-4;
 
-Thirds thirds_of(std::span<const float> stimulus, const TestSignal& test, std::size_t size)
+Slices slices_of(std::span<const float> stimulus, const TestSignal& test, std::size_t size)
 {
     Signal padded(stimulus.begin(), stimulus.end());
     padded.resize(size);
     const Spectrum bins = transform(padded);
-    const double per_hz = static_cast<double>(size) / test.sweep.rate, third = std::exp2(1.0 / 3);
+    const double per_hz = static_cast<double>(size) / test.sweep.rate, step = std::exp2(1.0 / 12);
     constexpr double kNone = std::numeric_limits<double>::infinity();
-    Thirds thirds{0, kNone, kNone};
+    Slices slices{0, kNone, kNone};
     double strongest = 1e-300;
-    for (double hz = test.lowest; hz * third <= test.highest * 1.001; hz *= third) {
+    for (double hz = test.highest / step; hz >= test.lowest; hz /= step) {
         const auto first = static_cast<std::size_t>(hz * per_hz);
-        const auto count = std::max<std::size_t>(static_cast<std::size_t>(hz * third * per_hz) - first, 1);
+        const auto count = std::max<std::size_t>(static_cast<std::size_t>(hz * step * per_hz) - first, 1);
         double power = 0;
         for (std::size_t i = first; i < first + count; ++i)
             power += std::norm(bins[i]);
         strongest = std::max(strongest, power);
-        if (power < thirds.evenness) {
-            thirds.weakest_hz = hz;
-            thirds.evenness = power;
+        if (power < slices.evenness) {
+            slices.weakest_hz = hz;
+            slices.evenness = power;
         }
-        thirds.floor = std::min(thirds.floor, power / static_cast<double>(count));
+        slices.floor = std::min(slices.floor, power / static_cast<double>(count));
     }
-    thirds.evenness /= strongest;
-    return thirds;
+    slices.evenness /= strongest;
+    return slices;
 }
 
 // The top of a parabola through three points: its offset from the middle one.
@@ -107,6 +117,19 @@ private:
     std::vector<double> powers_;
 };
 
+// Up to half the rate, as if it arrived at time 0, or averages would cancel it.
+Spectrum spectrum_of(const Windowed& windowed, const Axis& axis)
+{
+    Signal padded = windowed.samples;
+    padded.resize(static_cast<std::size_t>(axis.size));
+    Spectrum bins = transform(padded);
+    bins.resize(static_cast<std::size_t>(axis.size / 2 + 1));
+    const double step = 2 * std::numbers::pi * (windowed.arrival - windowed.start) / axis.size;
+    for (std::size_t i = 0; i < bins.size(); ++i)
+        bins[i] *= std::polar(1.0, step * static_cast<double>(i));
+    return bins;
+}
+
 }  // namespace
 
 TestSignal test_signal(int rate, double lowest, double highest, double seconds, double level_db)
@@ -129,20 +152,21 @@ std::vector<float> samples_of(const TestSignal& test)
 
 double weakest_hz(std::span<const float> stimulus, const TestSignal& test)
 {
-    const Thirds thirds = thirds_of(stimulus, test, std::bit_ceil(stimulus.size()));
-    return thirds.evenness < kWeak ? thirds.weakest_hz : 0;
+    const Slices slices = slices_of(stimulus, test, std::bit_ceil(stimulus.size()));
+    return slices.evenness < kWeak ? slices.weakest_hz : 0;
 }
 
 double most_before(const Impulse& impulse) { return impulse.harmonic_lead * 3 / 8; }
 
-Impulse impulse_of(const Signal& recording, std::span<const float> stimulus, const TestSignal& test, bool foreign)
+Impulse impulse_of(std::span<const float> recording, std::span<const float> stimulus, const TestSignal& test,
+                   bool foreign)
 {
     const int rate = test.sweep.rate;
-    Signal padded = recording;
+    Signal padded(recording.begin(), recording.end());
     padded.resize(std::bit_ceil(recording.size() + stimulus.size()));
     Impulse impulse{rate, {}, 0, 0, test.sweep.lead(2)};
     constexpr double kMargin = 0.01;
-    const double floor = foreign ? kMargin * thirds_of(stimulus, test, padded.size()).floor : 0;
+    const double floor = foreign ? kMargin * slices_of(stimulus, test, padded.size()).floor : 0;
     impulse.samples = deconvolved(
         padded, stimulus, [&](double cycles) { return band(test, cycles * rate); }, floor);
     const Signal& h = impulse.samples;
@@ -157,7 +181,7 @@ Windowed windowed(const Impulse& impulse, Window window)
 {
     const auto size = impulse.samples.size();
     const std::size_t before = samples(window.before, impulse.rate), after = samples(window.after, impulse.rate);
-    Windowed out{{}, static_cast<double>(impulse.peak) - static_cast<double>(before)};
+    Windowed out{{}, static_cast<double>(impulse.peak) - static_cast<double>(before), impulse.arrival};
     for (std::size_t i = 0; i < before + after; ++i) {
         const double left = 2 * (static_cast<double>(i) + 1) / static_cast<double>(before + 1);
         const double right = 2 * static_cast<double>(before + after - i) / static_cast<double>(after);
@@ -180,26 +204,20 @@ double signal_to_noise_db(const Impulse& impulse, Window window)
     return 10 * std::log10(std::max(energy(response), 1e-300) / std::max(floor, 1e-300));
 }
 
-Spectrum response_of(const Windowed& windowed, const Impulse& impulse, const Axis& axis, double lowest, double highest,
+Spectrum response_of(const Windowed& response, const Windowed& plain, const Axis& axis, double lowest, double highest,
                      double octaves, double delay)
 {
-    Signal padded = windowed.samples;
-    padded.resize(static_cast<std::size_t>(axis.size));
-    Spectrum bins = transform(padded);
-    bins.resize(static_cast<std::size_t>(axis.size / 2 + 1));
-    const auto turn = [&](double bin, double late) {
-        return std::polar(1.0, -2 * std::numbers::pi * bin * late / axis.size);
-    };
-    // Averaged as if it arrived at time 0, or delay would cancel it.
-    for (std::size_t i = 0; i < bins.size(); ++i)
-        bins[i] *= turn(static_cast<double>(i), windowed.start - impulse.arrival);
-    const Smoothing smoothing(bins);
     const double per_hz = static_cast<double>(axis.size) / axis.rate;
+    Spectrum bins = spectrum_of(response, axis), unit = spectrum_of(plain, axis);
+    for (std::size_t i = 0; i < bins.size(); ++i)
+        bins[i] = static_cast<double>(i) < std::floor(lowest * per_hz) ? 0 : bins[i] / unit[i];
+    const Smoothing smoothing(bins);
+    const double late = response.arrival - delay;
     Spectrum values(axis.bins.size(), std::numeric_limits<double>::quiet_NaN());
     for (std::size_t i = 0; i < values.size(); ++i)
         if (const int bin = axis.bins[i]; bin >= lowest * per_hz && bin <= highest * per_hz)
-            values[i] =
-                smoothing.at(bin, octaves, lowest * per_hz, highest * per_hz) * turn(bin, impulse.arrival - delay);
+            values[i] = smoothing.at(bin, octaves, lowest * per_hz, highest * per_hz) *
+                        std::polar(1.0, -axis.radians(i) * late);
     return values;
 }
 

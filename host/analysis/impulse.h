@@ -24,6 +24,7 @@ struct Window {
     double before, after;  // s, around the arrival; flat in its inner halves, and half a cosine in each outer one
 };
 
+// Below the range a causal high-pass ends it, so that nothing rings before the arrival.
 struct Impulse {
     int rate;
     Signal samples;  // a circle: what arrives before time 0 is at the end
@@ -33,7 +34,8 @@ struct Impulse {
 };
 // From the recording of a test signal; time 0 is the beginning of the recording. `stimulus` is what was played. A
 // `foreign` one, which a file gave, may be weak beside the range of the test.
-Impulse impulse_of(const Signal& recording, std::span<const float> stimulus, const TestSignal& test, bool foreign);
+Impulse impulse_of(std::span<const float> recording, std::span<const float> stimulus, const TestSignal& test,
+                   bool foreign);
 
 // A frequency of the range, in Hz, at which a stimulus has next to nothing; 0: none.
 double weakest_hz(std::span<const float> stimulus, const TestSignal& test);
@@ -44,7 +46,7 @@ double most_before(const Impulse& impulse);
 // The samples within the window, and the first one's place in time.
 struct Windowed {
     Signal samples;
-    double start;  // in samples
+    double start, arrival;  // in samples
 };
 Windowed windowed(const Impulse& impulse, Window window);
 
@@ -54,9 +56,11 @@ double signal_to_noise_db(const Impulse& impulse, Window window);
 
 // ---- frequency ----
 
-// The response within `lowest` to `highest` Hz; not a number elsewhere. `octaves`: levels are averaged over so much, as
-// powers, and phases as of the sum; 0: not at all. `delay` (in samples) is taken out of the phase.
-Spectrum response_of(const Windowed& windowed, const Impulse& impulse, const Axis& axis, double lowest, double highest,
+// The response within `lowest` to `highest` Hz re that of `plain`; not a number elsewhere. `plain` is what the stimulus
+// itself would give at time 0, so that neither the ends of the range nor the window count. `octaves`: levels are
+// averaged over so much, as powers, and phases as of the sum; 0: not at all. `delay` (in samples) is taken out of the
+// phase.
+Spectrum response_of(const Windowed& response, const Windowed& plain, const Axis& axis, double lowest, double highest,
                      double octaves, double delay);
 
 // Rows of frequency, dB and degrees, as read_speaker takes them, with `heading` before them as a comment.

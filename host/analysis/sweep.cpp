@@ -42,18 +42,19 @@ std::vector<float> samples_of(const Sweep& sweep)
 
 Spectrum transform(const Signal& signal) { return run(Spectrum(signal.begin(), signal.end()), false); }
 
-Signal deconvolved(const Signal& response, std::span<const float> stimulus, const std::function<double(double)>& weight,
-                   double floor)
+Signal deconvolved(const Signal& response, std::span<const float> stimulus, const Filter& filter, double floor)
 {
-    const auto size = static_cast<double>(response.size());
+    const std::size_t size = response.size();
     Signal padded(stimulus.begin(), stimulus.end());
-    padded.resize(response.size());
+    padded.resize(size);
     const Spectrum x = transform(padded);
     Spectrum y = transform(response);
-    for (std::size_t i = 0; i < y.size(); ++i) {
-        const double w = weight(static_cast<double>(std::min(i, y.size() - i)) / size);
-        const double missing = std::norm(x[i]) < floor ? std::norm(x[i]) / floor : 1;
-        y[i] = w * missing > 0 ? y[i] / (x[i] * size) * w * missing : 0;
+    for (std::size_t i = 0; i <= size / 2; ++i) {
+        const auto weight = filter(static_cast<double>(i) / static_cast<double>(size)) *
+                            (std::norm(x[i]) < floor ? std::norm(x[i]) / floor : 1);
+        y[i] = weight != 0.0 ? y[i] / (x[i] * static_cast<double>(size)) * weight : 0;
+        if (i > 0)
+            y[size - i] = std::conj(y[i]);
     }
     Signal time;
     time.reserve(y.size());

@@ -32,10 +32,10 @@ std::vector<float> samples_of(const Sweep& sweep);
 // A bin for each sample, not scaled.
 Spectrum transform(const Signal& signal);
 
-// What turns `stimulus` into `response`, in a circle as long as `response`: what arrives early is at its end. `weight`
-// scales each frequency, in cycles per sample from 0 to 0.5; where it is 0 the stimulus may be silent. The power of the
-// stimulus counts as `floor` where it is less.
-Signal deconvolved(const Signal& response, std::span<const float> stimulus, const std::function<double(double)>& weight,
-                   double floor = 0);
+// What turns `stimulus` into `response`, in a circle as long as `response`: what arrives early is at its end. `filter`
+// is applied, by frequencies in cycles per sample from 0 to 0.5; where it is 0 the stimulus may be silent. The power of
+// the stimulus counts as `floor` where it is less.
+using Filter = std::function<std::complex<double>(double)>;
+Signal deconvolved(const Signal& response, std::span<const float> stimulus, const Filter& filter, double floor = 0);
 
 }  // namespace vantoro

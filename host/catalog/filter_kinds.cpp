@@ -2,6 +2,7 @@
 #include "catalog/filter_kinds.h"
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace vantoro {
@@ -52,6 +53,11 @@ double slope_of_q(double q, const Corner& at) { return 1 / ((1 / (q * q) - 2) / 
 double q_of_slope(double slope, const Corner& at) { return 1 / std::sqrt(both_ways(at) * (1 / slope - 1) + 2); }
 
 double tangent_q(double q, const Corner& at) { return at.w() / (2 * std::atan(std::sin(at.w()) / (2 * q))); }
-double q_of_tangent(double q, const Corner& at) { return std::sin(at.w()) / (2 * std::tan(at.w() / (2 * q))); }
+double q_of_tangent(double q, const Corner& at)
+{
+    constexpr double kWidest = 0.475 * std::numbers::pi;  // where the library ends, for beyond it the tangent runs away
+    const double half = at.w() / (2 * q);
+    return half < kWidest ? std::sin(at.w()) / (2 * std::tan(half)) : std::numeric_limits<double>::quiet_NaN();
+}
 
 }  // namespace vantoro

@@ -23,7 +23,7 @@ double octaves_of_q(double q, const Corner& at);
 double slope_of_q(double q, const Corner& at);
 double q_of_slope(double slope, const Corner& at);
 
-// Of filters whose half width is tan(w / (2 q)) in an equaliser, and sin(w) / (2 Q) in a list.
+// Of filters whose half width is tan(w / (2 q)) in an equaliser, and sin(w) / (2 Q) in a list; not a number: too wide.
 double tangent_q(double q, const Corner& at);
 double q_of_tangent(double q, const Corner& at);
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "analysis/impulse.h"
 #include "analysis/plot.h"
@@ -197,8 +198,7 @@ Impulse find_impulse(const Options& options, const Take& take, const Played& pla
     if (options.reference.empty() && take.samples.size() < played.samples.size())
         refuse(options.recording,
                fixed(seconds, 2) + " s long" + "; the sweep takes " + fixed(options.seconds, 2) + " s");
-    Impulse impulse =
-        impulse_of({take.samples.begin(), take.samples.end()}, played.samples, played.test, !options.reference.empty());
+    Impulse impulse = impulse_of(take.samples, played.samples, played.test, !options.reference.empty());
     const double arrival = impulse.arrival / take.rate;
     if (impulse.peak >= take.samples.size())
         refuse(options.recording, "begins after the sweep did: start recording before playing");
@@ -259,9 +259,9 @@ void check_outputs(const Options& options)
 
 void report(const Options& options, const Impulse& impulse, double noise_db, double lowest)
 {
-    const double arrival = impulse.arrival / impulse.rate;
+    const double samples = std::round(100 * impulse.arrival) / 100 + 0.0;  // not -0.00
     std::printf("%s: %g to %g Hz, arrival %.3f ms (%.2f samples), peak %.2f dB, signal to noise %.0f dB\n",
-                options.recording.c_str(), lowest, options.to, 1000 * arrival, impulse.arrival,
+                options.recording.c_str(), lowest, options.to, 1000 * samples / impulse.rate, samples,
                 20 * std::log10(std::abs(impulse.samples[impulse.peak])), noise_db);
 }
 
@@ -272,7 +272,7 @@ int measure_recording(const Options& options)
     if (!options.impulse.empty())
         AudioWriter::check(options.impulse, Encoding::real, 1, take.rate);
     const Played played = played_of(options, take.rate);
-    const Impulse impulse = find_impulse(options, take, played);
+    Impulse impulse = find_impulse(options, take, played);
     const Window window = parse_window(options.window, impulse);
     const double noise_db = signal_to_noise_db(impulse, window);
     constexpr double kHopeless = 6, kPoor = 20;  // dB
@@ -284,8 +284,10 @@ int measure_recording(const Options& options)
     const double lowest = std::max(options.from, 1 / window.after);
     if (lowest >= options.to)
         throw UserError({{"--window", options.window, "too short for anything below --to"}});
+    Impulse plain = impulse_of(played.samples, played.samples, played.test, !options.reference.empty());
+    impulse.arrival -= std::exchange(plain.arrival, 0);
     const Windowed part = windowed(impulse, window);
-    const Spectrum values = response_of(part, impulse, axis, lowest, options.to, octaves,
+    const Spectrum values = response_of(part, windowed(plain, window), axis, lowest, options.to, octaves,
                                         options.delay == Delay::keep ? 0 : impulse.arrival);
     if (!options.impulse.empty())
         write_impulse(options, impulse, part);
