@@ -121,9 +121,10 @@ private:
 Spectrum spectrum_of(const Windowed& windowed, const Axis& axis)
 {
     Signal padded = windowed.samples;
-    padded.resize(static_cast<std::size_t>(axis.size));
+    const auto size = static_cast<std::size_t>(axis.size);
+    padded.resize(size);
     Spectrum bins = transform(padded);
-    bins.resize(static_cast<std::size_t>(axis.size / 2 + 1));
+    bins.resize(size / 2 + 1);
     const double step = 2 * std::numbers::pi * (windowed.arrival - windowed.start) / axis.size;
     for (std::size_t i = 0; i < bins.size(); ++i)
         bins[i] *= std::polar(1.0, step * static_cast<double>(i));

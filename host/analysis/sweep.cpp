@@ -20,8 +20,6 @@ Spectrum run(const Spectrum& in, bool inverse)
 
 }  // namespace
 
-double Sweep::hz(double time) const { return from * std::pow(to / from, time / seconds()); }
-
 double Sweep::second_at(double hz) const { return seconds() * std::log(hz / from) / std::log(to / from); }
 
 double Sweep::lead(double harmonic) const { return seconds() * std::log(harmonic) / std::log(to / from); }

@@ -22,8 +22,7 @@ struct Sweep {
     double level_db;
 
     double seconds() const { return static_cast<double>(length) / rate; }
-    double hz(double seconds) const;     // at a time
-    double second_at(double hz) const;   // and the way back
+    double second_at(double hz) const;   // when it is there
     double lead(double harmonic) const;  // seconds by which a harmonic arrives early
 };
 

@@ -70,10 +70,10 @@ int import_filters(const std::string& path, const std::string& text, const Filte
     return 0;
 }
 
-std::string exported_filters(const Schematic& schematic, const std::string& file, const std::string& id, int rate,
+std::string exported_filters(const Schematic& schematic, const std::string& file, const std::string& name, int rate,
                              bool strict)
 {
-    const Block& block = equaliser_in(schematic, file, id);
+    const Block& block = equaliser_in(schematic, file, name);
     std::vector<Problem> problems;
     const nlohmann::json params = named_values(*block.type, block.pins, block.vector);
     std::string list = filter_list_of(params.at("bands"), *block.type, rate, problems);

@@ -17,8 +17,8 @@ struct FilterImport {
 // `text` is that of the file `path`. Throws UserError.
 int import_filters(const std::string& path, const std::string& text, const FilterImport& options);
 
-// The list of an equaliser; empty `block`: the only one. Throws UserError.
-std::string exported_filters(const Schematic& schematic, const std::string& file, const std::string& block, int rate,
+// The list of the equaliser with this id; empty: of the only one. Throws UserError.
+std::string exported_filters(const Schematic& schematic, const std::string& file, const std::string& name, int rate,
                              bool strict);
 
 }  // namespace vantoro

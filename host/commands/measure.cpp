@@ -87,6 +87,7 @@ Take read_channel(const std::string& path, int channel, const char* option)
     constexpr int kFrames = 4096;
     std::vector<std::vector<float>> block(static_cast<std::size_t>(reader.channels()), std::vector<float>(kFrames));
     std::vector<float*> channels;
+    channels.reserve(block.size());
     for (auto& each : block)
         channels.push_back(each.data());
     Take take{reader.rate(), {}};
