@@ -72,7 +72,7 @@ BlockAlgo* BlockAlgo_init(void* st_, int Input_pin, int Output_pin, int type)
     }
     auto* pro = static_cast<BlockPro*>(st_);
     if (is_terminal(type))
-        return new_block(Input_pin, Output_pin, pro, type, free_block).release();
+        return new_block(Input_pin, Output_pin, pro, type).release();
     if (const VantoroCategory* category = category_of(type); category && category->init)
         return category->init(Input_pin, Output_pin, pro, type);
     LBX_LOG_AS("BlockAlgo_init", 101, "wrong input type\n");

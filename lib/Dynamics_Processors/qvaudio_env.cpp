@@ -59,7 +59,7 @@ BlockAlgo* Env_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
         LBX_LOG("wrong method type or pin number in Envelope\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Env_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     // Three entries for every type: all three are printed.
     if (!new_core<Envelope_Core>(blk) || !zeros(blk->pParam, kEnvModuleSize))
         return nullptr;

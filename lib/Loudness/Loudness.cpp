@@ -162,7 +162,7 @@ void take_volume(const BlockAlgo* blk, Loudness_Core* core, float volume)
 
 BlockAlgo* Loudness_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
 {
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Loudness_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<Loudness_Core>(blk);
     // One entry more than there are parameters: it is printed.
     if (!core || !zeros(blk->pParam, kLoudnessModuleSize + 1) || !zeros(blk->pState, 2 * kCoeffs) ||

@@ -56,7 +56,7 @@ int volume_count(const GainKind& kind, const BlockAlgo* blk) { return kind.contr
 
 BlockAlgo* init(const GainKind& kind, int nInputs, int nOutputs, BlockPro* pro)
 {
-    NewBlock blk = new_block(nInputs, nOutputs, pro, kind.codes.first, AdjustableGain_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, pro, kind.codes.first);
     auto* core = new_core<AdjustableGain_Core>(blk);
     // The print shows two entries of every type.
     if (!core || !zeros(blk->pParam, std::max<std::ptrdiff_t>(2, std::ptrdiff_t{nOutputs} + 1)))

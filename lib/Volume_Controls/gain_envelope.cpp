@@ -114,7 +114,7 @@ BlockAlgo* GainEnvelope_init(int nInputs, int nOutputs, BlockPro* block_pro, int
         LBX_LOG("wrong input pin number in Input_pin\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, GainEnvelope_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<GainEnvelope_Core>(blk);
     if (!core || !zeros(blk->pStateC, kTableSize))
         return nullptr;

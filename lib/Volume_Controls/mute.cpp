@@ -41,7 +41,7 @@ BlockAlgo* Mute_init(int nInputs, int nOutputs, BlockPro* block_pro, int type)
         LBX_LOG("wrong input pin number in Mute\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, Mute_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<Mute_Core>(blk);
     if (!core || !zeros(blk->pParam, kMuteModuleSize))
         return nullptr;

@@ -91,33 +91,58 @@ struct Row {
     void (*to_samples)(const int* words, float* samples, int n);
     void (*to_words)(const float* samples, int* words, int n);
 };
-template <class W, class Value>
-constexpr Row row_with()
+template <class W>
+void take_word(Row& row)
 {
-    return {W::bytes, gather<W>, scatter<W>, to_samples<Value>, to_words<Value>};
+    row.width = W::bytes;
+    row.gather = gather<W>;
+    row.scatter = scatter<W>;
 }
-
-// A switch: each function in a table would be relocated when a shared library is loaded. No width: no such format.
 template <ByteOrder Order>
-Row row_of(int format)
+void take_word(Row& row, int format)
 {
-    switch (format) {
-    case VANTORO_PCM_S16:
-        return row_with<Word<2, Order>, Whole<16>>();
-    case VANTORO_PCM_S24:
-        return row_with<Word<3, Order>, Whole<24>>();
-    case VANTORO_PCM_S24_32:
-        return row_with<LongWord<24, Order>, Whole<24>>();
-    case VANTORO_PCM_S32:
-        return row_with<LongWord<32, Order>, Whole<32>>();
-    case VANTORO_PCM_FLOAT:
-        return row_with<LongWord<32, Order>, Float>();
-    default:
-        return {};
-    }
+    if (format == VANTORO_PCM_S16)
+        take_word<Word<2, Order>>(row);
+    else if (format == VANTORO_PCM_S24)
+        take_word<Word<3, Order>>(row);
+    else if (format == VANTORO_PCM_S24_32)
+        take_word<LongWord<24, Order>>(row);
+    else
+        take_word<LongWord<32, Order>>(row);
 }
 
-Row row_of(int format, int big_endian) { return big_endian != 0 ? row_of<kBig>(format) : row_of<kLittle>(format); }
+template <class Value>
+void take_value(Row& row)
+{
+    row.to_samples = to_samples<Value>;
+    row.to_words = to_words<Value>;
+}
+void take_value(Row& row, int format)
+{
+    if (format == VANTORO_PCM_S16)
+        take_value<Whole<16>>(row);
+    else if (format == VANTORO_PCM_S32)
+        take_value<Whole<32>>(row);
+    else if (format == VANTORO_PCM_FLOAT)
+        take_value<Float>(row);
+    else
+        take_value<Whole<24>>(row);
+}
+
+// No width: no such format. Not whole rows: the compiler would put them into a table, and each function in a table is
+// relocated when a shared library is loaded.
+[[gnu::noinline]] Row row_of(int format, int big_endian)
+{
+    Row row = {};
+    if (format < VANTORO_PCM_S16 || format > VANTORO_PCM_FLOAT)
+        return row;
+    if (big_endian != 0)
+        take_word<kBig>(row, format);
+    else
+        take_word<kLittle>(row, format);
+    take_value(row, format);
+    return row;
+}
 
 }  // namespace
 

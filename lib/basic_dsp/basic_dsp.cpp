@@ -142,7 +142,7 @@ constexpr Row kRows[] = {
 // One row per case of a switch: what the cases share is here.
 [[gnu::noinline]] BlockAlgo* create(int nInputs, int nOutputs, BlockPro* block_pro, int type, int (*init)(BlockAlgo*))
 {
-    BlockAlgo* blk = new_block(nInputs, nOutputs, block_pro, type, free_block).release();
+    BlockAlgo* blk = new_block(nInputs, nOutputs, block_pro, type).release();
     if (blk && init)
         init(blk);
     return blk;

@@ -100,7 +100,7 @@ struct Ways {
     std::span<const float> defaults;
     Filter filter[kMostFilters];
     int polarity[3];  // by band; -1: none
-    const char* title;
+    char title[16];
     std::span<const ParamLabel> labels;
 };
 
@@ -256,9 +256,19 @@ template <class Core>
 }
 
 template <class Core>
-BlockAlgo* create(int inputs, int outputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
+int destroy(BlockAlgo* blk)
 {
-    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    if (const auto* core = blk ? core_of<Crossover<Core>>(blk) : nullptr) {
+        std::free(core->inputBuffer);
+        std::free(core->tile);
+    }
+    return free_block(blk);
+}
+
+template <class Core>
+BlockAlgo* create(int inputs, int outputs, BlockPro* pro, int type)
+{
+    NewBlock blk = new_block(inputs, outputs, pro, type, destroy<Core>);
     auto* core = new_core<Crossover<Core>>(blk);
     if (!core || !zeros(blk->pParam, std::ssize(ways(core).defaults)) || !zeros(core->inputBuffer, inputs) ||
         !zeros(core->tile, std::ptrdiff_t{kSplitTile} * inputs))
@@ -278,16 +288,6 @@ int process(const BlockAlgo* blk, float** data_in, float** data_out)
     for (int c = 0; c < blk->nInputs && n > 0; ++c)
         core->inputBuffer[c] = core->tile[kSplitTile * c + (n - 1) % kSplitTile];
     return RT_OK;
-}
-
-template <class Core>
-int destroy(BlockAlgo* blk)
-{
-    if (const auto* core = blk ? core_of<Crossover<Core>>(blk) : nullptr) {
-        std::free(core->inputBuffer);
-        std::free(core->tile);
-    }
-    return free_block(blk);
 }
 
 template <class Core>
@@ -357,7 +357,7 @@ BlockAlgo* Crossover2Way_init(int Input_pin, int Output_pin, BlockPro* block_pro
         LBX_LOG("wrong input pin number in Crossover 2Way\n");
         return nullptr;
     }
-    return create<Crossover2Way_Core>(Input_pin, Output_pin, block_pro, type, Crossover2Way_destroy);
+    return create<Crossover2Way_Core>(Input_pin, Output_pin, block_pro, type);
 }
 
 int Crossover2Way_param_set(BlockAlgo* blk, float* param) { return set<Crossover2Way_Core>(blk, param); }
@@ -377,7 +377,7 @@ BlockAlgo* Crossover3Way_init(int Input_pin, int Output_pin, BlockPro* block_pro
         LBX_LOG("wrong input pin number in Crossover 3Way\n");
         return nullptr;
     }
-    return create<Crossover3Way_Core>(Input_pin, Output_pin, block_pro, type, Crossover3Way_destroy);
+    return create<Crossover3Way_Core>(Input_pin, Output_pin, block_pro, type);
 }
 
 int Crossover3Way_param_set(BlockAlgo* blk, float* param) { return set<Crossover3Way_Core>(blk, param); }

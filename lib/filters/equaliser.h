@@ -111,9 +111,19 @@ int eq_set(BlockAlgo* blk, const float* param)
 }
 
 template <class Kind>
-BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*))
+int eq_destroy(BlockAlgo* blk)
 {
-    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    if (auto* core = blk ? core_of<Equaliser<Kind>>(blk) : nullptr) {
+        release(core->cascade);
+        std::free(core->arranged);
+    }
+    return free_block(blk);
+}
+
+template <class Kind>
+BlockAlgo* eq_create(int inputs, int outputs, BlockPro* pro, int type)
+{
+    NewBlock blk = new_block(inputs, outputs, pro, type, eq_destroy<Kind>);
     if (!new_core<Equaliser<Kind>>(blk) || eq_set<Kind>(blk.get(), Kind::kDefaults.data()) != RT_OK)
         return nullptr;
     return blk.release();
@@ -160,16 +170,6 @@ void eq_linear_model(const BlockAlgo* blk, const info::Paths& paths)
             if (Kind::runs((core->*Kind::kFlags)[k]))
                 paths.second_order(core->coeffArray + std::ptrdiff_t{kSosCoeffs} * k);
     }
-}
-
-template <class Kind>
-int eq_destroy(BlockAlgo* blk)
-{
-    if (auto* core = blk ? core_of<Equaliser<Kind>>(blk) : nullptr) {
-        release(core->cascade);
-        std::free(core->arranged);
-    }
-    return free_block(blk);
 }
 
 // What a band is designed from. All of it is in single precision, 2 pi too.

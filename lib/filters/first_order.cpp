@@ -2,6 +2,7 @@
 #include "first_order.h"
 
 #include "../framework/clear_state.h"
+#include "../framework/one_of.h"
 #include "../kernels/level.h"
 #include "first_order_info.h"
 #include "section_block.h"
@@ -41,7 +42,7 @@ void first_order::linear_model(const BlockAlgo* blk, const info::Paths& paths)
         LBX_LOG("ErrorXXX: You should choose a filter type!\n\n");
         std::exit(-1);
     }
-    const Sos h = kResponses[type](angle_of(pParameter[kFilter1stFc], sampleRate), linear_gain(boost_db));
+    const Sos h = one_of<kResponses>(type, angle_of(pParameter[kFilter1stFc], sampleRate), linear_gain(boost_db));
     write_first_order(h, linear_gain(gain_db), st->coeffArray);
 }
 
@@ -51,7 +52,7 @@ BlockAlgo* FirstOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, i
         LBX_LOG("wrong input pin number in Limiter\n");  // names another block; kept, hosts know the text
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, FirstOrder_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     auto* core =
         new_section_core<FirstOrder_Core>(blk, kInitial<first_order::kLayout>, FirstOrder<float>::kCoeffs, Input_pin);
     if (!core)

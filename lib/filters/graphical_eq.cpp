@@ -67,7 +67,7 @@ BlockAlgo* GraphicalEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, 
         LBX_LOG("wrong input pin number in GraphicalEQ\n");
         return nullptr;
     }
-    return eq_create<Graphical>(Input_pin, Output_pin, block_pro, type, GraphicalEQ_destroy);
+    return eq_create<Graphical>(Input_pin, Output_pin, block_pro, type);
 }
 
 int GraphicalEQ_param_set(BlockAlgo* blk, float* param) { return eq_set<Graphical>(blk, param); }

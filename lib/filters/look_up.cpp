@@ -125,7 +125,7 @@ BlockAlgo* LookUp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int t
         LBX_LOG("wrong input type in LookUp\n");
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, LookUp_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     auto* core = new_core<LookUp_Core>(blk);
     const std::ptrdiff_t words = std::ptrdiff_t{kSosWords} * Output_pin;
     if (!core || !zeros(blk->pParam, row->size()) || !zeros(blk->pStateB, words) || !zeros(blk->pStateC, words) ||

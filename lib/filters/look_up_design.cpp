@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // From a lookup filter's vector to its curves.
 #include <algorithm>
-#include <span>
 
+#include "../framework/one_of.h"
 #include "../kernels/level.h"
 #include "../kernels/section.h"
 #include "../math/filter_design.h"
@@ -69,19 +69,26 @@ static_assert(std::size(kTonePeak) == std::size(look_up::kTonePeakResponses) &&
 
 struct Family {
     int type;
-    std::span<const Response> responses;
+    int responses;
     int gain, max, min;  // entries
     bool reaches_max;    // the last curve is the maximum itself; corners stop one step short of it, on purpose
-    const char* name;
+    char name[16];
 };
 constexpr Family kFamilies[] = {
-    {EN_FILTER_LOOKUP_TONE_PEAK, kTonePeak, kTonePeakGainDB, kTonePeakBoostDBMax, kTonePeakBoostDBMin, true,
+    {EN_FILTER_LOOKUP_TONE_PEAK, std::size(kTonePeak), kTonePeakGainDB, kTonePeakBoostDBMax, kTonePeakBoostDBMin, true,
      "tone_peak"},
-    {EN_FILTER_LOOKUP_COMMON, kCommon, kGeneralChebyshevGainDB, kGeneralChebyshevFcMax, kGeneralChebyshevFcMin, false,
-     "commonm"},
-    {EN_FILTER_LOOKUP_BUTTER_BESSEL, kButterBessel, kButterBesselGainDB, kButterBesselFcMax, kButterBesselFcMin, false,
-     "butter_bessel"},
+    {EN_FILTER_LOOKUP_COMMON, std::size(kCommon), kGeneralChebyshevGainDB, kGeneralChebyshevFcMax,
+     kGeneralChebyshevFcMin, false, "commonm"},
+    {EN_FILTER_LOOKUP_BUTTER_BESSEL, std::size(kButterBessel), kButterBesselGainDB, kButterBesselFcMax,
+     kButterBesselFcMin, false, "butter_bessel"},
 };
+
+Sos designed(int type, int response, const Request& request)
+{
+    return type == EN_FILTER_LOOKUP_TONE_PEAK ? one_of<kTonePeak>(response, request)
+           : type == EN_FILTER_LOOKUP_COMMON  ? one_of<kCommon>(response, request)
+                                              : one_of<kButterBessel>(response, request);
+}
 
 float curve_value(const Family& family, const float* entry, int k, int curves)
 {
@@ -99,14 +106,14 @@ void calculateLookUpCoeffs(LookUp_Core* st, float* pParameter, int sampleRate, i
         return;
     const int curves = to_int(pParameter[look_up::kCurvesEntry]);
     const int type_number = to_int(pParameter[look_up::kTypeEntry]);
-    if (curves > 0 && (type_number < 0 || type_number >= std::ssize(family->responses))) {
+    if (curves > 0 && (type_number < 0 || type_number >= family->responses)) {
         LBX_LOG("ErrorXXX: You should choose a %s type!\n\n", family->name);
         return;
     }
     const float gain = linear_gain(pParameter[family->gain]);
     for (int k = 0; k < curves; ++k) {
         const Request request = {pParameter, sampleRate, curve_value(*family, pParameter, k, curves)};
-        const Sos h = family->responses[static_cast<std::size_t>(type_number)](request);
+        const Sos h = designed(type, type_number, request);
         write_section(h, gain, st->coeffArray + std::ptrdiff_t{kSosCoeffs} * k);
     }
 }

@@ -57,9 +57,9 @@ void arrange(const StateVariable_Core* core, Split& split)
 }
 
 BlockAlgo* new_state_variable(int inputs, int outputs, BlockPro* pro, int type, std::span<const float> defaults,
-                              float q, float inverse_q, int (*destroy)(BlockAlgo*))
+                              float q, float inverse_q)
 {
-    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    NewBlock blk = new_block(inputs, outputs, pro, type);
     auto* core = new_core<StateVariable>(blk);
     if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, kCoeffs) ||
         !zeros(blk->pStateB, kStateWords))
@@ -150,7 +150,7 @@ BlockAlgo* DCBlocking_init(int Input_pin, int Output_pin, BlockPro* block_pro, i
         LBX_LOG("wrong input pin number in DCBlocking\n");
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, DCBlocking_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     auto* core = new_core<DCBlocking_Core>(blk);
     if (!core || !zeros(blk->pState, std::ssize(kDcCoeffs)) || !zeros(blk->pStateB, Input_pin))
         return nullptr;
@@ -206,7 +206,7 @@ BlockAlgo* StateVariable_init(int Input_pin, int Output_pin, BlockPro* block_pro
         return nullptr;
     }
     return new_state_variable(Input_pin, Output_pin, block_pro, type, kInitial<miscellaneous::kStateVariableLayout>,
-                              miscellaneous::kQ.initial, kDefaultInverseQ, StateVariable_destroy);
+                              miscellaneous::kQ.initial, kDefaultInverseQ);
 }
 
 int StateVariable_param_set(BlockAlgo* blk, float* param)
@@ -247,7 +247,7 @@ BlockAlgo* StateVariableQ_init(int Input_pin, int Output_pin, BlockPro* block_pr
         return nullptr;
     }
     return new_state_variable(Input_pin, Output_pin, block_pro, type, kInitial<miscellaneous::kStateVariableQLayout>,
-                              1.0F, 1.0F, StateVariableQ_destroy);
+                              1.0F, 1.0F);
 }
 
 int StateVariableQ_param_set(BlockAlgo* blk, float* param)

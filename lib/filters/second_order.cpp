@@ -21,7 +21,7 @@ constexpr ParamLabel kFirstOrdersLabels[] = {{"Enable", true}, {"Polarity", true
                                              {"Filter2_Fc"},   {"Filter2_Boost_dB"}};
 
 struct Type {
-    const char* title;
+    char title[16];
     std::span<const float> defaults;
     const ParamLabel* labels;
 
@@ -85,7 +85,7 @@ BlockAlgo* SecondOrder_init(int Input_pin, int Output_pin, BlockPro* block_pro, 
         LBX_LOG("wrong input type in SecondOrder\n");
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, SecondOrder_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     if (!new_section_core<SecondOrder_Core>(blk, row->defaults, kSosCoeffs, state_words(Input_pin)))
         return nullptr;
     design(blk.get(), rounded_rate(block_pro));
@@ -141,7 +141,7 @@ BlockAlgo* NonBare_init(int Input_pin, int Output_pin, BlockPro* block_pro, int 
         LBX_LOG("wrong input pin number in Limiter\n");  // names another block; kept, hosts know the text
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, NonBare_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     if (!new_section_core<SecondOrder_Core>(blk, kInitial<second_order::kNonBareLayout>, kSosCoeffs,
                                             state_words(Input_pin)))
         return nullptr;

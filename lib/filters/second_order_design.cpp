@@ -4,6 +4,7 @@
 #include <numbers>
 #include <span>
 
+#include "../framework/one_of.h"
 #include "../kernels/level.h"
 #include "../math/filter_design.h"
 #include "../math/rounded.h"
@@ -34,7 +35,7 @@ struct Family {
     int type;
     std::span<const int> responses;
     int size;  // of the layout
-    const char* name;
+    char name[16];
     int line;  // of its report
 };
 constexpr Family kFamilies[] = {
@@ -105,7 +106,8 @@ bool write_response(int response, int size, float* entry, int rate, float* coeff
         return false;
     const float w = angle_of(entry[kGeneralFc], rate);
     const VantoroRange fourth_clamp = kFourthClamps[static_cast<std::size_t>(response)];
-    write_section(kResponses[response]({entry, fourth_clamp, rate, w * 0.5F, corner(w)}), linear_gain(gain_db), coeff);
+    const Request request = {entry, fourth_clamp, rate, w * 0.5F, corner(w)};
+    write_section(one_of<kResponses>(response, request), linear_gain(gain_db), coeff);
     return true;
 }
 
@@ -142,7 +144,7 @@ bool first_order_section(float type, float fc, int rate, Sos& h)
     const int number = to_int(type);
     if (number < 0 || number >= std::ssize(kFirstOrders))
         return false;
-    h = kFirstOrders[number](first_order_pole(angle_of(fc, rate)));
+    h = one_of<kFirstOrders>(number, first_order_pole(angle_of(fc, rate)));
     return true;
 }
 

@@ -79,7 +79,7 @@ BlockAlgo* TextEQ_init(int Input_pin, int Output_pin, BlockPro* block_pro, int t
         LBX_LOG("wrong input pin number in TextEQ\n");
         return nullptr;
     }
-    return eq_create<Text>(Input_pin, Output_pin, block_pro, type, TextEQ_destroy);
+    return eq_create<Text>(Input_pin, Output_pin, block_pro, type);
 }
 
 int TextEQ_param_set(BlockAlgo* blk, float* param) { return eq_set<Text>(blk, param); }

@@ -49,7 +49,11 @@ template <class T>
 // null does nothing, so one destroy serves the finished and the half-built block alike.
 using NewBlock = std::unique_ptr<BlockAlgo, int (*)(BlockAlgo*)>;
 
-[[gnu::cold]] NewBlock new_block(int nInputs, int nOutputs, BlockPro* pro, int type, int (*destroy)(BlockAlgo*));
+// Frees what the record owns (AlgoCore, pParam and the three states) and the record. Null is ignored. Always RT_OK.
+[[gnu::cold, gnu::visibility("hidden")]] int free_block(BlockAlgo* blk);
+
+[[gnu::cold]] NewBlock new_block(int nInputs, int nOutputs, BlockPro* pro, int type,
+                                 int (*destroy)(BlockAlgo*) = free_block);
 
 // The module's zeroed record, hung on AlgoCore. Null when memory is short, also for the block itself.
 template <class Core>
@@ -79,8 +83,5 @@ void drop(T*& p)
     std::free(p);
     p = nullptr;
 }
-
-// Frees what the record owns (AlgoCore, pParam and the three states) and the record. Null is ignored. Always RT_OK.
-[[gnu::cold]] int free_block(BlockAlgo* blk);
 
 }  // namespace lbx

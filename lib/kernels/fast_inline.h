@@ -14,7 +14,7 @@
 namespace lbx {
 
 // log2(1 + i / 1024) to six decimals.
-extern const std::array<float, 1025> log_table;
+[[gnu::visibility("hidden")]] extern const std::array<float, 1025> log_table;
 
 // Exponent plus table entry, not interpolated: up to 0.0014 below log2(x), for positive normal x.
 LBX_INLINE float fast_log2(float x)

@@ -10,6 +10,8 @@
 
 #include "../framework/params.h"
 
+// Hidden where they are declared, too: the address of one comes from no table.
+#pragma GCC visibility push(hidden)
 namespace lbx {
 
 struct Corner {
@@ -83,3 +85,4 @@ Sos first_order_low_shelf(float w, float V);
 Sos first_order_high_shelf(float w, float V);
 
 }  // namespace lbx
+#pragma GCC visibility pop

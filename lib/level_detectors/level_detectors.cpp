@@ -139,7 +139,7 @@ BlockAlgo* SingleLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_p
         LBX_LOG("wrong input pin number in SingleLevelDetector\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, SingleLevelDetector_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<SingleLevelDetector_Core>(blk);
     if (!core || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 1))
         return nullptr;
@@ -188,7 +188,7 @@ BlockAlgo* SevenLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
         LBX_LOG("wrong input pin number in SingleLevelDetector\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, SevenLevelDetector_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* st = new_core<Banked<SevenLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kLevelDetectorsModuleSize) || !zeros(blk->pState, 3 * kSevenBands) ||
         !zeros(blk->pStateB, kCoeffs * kSevenBands) || !zeros(blk->pStateC, kWords * Bank::kLanes))
@@ -238,7 +238,7 @@ BlockAlgo* MultiLevelDetector_init(int nInputs, int nOutputs, BlockPro* block_pr
         LBX_LOG("MultiLevel Detector only support single input and single output\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, MultiLevelDetector_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* st = new_core<Banked<MultiLevelDetector_Core>>(blk);
     if (!st || !zeros(blk->pParam, kHeader + kBandSize * kMaxBands) || !zeros(blk->pState, 3 * kMaxBands) ||
         !zeros(blk->pStateB, kCoeffs * kMaxBands) || !zeros(blk->pStateC, kWords * Bank::kLanes))

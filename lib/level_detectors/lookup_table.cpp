@@ -138,7 +138,7 @@ BlockAlgo* LookUpTable_Index_init(int nInputs, int nOutputs, BlockPro* block_pro
         LBX_LOG("wrong input pin number in LookUpTable_Index\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_Index_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     if (!new_core<LookUpTable_Index_Core>(blk) || !set_index(blk.get(), kInitial<lookup_table::kIndexLayout>.data()))
         return nullptr;
     return blk.release();
@@ -181,7 +181,7 @@ BlockAlgo* LookUpTable_RMS_init(int nInputs, int nOutputs, BlockPro* block_pro, 
         LBX_LOG("wrong input pin number in LookUpTable_Index\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_RMS_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<LookUpTable_RMS_Core>(blk);
     if (!core || !set_rms(blk.get(), kInitial<lookup_table::kRmsLayout>.data()))
         return nullptr;
@@ -243,7 +243,7 @@ BlockAlgo* LookUpTable_2D_init(int nInputs, int nOutputs, BlockPro* block_pro, i
         LBX_LOG("wrong input pin number in LookUpTable_2D\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, LookUpTable_2D_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     if (!new_core<LookUpTable_2D_Core>(blk) || !set_2d(blk.get(), kInitial<lookup_table::k2DLayout>.data()))
         return nullptr;
     return blk.release();

@@ -406,7 +406,7 @@ BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int t
     NewBlock blk = new_block(nInputs, nOutputs, pro, type, BlockAlgo_Mixers_destroy);
     if (!blk)
         return nullptr;
-    if (row->has_gains() && (is_slewed(type) ? Mixers_SlewInit : Mixers_Init)(blk.get()) != RT_OK)
+    if (row->has_gains() && (is_slewed(type) ? Mixers_SlewInit(blk.get()) : Mixers_Init(blk.get())) != RT_OK)
         return nullptr;
     return blk.release();
 }
@@ -416,7 +416,7 @@ BlockAlgo* BlockAlgo_Mixers_init(int nInputs, int nOutputs, BlockPro* pro, int t
     const MixType* row = row_of<kTypes>(blk->method_type);
     if (!row || !row->has_gains())
         return RT_OK;
-    return (is_slewed(blk->method_type) ? Mixers_SlewSetParam : Mixers_SetParam)(blk, param);
+    return is_slewed(blk->method_type) ? Mixers_SlewSetParam(blk, param) : Mixers_SetParam(blk, param);
 }
 
 int BlockAlgo_Mixers_param_update(BlockAlgo* blk) { return BlockAlgo_Mixers_param_reset(blk, nullptr); }
@@ -461,7 +461,7 @@ int BlockAlgo_Mixers_destroy(BlockAlgo* blk)
     int result = RT_OK;
     const MixType* row = row_of<kTypes>(blk->method_type);
     if (row && row->has_gains())
-        result = (is_slewed(blk->method_type) ? Mixers_SlewDestroy : Mixers_Destroy)(blk);
+        result = is_slewed(blk->method_type) ? Mixers_SlewDestroy(blk) : Mixers_Destroy(blk);
     std::free(blk);
     return result;
 }

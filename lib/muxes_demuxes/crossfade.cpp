@@ -37,7 +37,7 @@ BlockAlgo* CrossFade_init(int nInputs, int nOutputs, BlockPro* block_pro, int ty
         LBX_LOG("wrong input pin number in Crossfade\n");
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, CrossFade_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<CrossFade_Core>(blk);
     if (!core || !zeros(blk->pParam, kCrossfadeModuleSize))
         return nullptr;

@@ -14,8 +14,7 @@ constexpr ParamLabel kIndexLabels[] = {{"SlewFlag"}, {"SlewRate"}};
 
 BlockAlgo* with_groups(int groups, int nInputs, int nOutputs, BlockPro* pro, int type, std::span<const float> defaults)
 {
-    BlockAlgo* blk =
-        new_selector<Demultiplexers_Core>(nInputs, nOutputs, pro, type, groups + 1, defaults, DeMultiplexers_destroy);
+    BlockAlgo* blk = new_selector<Demultiplexers_Core>(nInputs, nOutputs, pro, type, groups + 1, defaults);
     if (blk)
         core_of<Demultiplexers_Core>(blk)->num_DMx = groups;
     return blk;

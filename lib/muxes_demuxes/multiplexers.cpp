@@ -14,8 +14,7 @@ constexpr ParamLabel kIndexLabels[] = {{"SlewFlag"}, {"SlewRate"}};
 
 BlockAlgo* with_groups(int groups, int nInputs, int nOutputs, BlockPro* pro, int type, std::span<const float> defaults)
 {
-    BlockAlgo* blk =
-        new_selector<Multiplexers_Core>(nInputs, nOutputs, pro, type, groups, defaults, Multiplexers_destroy);
+    BlockAlgo* blk = new_selector<Multiplexers_Core>(nInputs, nOutputs, pro, type, groups, defaults);
     if (blk)
         core_of<Multiplexers_Core>(blk)->num_Mx = groups;
     return blk;

@@ -48,10 +48,9 @@ void select_first(Core* core)
 // A block with group 0 selected. A demultiplexer has one slot more than groups: silence. `defaults` end with slew flag
 // and slew rate.
 template <class Core>
-BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int slots, std::span<const float> defaults,
-                        int (*destroy)(BlockAlgo*))
+BlockAlgo* new_selector(int nInputs, int nOutputs, BlockPro* pro, int type, int slots, std::span<const float> defaults)
 {
-    NewBlock blk = new_block(nInputs, nOutputs, pro, type, destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, pro, type);
     Core* core = new_core<Slewing<Core>>(blk);
     const std::ptrdiff_t n = slots;
     if (!core || !zeros(blk->pParam, std::ssize(defaults)) || !zeros(blk->pState, 3 * n + rows_for(n) * kTile + kLine))

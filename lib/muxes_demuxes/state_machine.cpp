@@ -16,7 +16,7 @@ BlockAlgo* State_Machine_init(int nInputs, int nOutputs, BlockPro* block_pro, in
         LBX_LOG("wrong input pin number in Muxes_Switch\n");  // the multiplexer's wording: kept
         return nullptr;
     }
-    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type, State_Machine_destroy);
+    NewBlock blk = new_block(nInputs, nOutputs, block_pro, type);
     auto* core = new_core<StateMachine_Core>(blk);
     const std::ptrdiff_t bounds = 2 * std::max<std::ptrdiff_t>(nOutputs, 0);
     if (!core || !zeros(blk->pParam, bounds))

@@ -55,7 +55,7 @@ BlockAlgo* Nlp_init(int Input_pin, int Output_pin, BlockPro* block_pro, int type
         LBX_LOG("wrong method type or pin number in NLP\n");
         return nullptr;
     }
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, Nlp_destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     if (!blk || type != EN_NLP_CLIPPERS_SOFT)
         return blk.release();
     auto* core = new_core<NLP_Core>(blk);

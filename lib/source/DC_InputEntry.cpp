@@ -26,7 +26,7 @@ constexpr Generator<DCInput_Core_S> kSource = {kInitial<dc::kLayout>, apply};
 
 BlockAlgo* DCInputSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return source_init(kSource, Input_pin, Output_pin, block_pro, type, DCInputSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type);
 }
 
 spx_int32_t DCInputSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }

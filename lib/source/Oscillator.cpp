@@ -50,7 +50,7 @@ int render(const BlockAlgo* blk, float** out)
 
 BlockAlgo* OscillatorSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return source_init(kSource, Input_pin, Output_pin, block_pro, type, OscillatorSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type);
 }
 
 spx_int32_t OscillatorSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }

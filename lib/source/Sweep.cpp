@@ -71,7 +71,7 @@ float next_sample(Sweep_Core_S& core)
 
 BlockAlgo* SweepSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return source_init(kSource, Input_pin, Output_pin, block_pro, type, SweepSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type);
 }
 
 spx_int32_t SweepSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }

@@ -32,7 +32,7 @@ void render(float& phi_rad, double step, float* out, int n)
 
 BlockAlgo* VCOSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type, VCOSource_Destroy);
+    NewBlock blk = new_block(Input_pin, Output_pin, block_pro, type);
     auto* core = new_core<VCO_Core_S>(blk);
     if (!core || !zeros(blk->pState, Output_pin))
         return nullptr;

@@ -52,7 +52,7 @@ float unit_gauss(std::uint32_t seed)
 
 BlockAlgo* WhiteNoiseSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return source_init(kSource, Input_pin, Output_pin, block_pro, type, WhiteNoiseSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type);
 }
 
 spx_int32_t WhiteNoiseSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }

@@ -120,7 +120,7 @@ Tone tone_now(Clime_Core_S& core, double rate)
 
 BlockAlgo* ClimeFrequencySource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    BlockAlgo* blk = source_init(kSource, Input_pin, Output_pin, block_pro, type, ClimeFrequencySource_Destroy);
+    BlockAlgo* blk = source_init(kSource, Input_pin, Output_pin, block_pro, type);
     if (blk)
         reset(blk, kDefaultVector.data());
     return blk;

@@ -12,6 +12,7 @@
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
+#include "../kernels/lanes.h"
 #include "source_types.h"
 
 namespace lbx {
@@ -29,10 +30,9 @@ struct Generator {
 };
 
 template <class Core>
-BlockAlgo* source_init(const Generator<Core>& source, int inputs, int outputs, BlockPro* pro, int type,
-                       int (*destroy)(BlockAlgo*))
+LBX_INLINE BlockAlgo* source_init(const Generator<Core>& source, int inputs, int outputs, BlockPro* pro, int type)
 {
-    NewBlock blk = new_block(inputs, outputs, pro, type, destroy);
+    NewBlock blk = new_block(inputs, outputs, pro, type);
     auto* core = new_core<Core>(blk);
     if (!core || !zeros(blk->pParam, source.length() + source.more))
         return nullptr;

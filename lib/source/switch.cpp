@@ -16,7 +16,7 @@ constexpr Generator<Switch_Core_S> kSource = {kInitial<switch_source::kLayout>, 
 
 BlockAlgo* SwitchSource_Init(int Input_pin, int Output_pin, BlockPro* block_pro, int type)
 {
-    return source_init(kSource, Input_pin, Output_pin, block_pro, type, SwitchSource_Destroy);
+    return source_init(kSource, Input_pin, Output_pin, block_pro, type);
 }
 
 spx_int32_t SwitchSource_ResetParam(BlockAlgo* blk, void* param) { return source_reset(kSource, blk, param); }
