@@ -30,7 +30,7 @@ struct Impulse {
     Signal samples;  // a circle: what arrives before time 0 is at the end
     std::size_t peak;
     double arrival;        // in samples; between them by a parabola
-    double harmonic_lead;  // s by which the first harmonic arrives early
+    double harmonic_lead;  // s by which the second harmonic arrives early
 };
 // From the recording of a test signal; time 0 is the beginning of the recording. `stimulus` is what was played. A
 // `foreign` one, which a file gave, may be weak beside the range of the test.
@@ -51,7 +51,7 @@ struct Windowed {
 Windowed windowed(const Impulse& impulse, Window window);
 
 // How far noise lies under the response, in dB: what the window would let in from halfway between the response and the
-// first harmonic, where there is nothing else.
+// second harmonic, where there is nothing else.
 double signal_to_noise_db(const Impulse& impulse, Window window);
 
 // ---- frequency ----

@@ -173,20 +173,29 @@ public:
         place_preamp();
         std::vector<Problem> found;
         build_vector(type_, initial_pins(type_), {{"bands", json(rows_)}}, found, Pace(rate_));
-        for (Problem& problem : found) {
-            const auto row = number_of<std::size_t>(problem.where.substr(7, problem.where.find('/', 7) - 7));
-            problem.where = problem.where.substr(std::min(problem.where.find('/', 7), problem.where.size()));
-            problem.where.erase(0, 1);
-            problem.file = file_;
-            problem.line = row && *row < lines_.size() ? lines_[*row] : 0;
-            problem.column = 1;
-            problems_.push_back(std::move(problem));
-        }
+        for (Problem& problem : found)
+            problems_.push_back(placed(std::move(problem)));
         return rows_;
     }
 
 private:
     static bool is_heading(const std::string& key) { return key == "dated" || key == "notes" || key == "equaliser"; }
+
+    // A problem of "/bands/3/q": the line of that row.
+    Problem placed(Problem problem) const
+    {
+        constexpr std::string_view kRows = "/bands/";
+        const std::size_t end = problem.where.find('/', kRows.size());
+        if (problem.where.starts_with(kRows) && end != problem.where.npos) {
+            const auto row =
+                number_of<std::size_t>(std::string_view(problem.where).substr(kRows.size(), end - kRows.size()));
+            problem.where.erase(0, end + 1);
+            problem.line = row && *row < lines_.size() ? lines_[*row] : 0;
+        }
+        problem.file = file_;
+        problem.column = 1;
+        return problem;
+    }
 
     void warn(std::string value, std::string wanted)
     {

@@ -168,7 +168,7 @@ Played played_of(const Options& options, int rate)
 Window parse_window(const std::string& text, const Impulse& impulse)
 {
     if (text.empty())
-        return {std::min(0.1, most_before(impulse)), 1};
+        return {std::min(0.1, std::floor(1000 * most_before(impulse)) / 1000), 1};
     const std::size_t slash = std::min(text.find('/'), text.size());
     const auto part = [&](std::string_view part_text) { return in_unit(part_text, "ms").value_or(-1); };
     const double before = part(std::string_view(text).substr(0, slash));
