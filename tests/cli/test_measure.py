@@ -15,6 +15,7 @@ import sys
 import tempfile
 import unittest
 
+sys.dont_write_bytecode = True  # nothing beside the sources
 from test_cli import PROGRAM, samples, wav
 
 RATE = 48000
