@@ -211,8 +211,6 @@ int process(VantoroQuiet* quiet, float** in, float** out)
         return BlockAlgo_process(own->block, in, out);
     if (!as_arranged(own, record))
         arrange(own, record);
-    if (own->cascade.sections == 0)
-        return BlockAlgo_process(own->block, in, out);  // copies
     read_words(own, record.words);
     run(own, record, in, out);
     write_words(own, record.words);

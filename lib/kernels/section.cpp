@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "ramp.h"
 #include "recursion.h"
 #include "section_drivers.h"
 
@@ -31,12 +30,7 @@ template void run_sections<FirstOrder>(const float*, float*, const float* const*
 
 void run_cascade(const Cascade& cascade, int first, const float* const* in, float* const* out, int channels, int n)
 {
-    if (cascade.sections > 0) {
-        drive_cascade<SecondOrder>(cascade, first, in, out, channels, n);
-        return;
-    }
-    for (int c = 0; c < channels; ++c)
-        copy(in[c], out[c], n);
+    drive_cascade<SecondOrder>(cascade, first, in, out, channels, n);
 }
 
 void run_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,

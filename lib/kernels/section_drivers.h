@@ -204,7 +204,7 @@ void skew(const Cascade& cascade, Lanes& channel, int n)
     }
 }
 
-// As run_cascade(), which see; at least one section.
+// As run_cascade(), which see.
 template <template <class> class Section>
 void drive_cascade(const Cascade& cascade, int first, const float* const* in, float* const* out, int channels, int n)
 {
@@ -226,7 +226,10 @@ void drive_cascade(const Cascade& cascade, int first, const float* const* in, fl
             const int k = c + std::min(l, some - 1);
             lanes.set(l, in[k], out[k], first + k, sections);
         }
-        if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
+        if (sections == 0) {
+            some = 1;
+            std::copy_n(in[c], n, out[c]);
+        } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
             chains<Section>(lanes, some, sections, f4{}, n, stages, words_of);
         } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
             some = 2;
