@@ -12,7 +12,6 @@
 #include "../graph/owned.h"
 #include "../lib/filters/arranged.h"
 #include "../lib/filters/second_order.h"
-#include "../lib/framework/context.h"
 #include "../lib/kernels/recursion.h"
 #include "../lib/kernels/section.h"
 #include "doubles.h"
