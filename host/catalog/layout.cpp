@@ -34,6 +34,14 @@ std::size_t place_of(const VantoroTable& table, std::size_t cell, std::size_t ro
     return table.by_columns != 0 ? cell % columns * rows + cell / columns : cell;
 }
 
+const VantoroTable* table_of(const BlockType& type, std::string_view name)
+{
+    for (const VantoroSlot& slot : layout_of(type))
+        if (slot.kind == VANTORO_ROWS && slot.table->name == name)
+            return slot.table;
+    return nullptr;
+}
+
 Entries entries_of(const BlockType& type)
 {
     Entries entries;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "catalog/catalog.h"
@@ -22,6 +23,8 @@ inline std::span<const VantoroSlot> layout_of(const BlockType& type) { return li
 inline std::span<const VantoroPin> pins_of(const BlockType& type) { return list_of(type.pin_list, type.pin_count); }
 inline std::span<const VantoroParam> columns_of(const VantoroTable& t) { return list_of(t.columns, t.column_count); }
 inline std::span<const VantoroChoice> choices_of(const VantoroParam& p) { return list_of(p.choices, p.choice_count); }
+// The table of this name; null: there is none.
+const VantoroTable* table_of(const BlockType& type, std::string_view name);
 inline std::span<const VantoroReading> readings_of(const VantoroChoice& choice)
 {
     return list_of(choice.readings, choice.reading_count);

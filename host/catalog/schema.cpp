@@ -188,7 +188,11 @@ json schema_of(const VantoroTable& table)
     std::string description = length_text(table);
     if (table.help[0] != '\0')
         description += std::string("; ") + table.help;
-    json out{{"description", description}, {"type", "array"}, {"items", row}};
+    json out{{"description", description},
+             {"type", json::array({"array", "object"})},
+             {"items", row},
+             {"if", {{"type", "object"}}},
+             {"then", {{"$ref", "#/definitions/file"}}}};
     if (table.per == VANTORO_PER_NOTHING && table.rows_entry < 0)
         out.update({{"minItems", table.min_rows}, {"maxItems", table.max_rows}});
     return out;

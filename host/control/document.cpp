@@ -39,6 +39,17 @@ bool same_structure(const Schematic& a, const Schematic& b)
     });
 }
 
+// Those that tables are read from, wherever they stand.
+void add_files(const nlohmann::json& value, std::set<std::string>& files)
+{
+    if (const auto file = value.is_object() ? value.find("file") : value.end();
+        file != value.end() && file->is_string())
+        files.insert(file->get<std::string>());
+    if (value.is_structured())
+        for (const nlohmann::json& inner : value)
+            add_files(inner, files);
+}
+
 void check_preset_name(const std::string& name)
 {
     if (!good_preset_name(name))
@@ -50,13 +61,17 @@ void check_preset_name(const std::string& name)
 Document::Document(Store& store, ReadOptions options) : store_(store), options_(std::move(options))
 {
     stamp_ = moving_stamp_ = store_.stamp();
-    options_.part_file = [this](const std::string& file) {
-        if (!part_files_.contains(file))
+    options_.file = [this](const std::string& file) {
+        if (!files_.contains(file))
             throw UserError("a file that the schematic already names; files are not opened at a client's word");
-        return store_.read_part(file);
+        FileSource source = store_.read_beside(file);
+        allow_files(source.text);
+        return source;
     };
     const std::string text = store_.read();
-    allow_parts(text);
+    allow_files(text);
+    for (const Setting& s : options_.settings)
+        allow_files(s.value);
     schematic_ = parse_schematic(text, options_, &warnings_);
     json_ = parse_ordered(text);
     options_.channels = schematic_.inputs;
@@ -90,14 +105,15 @@ Document::Reading Document::read_text(const std::string& text, bool places) cons
 // The places are those of a text that nobody sees.
 Document::Reading Document::read(const ordered_json& document) const { return read_text(on_one_line(document), false); }
 
-void Document::allow_parts(const std::string& text)
+void Document::allow_files(const std::string& text)
 {
     std::vector<Problem> problems;
     const nlohmann::json document = parse_document(text, "", problems).value;
+    add_files(document, files_);
     if (document.is_object() && document.contains("parts") && document["parts"].is_object())
         for (const nlohmann::json& part : document["parts"])
             if (part.is_string())
-                part_files_.insert(part.get<std::string>());
+                files_.insert(part.get<std::string>());
 }
 
 void Document::check_terminals(const Schematic& next) const
@@ -253,7 +269,7 @@ void Document::load_preset(const std::string& name)
 {
     check_preset_name(name);
     const std::string text = store_.read_preset(name);
-    allow_parts(text);
+    allow_files(text);
     change(read_text(text), "preset " + name);
 }
 
@@ -324,7 +340,7 @@ void Document::save(std::uint64_t revision)
 
 void Document::take_file(const std::string& text)
 {
-    allow_parts(text);
+    allow_files(text);
     Reading reading = read_text(text);
     set_disk(text, reading.json);
     change(std::move(reading), "reload");
@@ -338,9 +354,9 @@ void Document::reload()
 }
 
 // True: what they say is another schematic.
-bool Document::read_parts_anew()
+bool Document::read_files_anew()
 {
-    if (part_files_.empty())
+    if (files_.empty())
         return false;
     Reading reading = read_text(now().text, false);
     const bool another = !difference_list(schematic_, reading.schematic).empty();
@@ -361,9 +377,9 @@ bool Document::poll()
         file_changed_ = text != disk_text_;
         file_problems_.clear();
         if (!file_changed_)
-            return read_parts_anew() || news;
+            return read_files_anew() || news;
         if (unsaved()) {
-            allow_parts(text);
+            allow_files(text);
             read_text(text);  // for its problems
         } else {
             take_file(text);

@@ -109,8 +109,8 @@ private:
 
     Reading read(const nlohmann::ordered_json& document) const;
     Reading read_text(const std::string& text, bool places = true) const;
-    void allow_parts(const std::string& text);
-    bool read_parts_anew();
+    void allow_files(const std::string& text);
+    bool read_files_anew();
     void check_terminals(const Schematic& next) const;
     void show(Reading reading);  // from now on, a new revision
     void change(Reading reading, const std::string& what, const std::string& gesture = {});
@@ -122,7 +122,7 @@ private:
 
     Store& store_;
     ReadOptions options_;
-    std::set<std::string> part_files_;  // that a text of the store has named: no message names others
+    std::set<std::string> files_;  // that a text of the store has named: no message names others
     std::uint64_t revision_ = 1, structure_ = 1, saved_ = 1;
     nlohmann::ordered_json json_;
     Schematic schematic_;

@@ -18,14 +18,6 @@ namespace {
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-const VantoroTable* table_of(const BlockType& type, std::string_view name)
-{
-    for (const VantoroSlot& slot : layout_of(type))
-        if (slot.kind == VANTORO_ROWS && slot.table->name == name)
-            return slot.table;
-    return nullptr;
-}
-
 // A row may be written as an array in the order of the columns.
 std::size_t index_of(const std::string& step, const VantoroTable& table)
 {
@@ -41,6 +33,8 @@ std::size_t index_of(const std::string& step, const VantoroTable& table)
 ordered_json* find_written(ordered_json& written, const std::vector<std::string>& steps, const VantoroTable& table)
 {
     ordered_json* node = &written;
+    if (written.is_object())
+        return nullptr;  // in a file
     for (std::size_t n = 1; n < steps.size(); ++n) {
         const bool last = n + 1 == steps.size();
         if (node->is_object() && (last || node->contains(steps[n])))
@@ -92,6 +86,18 @@ void place_in_use(ordered_json& set, const std::string& block, const std::string
     for (const std::string& name : over)
         set.erase(name);
     set[key] = tidy(value);
+}
+
+// In place of the files that parameters name, the numbers that were in them.
+void put_numbers(json& params, const Block& block)
+{
+    json numbers;
+    for (const auto& [name, value] : params.items())
+        if (value.is_object() && table_of(*block.type, name)) {
+            if (numbers.is_null())
+                numbers = named_values(*block.type, block.pins, block.vector);
+            value = numbers[name];
+        }
 }
 
 // Without the columns that have their default anyhow.
@@ -153,22 +159,24 @@ void place_value(ordered_json& document, const Schematic& schematic, const Assig
     json params = !place_of_block.inside.empty() ? json(named_values(*block.type, block.pins, block.vector))
                   : written.contains("params")   ? json(written["params"])
                                                  : json::object();
+    const std::vector<std::string> steps = steps_of(target.path);
+    const VantoroTable* table = table_of(*block.type, steps.front());
     json number = value.value;
+    const bool from_file = table && steps.size() == 1 && number.is_object();  // whoever reads the document checks it
+    put_numbers(params, block);
     std::vector<Problem> found, known;
     Definitions definitions(document.value("define", ordered_json::object()), rate, known);
     definitions.resolve(params, "", known);
     definitions.resolve(number, pointer_step(target.path), found);
-    const bool good =
-        !has_errors(found) && set_value(*block.type, block.pins, params, target.path, number.dump(-1, ' ', true), found,
-                                        rate ? std::optional(Pace(*rate, schematic.block_size)) : std::nullopt);
+    const auto pace = rate ? std::optional(Pace(*rate, schematic.block_size)) : std::nullopt;
+    const bool good = from_file || (!has_errors(found) && set_value(*block.type, block.pins, params, target.path,
+                                                                    number.dump(-1, ' ', true), found, pace));
     for (Problem& problem : found) {
         problem.where.insert(0, "/blocks" + pointer_step(block.id) + "/params");
         problems.push_back(std::move(problem));
     }
     if (!good)
         return;
-    const std::vector<std::string> steps = steps_of(target.path);
-    const VantoroTable* table = table_of(*block.type, steps.front());
     if (!place_of_block.inside.empty())
         return place_in_use(written["set"], place_of_block.inside, target.path, table, value.value);
     ordered_json& place = written["params"][steps.front()];

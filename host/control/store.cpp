@@ -46,24 +46,24 @@ std::uint64_t stamp_of(const std::string& path)
 
 }  // namespace
 
-PartSource Store::read_part(const std::string& file) { throw UserError(file + ": there are no files here"); }
+FileSource Store::read_beside(const std::string& file) { throw UserError(file + ": there are no files here"); }
 
 Folder::Folder(std::string path) : path_(std::move(path)) {}
 
 std::uint64_t Folder::stamp()
 {
     std::uint64_t stamp = stamp_of(path_);
-    for (const std::string& part : parts_)
-        stamp = stamp * kPrime + stamp_of(part);
+    for (const std::string& file : others_)
+        stamp = stamp * kPrime + stamp_of(file);
     return stamp;
 }
 
 std::string Folder::read() { return read_file(path_); }
 
-PartSource Folder::read_part(const std::string& file)
+FileSource Folder::read_beside(const std::string& file)
 {
-    parts_.insert(beside(path_, file));
-    return read_part_file(path_, file);
+    others_.insert(beside(path_, file));
+    return vantoro::read_beside(path_, file);
 }
 
 void Folder::write(std::string_view text) { write_file(path_, text); }

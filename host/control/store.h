@@ -17,11 +17,11 @@ public:
     virtual ~Store() = default;
 
     virtual std::string name() const = 0;  // for people
-    // Another number when the text may be another, or that of a part that was read.
+    // Another number when the text may be another, or that of a file beside it that was read.
     virtual std::uint64_t stamp() = 0;
     // Those that read throw UserError, those that write std::runtime_error.
     virtual std::string read() = 0;
-    virtual PartSource read_part(const std::string& file);  // that the schematic names; in memory there are none
+    virtual FileSource read_beside(const std::string& file);  // that the schematic names; in memory there are none
     virtual void write(std::string_view text) = 0;
 
     virtual std::vector<std::string> presets() = 0;  // sorted
@@ -41,7 +41,7 @@ public:
     std::string name() const override { return path_; }
     std::uint64_t stamp() override;
     std::string read() override;
-    PartSource read_part(const std::string& file) override;
+    FileSource read_beside(const std::string& file) override;
     void write(std::string_view text) override;
     std::vector<std::string> presets() override;
     std::string read_preset(const std::string& preset) override;
@@ -52,7 +52,7 @@ private:
     std::string file_of(const std::string& preset) const;
 
     std::string path_;
-    std::set<std::string> parts_;  // paths of those that were read
+    std::set<std::string> others_;  // paths of the files beside it that were read
 };
 
 }  // namespace vantoro

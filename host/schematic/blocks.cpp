@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "schematic/draft.h"
+#include "schematic/table_file.h"
 #include "support/json_fields.h"
 #include "support/json_text.h"
 #include "support/nearest.h"
@@ -152,6 +153,26 @@ void Draft::fault(std::string where, const json& value, std::string wanted)
     problems.push_back({std::move(where), as_text(value), std::move(wanted)});
 }
 
+std::optional<FileSource> Draft::read_file(const std::string& name, const std::string& where,
+                                           std::vector<Problem>& found)
+{
+    constexpr std::size_t kMostBytes = 64U << 20U;
+    std::string wanted = "files are read for schematics that are files themselves";
+    try {
+        if (options.file) {
+            FileSource source = options.file(name);
+            file_bytes += source.text.size();
+            if (file_bytes <= kMostBytes)
+                return source;
+            wanted = "files of at most 64 MiB together";
+        }
+    } catch (const UserError& error) {
+        wanted = error.problems().front().wanted;
+    }
+    found.push_back({where, as_text(json(name)), std::move(wanted)});
+    return {};
+}
+
 std::string Draft::no_block(const std::string& id, const std::string& prefix)
 {
     if (uses.contains(prefix + id))
@@ -199,6 +220,7 @@ void build_vectors(Draft& draft)
         const std::string where = "/blocks" + pointer_step(block.id);
         block.pins = {*node.inputs, *node.outputs};
         std::vector<Problem> found;
+        read_table_files(*block.type, draft.params[b], draft, found);
         block.vector = build_vector(*block.type, block.pins, draft.params[b], found, draft.pace());
         node.broken = has_errors(found);
         for (Problem& problem : found) {

@@ -9,7 +9,9 @@
 #include <utility>
 
 #include "catalog/entries.h"
+#include "catalog/layout.h"
 #include "schematic/draft.h"
+#include "schematic/table_file.h"
 #include "support/json_fields.h"
 #include "support/json_text.h"
 #include "support/quantity.h"
@@ -125,9 +127,11 @@ public:
             make(step, b, found_here);
         else if (*step.ramp)
             make_on_the_way(step, b);
-        for (const Problem& problem : found_here)
-            draft_.problems.push_back(
-                {step.place, problem.value, problem.where + ": " + problem.wanted, problem.warning});
+        for (Problem& problem : found_here) {
+            problem.wanted.insert(0, problem.where + ": ");
+            problem.where = step.place;
+            draft_.problems.push_back(std::move(problem));
+        }
     }
 
 private:
@@ -150,7 +154,8 @@ private:
         const Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         json& params = draft_.params[static_cast<std::size_t>(b)];  // as the steps so far leave them
         const json before = params;
-        if (!set_value(*block.type, block.pins, params, step.path, step.value, problems, draft_.pace()))
+        const auto value = plain_value(step, *block.type, problems);
+        if (!value || !set_value(*block.type, block.pins, params, step.path, *value, problems, draft_.pace()))
             return;
         if (step.way == 1)
             return keep(step.seconds, b);
@@ -165,6 +170,17 @@ private:
             to->meaning.as && to->meaning.as->scale == VANTORO_LOGARITHMIC && from->value > 0 && to->value > 0;
         *step.ramp = Ramp{static_cast<double>(from->value), static_cast<double>(to->value), geometric};
         make_on_the_way(step, b);
+    }
+
+    // Numbers in place of the file that a step may name; none after a problem.
+    std::optional<std::string> plain_value(const Step& step, const BlockType& type, std::vector<Problem>& problems)
+    {
+        const VantoroTable* table = table_of(type, step.path);
+        const json written = table && step.value.starts_with('{') ? parse_value(step.value) : json();
+        if (!written.is_object())
+            return step.value;
+        const auto rows = read_table_file(*table, written, draft_, problems);
+        return rows ? std::optional(rows->dump()) : std::nullopt;
     }
 
     void make_on_the_way(const Step& step, int b)

@@ -49,11 +49,14 @@ struct Draft {
     std::optional<int> rate() const { return out.rate ? out.rate : options.rate; }
     std::optional<Pace> pace() const { return rate() ? std::optional(Pace(*rate(), out.block_size)) : std::nullopt; }
     void fault(std::string where, const nlohmann::json& value, std::string wanted);
+    // A file that stands `where`; none, and a problem, if it cannot be had.
+    std::optional<FileSource> read_file(const std::string& name, const std::string& where, std::vector<Problem>& found);
     // What to say where no block has this id, in the scope whose blocks have this prefix.
     std::string no_block(const std::string& id, const std::string& prefix = {});
     // Whether a block or a use may have this id.
     bool is_taken(const std::string& id) const { return ids.contains(id) || uses.contains(id); }
 
+    std::size_t file_bytes = 0, file_values = 0;   // of all files that were read
     std::map<std::string, std::string> unknown{};  // ids asked for, and what they may stand for
 };
 

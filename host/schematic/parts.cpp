@@ -20,8 +20,7 @@ using nlohmann::json;
 
 // Bound what a few characters of JSON can make the program do.
 constexpr int kMostLevels = 16;
-constexpr std::size_t kMostCharacters = 32U << 20U;      // of all uses, written out
-constexpr std::size_t kMostFileCharacters = 64U << 20U;  // of all files
+constexpr std::size_t kMostCharacters = 32U << 20U;  // of all uses, written out
 
 std::size_t size_of(const json& object, const char* member)
 {
@@ -89,19 +88,11 @@ void check_text(PartText& part, std::vector<Problem>& problems)
 void read_part_text(const std::string& name, PartText& part, Draft& draft)
 {
     const std::string file = part.body.get<std::string>();
-    try {
-        if (!draft.options.part_file)
-            throw UserError("part files are read for schematics that are files themselves");
-        PartSource found = draft.options.part_file(file);
-        part.file = std::move(found.path);
-        part.text = std::move(found.text);
-    } catch (const UserError& error) {
-        draft.fault(part.where, json(file), error.problems().front().wanted);
+    std::optional<FileSource> source = draft.read_file(file, part.where, draft.problems);
+    if (!source)
         return;
-    }
-    draft.parts.file_size += part.text.size();
-    if (draft.parts.file_size > kMostFileCharacters)
-        return draft.fault(part.where, json(file), "part files of at most 64 MiB together");
+    part.file = std::move(source->path);
+    part.text = std::move(source->text);
     std::vector<Problem> found;
     JsonText parsed = parse_document(part.text, "blocks", found);
     part.where.clear();

@@ -53,7 +53,6 @@ struct Parts {
     std::vector<Scope> scopes{1};            // the document is the first
     std::map<std::string, int> owners{};     // the scopes in which blocks and uses of parts stand, by the ids they get
     std::size_t size = 0;                    // characters of all uses, about
-    std::size_t file_size = 0;               // characters of all files
     std::vector<Problem> warnings{};         // of names that parts do not use
 };
 

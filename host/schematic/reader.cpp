@@ -159,7 +159,7 @@ std::string beside(const std::string& schematic, const std::string& name)
     return (std::filesystem::path(schematic).parent_path() / name).string();
 }
 
-PartSource read_part_file(const std::string& schematic, const std::string& name)
+FileSource read_beside(const std::string& schematic, const std::string& name)
 {
     const std::string path = beside(schematic, name);
     return {path, read_file(path)};
@@ -173,7 +173,7 @@ Schematic parse_schematic(std::string_view text, const ReadOptions& options, std
 Schematic read_schematic(const std::string& path, const ReadOptions& options, std::vector<Problem>* warnings)
 {
     ReadOptions reading = options;
-    reading.part_file = [&](const std::string& name) { return read_part_file(path, name); };
+    reading.file = [&](const std::string& name) { return read_beside(path, name); };
     Draft draft = read_text(read_file(path), reading);
     for (Problem& problem : draft.problems)
         if (problem.line > 0 && problem.file.empty())  // not on the command line

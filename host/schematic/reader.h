@@ -22,10 +22,10 @@ struct Setting {
 // Throws UserError.
 Setting parse_setting(std::string_view text);
 
-// The file of a part.
-struct PartSource {
+// A file that a schematic names.
+struct FileSource {
     std::string path;  // for reports
-    std::string text;
+    std::string text;  // its bytes
 };
 
 // What is known beside the document.
@@ -34,9 +34,9 @@ struct ReadOptions {
     std::optional<int> rate{};      // Hz, where the document leaves it open
     std::vector<Setting> settings{};
     std::optional<bool> quiet{};  // the arithmetic of all blocks, whatever the document says: quiet where a type has it
-    // Reads a file that "parts" names, or throws UserError. Open: none may be named; read_schematic reads those beside
-    // the document.
-    std::function<PartSource(const std::string&)> part_file{};
+    // Reads a file of a part or of a table, or throws UserError. Open: none may be named; read_schematic reads those
+    // beside the document.
+    std::function<FileSource(const std::string&)> file{};
     bool places = true;  // whether problems of the document have lines; not in a text that nobody sees
 };
 
@@ -48,7 +48,7 @@ Schematic parse_schematic(std::string_view text, const ReadOptions& options = {}
 
 // A file that the schematic at `schematic` names, relative to its folder: its path, and what is in it, or UserError.
 std::string beside(const std::string& schematic, const std::string& name);
-PartSource read_part_file(const std::string& schematic, const std::string& name);
+FileSource read_beside(const std::string& schematic, const std::string& name);
 
 // A whole file, up to 64 MiB. Throws UserError.
 std::string read_file(const std::string& path);

@@ -157,6 +157,16 @@ constexpr const char* kForm = R"({
         "note": {"type": "string"}
       }
     },
+    "file": {
+      "description": "Rows that stand in a file: samples of a sound file at the schematic's rate, or a text of numbers, a row a line.",
+      "type": "object",
+      "required": ["file"],
+      "additionalProperties": false,
+      "properties": {
+        "file": {"description": "Its path, relative to the schematic's folder.", "type": "string"},
+        "channel": {"description": "Of a sound file, from 0. Left out: the only one.", "type": "integer", "minimum": 0}
+      }
+    },
     "count": {"type": ["integer", "string"], "minimum": 0, "pattern": "^="},
     "pins": {
       "description": "\"eq\": all pins; \"eq.0\": one; \"eq.0-3\": a run; \"eq.1-\": from pin 1 on; \"xo.low\", \"xo.low.1\": the same of pins that have a name. \"input\" and \"output\" are the channels of the files.",

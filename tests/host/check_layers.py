@@ -11,7 +11,7 @@ MAY_SEE = {
     "support": [],
     "io": ["support"],
     "catalog": ["support"],
-    "schematic": ["support", "catalog"],
+    "schematic": ["support", "io", "catalog"],
     "export": ["support", "catalog", "schematic"],
     "engine": ["support", "catalog", "schematic"],
     "analysis": ["support", "io", "catalog", "schematic", "engine"],

@@ -95,7 +95,7 @@ TEST(Parts, SayWhereAProblemIsAndWhereThePartIsUsed)
                R"(["a", "b"], ["b.0", "a.0"], ["a", "output"])"),
          "a cycle"},
         {graph(kDriver, R"("g": {"type": 289})"), "warning: 2:11: /parts/driver: not used, so not checked\n"},
-        {graph(R"("d": "d.json")", R"("a": {"part": "d"})"), "2:11: /parts/d: \"d.json\": part files are read for"},
+        {graph(R"("d": "d.json")", R"("a": {"part": "d"})"), "2:11: /parts/d: \"d.json\": files are read for"},
         {graph(R"("d": {"blocks": {}, "wires": [["input", "g"]]})", R"("a": {"part": "d"})"),
          "/parts/d/wires/0/1: \"g\": there is no such block (in \"a\" at 3:12)\n"},
     };

@@ -316,6 +316,36 @@ TEST(Document, AValueInAPartIsSetInItsUse)
     EXPECT_EQ(std::ranges::count(document.schematic().blocks[1].vector, 900.0F), 1);
 }
 
+// A file of taps: read again when it is saved, kept by name in what is saved, and numbers where a value in it is set. A
+// client may name it again, and no other.
+TEST(Document, ATableInAFileFollowsTheFile)
+{
+    const auto folder = std::filesystem::temp_directory_path() / ("taps" + std::to_string(::getpid()));
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "taps.txt") << "1\n0.5\n";
+    const std::string text = R"({"inputs": 1, "blocks": {"g": {"type": "BASIC_GAIN"},
+  "f": {"type": "FILTER_FIR", "params": {"taps": { "file":"taps.txt" }}}},
+  "wires": [["input", "g"], ["g", "f"], ["f", "output"]]})";
+    std::ofstream(folder / "room.json") << text;
+    Folder store((folder / "room.json").string());
+    Document d(store, {});
+    const auto taps = [&] { return d.schematic().blocks[1].vector; };
+    d.set({{"g.gain", 2}});
+    d.save(d.revision());
+    EXPECT_NE(file(folder / "room.json").find(R"({"taps": { "file":"taps.txt" }})"), std::string::npos);
+    std::ofstream(folder / "taps.txt") << "0.25\n0.125\n3\n";
+    d.poll();
+    EXPECT_TRUE(d.poll());
+    EXPECT_EQ(taps(), (std::vector<float>{3, 0.25F, 0.125F, 3}));
+    d.set({{"f.taps[1]", 0.75}});
+    EXPECT_EQ(taps(), (std::vector<float>{3, 0.25F, 0.75F, 3}));
+    EXPECT_EQ(d.json()["blocks"]["f"]["params"]["taps"], json({0.25, 0.75, 3}));
+    d.set({{"f.taps", {{"file", "taps.txt"}}}});
+    EXPECT_EQ(taps(), (std::vector<float>{3, 0.25F, 0.125F, 3}));
+    EXPECT_THROW(d.set({{"f.taps", {{"file", "room.json"}}}}), UserError);
+    std::filesystem::remove_all(folder);
+}
+
 TEST(Document, PresetsAreWholeSchematicsByName)
 {
     const auto folder = std::filesystem::temp_directory_path() / ("presets" + std::to_string(::getpid()));
