@@ -5,6 +5,7 @@
 #include <vantoro/vantoro_preprocess.h>
 
 #include "cascades.h"
+#include "convolution.h"
 #include "form.h"
 #include "sections.h"
 
@@ -13,7 +14,7 @@ namespace {
 // Null for a type without one.
 const vquiet::Form* form_of(int type)
 {
-    for (const auto of_family : {vquiet::section_form, vquiet::cascade_form})
+    for (const auto of_family : {vquiet::section_form, vquiet::cascade_form, vquiet::convolution_form})
         if (const vquiet::Form* form = of_family(type))
             return form;
     return nullptr;

@@ -1,0 +1,367 @@
+// SPDX-License-Identifier: Apache-2.0
+// The impulse response in partitions: the first taps in direct form, then stages of 64, 512 and 4,096 taps a partition,
+// as long as each pays (W. G. Gardner, "Efficient Convolution without Input-Output Delay", 1995). Samples are counted
+// in frames of these sizes from when the handle was made, whatever the size of the host's blocks: outputs do not depend
+// on it, and there is no delay.
+//
+// A frame of 64 is transformed when it is complete; it is heard from 64 samples after its begin. What else there is to
+// do has the length of a frame, and every block does its share: larger frames are heard two frames after their begin.
+#include "convolution.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+#include <vantoro/vantoro_preprocess.h>
+
+#include "../lib/filters/fir.h"
+#include "../lib/kernels/lanes.h"
+#include "transform.h"
+
+namespace vquiet {
+
+using namespace lbx;
+
+namespace {
+
+constexpr int kHead = 64;  // taps in direct form, and samples of the smallest frame
+constexpr int kWide = kLanes<f8>;
+constexpr int kMostStages = 3;
+// Of the stages: the size of a frame, and the number of taps from which on the stage pays.
+constexpr int kFrames[kMostStages] = {64, 512, 4096};
+constexpr int kPays[kMostStages] = {256, 2048, 16384};
+
+// ---- what all channels share
+
+struct Stage {
+    Transform transform;
+    int frame, parts;
+    bool at_once;               // frames are heard as soon as they are complete
+    vgraph::Array<float> taps;  // spectra
+};
+
+// The pieces of work from one frame to the next, in this order: the transform of the last frame, its product with the
+// first partition, the way back; then the products of all frames so far with the other partitions, for the next time.
+struct Work {
+    int pieces, passes, parts;
+
+    explicit Work(const Stage& stage)
+        : pieces(stage.transform.pieces), passes(stage.transform.passes), parts(stage.parts)
+    {}
+    int product() const { return pieces * passes; }
+    int back() const { return product() + pieces; }
+    int others() const { return back() + pieces * passes; }
+    int end() const { return others() + pieces; }
+    // In units of one product, about.
+    int cost(int piece) const
+    {
+        constexpr int kPass = 4;
+        return piece < product() ? kPass : piece < back() ? 1 : piece < others() ? kPass : parts;
+    }
+    int cost_of_first() const { return pieces * (2 * passes * cost(0) + 1); }
+    int cost_of_all() const { return cost_of_first() + pieces * parts; }
+};
+
+// ---- of one channel
+
+struct StageState {
+    float *past, *sum, *tail;  // spectra of as many frames as there are partitions; of the result; what it leaves
+    float *now, *next;         // outputs
+    int newest, piece, cost;   // the last frame; the work that is done
+};
+
+struct Channel {
+    float* line;                    // the last samples: two of the largest frames
+    float head[2 * kHead + kWide];  // those of the last two of the smallest
+    StageState stage[kMostStages];
+    unsigned position;  // samples so far, around
+    int written;        // the ring's index, as it was left
+};
+
+struct Plan {
+    int taps = 0, stages = 0;  // without stages: as documented
+    const float* coeffs = nullptr;
+    Stage stage[kMostStages] = {};
+    std::size_t memory_each = 0;  // floats of a channel
+    vgraph::Array<float> memory{};
+    vgraph::Array<Channel> channel{};
+
+    int line() const { return 2 * stage[stages - 1].frame; }
+};
+
+struct Convolution : VantoroQuiet {
+    Plan plan;
+};
+
+FIR_Core* core_of(const VantoroQuiet* quiet) { return static_cast<FIR_Core*>(quiet->block->AlgoCore); }
+
+// ---- the direct form
+
+// kRows packets of outputs; even and odd taps apart, so that few outputs do not wait for one another.
+template <int kRows>
+LBX_INLINE void convolve(const float* taps, const float* x, float* y)
+{
+    f8 even[kRows], odd[kRows];
+    repeat<kRows>([&](auto r) { even[r] = odd[r] = every<f8>(0.0F); });
+    for (int k = 0; k < kHead; k += 2) {
+        const f8 tap = every<f8>(taps[k]), other = every<f8>(taps[k + 1]);
+        repeat<kRows>([&](auto r) {
+            even[r] = mul_add(tap, load<f8>(x - k + kWide * r), even[r]);
+            odd[r] = mul_add(other, load<f8>(x - k - 1 + kWide * r), odd[r]);
+        });
+    }
+    repeat<kRows>([&](auto r) { store(y + kWide * r, even[r] + odd[r]); });
+}
+
+// Up to a packet more than n.
+LBX_KERNEL void convolve_head(const float* taps, const float* x, float* y, int n)
+{
+    int i = 0;
+    for (; i + 3 * kWide < n; i += 4 * kWide)
+        convolve<4>(taps, x + i, y + i);
+    for (; i + kWide < n; i += 2 * kWide)
+        convolve<2>(taps, x + i, y + i);
+    if (i < n)
+        convolve<1>(taps, x + i, y + i);
+}
+
+// ---- the stages
+
+void do_piece(const Stage& stage, const Work& work, const float* frame, StageState& state)
+{
+    const Transform& transform = stage.transform;
+    const std::ptrdiff_t spectrum = 2 * std::ptrdiff_t{stage.frame};
+    const int piece = state.piece++, at = piece % work.pieces;
+    state.cost += work.cost(piece);
+    if (piece < work.product())
+        forward(transform, piece / work.pieces, at, frame, state.past + spectrum * state.newest);
+    else if (piece < work.back())
+        multiply(transform, at, {state.past, stage.taps.get(), state.newest, stage.parts, 1}, state.sum, true);
+    else if (piece < work.others())
+        backward(transform, (piece - work.back()) / work.pieces, at, state.sum, state.tail, state.next);
+    else
+        multiply(transform, at, {state.past, stage.taps.get() + spectrum, state.newest, stage.parts, stage.parts - 1},
+                 state.sum, false);
+}
+
+// After samples up to `position`: what is due of the work.
+void go_on(const Stage& stage, const float* line, unsigned line_mask, unsigned position, StageState& state)
+{
+    const Work work(stage);
+    const int past = static_cast<int>(position % static_cast<unsigned>(stage.frame));  // samples, of the frame begun
+    const int first = stage.at_once ? work.cost_of_first() : 0;
+    const auto frame_end = position - static_cast<unsigned>(past);
+    const float* frame = line + ((frame_end - static_cast<unsigned>(stage.frame)) & line_mask);
+    if (past == 0) {
+        const float* before = line + ((frame_end - 2 * static_cast<unsigned>(stage.frame)) & line_mask);
+        while (state.piece < work.end())
+            do_piece(stage, work, before, state);
+        if (!stage.at_once)
+            std::swap(state.now, state.next);
+        state.newest = state.newest + 1 < stage.parts ? state.newest + 1 : 0;
+        state.piece = state.cost = 0;
+        if (stage.at_once) {
+            while (state.piece < work.others())
+                do_piece(stage, work, frame, state);
+            std::swap(state.now, state.next);
+        }
+    }
+    const int due = first + static_cast<int>(std::int64_t{work.cost_of_all() - first} * past / stage.frame);
+    while (state.cost < due && state.piece < work.end())
+        do_piece(stage, work, frame, state);
+}
+
+// Up to the end of a smallest frame. The samples may be where the outputs go.
+void run_some(const Plan& plan, Channel& channel, const float* in, float* out, int n)
+{
+    float sum[kHead + 4 * kWide];
+    const auto at = static_cast<int>(channel.position % kHead);
+    float* now = channel.head + kHead + at;
+    const unsigned mask = static_cast<unsigned>(plan.line()) - 1;
+    std::copy_n(in, n, now);
+    std::copy_n(in, n, channel.line + (channel.position & mask));
+    convolve_head(plan.coeffs, now, sum, n);
+    for (int s = 0; s < plan.stages; ++s) {
+        const float* more = channel.stage[s].now + channel.position % static_cast<unsigned>(plan.stage[s].frame);
+        for (int i = 0; i < n; ++i)
+            sum[i] += more[i];
+    }
+    std::copy_n(sum, n, out);
+    channel.position += static_cast<unsigned>(n);
+    if (channel.position % kHead == 0)
+        std::copy_n(channel.head + kHead, kHead, channel.head);
+    for (int s = 0; s < plan.stages; ++s)
+        go_on(plan.stage[s], channel.line, mask, channel.position, channel.stage[s]);
+}
+
+void run(const Plan& plan, Channel& channel, const float* in, float* out, int n)
+{
+    for (int done = 0; done < n;) {
+        const int some = std::min(n - done, kHead - static_cast<int>(channel.position % kHead));
+        run_some(plan, channel, in + done, out + done, some);
+        done += some;
+    }
+}
+
+// ---- the record's ring
+
+void write_past(CircularBuffer* ring, const float* x, int n)
+{
+    for (int done = 0; done < n;) {
+        const int some = std::min(n - done, ring->bufferLength - ring->writeIndex);
+        std::copy_n(x + done, some, ring->buffer + ring->writeIndex);
+        ring->writeIndex = (ring->writeIndex + some) & ring->wrapMask;
+        done += some;
+    }
+}
+
+void clear_channel(Plan& plan, int ch)
+{
+    Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
+    std::fill_n(plan.memory.get() + plan.memory_each * static_cast<std::size_t>(ch), plan.memory_each, 0.0F);
+    std::fill(std::begin(channel.head), std::end(channel.head), 0.0F);
+    channel.position = 0;
+    for (StageState& state : channel.stage)
+        state.newest = state.piece = state.cost = 0;
+}
+
+// Takes over from the ring: all that the taps reach is heard once more, and thrown away.
+void take_over(Plan& plan, const CircularBuffer* ring, int ch)
+{
+    Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
+    clear_channel(plan, ch);
+    float some[kHead];
+    const int reach = std::min(ring->bufferLength, (plan.taps + kHead - 1) / kHead * kHead);
+    for (int ago = reach; ago > 0; ago -= kHead) {
+        for (int i = 0; i < kHead; ++i)
+            some[i] = ring->buffer[(ring->writeIndex - ago + i) & ring->wrapMask];
+        run(plan, channel, some, some, kHead);
+    }
+    channel.written = ring->writeIndex;
+}
+
+// ---- plans
+
+// Which stages: each ends where frames of the next can be heard.
+bool plan_stages(Plan& plan)
+{
+    for (int first = kHead; first < plan.taps; ++plan.stages) {
+        Stage& stage = plan.stage[plan.stages];
+        stage.frame = kFrames[plan.stages];
+        stage.at_once = plan.stages == 0;
+        const bool last = plan.stages + 1 == kMostStages || plan.taps < kPays[plan.stages + 1];
+        const int end = last ? plan.taps : 2 * kFrames[plan.stages + 1];
+        stage.parts = (end - first + stage.frame - 1) / stage.frame;
+        first = end;
+        if (!design(stage.transform, stage.frame))
+            return false;
+    }
+    return true;
+}
+
+// The taps' spectra, divided by what the way back multiplies.
+bool transform_taps(const Plan& plan, Stage& stage, int first)
+{
+    const auto size = static_cast<std::size_t>(stage.frame);
+    vgraph::Array<float> frame;
+    if (!vgraph::silence(frame, size) || !vgraph::silence(stage.taps, 2 * size * static_cast<std::size_t>(stage.parts)))
+        return false;
+    for (int part = 0; part < stage.parts; ++part, first += stage.frame) {
+        const int some = std::min(stage.frame, plan.taps - first);
+        for (int k = 0; k < stage.frame; ++k)
+            frame[static_cast<std::size_t>(k)] =
+                k < some ? plan.coeffs[first + k] / static_cast<float>(stage.frame) : 0.0F;
+        for (int piece = 0; piece < stage.transform.pieces * stage.transform.passes; ++piece)
+            forward(stage.transform, piece / stage.transform.pieces, piece % stage.transform.pieces, frame.get(),
+                    stage.taps.get() + 2 * size * static_cast<std::size_t>(part));
+    }
+    return true;
+}
+
+bool give_memory(Plan& plan, int channels)
+{
+    const auto line = static_cast<std::size_t>(plan.line());
+    plan.memory_each = line;
+    for (int s = 0; s < plan.stages; ++s)
+        plan.memory_each +=
+            static_cast<std::size_t>(plan.stage[s].frame) * (2 * static_cast<std::size_t>(plan.stage[s].parts) + 5);
+    if (!vgraph::silence(plan.memory, plan.memory_each * static_cast<std::size_t>(channels)) ||
+        !vgraph::zeros(plan.channel, static_cast<std::size_t>(channels)))
+        return false;
+    float* free = plan.memory.get();
+    const auto take = [&](std::size_t floats) { return std::exchange(free, free + floats); };
+    for (int ch = 0; ch < channels; ++ch) {
+        Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
+        channel.line = take(line);
+        for (int s = 0; s < plan.stages; ++s) {
+            const auto frame = static_cast<std::size_t>(plan.stage[s].frame);
+            const std::size_t past = 2 * frame * static_cast<std::size_t>(plan.stage[s].parts);
+            channel.stage[s] = {take(past), take(2 * frame), take(frame), take(frame), take(frame), 0, 0, 0};
+        }
+    }
+    return true;
+}
+
+bool make_plan(const FIR_Core* core, int channels, Plan& plan)
+{
+    plan.taps = core->fir_len;
+    plan.coeffs = core->coeffs;
+    if (plan.taps < kPays[0])
+        return true;
+    if (!plan_stages(plan) || !give_memory(plan, channels))
+        return false;
+    for (int s = 0, first = kHead; s < plan.stages; first += plan.stage[s].frame * plan.stage[s].parts, ++s)
+        if (!transform_taps(plan, plan.stage[s], first))
+            return false;
+    for (int ch = 0; ch < channels; ++ch)
+        take_over(plan, core->databuffer[ch], ch);
+    return true;
+}
+
+// ---- the form
+
+VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Convolution>(); }
+void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Convolution*>(quiet)); }
+
+bool prepare(VantoroQuiet* quiet)
+{
+    Plan plan;
+    if (!make_plan(core_of(quiet), quiet->block->nInputs, plan))
+        return false;
+    static_cast<Convolution*>(quiet)->plan = std::move(plan);
+    return true;
+}
+
+int process(VantoroQuiet* quiet, float** in, float** out)
+{
+    Plan& plan = static_cast<Convolution*>(quiet)->plan;
+    const FIR_Core* core = core_of(quiet);
+    if (plan.stages == 0 || core->fir_len != plan.taps || core->coeffs != plan.coeffs)
+        return BlockAlgo_process(quiet->block, in, out);
+    const int n = quiet->block->block_pro->nBlockSize;
+    for (int ch = 0; ch < quiet->block->nInputs; ++ch) {
+        Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
+        CircularBuffer* ring = core->databuffer[ch];
+        if (ring->writeIndex != channel.written)
+            take_over(plan, ring, ch);
+        write_past(ring, in[ch], n);
+        channel.written = ring->writeIndex;
+        run(plan, channel, in[ch], out[ch], n);
+    }
+    return RT_OK;
+}
+
+void clear(VantoroQuiet* quiet)
+{
+    Plan& plan = static_cast<Convolution*>(quiet)->plan;
+    for (int ch = 0; plan.stages > 0 && ch < quiet->block->nInputs; ++ch)
+        clear_channel(plan, ch);
+}
+
+constexpr Form kConvolution = {create, prepare, process, clear, destroy};
+
+}  // namespace
+
+const Form* convolution_form(int type) { return type == EN_FILTER_FIR ? &kConvolution : nullptr; }
+
+}  // namespace vquiet
