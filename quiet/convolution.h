@@ -7,6 +7,10 @@
 namespace vquiet {
 
 // Null for a type of another family.
+#ifdef VANTORO_FFT
 const Form* convolution_form(int type);
+#else
+inline const Form* convolution_form(int) { return nullptr; }
+#endif
 
 }  // namespace vquiet
