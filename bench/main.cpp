@@ -9,6 +9,9 @@ int main(int argc, char** argv)
 {
     bench::register_kernels();
     bench::register_peers();
+#if defined(BENCH_LONG_FIR)
+    bench::register_long_fir();
+#endif
     bench::register_pcm();
     bench::register_blocks();
     bench::register_engine();

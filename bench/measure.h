@@ -82,10 +82,11 @@ std::string name(const Parts&... parts)
 }
 
 // One file each.
-void register_kernels();  // KERNEL/CHANNELSch/BLOCK/library and .../plain
-void register_peers();    // .../NAME of the other library
-void register_pcm();      // pcm/FUNCTION/BITS
-void register_blocks();   // block/TYPE/PINSch/BLOCK
-void register_engine();   // engine/graph, engine/loop
+void register_kernels();   // KERNEL/CHANNELSch/BLOCK/library and .../plain
+void register_peers();     // .../NAME of the other library
+void register_pcm();       // pcm/FUNCTION/BITS
+void register_blocks();    // block/TYPE/PINSch/BLOCK
+void register_engine();    // engine/graph, engine/loop
+void register_long_fir();  // long_firTAPS/CHANNELSch/BLOCK/library, .../quiet, and .../NAME of another library
 
 }  // namespace bench
