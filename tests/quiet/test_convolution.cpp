@@ -106,12 +106,11 @@ double error_of(const Samples& y, const Samples& x, const Samples& h, int from, 
 
 TEST(Convolution, IsThatOfTheTapsWhateverTheBlockSize)
 {
-    for (const int taps : {257, 1024, 3000, 16384, 50000, 65536}) {
+    for (const int taps : {257, 3000, 65536}) {
         const Samples h = room(taps, 3);
-        const int length = 3 * (1 << 14) + 2 * taps;
-        const Samples x = noise(length / 76800 * 76800 + 76800, 9);  // whole blocks of all sizes
+        const Samples x = noise(taps < 10000 ? 25600 : 76800 + 25600, 9);  // whole blocks of all sizes
         Samples first;
-        for (const int block : {64, 16, 48, 100, 1024}) {
+        for (const int block : {64, 16, 100, 1024}) {
             Fir fir(h, block);
             fir.make_quiet();
             const Samples y = fir.run(x);
@@ -126,25 +125,25 @@ TEST(Convolution, IsThatOfTheTapsWhateverTheBlockSize)
 
 TEST(Convolution, TakesOverInMidRunAndGivesBack)
 {
-    for (const int taps : {600, 9000, 30000}) {
+    for (const int taps : {600, 18000}) {
         const Samples h = room(taps, 5), other = room(taps, 6), more = room(taps + 700, 7);
         const Samples x = noise(600 * 100, 11);
         std::vector<Samples> y{x};
         Fir fir(h, 100);
-        fir.run(y, 0, 20000, true);
+        fir.run(y, 0, 2000, true);
         fir.make_quiet();
-        fir.run(y, 20000, 30100);
+        fir.run(y, 2000, 30100);
         fir.run(y, 30100, 30700, true);
         fir.run(y, 30700, 40000);
-        EXPECT_LT(error_of(y[0], x, h, 20000, 30100), -130) << taps;
+        EXPECT_LT(error_of(y[0], x, h, 2000, 30100), -130) << taps;
         EXPECT_LT(error_of(y[0], x, h, 30700, 40000), -130) << taps;
         fir.set(other);  // the past stays
         fir.run(y, 40000, 50000);
         EXPECT_LT(error_of(y[0], x, other, 40000, 50000), -130) << taps;
         fir.set(more, false);  // from silence, and as documented
-        fir.run(y, 50000, 53000);
+        fir.run(y, 50000, 51000);
         fir.prepare();
-        fir.run(y, 53000, 55000);
+        fir.run(y, 51000, 55000);
         fir.clear();
         fir.run(y, 55000, 60000);
         const Samples late(x.begin() + 55000, x.end());
@@ -158,11 +157,11 @@ TEST(Convolution, TakesOverInMidRunAndGivesBack)
 TEST(Convolution, HasTheSameBitsInEveryChannelAndOnEveryMachine)
 {
     const Samples h = room(20000, 4);
-    std::vector<Samples> all{noise(64000, 1), noise(64000, 2), noise(64000, 3)};
+    std::vector<Samples> all{noise(19200, 1), noise(19200, 2), noise(19200, 3)};
     const auto in = all;
     Fir three(h, 64, 3);
     three.make_quiet();
-    three.run(all, 0, 64000);
+    three.run(all, 0, 19200);
     std::uint64_t sum = 0;
     for (std::size_t ch = 0; ch < all.size(); ++ch) {
         Fir one(h, 64);
@@ -171,5 +170,5 @@ TEST(Convolution, HasTheSameBitsInEveryChannelAndOnEveryMachine)
         for (const float v : all[ch])
             sum = sum * 0x100000001b3U + std::bit_cast<std::uint32_t>(v);
     }
-    EXPECT_EQ(sum, 5767267311251260664U);
+    EXPECT_EQ(sum, 16034640541688867341U);
 }

@@ -193,7 +193,8 @@ TEST(Quiet, ClearAndParameterSetsBeginFromSilence)
         EXPECT_EQ(bits(quiet.run(in)), expected);
         EXPECT_EQ(BlockAlgo_clear(quiet.operator->()), RT_OK);
         EXPECT_EQ(bits(quiet.run(in)), expected);
-        if (row.type != EN_FILTER_CROSSOVER_2WAY && row.type != EN_FILTER_CROSSOVER_3WAY) {  // those go on
+        if (row.type != EN_FILTER_CROSSOVER_2WAY && row.type != EN_FILTER_CROSSOVER_3WAY &&
+            row.type != EN_FILTER_FIR) {  // those go on
             quiet.set(row.vector);
             EXPECT_EQ(bits(quiet.run(in)), expected);
         }
@@ -273,6 +274,8 @@ TEST(Quiet, WhatIsNotFiniteStays)
         EXPECT_FALSE(finite(quiet.run(noise_pins(1, 64))));
     }
     for (const rig::BlockCase& row : taken()) {
+        if (row.type == EN_FILTER_FIR)
+            continue;  // whose memory ends
         SCOPED_TRACE(row.type);
         Filter quiet(row, 64);
         Signal in = noise_pins(row.inputs, 128);
@@ -280,7 +283,7 @@ TEST(Quiet, WhatIsNotFiniteStays)
         Signal bad = in;
         bad[0][40] = inf;
         EXPECT_FALSE(finite(quiet.run(bad)));
-        EXPECT_TRUE(row.type == EN_FILTER_FIR || !finite(quiet.run(in)));  // whose memory ends
+        EXPECT_FALSE(finite(quiet.run(in)));
         Vantoro_quiet_clear(quiet.quiet());
         EXPECT_EQ(bits(quiet.run(in)), expected);
     }
