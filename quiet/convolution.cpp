@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <utility>
 #include <vantoro/vantoro_preprocess.h>
@@ -35,7 +36,7 @@ constexpr int kPays[kMostStages] = {256, 2048, 16384};
 
 struct Stage {
     Transform transform;
-    int frame, parts;
+    int first, frame, parts;    // the first tap
     bool at_once;               // frames are heard as soon as they are complete
     vgraph::Array<float> taps;  // spectra
 };
@@ -82,7 +83,9 @@ struct Plan {
     int taps = 0, stages = 0;  // without stages: as documented
     const float* coeffs = nullptr;
     Stage stage[kMostStages] = {};
-    std::size_t memory_each = 0;  // floats of a channel
+    vgraph::Array<float> known{};  // the taps that the spectra are of, and zeros to the end of the last partition
+    int at_stage = 0, at_part = 0, unseen = 0;  // where they are compared next, and with how many is due
+    std::size_t memory_each = 0;                // floats of a channel
     vgraph::Array<float> memory{};
     vgraph::Array<Channel> channel{};
 
@@ -240,6 +243,39 @@ void take_over(Plan& plan, const CircularBuffer* ring, int ch)
     channel.written = ring->writeIndex;
 }
 
+// ---- taps
+
+// A partition's spectrum, if its taps are not those it is of.
+void follow_part(const Plan& plan, const Stage& stage, int part)
+{
+    const int first = stage.first + part * stage.frame;
+    const auto bytes = sizeof(float) * static_cast<std::size_t>(std::min(stage.frame, plan.taps - first));
+    float* known = plan.known.get() + first;
+    if (std::memcmp(known, plan.coeffs + first, bytes) == 0)
+        return;
+    std::memcpy(known, plan.coeffs + first, bytes);
+    const Transform& transform = stage.transform;
+    for (int piece = 0; piece < transform.pieces * transform.passes; ++piece)
+        forward(transform, piece / transform.pieces, piece % transform.pieces, known,
+                stage.taps.get() + 2 * std::ptrdiff_t{stage.frame} * part);
+}
+
+// New taps that came without a call are found little by little: 8 taps are compared for each sample.
+void follow_taps(Plan& plan, int n)
+{
+    constexpr int kEach = 8;
+    plan.unseen += kEach * std::min(n, plan.taps);
+    for (const Stage* stage = plan.stage + plan.at_stage; plan.unseen >= stage->frame;
+         stage = plan.stage + plan.at_stage) {
+        plan.unseen -= stage->frame;
+        follow_part(plan, *stage, plan.at_part);
+        if (++plan.at_part == stage->parts) {
+            plan.at_part = 0;
+            plan.at_stage = plan.at_stage + 1 < plan.stages ? plan.at_stage + 1 : 0;
+        }
+    }
+}
+
 // ---- plans
 
 // Which stages: each ends where frames of the next can be heard.
@@ -247,35 +283,20 @@ bool plan_stages(Plan& plan)
 {
     for (int first = kHead; first < plan.taps; ++plan.stages) {
         Stage& stage = plan.stage[plan.stages];
+        stage.first = first;
         stage.frame = kFrames[plan.stages];
         stage.at_once = plan.stages == 0;
         const bool last = plan.stages + 1 == kMostStages || plan.taps < kPays[plan.stages + 1];
         const int end = last ? plan.taps : 2 * kFrames[plan.stages + 1];
         stage.parts = (end - first + stage.frame - 1) / stage.frame;
         first = end;
-        if (!design(stage.transform, stage.frame))
+        if (!design(stage.transform, stage.frame) ||
+            !vgraph::silence(stage.taps,
+                             2 * static_cast<std::size_t>(stage.frame) * static_cast<std::size_t>(stage.parts)))
             return false;
     }
-    return true;
-}
-
-// The taps' spectra, divided by what the way back multiplies.
-bool transform_taps(const Plan& plan, Stage& stage, int first)
-{
-    const auto size = static_cast<std::size_t>(stage.frame);
-    vgraph::Array<float> frame;
-    if (!vgraph::silence(frame, size) || !vgraph::silence(stage.taps, 2 * size * static_cast<std::size_t>(stage.parts)))
-        return false;
-    for (int part = 0; part < stage.parts; ++part, first += stage.frame) {
-        const int some = std::min(stage.frame, plan.taps - first);
-        for (int k = 0; k < stage.frame; ++k)
-            frame[static_cast<std::size_t>(k)] =
-                k < some ? plan.coeffs[first + k] / static_cast<float>(stage.frame) : 0.0F;
-        for (int piece = 0; piece < stage.transform.pieces * stage.transform.passes; ++piece)
-            forward(stage.transform, piece / stage.transform.pieces, piece % stage.transform.pieces, frame.get(),
-                    stage.taps.get() + 2 * size * static_cast<std::size_t>(part));
-    }
-    return true;
+    const Stage& last = plan.stage[plan.stages - 1];
+    return vgraph::silence(plan.known, static_cast<std::size_t>(last.first + last.frame * last.parts));
 }
 
 bool give_memory(Plan& plan, int channels)
@@ -310,9 +331,9 @@ bool make_plan(const FIR_Core* core, int channels, Plan& plan)
         return true;
     if (!plan_stages(plan) || !give_memory(plan, channels))
         return false;
-    for (int s = 0, first = kHead; s < plan.stages; first += plan.stage[s].frame * plan.stage[s].parts, ++s)
-        if (!transform_taps(plan, plan.stage[s], first))
-            return false;
+    for (int s = 0; s < plan.stages; ++s)
+        for (int part = 0; part < plan.stage[s].parts; ++part)
+            follow_part(plan, plan.stage[s], part);
     for (int ch = 0; ch < channels; ++ch)
         take_over(plan, core->databuffer[ch], ch);
     return true;
@@ -339,6 +360,7 @@ int process(VantoroQuiet* quiet, float** in, float** out)
     if (plan.stages == 0 || core->fir_len != plan.taps || core->coeffs != plan.coeffs)
         return BlockAlgo_process(quiet->block, in, out);
     const int n = quiet->block->block_pro->nBlockSize;
+    follow_taps(plan, n);
     for (int ch = 0; ch < quiet->block->nInputs; ++ch) {
         Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
         CircularBuffer* ring = core->databuffer[ch];

@@ -190,16 +190,19 @@ LBX_KERNEL void backward_middle(const Place& place, float* spectrum)
     repeat<kRadix>([&](auto j) { store_wide(spectrum + 2 * (place.first + j * place.apart), re[j], im[j]); });
 }
 
-LBX_KERNEL void backward_last(const Place& place, const float* spectrum, const float* weights, float* tail, float* now)
+LBX_KERNEL void backward_last(const Place& place, const float* spectrum, const Transform& transform, float* tail,
+                              float* now)
 {
+    const float* weights = transform.weights.get();
+    const f8 scale = every<f8>(1.0F / static_cast<float>(transform.size));
     f8 re[kRadix], im[kRadix];
     load_back(place, spectrum, re, im);
     transform_eight(im, re);
     repeat<kRadix>([&](auto j) {
         const std::ptrdiff_t at = place.first + j * place.apart;
         const Wide y = times_conjugate({re[j], im[j]}, load_wide(weights + 2 * at));
-        store(now + at, load<f8>(tail + at) + y.re);
-        store(tail + at, y.im);
+        store(now + at, load<f8>(tail + at) + y.re * scale);
+        store(tail + at, y.im * scale);
     });
 }
 
@@ -280,7 +283,7 @@ void backward(const Transform& transform, int pass, int piece, float* spectrum, 
     if (pass + 1 < transform.passes)
         backward_middle(place, spectrum);
     else
-        backward_last(place, spectrum, transform.weights.get(), tail, now);
+        backward_last(place, spectrum, transform, tail, now);
 }
 
 LBX_KERNEL void multiply(const Transform& transform, int piece, const Products& products, float* sum, bool on)

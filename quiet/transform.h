@@ -26,8 +26,7 @@ struct Transform {
 void forward(const Transform& transform, int pass, int piece, const float* frame, float* spectrum);
 
 // A piece of a pass of the way back, which leaves nothing of the spectrum. The last one adds the first half of the
-// result to `tail` and has that in `now`; the second half is the next tail. Not scaled: the result is `size` times what
-// went in.
+// result to `tail` and has that in `now`; the second half is the next tail.
 void backward(const Transform& transform, int pass, int piece, float* spectrum, float* tail, float* now);
 
 // One piece of a product, or of a sum of `count` of them: spectra of `a` from `newest` on, each older than the one

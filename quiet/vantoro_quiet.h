@@ -25,8 +25,9 @@ int Vantoro_quiet_takes(int type);
 VantoroQuiet* Vantoro_quiet_create(BlockAlgo* blk);
 
 // After a parameter set that changed how many bands, sections or taps there are. Until then process runs the documented
-// arithmetic. Coefficients, flags and states that a host changes need no call, the taps of an FIR filter do: also where
-// their number stays. RT_OK, or RT_ERR_MALLOC and nothing done.
+// arithmetic. Coefficients, flags and states that a host changes need no call. Without one, as many new taps of a long
+// FIR filter as before hold little by little: the first at once, all after a sample for every eight. RT_OK, or
+// RT_ERR_MALLOC and nothing done.
 int Vantoro_quiet_prepare(VantoroQuiet* quiet);
 
 // One block of audio, with the buffers' rules of BlockAlgo_process. For the audio thread: allocates nothing. After
