@@ -296,7 +296,8 @@ bool plan_stages(Plan& plan)
             return false;
     }
     const Stage& last = plan.stage[plan.stages - 1];
-    return vgraph::silence(plan.known, static_cast<std::size_t>(last.first + last.frame * last.parts));
+    return vgraph::silence(plan.known, static_cast<std::size_t>(last.first) +
+                                           static_cast<std::size_t>(last.frame) * static_cast<std::size_t>(last.parts));
 }
 
 bool give_memory(Plan& plan, int channels)
