@@ -222,11 +222,13 @@ int Program::apply(const RunNode& node, const float* vector)
     return Vantoro_param_apply(node.block, vector, node.length);
 }
 
-// Its vector, of whatever length.
-int Program::set_up(const RunNode& node)
+// Whether a vector would make the block allocate.
+bool Program::resizes(const RunNode& node, const float* vector, int length)
 {
-    const int result = apply(node, node.posted);
-    return result < 0 || !node.quiet ? result : quiet_arithmetic()->prepare(node.quiet);
+    bool other = length != node.length;
+    for (int i = 0; i < std::min(node.info->layout_count, length) && !other; ++i)
+        other = sizes(*node.info, i) && vector[i] != node.posted[i];
+    return other;
 }
 
 bool Program::accepts(const RunNode& node, const float* vector, int length) const
@@ -254,6 +256,7 @@ int Program::set(int n, const float* vector, int length)
         return RT_ERR_VALUE;
     take_posts();  // what was accepted before comes before
     RunNode& found = nodes_[index(n)];
+    const bool resized = resizes(found, vector, length);
     Array<float> posted;
     if (!zeros(posted, index(length)) || !make_room(length))
         return RT_ERR_MALLOC;
@@ -262,17 +265,15 @@ int Program::set(int n, const float* vector, int length)
     found.posted = posted.release();
     found.length = length;
     const AtWork at_work(found.name);
-    return set_up(found);
+    const int result = apply(found, found.posted);
+    return result >= 0 && resized && found.quiet ? quiet_arithmetic()->prepare(found.quiet) : result;
 }
 
 int Program::post(int n, const float* vector, int length)
 {
     const RunNode* found = node(n);
-    if (!found || length != found->length || !accepts(*found, vector, length))
+    if (!found || resizes(*found, vector, length) || !accepts(*found, vector, length))
         return RT_ERR_VALUE;
-    for (int i = 0; i < std::min(found->info->layout_count, length); ++i)
-        if (sizes(*found->info, i) && vector[i] != found->posted[i])
-            return RT_ERR_VALUE;
     if (!queue_.push(n, vector, length))
         return RT_ERR_NO_BUFFER;
     std::copy_n(vector, length, found->posted);

@@ -138,7 +138,7 @@ private:
     std::size_t gather_size(const Node& node) const;
     float* take(std::size_t samples);
     static int apply(const RunNode& node, const float* vector);
-    static int set_up(const RunNode& node);
+    static bool resizes(const RunNode& node, const float* vector, int length);
     [[nodiscard]] bool make_room(int length);
     bool accepts(const RunNode& node, const float* vector, int length) const;
     void prepare(const RunNode& node) const;

@@ -75,7 +75,8 @@ std::vector<std::string> settings_of(const Block& block)
         if (slot.kind != VANTORO_ROWS || !named.contains(slot.table->name))
             continue;
         const nlohmann::json& rows = named[std::string(slot.table->name)];
-        for (std::size_t row = 0; row < rows.size(); ++row) {
+        const std::size_t shown = std::min(rows.size(), kMostRows);
+        for (std::size_t row = 0; row < shown; ++row) {
             std::string text;
             for (const VantoroParam& column :
                  std::span(slot.table->columns, static_cast<std::size_t>(slot.table->column_count)))
@@ -84,6 +85,8 @@ std::vector<std::string> settings_of(const Block& block)
             items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) +
                             "]: " + (text.empty() ? value_text(rows[row]) : text));
         }
+        if (rows.size() > shown)
+            items.push_back("and " + std::to_string(rows.size() - shown) + " more");
     }
     return items;
 }

@@ -215,11 +215,8 @@ private:
             return begin + "    memcpy(" + block + "->pParam, " + vector + ", sizeof " + vector +
                    ");\n    return RT_OK;\n}\n";
         return begin + "    int result = " + module.param_set + '(' + block + ", " + vector +
-               ");\n    if (result >= 0)\n        result = " + module.param_update + '(' + block + ");\n" +
-               (is_quiet(node) ? "    if (result >= 0 && quiet_" + node.name +
-                                     ")\n        result = Vantoro_quiet_prepare(quiet_" + node.name + ");\n"
-                               : "") +
-               "    return result < 0 ? result : RT_OK;\n}\n";
+               ");\n    if (result >= 0)\n        result = " + module.param_update + '(' + block +
+               ");\n    return result < 0 ? result : RT_OK;\n}\n";
     }
 
     // ---- life ----

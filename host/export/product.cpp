@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <map>
 
 #include "catalog/words.h"
 #include "support/problem.h"
@@ -153,9 +154,13 @@ public:
 
     void name_parameters(ProductNode& node)
     {
+        std::map<const VantoroTable*, std::size_t> cells;
+        for (const VectorEntry& entry : node.entries)
+            cells[entry.table] += entry.param ? 1 : 0;
         for (std::size_t at = 0; at < node.entries.size(); ++at) {
             const VectorEntry& entry = node.entries[at];
-            const std::size_t rows = entry.table && entry.param ? rows_of(node, entry) : 1;
+            const std::size_t rows =
+                entry.table ? cells[entry.table] / static_cast<std::size_t>(entry.table->column_count) : 1;
             const bool by_row = rows > kMostNamedRows;
             if (!entry.param || (by_row && entry.row > 0))
                 continue;
@@ -168,15 +173,6 @@ public:
     }
 
 private:
-    // Of the table that the entry belongs to.
-    static std::size_t rows_of(const ProductNode& node, const VectorEntry& like)
-    {
-        std::size_t cells = 0;
-        for (const VectorEntry& entry : node.entries)
-            cells += entry.param && entry.table == like.table ? 1 : 0;
-        return cells / static_cast<std::size_t>(like.table->column_count);
-    }
-
     // Without the product's name.
     std::string lower_case_of(const std::string& constant) const
     {
