@@ -148,6 +148,8 @@ TEST(Document, EveryValueOfEveryExampleIsSavedAsOneLine)
     int moved = 0, stuck = 0;
     for (const auto& entry : std::filesystem::directory_iterator(EXAMPLES)) {
         const std::string text = file(entry.path());
+        if (text.find("\"file\":") != std::string::npos)
+            continue;  // one value of a table that stands in a file: the whole table is written
         MemoryStore first(text);
         const Document original(first, {});
         for (const Block& block : original.schematic().blocks) {
