@@ -42,7 +42,8 @@ public:
         Words words(VANTORO_PRESET_HEADER);
         names_.resize((names_.size() + 3) / 4 * 4);
         Words names(names_.size() / 4);
-        std::memcpy(names.data(), names_.data(), names_.size());
+        if (!names.empty())
+            std::memcpy(names.data(), names_.data(), names_.size());
         for (const Words* part : {&nodes_, &links_, &floats_, &names})
             words.insert(words.end(), part->begin(), part->end());
         words[VANTORO_PRESET_WORD_MAGIC] = VANTORO_PRESET_MAGIC;
