@@ -11,7 +11,7 @@ using json = nlohmann::ordered_json;
 
 constexpr std::size_t kWidth = 120, kIndent = 2;
 
-// Items with `before` each and `between` them, in the brackets of `value`.
+// Items with `before` each and `between` them, in the brackets of `value`. text_of: of an item after the text so far.
 template <class Text>
 std::string listed(const json& value, const std::string& before, const std::string& between, Text text_of)
 {
@@ -20,7 +20,7 @@ std::string listed(const json& value, const std::string& before, const std::stri
         out += (out.empty() ? "" : between) + before;
         if (value.is_object())
             out += json(item.key()).dump() + ": ";
-        out += text_of(item.value(), out.size() - (out.rfind('\n') + 1));
+        out += text_of(item.value(), out);
     }
     return out;
 }
@@ -29,7 +29,8 @@ std::string on_one_line(const json& value)
 {
     if (!value.is_structured())
         return value.dump();
-    const std::string inner = listed(value, "", ", ", [](const json& item, std::size_t) { return on_one_line(item); });
+    const std::string inner =
+        listed(value, "", ", ", [](const json& item, const std::string&) { return on_one_line(item); });
     return value.is_object() ? "{" + inner + "}" : "[" + inner + "]";
 }
 
@@ -40,8 +41,9 @@ std::string lines(const json& value, std::size_t indent, std::size_t column)
     if (!value.is_structured() || value.empty() || column + line.size() < kWidth)
         return line;
     const std::string blanks(indent + kIndent, ' ');
-    const std::string inner = listed(
-        value, "\n" + blanks, ",", [&](const json& item, std::size_t at) { return lines(item, indent + kIndent, at); });
+    const std::string inner = listed(value, "\n" + blanks, ",", [&](const json& item, const std::string& before) {
+        return lines(item, indent + kIndent, before.size() - (before.rfind('\n') + 1));
+    });
     return std::string(1, line.front()) + inner + "\n" + std::string(indent, ' ') + line.back();
 }
 
