@@ -404,7 +404,7 @@ class ServerTest(unittest.TestCase):
         self.process.stdin.close()
         for other in others:
             other.join()
-        self.assertGreater(min(heard), 300)  # every change, and levels
+        self.assertGreater(min(heard), 100)  # changes and levels; one that falls behind is dropped
 
 
 if __name__ == "__main__":
