@@ -216,9 +216,13 @@ class ServerTest(unittest.TestCase):
         self.assertEqual(good.ask(status=True)["status"]["heard"], 1)
         self.assertEqual(self.files(), self.before)
 
-    @unittest.skipIf("Sanitizer" in os.environ.get("VANTORO_FLAVOUR", ""), "the sanitizer needs descriptors for its own checks")
     def test_without_descriptors_it_waits_for_some(self):
         self.serve()
+        # A sanitizer looks at the type of an error with the help of a pipe, once: while there are descriptors.
+        broken = Raw(self.port)
+        broken.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        broken.socket.close()
+        self.client()
         resource.prlimit(self.process.pid, resource.RLIMIT_NOFILE, (20, 20))
         crowd = [Raw(self.port) for _ in range(40)]
         time.sleep(0.3)
@@ -389,22 +393,19 @@ class ServerTest(unittest.TestCase):
             other.start()
         time.sleep(0.3)
         page = self.client()
-        limit, rounds = 1 if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", "") else 0.05, []
-        while len(rounds) < 5 and (not rounds or rounds[-1] >= limit):  # other work shares the machine
-            took = []
-            for n in range(300):
-                start = time.monotonic()
-                page.set({"eq.bands[2].boostDb": n % 12 - 6}, gesture=f"drag {len(rounds)}")
-                took.append(time.monotonic() - start)
-            took.sort()
-            rounds.append(took[297])
-        print("set to acknowledgement: median %.1f ms, 99 %% %.1f ms, round %d" % (1e3 * took[150], 1e3 * took[297], len(rounds)))
-        self.assertLess(rounds[-1], limit)
-        self.assertEqual(page.ask(undo=True)["rev"], 300 * len(rounds) + 2)
+        took = []
+        for n in range(300):
+            start = time.monotonic()
+            page.set({"eq.bands[2].boostDb": n % 12 - 6}, gesture="drag")
+            took.append(time.monotonic() - start)
+        took.sort()
+        print("set to acknowledgement: median %.1f ms, 99 %% %.1f ms" % (1e3 * took[150], 1e3 * took[297]))
+        self.assertLess(took[297], 1 if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", "") else 0.05)
+        self.assertEqual(page.ask(undo=True)["rev"], 302)
         self.process.stdin.close()
         for other in others:
             other.join()
-        self.assertGreater(min(heard), 100)  # changes and levels; one that falls behind is dropped
+        self.assertGreater(min(heard), 300)  # every change, and levels
 
 
 if __name__ == "__main__":
