@@ -14,42 +14,18 @@ import signal
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
 import jsonschema
 
-PROGRAM, SOURCE = sys.argv[1], sys.argv[2]
+sys.dont_write_bytecode = True  # nothing beside the sources
+from program import PROGRAM, SOURCE, Case, samples, wav, write_wav
+
 EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
 GAIN = '{"blocks": {"g": {"type": "BASIC_GAIN", "params": {"gain": 1, "type": "Linear"}}}, "blockSize": %d, ' \
        '"wires": [["input", "g"], ["g", "output"]]}'
 SOURCES = '{"rate": 8000, "blocks": {"dc": {"type": "SOURCE_DC", "params": {"value": 0.5}}}, "wires": [["dc", "output"]]}'
-
-
-def wav(path, frames, channels, rate=48000):
-    """A float file of the given interleaved samples."""
-    data = struct.pack("<%df" % len(frames), *frames)
-    write_wav(path, data, len(data), channels, rate, 3, 32)
-
-
-def write_wav(path, data, length, channels, rate, tag, bits):
-    size = channels * bits // 8
-    with open(path, "wb") as f:
-        f.write(struct.pack("<4sI4s4sIHHIIHH4sI", b"RIFF", length + 36, b"WAVE", b"fmt ", 16, tag, channels, rate,
-                            rate * size, size, bits, b"data", length))
-        f.write(data)
-        f.truncate(44 + length)
-
-
-def samples(path):
-    """The data chunk of a WAV file, as bytes."""
-    with open(path, "rb") as f:
-        text = f.read()
-    at = 12
-    while text[at:at + 4] != b"data":
-        at += 8 + struct.unpack_from("<I", text, at + 4)[0]
-    return text[at + 8:at + 8 + struct.unpack_from("<I", text, at + 4)[0]]
 
 
 def document(path):
@@ -58,29 +34,9 @@ def document(path):
         return json.loads(re.sub(r'("(?:\\.|[^"\\])*")|//[^\n]*|/\*.*?\*/', lambda m: m[1] or "", f.read(), flags=re.S))
 
 
-class Cli(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name, text=None):
-        path = os.path.join(self.dir.name, name)
-        if text is not None:
-            with open(path, "w") as f:
-                f.write(text)
-        return path
-
-    def read(self, name):
-        with open(self.path(name)) as f:
-            return f.read()
-
+class Cli(Case):
     def parts(self):
         return [name for name in os.listdir(self.dir.name) if name.endswith(".part")]
-
-    def call(self, *arguments, status=0, **more):
-        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, **more)
-        self.assertEqual(result.returncode, status, result.stderr)
-        return result
 
     def test_gain_of_one_returns_every_bit(self):
         draw = random.Random(1)

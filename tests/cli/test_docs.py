@@ -14,12 +14,12 @@ import os
 import re
 import subprocess
 import sys
-import tempfile
 import unittest
 
-PROGRAM, SOURCE = sys.argv[1], sys.argv[2]
-RATE = 48000
+sys.dont_write_bytecode = True  # nothing beside the sources
+from program import PROGRAM, SOURCE, Case
 
+RATE = 48000
 PEAK = {20: 0.0, 1000: 6.0, 20000: 0.0}
 # page, number of the block on it: responses of a block in dB at frequencies, and what becomes of a sine of 1 kHz: the
 # level in dB before 2 s, and at the end of 4 s.
@@ -39,25 +39,11 @@ def examples():
             yield os.path.relpath(path, SOURCE), number, block[2], block[1]
 
 
-class Docs(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
-    def call(self, *arguments):
-        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        return result.stdout
-
+class Docs(Case):
     def write(self, text, fragment):
         if fragment:
             text = json.dumps({"blocks": {"b": {"type": fragment, "params": json.loads(text)}}})
-        with open(self.path("s.json"), "w") as f:
-            f.write(text)
-        return self.path("s.json")
+        return self.path("s.json", text)
 
     def check_response(self, schematic, block, wanted):
         self.call("response", schematic, "--block", block, "--rate", str(RATE), "-o", self.path("r.csv"))

@@ -15,7 +15,10 @@ import sys
 import tempfile
 import unittest
 
-PROGRAM, SOURCE, BUILD, CC, *EMULATOR = sys.argv[1:]
+sys.dont_write_bytecode = True  # nothing beside the sources
+from program import PROGRAM, SOURCE, Case, samples, wav
+
+BUILD, CC, *EMULATOR = sys.argv[3:]
 FLAGS = "-std=c99 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror".split()
 RATE, FRAMES = 48000, 9000
 SETTER = re.compile(r"// ([\w-]+\.\S+): (.*)\n(?:static inline )?int (\w+)\((.*)\)")
@@ -95,7 +98,7 @@ def calls_of(header, draw, count, block_size):
         yield draw.randrange(1, FRAMES * 2 // 3 // block_size), path.replace("[]", "[3]"), setter, "3, " * row, value
 
 
-class Case:
+class Product:
     """One schematic in all its forms, in a folder."""
 
     def __init__(self, folder, number, document):
@@ -173,35 +176,7 @@ def noise(frames, channels):
     return struct.pack("<%df" % loud, *(draw.uniform(-1, 1) for _ in range(loud))) + bytes(4 * (frames * channels - loud))
 
 
-def wav(path, data, channels, rate):
-    with open(path, "wb") as f:
-        f.write(struct.pack("<4sI4s4sIHHIIHH4sI", b"RIFF", len(data) + 36, b"WAVE", b"fmt ", 16, 3, channels, rate,
-                            rate * 4 * channels, 4 * channels, 32, b"data", len(data)))
-        f.write(data)
-
-
-def samples(path):
-    with open(path, "rb") as f:
-        text = f.read()
-    at = 12
-    while text[at:at + 4] != b"data":
-        at += 8 + struct.unpack_from("<I", text, at + 4)[0]
-    return text[at + 8:at + 8 + struct.unpack_from("<I", text, at + 4)[0]]
-
-
-class Export(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
-    def call(self, *arguments, status=0):
-        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
-        self.assertEqual(result.returncode, status, result.stderr)
-        return result
-
+class Export(Case):
     def heard(self, case, data):
         """What the program itself puts out."""
         wav(self.path("in.wav"), data, case.inputs, case.rate)
@@ -210,7 +185,7 @@ class Export(unittest.TestCase):
         return samples(self.path("out.wav"))
 
     def test_every_form_gives_the_same_bits(self):
-        cases = [Case(self.dir.name, number, document) for number, document in enumerate(schematics())]
+        cases = [Product(self.dir.name, number, document) for number, document in enumerate(schematics())]
         table = compile_all(self.dir.name, cases, "table", ["-lvantoro_graph", "-lvantoro"])
         self.assertLessEqual(needed(table), {"libvantoro_graph", "libvantoro", "libm", "libc"})
         direct = {}  # by case

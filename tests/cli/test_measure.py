@@ -8,15 +8,12 @@ import cmath
 import csv
 import json
 import math
-import os
 import random
-import subprocess
 import sys
-import tempfile
 import unittest
 
 sys.dont_write_bytecode = True  # nothing beside the sources
-from test_cli import PROGRAM, samples, wav
+from program import Case, samples, wav
 
 RATE = 48000
 SECONDS = 2
@@ -28,34 +25,14 @@ def turned(a, b):
     return abs((a - b + 180) % 360 - 180)
 
 
-class Case(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name, text=None):
-        path = os.path.join(self.dir.name, name)
-        if text is not None:
-            with open(path, "w") as f:
-                f.write(text if isinstance(text, str) else json.dumps(text))
-        return path
-
-    def read(self, name):
-        with open(self.path(name)) as f:
-            return f.read()
-
-    def call(self, *arguments, status=0):
-        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
-        self.assertEqual(result.returncode, status, result.stderr)
-        return result
-
+class Responses(Case):
     def response(self, schematic, *options):
         """Rows of frequency, then dB and degrees of every curve."""
         rows = csv.reader(self.call("response", schematic, "-o", "-", *options).stdout.splitlines()[1:])
         return {float(row[0]): [float(value or "nan") for value in row[1:]] for row in rows}
 
 
-class Measure(Case):
+class Measure(Responses):
     def sweep(self):
         """Samples of the sweep, without the silence after it; a file of it is there, too."""
         self.call("measure", "--sweep", self.path("sweep.wav"), *TEST_SWEEP, "--tail", "1")
@@ -187,7 +164,7 @@ def cookbook(kind, fc, gain, q=None, octaves=None):
             "BP": ((alpha, 0, -alpha), plain), "NO": ((1, -2 * cos, 1), plain), "AP": (plain[::-1], plain)}[kind]
 
 
-class Filters(Case):
+class Filters(Responses):
     FLAT = '{ // stays\n  "rate": 48000, "inputs": 1,\n  "blocks": {"eq": {"type": "%s", "params": {"bands": []}}},\n' \
            '  "wires": [["input", "eq"], ["eq", "output"]]\n}\n'
 
