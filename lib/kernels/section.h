@@ -129,12 +129,13 @@ template <int kCoeffs = kSosCoeffs>
 }
 
 // Takes the bands of `coeff` (kCoeffs floats each) that `active(band)` selects; reserve() made room for all of them.
-// Channel c's state begins at state[stride * c], with kSosWords for each band, active or not.
+// Channel c's state begins at state[stride * c], with kSosWords for each band, active or not; without channels there is
+// none, and nothing to arrange.
 template <int kCoeffs = kSosCoeffs, class Active>
 void arrange(Cascade& cascade, const float* coeff, float* state, std::ptrdiff_t stride, int bands, Active active)
 {
     cascade.sections = 0;
-    for (std::ptrdiff_t k = bands - 1; k >= 0; --k)
+    for (std::ptrdiff_t k = state ? bands - 1 : -1; k >= 0; --k)
         if (active(k))
             put_first<kCoeffs>(cascade, coeff + kCoeffs * k, state + kSosWords * k, stride);
 }
