@@ -14,9 +14,6 @@
 
 namespace vantoro {
 
-namespace {
-
-// "a, b or c"
 std::string listed(const std::vector<std::string>& names, const char* last)
 {
     std::string text;
@@ -24,6 +21,8 @@ std::string listed(const std::vector<std::string>& names, const char* last)
         text += (i == 0 ? "" : i + 1 < names.size() ? ", " : last) + names[i];
     return text;
 }
+
+namespace {
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& known)
 {

@@ -18,6 +18,8 @@ class Option;
 
 namespace vantoro {
 
+std::string listed(const std::vector<std::string>& names, const char* last);  // "a, b or c", for " or "
+
 // An option, a flag or an argument, as users read it.
 struct OptionText {
     std::string names;  // "-o,--output"; of an argument its own: "schematic"

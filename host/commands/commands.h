@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/plot.h"
 #include "commands/command_line.h"
 #include "schematic/reader.h"
 
@@ -31,6 +32,12 @@ Warnings warnings_of(bool strict, bool quiet);
 // Both throw UserError.
 Schematic load_schematic(const std::string& path, const ReadOptions& options, Warnings what);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
+
+// Which of `kinds`, the extensions without a dot, a file to write is. Throws UserError.
+std::string kind_of(const std::string& path, const std::vector<std::string>& kinds);
+// A picture of the curves, of the kind that the name of the file says.
+void draw(const std::string& path, const Axis& axis, const std::vector<Curve>& curves, const std::string& title,
+          const View& view);
 
 std::string backend_names();  // of live audio, in this build
 

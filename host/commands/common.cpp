@@ -1,11 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include "commands/commands.h"
 #include "engine/engine.h"
+#include "io/part_file.h"
+#include "io/program.h"
 
 namespace vantoro {
+
+std::string kind_of(const std::string& path, const std::vector<std::string>& kinds)
+{
+    const std::string extension = std::filesystem::path(path).extension().string();
+    std::vector<std::string> extensions;
+    for (const std::string& kind : kinds) {
+        if (extension == '.' + kind)
+            return kind;
+        extensions.push_back('.' + kind);
+    }
+    throw UserError(path + ": the extension names the kind of file: " + listed(extensions, " or "));
+}
+
+void draw(const std::string& path, const Axis& axis, const std::vector<Curve>& curves, const std::string& title,
+          const View& view)
+{
+    const std::string kind = std::filesystem::path(path).extension().string().substr(1);
+    write_file(path, run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, title, kind, view),
+                                 "gnuplot-nox"));
+}
 
 void print_problems(const std::vector<Problem>& problems)
 {

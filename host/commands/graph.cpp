@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // vantoro graph SCHEMATIC -o FILE: the schematic as a picture, drawn by graphviz.
 #include <algorithm>
-#include <array>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -25,8 +23,6 @@ struct Options {
 };
 
 constexpr std::size_t kLongestValue = 90;  // characters of a line of values
-
-constexpr std::array kPictures = {".svg", ".png", ".pdf"};
 
 // Text in a label of a record: what would be read as structure is escaped.
 std::string label_text(std::string_view text)
@@ -111,16 +107,12 @@ std::string dot_text(const Schematic& schematic, const Options& options)
 
 int graph(const Options& options)
 {
-    namespace fs = std::filesystem;
-    const std::string extension = fs::path(options.output).extension().string();
-    if (std::ranges::find(kPictures, extension) == kPictures.end())
-        throw UserError(options.output + ": the extension names the kind of picture: .svg, .png or .pdf");
+    const std::string kind = kind_of(options.output, {"svg", "png", "pdf"});
     if (const std::string why = PartFile::refusal(options.output, {{"the schematic", options.schematic}}); !why.empty())
         throw UserError(why);
     const Schematic schematic = read_schematic(
         options.schematic, {.channels = options.channels, .settings = parse_settings(options.settings, When::start)});
-    write_file(options.output,
-               run_program("dot", {"-T" + extension.substr(1)}, dot_text(schematic, options), "graphviz"));
+    write_file(options.output, run_program("dot", {"-T" + kind}, dot_text(schematic, options), "graphviz"));
     return 0;
 }
 

@@ -12,7 +12,6 @@
 #include "analysis/plot.h"
 #include "commands/commands.h"
 #include "io/audio_file.h"
-#include "io/program.h"
 #include "support/decimal.h"
 #include "support/quantity.h"
 
@@ -236,20 +235,15 @@ std::string settings_text(const Options& options, Window window)
 
 void write_picture(const Options& options, const Axis& axis, const Spectrum& values, Window window)
 {
-    const std::string type = std::filesystem::path(options.picture).extension().string().substr(1);
     const std::string title = std::filesystem::path(options.recording).stem().string();
     const View view{.hz = Range{std::max(20.0, options.from), axis.rate / 2.0}};
-    write_file(options.picture,
-               run_program("gnuplot", {"--default-settings", "-"},
-                           plot_script(axis, {{settings_text(options, window), values}}, title, type, view),
-                           "gnuplot-nox"));
+    draw(options.picture, axis, {{settings_text(options, window), values}}, title, view);
 }
 
 void check_outputs(const Options& options)
 {
-    const std::string extension = std::filesystem::path(options.picture).extension().string();
-    if (!options.picture.empty() && extension != ".svg" && extension != ".png")
-        throw UserError(options.picture + ": the extension names the kind of picture: .svg or .png");
+    if (!options.picture.empty())
+        kind_of(options.picture, {"svg", "png"});
     for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture})
         if (const std::string why = path.empty() ? ""
                                                  : PartFile::refusal(path, {{"the recording", options.recording},

@@ -14,7 +14,6 @@
 #include "catalog/words.h"
 #include "commands/commands.h"
 #include "io/part_file.h"
-#include "io/program.h"
 #include "support/decimal.h"
 
 namespace vantoro {
@@ -211,12 +210,10 @@ void write(const Options& options, const std::string& title, const Axis& axis, c
         std::fputs(csv_text(axis, curves, view).c_str(), stdout);
         return;
     }
-    const std::string type = std::filesystem::path(options.output).extension().string().substr(1);
-    const auto drawn = [&] {
-        return run_program("gnuplot", {"--default-settings", "-"}, plot_script(axis, curves, title, type, view),
-                           "gnuplot-nox");
-    };
-    write_file(options.output, type == "csv" ? csv_text(axis, curves, view) : drawn());
+    if (options.output.ends_with(".csv"))
+        write_file(options.output, csv_text(axis, curves, view));
+    else
+        draw(options.output, axis, curves, title, view);
 }
 
 // Phase gets its slope from the neighbours of each bin.
@@ -236,9 +233,8 @@ void take_delays(const Axis& pairs, const Axis& axis, const Options& options, st
 
 int respond(const Options& options)
 {
-    const std::string extension = std::filesystem::path(options.output).extension().string();
-    if (options.output != "-" && extension != ".svg" && extension != ".png" && extension != ".csv")
-        throw UserError(options.output + ": the extension names what is wanted: .svg, .png or .csv");
+    if (options.output != "-")
+        kind_of(options.output, {"svg", "png", "csv"});
     if (const std::string why = PartFile::refusal(
             options.output, {{"the schematic", options.schematic}, {"the loudspeaker", options.speaker}});
         !why.empty())
