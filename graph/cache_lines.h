@@ -4,12 +4,16 @@
 
 #include <cstddef>
 
-namespace vgraph {
+#include "../lib/framework/cache_line.h"
 
-inline constexpr std::size_t kLine = 16;  // samples of a cache line of 64 bytes
+namespace vgraph {
 
 // Sizes in samples, rounded up to an odd number of lines. Any 64 buffers in a row that are so far apart begin in
 // different places of a 4 KiB page, and do not evict each other from a cache whose sets repeat with the page.
-constexpr std::size_t odd_lines(std::size_t samples) { return ((samples + kLine - 1) / kLine | 1U) * kLine; }
+constexpr std::size_t odd_lines(std::size_t samples)
+{
+    constexpr std::size_t line = lbx::kLine;
+    return ((samples + line - 1) / line | 1U) * line;
+}
 
 }  // namespace vgraph

@@ -24,9 +24,9 @@ bool may_chain(const RunNode& node)
 }  // namespace
 
 // How many hear each signal.
-bool Program::count_listeners(Array<int>& listeners, std::size_t links) const
+bool Program::count_listeners(owned::Array<int>& listeners, std::size_t links) const
 {
-    if (!zeros(listeners, buffers_count_))
+    if (!owned::zeros(listeners, buffers_count_))
         return false;
     for (std::size_t i = 0; i < links; ++i)
         ++listeners[links_[i]];
@@ -56,9 +56,9 @@ int Program::giver_of(int signal) const
 
 bool Program::make_chains(std::size_t links)
 {
-    Array<int> listeners;
-    if (!count_listeners(listeners, links) || !zeros(chained_, index(nodes_count_)) ||
-        !zeros(inner_, index(nodes_count_)))
+    owned::Array<int> listeners;
+    if (!count_listeners(listeners, links) || !owned::zeros(chained_, index(nodes_count_)) ||
+        !owned::zeros(inner_, index(nodes_count_)))
         return false;
     for (int n = 0; n < nodes_count_; ++n) {
         RunNode& node = nodes_[index(n)];

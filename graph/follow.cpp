@@ -48,8 +48,8 @@ bool Program::same_node(const RunNode& node, const RunNode& other, const int* sa
 
 bool Program::lend(const Program& from)
 {
-    Array<int> same;
-    if (!zeros(same, buffers_count_))
+    owned::Array<int> same;
+    if (!owned::zeros(same, buffers_count_))
         return false;
     std::fill_n(same.get(), buffers_count_, -1);
     for (int s = 0; s <= inputs_; ++s)

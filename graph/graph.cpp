@@ -8,10 +8,10 @@
 #include <numbers>
 #include <utility>
 
+#include "cache_lines.h"
 #include "flush_to_zero.h"
 #include "program.h"
 
-using vgraph::Array;
 using vgraph::History;
 using vgraph::Meters;
 using vgraph::Program;
@@ -35,8 +35,8 @@ struct VantoroGraph {
     Program* release();
 
     // The graph's own buffers, so that they stay where they are across a swap.
-    Array<float> arena;
-    Array<float*> in, out;
+    owned::Array<float> arena;
+    owned::Array<float*> in, out;
     int inputs_count = 0, outputs_count = 0;  // the same for all that is swapped in; any thread
     int filled = 0;                           // frames of the block that Vantoro_graph_run is filling
 
@@ -80,8 +80,8 @@ bool make_buffers(VantoroGraph& graph)
     graph.inputs_count = program.inputs();
     graph.outputs_count = program.outputs();
     const std::size_t channels = index(program.inputs()) + index(program.outputs());
-    if (!vgraph::silence(graph.arena, stride * channels) || !vgraph::zeros(graph.in, index(program.inputs())) ||
-        !vgraph::zeros(graph.out, index(program.outputs())))
+    if (!owned::silence(graph.arena, stride * channels) || !owned::zeros(graph.in, index(program.inputs())) ||
+        !owned::zeros(graph.out, index(program.outputs())))
         return false;
     float* next = graph.arena.get();
     for (int ch = 0; ch < program.inputs(); ++ch, next += stride)
@@ -95,9 +95,9 @@ bool make_meters(Program& program)
 {
     if (program.meters.load(std::memory_order_relaxed))
         return true;
-    auto* meters = vgraph::make<Meters>();
+    auto* meters = owned::make<Meters>();
     if (!meters || !meters->reserve(program.signals() + program.outputs())) {
-        vgraph::unmake(meters);
+        owned::unmake(meters);
         return false;
     }
     program.meters.store(meters, std::memory_order_release);
@@ -118,7 +118,7 @@ VantoroGraph::~VantoroGraph()
 {
     free_retired();
     for (Program* program : {waiting.load(), coming, now})
-        vgraph::unmake(program);
+        owned::unmake(program);
 }
 
 void VantoroGraph::retire(Program* program)
@@ -134,7 +134,7 @@ void VantoroGraph::free_retired()
     Program* program = retired.exchange(nullptr, std::memory_order_acquire);
     while (program) {
         Program* next = program->next_retired;
-        vgraph::unmake(program);
+        owned::unmake(program);
         program = next;
     }
 }
@@ -296,7 +296,7 @@ void VantoroGraph::start_base()
 {
     Program* dropped = waiting.exchange(nullptr, std::memory_order_acq_rel);
     if (dropped)
-        vgraph::unmake(dropped);
+        owned::unmake(dropped);
     else
         begun = newest;
     newest = begun;
@@ -314,18 +314,18 @@ VantoroGraph* Vantoro_graph_create(const void* preset, size_t bytes, int rate)
     if (used < static_cast<int>(vgraph::kMinRate) || used > static_cast<int>(vgraph::kMaxRate) ||
         (named != 0 && named != used))
         return nullptr;
-    auto* graph = vgraph::make<VantoroGraph>();
+    auto* graph = owned::make<VantoroGraph>();
     if (!graph)
         return nullptr;
     graph->now = graph->newest = graph->begun = Program::create(view, used);
     graph->playing = graph->now;
     if (graph->now && make_buffers(*graph))
         return graph;
-    vgraph::unmake(graph);
+    owned::unmake(graph);
     return nullptr;
 }
 
-void Vantoro_graph_destroy(VantoroGraph* graph) { vgraph::unmake(graph); }
+void Vantoro_graph_destroy(VantoroGraph* graph) { owned::unmake(graph); }
 
 int Vantoro_graph_rate(const VantoroGraph* graph) { return graph->newest->rate(); }
 int Vantoro_graph_block_size(const VantoroGraph* graph) { return samples(*graph); }
@@ -435,7 +435,7 @@ int Vantoro_graph_swap(VantoroGraph* graph, VantoroGraph* next, float ms)
     graph->newest = next->release();
     graph->newest->fade_frames = std::lround(static_cast<double>(ms) * graph->newest->rate() / 1000);
     graph->waiting.store(graph->newest, std::memory_order_release);
-    vgraph::unmake(next);
+    owned::unmake(next);
     graph->free_retired();
     return RT_OK;
 }
@@ -552,8 +552,8 @@ int Vantoro_graph_tapped(const VantoroGraph* graph, int slot, float* samples, in
     const std::int64_t end = tap.end.load(std::memory_order_acquire), blocks = (count + block - 1) / block;
     if (blocks > tap.past.depth() || end - blocks < tap.since)
         return RT_ERR_VALUE;
-    Array<float> one;
-    if (!vgraph::zeros(one, index(block)))
+    owned::Array<float> one;
+    if (!owned::zeros(one, index(block)))
         return RT_ERR_MALLOC;
     int skipped = static_cast<int>(blocks) * block - count;  // of the oldest block
     for (std::int64_t b = end - blocks; b < end; ++b, skipped = 0) {

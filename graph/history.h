@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "owned.h"
+#include "../lib/framework/owned.h"
 
 namespace vgraph {
 
@@ -25,7 +25,7 @@ public:
         signals_ = static_cast<std::size_t>(signals);
         const std::size_t slots = std::bit_ceil(static_cast<std::size_t>(blocks) + kMargin);
         mask_ = slots - 1;
-        return zeros(words_, slots * signals_ * stride_);
+        return owned::zeros(words_, slots * signals_ * stride_);
     }
     bool kept() const { return words_ != nullptr; }
     // Blocks that can be read, at the most.
@@ -65,7 +65,7 @@ private:
         return words_.get() + (slot * signals_ + static_cast<std::size_t>(signal)) * stride_;
     }
 
-    Array<std::uint64_t> words_;  // two samples each
+    owned::Array<std::uint64_t> words_;  // two samples each
     std::size_t block_ = 0, stride_ = 0, signals_ = 0, mask_ = 0;
 };
 

@@ -26,7 +26,7 @@ void raise_peak(V& peak, const V& x)
 bool Meters::reserve(int signals)
 {
     signals_ = signals;
-    for (Array<Lanes>& bank : banks_) {
+    for (owned::Array<Lanes>& bank : banks_) {
         const std::size_t bytes = sizeof(Lanes) * (static_cast<std::size_t>(signals) + 1);
         bank.reset(static_cast<Lanes*>(std::aligned_alloc(alignof(Lanes), bytes)));
         if (!bank)

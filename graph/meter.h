@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "owned.h"
+#include "../lib/framework/owned.h"
 #include "vantoro_graph.h"
 
 namespace vgraph {
@@ -31,7 +31,7 @@ public:
     long take(VantoroGraphMeter* meters, int count, int block);
 
 private:
-    Array<Lanes> banks_[2];
+    owned::Array<Lanes> banks_[2];
     long blocks_[2] = {};
     int signals_ = 0;
     unsigned now_ = 0;                // audio thread: the bank that is added to

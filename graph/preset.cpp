@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <vantoro/common/block_info.h>
 
+#include "../lib/framework/owned.h"
 #include "arithmetic.h"
-#include "owned.h"
 
 namespace vgraph {
 
@@ -80,8 +80,8 @@ int check_block_size(const VantoroBlockInfo& info, std::uint32_t size, const cha
 // Its vector, copied to where floats are aligned.
 int check_vector(const Preset& preset, const Node& node, const char* name, const Reason& reason)
 {
-    Array<float> vector;
-    if (!zeros(vector, node.length))
+    owned::Array<float> vector;
+    if (!owned::zeros(vector, node.length))
         return reason.refuse("memory is short");
     preset.copy_floats(node.vector, node.length, vector.get());
     char why[160];

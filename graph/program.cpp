@@ -9,6 +9,8 @@
 #include <vantoro/level_detectors/level_detectors.h>
 #include <vantoro/vantoro_preprocess.h>
 
+#include "cache_lines.h"
+
 namespace vgraph {
 
 namespace {
@@ -55,10 +57,10 @@ constinit thread_local const char* node_at_work = nullptr;
 
 Program* Program::create(const Preset& preset, int rate)
 {
-    auto* program = make<Program>();
+    auto* program = owned::make<Program>();
     if (program && program->build(preset, rate))
         return program;
-    unmake(program);
+    owned::unmake(program);
     return nullptr;
 }
 
@@ -73,7 +75,7 @@ Program::~Program()
         std::free(nodes_[index(n)].levels);
         std::free(nodes_[index(n)].posted);
     }
-    unmake(meters.load());
+    owned::unmake(meters.load());
 }
 
 bool Program::contiguous(const Node& node) const
@@ -114,10 +116,11 @@ bool Program::reserve(const Preset& preset)
         samples += outputs_size(node) + gather_size(node);
     }
     const std::size_t text = std::size_t{4} * preset.word(VANTORO_PRESET_WORD_TEXT);
-    if (!silence(arena_, samples) || !zeros(buffers_, 1 + index(inputs_) + outputs) || !zeros(in_, index(inputs_)) ||
-        !zeros(out_, index(outputs_)) || !zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) ||
-        !zeros(heard_, pins) || !zeros(scratch_, index(longest_)) || !zeros(text_, text) || !zeros(links_, links) ||
-        !zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))
+    if (!owned::silence(arena_, samples) || !owned::zeros(buffers_, 1 + index(inputs_) + outputs) ||
+        !owned::zeros(in_, index(inputs_)) || !owned::zeros(out_, index(outputs_)) ||
+        !owned::zeros(pins_, pins + preset.word(VANTORO_PRESET_WORD_NODES)) || !owned::zeros(heard_, pins) ||
+        !owned::zeros(scratch_, index(longest_)) || !owned::zeros(text_, text) || !owned::zeros(links_, links) ||
+        !owned::zeros(nodes_, preset.word(VANTORO_PRESET_WORD_NODES)) || !queue_.reserve(index(longest_)))
         return false;
     std::copy_n(preset.text(), text, text_.get());
     for (std::size_t i = 0; i < links; ++i)
@@ -158,7 +161,7 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     node.links = links_.get() + link;
     node.first_signal = static_cast<int>(buffers_count_);
     node.past = node.lender = node.before = node.after = -1;
-    node.pro = make<BlockPro>();
+    node.pro = owned::make<BlockPro>();
     if (!node.pro)
         return false;
     *node.pro = pro_;
@@ -168,7 +171,7 @@ bool Program::make_node(const Preset& preset, std::uint32_t n, std::uint64_t& li
     flushes_ = flushes_ || (node.info->traits & VANTORO_DENORMALS) != 0;
 
     node.length = static_cast<int>(wanted.length);
-    if (Array<float> posted; zeros(posted, wanted.length))
+    if (owned::Array<float> posted; owned::zeros(posted, wanted.length))
         node.posted = posted.release();
     else
         return false;
@@ -208,8 +211,8 @@ bool Program::make_levels(RunNode& node)
     LevelDetector_levels(node.block, &node.level_count);
     if (node.level_count == 0)
         return true;
-    Array<float> own;
-    if (!zeros(own, index(node.level_count)))
+    owned::Array<float> own;
+    if (!owned::zeros(own, index(node.level_count)))
         return false;
     node.levels = own.release();
     return true;
@@ -242,8 +245,8 @@ bool Program::make_room(int length)
 {
     if (length <= longest_)
         return true;
-    Array<float> scratch;
-    if (!zeros(scratch, index(length)) || !queue_.reserve(index(length)))
+    owned::Array<float> scratch;
+    if (!owned::zeros(scratch, index(length)) || !queue_.reserve(index(length)))
         return false;
     scratch_ = std::move(scratch);
     longest_ = length;
@@ -257,8 +260,8 @@ int Program::set(int n, const float* vector, int length)
     take_posts();  // what was accepted before comes before
     RunNode& found = nodes_[index(n)];
     const bool resized = resizes(found, vector, length);
-    Array<float> posted;
-    if (!zeros(posted, index(length)) || !make_room(length))
+    owned::Array<float> posted;
+    if (!owned::zeros(posted, index(length)) || !make_room(length))
         return RT_ERR_MALLOC;
     std::copy_n(vector, length, posted.get());
     std::free(found.posted);

@@ -15,10 +15,10 @@
 #include <cstdint>
 #include <vantoro/common/block_info.h>
 
+#include "../lib/framework/owned.h"
 #include "arithmetic.h"
 #include "history.h"
 #include "meter.h"
-#include "owned.h"
 #include "preset.h"
 #include "queue.h"
 
@@ -149,7 +149,7 @@ private:
     int run();
     // Chains and what runs in them, see chain.cpp.
     [[nodiscard]] bool make_chains(std::size_t links);
-    [[nodiscard]] bool count_listeners(Array<int>& listeners, std::size_t links) const;
+    [[nodiscard]] bool count_listeners(owned::Array<int>& listeners, std::size_t links) const;
     bool follows(const RunNode& node, const RunNode& before, const int* listeners) const;
     int giver_of(int signal) const;
     void listen(bool metered);
@@ -164,22 +164,22 @@ private:
     std::size_t stride_ = 0;  // samples from buffer to buffer
     int inputs_ = 0, outputs_ = 0, nodes_count_ = 0;
     bool flushes_ = false;
-    Array<float> arena_;
+    owned::Array<float> arena_;
     std::size_t taken_ = 0;
-    Array<float*> buffers_;  // by the numbers of links
+    owned::Array<float*> buffers_;  // by the numbers of links
     std::size_t buffers_count_ = 0;
-    Array<float*> in_;
-    Array<const float*> out_;
-    Array<float*> pins_;  // of all RunNode::in and out
+    owned::Array<float*> in_;
+    owned::Array<const float*> out_;
+    owned::Array<float*> pins_;  // of all RunNode::in and out
     std::size_t pins_taken_ = 0;
-    Array<const float*> heard_;
+    owned::Array<const float*> heard_;
     std::size_t heard_taken_ = 0;
-    Array<float> scratch_;  // as long as the longest vector
+    owned::Array<float> scratch_;  // as long as the longest vector
     int longest_ = 0, failed_ = -1, looked_at_ = 0;
-    Array<char> text_;
-    Array<RunNode> nodes_;
-    Array<BlockAlgo*> chained_;  // the blocks, those of a chain in a row
-    Array<int> inner_;           // nodes that another one follows
+    owned::Array<char> text_;
+    owned::Array<RunNode> nodes_;
+    owned::Array<BlockAlgo*> chained_;  // the blocks, those of a chain in a row
+    owned::Array<int> inner_;           // nodes that another one follows
     int inner_count_ = 0;
     Queue queue_;
 
@@ -188,7 +188,7 @@ private:
     std::int64_t block_ = 0;                // the one that runs
     const Program* lender_ = nullptr;       // while a block runs
     bool reliving_ = false;
-    Array<std::uint32_t> links_;
+    owned::Array<std::uint32_t> links_;
 };
 
 }  // namespace vgraph

@@ -8,7 +8,7 @@
 
 #include <utility>
 
-#include "owned.h"
+#include "../lib/framework/owned.h"
 
 namespace vgraph {
 
@@ -20,8 +20,8 @@ public:
         constexpr std::size_t kLeast = 4096;
         const std::size_t wanted = 2 * (longest + kHead);
         const std::size_t size = std::bit_ceil(wanted < kLeast ? kLeast : wanted);
-        Array<std::uint32_t> words;
-        if (!zeros(words, size))
+        owned::Array<std::uint32_t> words;
+        if (!owned::zeros(words, size))
             return false;
         words_ = std::move(words);
         mask_ = size - 1;
@@ -66,7 +66,7 @@ public:
 private:
     static constexpr std::size_t kHead = 2;
 
-    Array<std::uint32_t> words_;
+    owned::Array<std::uint32_t> words_;
     std::size_t mask_ = 0;
     alignas(64) std::atomic<std::size_t> written_{0};  // counts on, never wraps back
     alignas(64) std::atomic<std::size_t> read_{0};

@@ -8,11 +8,11 @@
 #include <cmath>
 #include <vantoro/vantoro_preprocess.h>
 
-#include "../graph/owned.h"
 #include "../lib/filters/arranged.h"
 #include "../lib/filters/crossover.h"
 #include "../lib/filters/graphical_eq.h"
 #include "../lib/filters/text_eq.h"
+#include "../lib/framework/owned.h"
 #include "../lib/kernels/section.h"
 #include "../lib/kernels/section_drivers.h"
 #include "law.h"
@@ -107,14 +107,14 @@ Record record_of(const BlockAlgo* blk)
 }
 
 struct Cascades : VantoroQuiet {
-    int sections = -1;              // there is room for
-    vgraph::Array<float> arranged;  // coefficients, then flags, of what follows
-    vgraph::Array<float> coeff;     // as Shifted has them
-    vgraph::Array<float> turn;      // the shift of every section that runs
-    vgraph::Array<float> state;     // as the record's words lie
-    vgraph::Array<float> written;   // the words that were last put into the record
-    vgraph::Array<CascadeGroup> groups;
-    vgraph::Array<float> tile;
+    int sections = -1;             // there is room for
+    owned::Array<float> arranged;  // coefficients, then flags, of what follows
+    owned::Array<float> coeff;     // as Shifted has them
+    owned::Array<float> turn;      // the shift of every section that runs
+    owned::Array<float> state;     // as the record's words lie
+    owned::Array<float> written;   // the words that were last put into the record
+    owned::Array<CascadeGroup> groups;
+    owned::Array<float> tile;
     Cascade cascade = {};
     Split split = {};
 };
@@ -226,11 +226,11 @@ bool prepare(VantoroQuiet* quiet)
         const auto sections = static_cast<std::size_t>(record.sections);
         const auto channels = static_cast<std::size_t>(own->block->nInputs);
         Cascades fresh;
-        if (!vgraph::zeros(fresh.arranged, (kSosCoeffs + 1) * sections) ||
-            !vgraph::zeros(fresh.coeff, kCoeffs * sections) || !vgraph::zeros(fresh.turn, sections) ||
-            !vgraph::zeros(fresh.state, kSosWords * sections * channels) ||
-            !vgraph::zeros(fresh.written, kSosWords * sections * channels) ||
-            !vgraph::zeros(fresh.groups, sections / 4 + 1) || !vgraph::zeros(fresh.tile, kSplitTile * channels))
+        if (!owned::zeros(fresh.arranged, (kSosCoeffs + 1) * sections) ||
+            !owned::zeros(fresh.coeff, kCoeffs * sections) || !owned::zeros(fresh.turn, sections) ||
+            !owned::zeros(fresh.state, kSosWords * sections * channels) ||
+            !owned::zeros(fresh.written, kSosWords * sections * channels) ||
+            !owned::zeros(fresh.groups, sections / 4 + 1) || !owned::zeros(fresh.tile, kSplitTile * channels))
             return false;
         static_cast<VantoroQuiet&>(fresh) = *own;
         *own = std::move(fresh);
@@ -247,8 +247,8 @@ void clear(VantoroQuiet* quiet)
     std::fill_n(own->written.get(), all_words(own), 0.0F);
 }
 
-VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Cascades>(); }
-void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Cascades*>(quiet)); }
+VantoroQuiet* create(BlockAlgo*) { return owned::make<Cascades>(); }
+void destroy(VantoroQuiet* quiet) { owned::unmake(static_cast<Cascades*>(quiet)); }
 
 constexpr Form kCascades = {create, prepare, process, clear, destroy};
 

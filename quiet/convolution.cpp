@@ -15,6 +15,7 @@
 #include <utility>
 #include <vantoro/vantoro_preprocess.h>
 
+#include "../lib/filters/arranged.h"
 #include "../lib/filters/fir.h"
 #include "../lib/kernels/lanes.h"
 #include "transform.h"
@@ -36,9 +37,9 @@ constexpr int kPays[kMostStages] = {256, 2048, 16384};
 
 struct Stage {
     Transform transform;
-    int first, frame, parts;    // the first tap
-    bool at_once;               // frames are heard as soon as they are complete
-    vgraph::Array<float> taps;  // spectra
+    int first, frame, parts;   // the first tap
+    bool at_once;              // frames are heard as soon as they are complete
+    owned::Array<float> taps;  // spectra
 };
 
 // The pieces of work from one frame to the next, in this order: the transform of the last frame, its product with the
@@ -83,11 +84,11 @@ struct Plan {
     int taps = 0, stages = 0;  // without stages: as documented
     const float* coeffs = nullptr;
     Stage stage[kMostStages] = {};
-    vgraph::Array<float> known{};  // the taps that the spectra are of, and zeros to the end of the last partition
+    owned::Array<float> known{};  // the taps that the spectra are of, and zeros to the end of the last partition
     int at_stage = 0, at_part = 0, unseen = 0;  // where they are compared next, and with how many is due
     std::size_t memory_each = 0;                // floats of a channel
-    vgraph::Array<float> memory{};
-    vgraph::Array<Channel> channel{};
+    owned::Array<float> memory{};
+    owned::Array<Channel> channel{};
 
     int line() const { return 2 * stage[stages - 1].frame; }
 };
@@ -228,13 +229,26 @@ void clear_channel(Plan& plan, int ch)
         state.newest = state.piece = state.cost = 0;
 }
 
-// Takes over from the ring: all that the taps reach is heard once more, and thrown away.
+// Whether the ring's last samples are those of this channel. A host that ran the documented arithmetic in between, for
+// just as many samples as the ring has, is noticed by them; only silence before and after would hide it.
+bool as_left(const Channel& channel, const CircularBuffer* ring)
+{
+    const float* last = channel.head + channel.position % kHead;
+    const int from_start = std::min(kHead, ring->writeIndex), from_end = kHead - from_start;
+    return ring->writeIndex == channel.written &&
+           same_floats(last, ring->buffer + ring->bufferLength - from_end, from_end) &&
+           same_floats(last + from_end, ring->buffer + ring->writeIndex - from_start, from_start);
+}
+
+// Takes over from the ring: all that the taps reach is heard once more, and thrown away. Frames begin with the next
+// sample, as they do after silence.
 void take_over(Plan& plan, const CircularBuffer* ring, int ch)
 {
     Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
     clear_channel(plan, ch);
     float some[kHead];
     const int reach = std::min(ring->bufferLength, (plan.taps + kHead - 1) / kHead * kHead);
+    channel.position = 0U - static_cast<unsigned>(reach);
     for (int ago = reach; ago > 0; ago -= kHead) {
         for (int i = 0; i < kHead; ++i)
             some[i] = ring->buffer[(ring->writeIndex - ago + i) & ring->wrapMask];
@@ -291,13 +305,13 @@ bool plan_stages(Plan& plan)
         stage.parts = (end - first + stage.frame - 1) / stage.frame;
         first = end;
         if (!design(stage.transform, stage.frame) ||
-            !vgraph::silence(stage.taps,
-                             2 * static_cast<std::size_t>(stage.frame) * static_cast<std::size_t>(stage.parts)))
+            !owned::silence(stage.taps,
+                            2 * static_cast<std::size_t>(stage.frame) * static_cast<std::size_t>(stage.parts)))
             return false;
     }
     const Stage& last = plan.stage[plan.stages - 1];
-    return vgraph::silence(plan.known, static_cast<std::size_t>(last.first) +
-                                           static_cast<std::size_t>(last.frame) * static_cast<std::size_t>(last.parts));
+    return owned::silence(plan.known, static_cast<std::size_t>(last.first) +
+                                          static_cast<std::size_t>(last.frame) * static_cast<std::size_t>(last.parts));
 }
 
 bool give_memory(Plan& plan, int channels)
@@ -307,8 +321,8 @@ bool give_memory(Plan& plan, int channels)
     for (int s = 0; s < plan.stages; ++s)
         plan.memory_each +=
             static_cast<std::size_t>(plan.stage[s].frame) * (2 * static_cast<std::size_t>(plan.stage[s].parts) + 5);
-    if (!vgraph::silence(plan.memory, plan.memory_each * static_cast<std::size_t>(channels)) ||
-        !vgraph::zeros(plan.channel, static_cast<std::size_t>(channels)))
+    if (!owned::silence(plan.memory, plan.memory_each * static_cast<std::size_t>(channels)) ||
+        !owned::zeros(plan.channel, static_cast<std::size_t>(channels)))
         return false;
     float* free = plan.memory.get();
     const auto take = [&](std::size_t floats) { return std::exchange(free, free + floats); };
@@ -342,8 +356,8 @@ bool make_plan(const FIR_Core* core, int channels, Plan& plan)
 
 // ---- the form
 
-VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Convolution>(); }
-void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Convolution*>(quiet)); }
+VantoroQuiet* create(BlockAlgo*) { return owned::make<Convolution>(); }
+void destroy(VantoroQuiet* quiet) { owned::unmake(static_cast<Convolution*>(quiet)); }
 
 bool prepare(VantoroQuiet* quiet)
 {
@@ -365,7 +379,7 @@ int process(VantoroQuiet* quiet, float** in, float** out)
     for (int ch = 0; ch < quiet->block->nInputs; ++ch) {
         Channel& channel = plan.channel[static_cast<std::size_t>(ch)];
         CircularBuffer* ring = core->databuffer[ch];
-        if (ring->writeIndex != channel.written)
+        if (!as_left(channel, ring))
             take_over(plan, ring, ch);
         write_past(ring, in[ch], n);
         channel.written = ring->writeIndex;
@@ -377,8 +391,10 @@ int process(VantoroQuiet* quiet, float** in, float** out)
 void clear(VantoroQuiet* quiet)
 {
     Plan& plan = static_cast<Convolution*>(quiet)->plan;
-    for (int ch = 0; plan.stages > 0 && ch < quiet->block->nInputs; ++ch)
+    for (int ch = 0; plan.stages > 0 && ch < quiet->block->nInputs; ++ch) {
         clear_channel(plan, ch);
+        plan.channel[static_cast<std::size_t>(ch)].written = core_of(quiet)->databuffer[ch]->writeIndex;
+    }
 }
 
 constexpr Form kConvolution = {create, prepare, process, clear, destroy};

@@ -9,9 +9,9 @@
 #include <cmath>
 #include <vantoro/vantoro_preprocess.h>
 
-#include "../graph/owned.h"
 #include "../lib/filters/arranged.h"
 #include "../lib/filters/second_order.h"
+#include "../lib/framework/owned.h"
 #include "../lib/kernels/recursion.h"
 #include "../lib/kernels/section.h"
 #include "doubles.h"
@@ -172,9 +172,9 @@ struct Sections : VantoroQuiet {
     float coeff[kSosCoeffs] = {};  // what the rest was designed from
     Law law = {};
     Grouped grouped = {};
-    bool groups = false;           // all of it is finite
-    vgraph::Array<State> state;    // by channel
-    vgraph::Array<float> written;  // the words that were last put into the record
+    bool groups = false;          // all of it is finite
+    owned::Array<State> state;    // by channel
+    owned::Array<float> written;  // the words that were last put into the record
 };
 
 bool all_finite(const Grouped& by)
@@ -257,7 +257,7 @@ bool prepare(VantoroQuiet* quiet)
 {
     auto* own = static_cast<Sections*>(quiet);
     const auto channels = static_cast<std::size_t>(own->block->nInputs);
-    if (!own->state && (!vgraph::zeros(own->state, channels) || !vgraph::zeros(own->written, kSosWords * channels)))
+    if (!own->state && (!owned::zeros(own->state, channels) || !owned::zeros(own->written, kSosWords * channels)))
         return false;
     const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
     redesign(own, core->coeffArray, own->block->nInputs);
@@ -271,8 +271,8 @@ void clear(VantoroQuiet* quiet)
     std::fill_n(own->written.get(), kSosWords * own->block->nInputs, 0.0F);
 }
 
-VantoroQuiet* create(BlockAlgo*) { return vgraph::make<Sections>(); }
-void destroy(VantoroQuiet* quiet) { vgraph::unmake(static_cast<Sections*>(quiet)); }
+VantoroQuiet* create(BlockAlgo*) { return owned::make<Sections>(); }
+void destroy(VantoroQuiet* quiet) { owned::unmake(static_cast<Sections*>(quiet)); }
 
 constexpr Form kSections = {create, prepare, process, clear, destroy};
 

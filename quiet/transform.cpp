@@ -251,9 +251,8 @@ bool design(Transform& transform, int size)
     transform.size = size;
     transform.pieces = pieces;
     transform.passes = bits_of(size) / bits_of(kRadix);
-    if (!vgraph::silence(transform.weights, 2 * static_cast<std::size_t>(size)) ||
-        !vgraph::silence(transform.twiddles,
-                         2 * static_cast<std::size_t>(kTwiddled) * static_cast<std::size_t>(pieces)))
+    if (!owned::silence(transform.weights, 2 * static_cast<std::size_t>(size)) ||
+        !owned::silence(transform.twiddles, 2 * static_cast<std::size_t>(kTwiddled) * static_cast<std::size_t>(pieces)))
         return false;
     for (int n = 0; n < size; ++n)
         put_root(transform.weights.get(), n, root_of(static_cast<unsigned>(n), bits_of(4 * size)));

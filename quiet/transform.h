@@ -9,7 +9,7 @@
 // same bits on every machine.
 #pragma once
 
-#include "../graph/owned.h"
+#include "../lib/framework/owned.h"
 
 namespace vquiet {
 
@@ -17,7 +17,7 @@ inline constexpr int kPiece = 64;  // points
 
 struct Transform {
     int size, passes, pieces;  // pieces of a pass
-    vgraph::Array<float> weights, twiddles;
+    owned::Array<float> weights, twiddles;
 };
 
 [[nodiscard]] bool design(Transform& transform, int size);  // false: no memory

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "../framework/cache_line.h"
 #include "each_index.h"
 #include "lanes.h"
 #include "ramp.h"
@@ -76,7 +77,6 @@ LBX_INLINE void copy_tile(const float* x, float* y, int n)
 
 // The first cache line of an array that has kLine floats to spare. Vectors that straddle lines cost twice, and the
 // allocator aligns to 16 bytes only.
-inline constexpr int kLine = 64 / sizeof(float);
 inline float* line_aligned(float* p)
 {
     constexpr std::uintptr_t kMask = kLine * sizeof(float) - 1;

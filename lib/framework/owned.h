@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// Memory of the runtime: arrays of zeros that free themselves. No exceptions: a null array is short memory.
+// Memory of what is built on the blocks: arrays of zeros that free themselves. No exceptions: a null array is short
+// memory.
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <new>
 
-#include "cache_lines.h"
+#include "cache_line.h"
 
-namespace vgraph {
+namespace owned {
 
 struct Free {
     void operator()(void* p) const { std::free(p); }
@@ -28,8 +30,9 @@ template <class T>
 // A run of samples for buffers, from the start of a line on.
 [[nodiscard]] inline bool silence(Array<float>& array, std::size_t samples)
 {
-    const std::size_t size = (samples + kLine) / kLine * kLine;
-    array.reset(static_cast<float*>(std::aligned_alloc(kLine * sizeof(float), size * sizeof(float))));
+    constexpr std::size_t line = lbx::kLine;
+    const std::size_t size = (samples + line) / line * line;
+    array.reset(static_cast<float*>(std::aligned_alloc(line * sizeof(float), size * sizeof(float))));
     if (array)
         std::fill_n(array.get(), size, 0.0F);
     return array != nullptr;
@@ -50,4 +53,4 @@ void unmake(T* object)
     std::free(object);
 }
 
-}  // namespace vgraph
+}  // namespace owned
