@@ -43,11 +43,16 @@ struct Shifted {
 constexpr int kCoeffs = Shifted<float>::kCoeffs;
 
 // Poles that are far apart need no shift; without one, all coefficients of the feedback are the documented ones, not
-// rounded again.
+// rounded again. Where they are real, what rounding takes from b1 goes into b2: at the end of the band where the poles
+// are, a small difference of the two decides.
 Law rounded_law(const float* coeff)
 {
-    const Law law = law_of(coeff, mean_of_poles(coeff));
-    return std::fabs(law.couple) < 0.125 ? law : law_of(coeff, 0);
+    const double mean = mean_of_poles(coeff);
+    const Law near = law_of(coeff, mean);
+    Law law = std::fabs(near.couple) < 0.125 ? near : law_of(coeff, 0);
+    if (near.couple > 0)
+        law.b2 += (law.b1 - static_cast<double>(static_cast<float>(law.b1))) * (std::copysign(1.0, mean) - law.shift);
+    return law;
 }
 
 // What a block's record says, whatever its type.
