@@ -4,7 +4,9 @@
 #include "measure.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 #include "vantoro_quiet.h"
 
@@ -63,6 +65,8 @@ void add_zita(int taps, int n, int largest)
         convolver->configure(1, 1, count, size, size, static_cast<unsigned>(largest), 0);
         convolver->impdata_create(0, 0, 1, vector.data() + 1, 0, taps);
         convolver->start_process(0, 0);
+        // A thread that has not begun by then is not stopped either, and reads what is freed.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
         return [=](Pins& pins) {
             std::copy_n(pins.in[0], n, convolver->inpdata(0));
             convolver->process(true);
