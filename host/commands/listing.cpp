@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <span>
 
 #include <nlohmann/json.hpp>
 
+#include "catalog/layout.h"
 #include "support/columns.h"
 
 namespace vantoro {
@@ -56,11 +58,25 @@ std::string value_text(const nlohmann::json& value)
     return '[' + text + ']';
 }
 
-// "fc = 1000 Hz"
-std::string assignment(const VantoroParam& param, const nlohmann::json& value)
+// "fc = 1000 Hz": the n-th of entries that have these values. A choice among them may give it another unit.
+std::string assignment(const Entries& entries, std::span<const float> values, std::size_t n,
+                       const nlohmann::json& value)
 {
-    const bool unit = param.unit[0] != '\0' && std::string_view(param.unit).find(" or ") == std::string_view::npos;
-    return std::string(param.name) + " = " + value_text(value) + (unit ? ' ' + std::string(param.unit) : "");
+    const VantoroParam* as = meaning_of(entries, values, n).as;
+    const std::string unit = as ? as->unit : "";
+    const bool one = !unit.empty() && unit.find(" or ") == std::string::npos;
+    return std::string(entries[n]->name) + " = " + value_text(value) + (one ? ' ' + unit : as ? "" : " (not read)");
+}
+
+// "fc = 1000 Hz, q = 0.7"; or the row as it is written, where it has no names.
+std::string row_text(const VantoroTable& table, std::span<const float> cells, const nlohmann::json& row)
+{
+    const Entries entries = entries_of(table);
+    std::string text;
+    for (std::size_t n = 0; n < entries.size(); ++n)
+        if (row.is_object() && row.contains(entries[n]->name))
+            text += (text.empty() ? "" : ", ") + assignment(entries, cells, n, row[std::string(entries[n]->name)]);
+    return text.empty() ? value_text(row) : text;
 }
 
 }  // namespace
@@ -69,22 +85,20 @@ std::vector<std::string> settings_of(const Block& block)
 {
     std::vector<std::string> items;
     const nlohmann::json named = named_values(*block.type, block.pins, block.vector);
-    for (const VantoroSlot& slot : std::span(block.type->layout, static_cast<std::size_t>(block.type->layout_count))) {
+    const Numbers numbers = take_apart(*block.type, block.pins, block.vector);
+    const Entries entries = entries_of(*block.type);
+    for (std::size_t n = 0; n < entries.size(); ++n) {
+        const VantoroSlot& slot = layout_of(*block.type)[n];
         if (slot.kind == VANTORO_VALUE && named.contains(slot.param->name))
-            items.push_back(assignment(*slot.param, named[slot.param->name]));
+            items.push_back(assignment(entries, numbers.values, n, named[slot.param->name]));
         if (slot.kind != VANTORO_ROWS || !named.contains(slot.table->name))
             continue;
         const nlohmann::json& rows = named[std::string(slot.table->name)];
         const std::size_t shown = std::min(rows.size(), kMostRows);
-        for (std::size_t row = 0; row < shown; ++row) {
-            std::string text;
-            for (const VantoroParam& column :
-                 std::span(slot.table->columns, static_cast<std::size_t>(slot.table->column_count)))
-                if (rows[row].is_object() && rows[row].contains(column.name))
-                    text += (text.empty() ? "" : ", ") + assignment(column, rows[row][std::string(column.name)]);
-            items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) +
-                            "]: " + (text.empty() ? value_text(rows[row]) : text));
-        }
+        const auto width = static_cast<std::size_t>(slot.table->column_count);
+        for (std::size_t row = 0; row < shown; ++row)
+            items.push_back(std::string(slot.table->name) + '[' + std::to_string(row) + "]: " +
+                            row_text(*slot.table, std::span(numbers.cells[n]).subspan(row * width, width), rows[row]));
         if (rows.size() > shown)
             items.push_back("and " + std::to_string(rows.size() - shown) + " more");
     }
