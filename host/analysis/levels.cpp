@@ -12,16 +12,23 @@ namespace vantoro {
 void Levels::add(const float* const* channels, int frames)
 {
     constexpr std::int32_t kFullScale = std::bit_cast<std::int32_t>(1.0F);
-    for (std::size_t ch = 0; ch < peaks_.size(); ++ch) {
+    const auto bits = [](float x) { return std::bit_cast<std::int32_t>(x); };
+    const auto magnitude = [&](float x) { return bits(x) & 0x7fffffff; };
+    for (std::size_t ch = 0; ch < peaks_.size() && frames > 0; ++ch) {
+        const float* x = channels[ch];
         std::int32_t peak = peaks_[ch];
         std::int32_t above = 0;
+        std::int32_t flat = magnitude(x[0]) == kFullScale && last_[ch] == bits(x[0]) ? 1 : 0;
         for (int i = 0; i < frames; ++i) {
-            const std::int32_t magnitude = std::bit_cast<std::int32_t>(channels[ch][i]) & 0x7fffffff;
-            peak = std::max(peak, magnitude);
-            above += magnitude > kFullScale ? 1 : 0;
+            peak = std::max(peak, magnitude(x[i]));
+            above += magnitude(x[i]) > kFullScale ? 1 : 0;
         }
+        for (int i = 1; i < frames; ++i)
+            flat += ((magnitude(x[i]) ^ kFullScale) | (bits(x[i]) ^ bits(x[i - 1]))) == 0 ? 1 : 0;
         peaks_[ch] = peak;
+        last_[ch] = bits(x[frames - 1]);
         above_ += above;
+        flat_ += flat;
     }
 }
 
@@ -40,7 +47,8 @@ std::string Levels::text() const
         std::snprintf(number, sizeof number, " %.2f", peak_db(ch));
         out += number;
     }
-    return out + " dBFS, " + std::to_string(above_) + " samples above full scale";
+    out += " dBFS, " + std::to_string(above_) + " samples above full scale";
+    return flat_ > 0 ? out + ", " + std::to_string(flat_) + " flat at full scale" : out;
 }
 
 }  // namespace vantoro

@@ -6,6 +6,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "analysis/sweep.h"
 
@@ -17,6 +18,7 @@ constexpr double kSettleSeconds = 2;
 constexpr double kLongestWindow = 64;  // s
 constexpr double kPatience = 300;      // s of audio
 constexpr double kTail = 1e-10;        // of the energy: what may still ring in the last eighth of a window
+constexpr double kNoise = 1e-6;        // of the energy: what may be there at the end, if it does not fall any more
 constexpr double kSame = 1e-4;         // of an output's peak: 0.001 dB
 
 std::size_t index(int n) { return static_cast<std::size_t>(n); }
@@ -24,8 +26,8 @@ std::size_t index(int n) { return static_cast<std::size_t>(n); }
 // The graph twice: on the stimulus, and on silence.
 class Pair {
 public:
-    Pair(const Schematic& schematic, int rate, int from)
-        : heard_(schematic, rate), silent_(schematic, rate), from_(index(from))
+    Pair(const Schematic& schematic, int rate, int from, std::function<void(std::int64_t)> progress)
+        : heard_(schematic, rate), silent_(schematic, rate), from_(index(from)), progress_(std::move(progress))
     {}
 
     double seconds() const { return static_cast<double>(blocks_) * heard_.block_size() / heard_.rate(); }
@@ -43,6 +45,8 @@ public:
             run(heard_);
             run(silent_);
             ++blocks_;
+            if (progress_)
+                progress_(blocks_ * heard_.block_size());
             for (std::size_t out = 0; out < response.size(); ++out)
                 add(response[out], heard_.output()[out], silent_.output()[out], std::min(size, length - done));
         }
@@ -67,6 +71,7 @@ private:
 
     Engine heard_, silent_;
     std::size_t from_;
+    std::function<void(std::int64_t)> progress_;
     std::int64_t blocks_ = 0;
 };
 
@@ -83,10 +88,15 @@ bool silent(std::span<const double> signal)
     return std::ranges::all_of(signal, [](double x) { return x == 0; });
 }
 
-// Whether a response is over within its window.
+// Whether a response is over within its window. Filters at low corners leave noise of their own, down to -60 dB, which
+// no window is long enough for: it is as loud in the last eighth as in the middle.
 bool ended(const Signal& response)
 {
-    return energy(std::span(response).last(response.size() / 8)) <= kTail * energy(response);
+    const std::size_t eighth = response.size() / 8;
+    const double all = energy(response);
+    const double last = energy(std::span(response).last(eighth));
+    return last <= kTail * all ||
+           (last <= kNoise * all && 2 * last >= energy(std::span(response).subspan(4 * eighth, eighth)));
 }
 
 // ---- transforms ----
@@ -150,19 +160,21 @@ bool same(const std::vector<Spectrum>& a, const std::vector<Spectrum>& b)
 }  // namespace
 
 std::vector<Spectrum> measure(const Schematic& schematic, int from, const Axis& axis, Stimulus stimulus,
-                              double level_db)
+                              double level_db, std::function<void(std::int64_t)> progress)
 {
-    Pair pair(schematic, axis.rate, from);
+    Pair pair(schematic, axis.rate, from, std::move(progress));
     pair.respond({}, static_cast<std::size_t>(kSettleSeconds * axis.rate));
     std::vector<Spectrum> before;
     std::size_t length = index(axis.size);
     while (pair.seconds() < kPatience) {
         const std::vector<Signal> responses = impulse_responses(pair, length, axis, stimulus, level_db);
-        if (!std::ranges::all_of(responses, ended)) {
+        if (const auto ringing = std::ranges::find_if_not(responses, ended); ringing != responses.end()) {
             length *= 2;
             if (static_cast<double>(length) > kLongestWindow * axis.rate)
-                throw std::runtime_error("the response does not die away within " +
-                                         std::to_string(static_cast<int>(kLongestWindow)) + " s");
+                throw std::runtime_error("output " + std::to_string(ringing - responses.begin()) +
+                                         ": the response does not die away within " +
+                                         std::to_string(static_cast<int>(kLongestWindow)) +
+                                         " s; a higher --level lifts more of it above noise");
             continue;
         }
         std::vector<Spectrum> now(responses.size());

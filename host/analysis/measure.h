@@ -6,6 +6,8 @@
 // windows while a response outlasts them, until two measurements in a row are the same: gains have glided to their end.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "analysis/response.h"
@@ -18,8 +20,9 @@ enum class Stimulus {
 };
 
 // Every output from channel `from` of the input. `level_db`: of the sweep, re full scale. Throws std::runtime_error
-// when a block fails, or when the response never ends or never stays the same.
+// when a block fails, or when the response never ends or never stays the same. `progress` is called now and then with
+// the frames that were run.
 std::vector<Spectrum> measure(const Schematic& schematic, int from, const Axis& axis, Stimulus stimulus,
-                              double level_db);
+                              double level_db, std::function<void(std::int64_t)> progress = {});
 
 }  // namespace vantoro

@@ -189,6 +189,8 @@ void append_data(std::string& text, const Axis& axis, const Curve& curve, const 
     append_stroke(text, stroke, (range.high - range.low) / kHeight);
     append(text, "EOD\n$p%zu << EOD\n", number);
     const double tolerance = (lower.range.high - lower.range.low) / kPhaseHeight;
+    // One point that is not seen: of a curve without any, gnuplot would complain.
+    append(text, "%.9g %.9g\n\n", axis.hz(0), lower.range.low - (lower.range.high - lower.range.low));
     for (std::size_t i = 0; i < values.size(); ++i) {
         const bool shown = !std::isnan(below[i]) && magnitude_db(values[i]) > range.low;
         if (!shown || (lower.wraps && !stroke.empty() && std::abs(below[i] - stroke.back().value) > 180))

@@ -13,6 +13,7 @@
 #include "analysis/speaker.h"
 #include "catalog/words.h"
 #include "commands/commands.h"
+#include "commands/progress.h"
 #include "io/part_file.h"
 #include "support/decimal.h"
 
@@ -152,8 +153,11 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
                      list_of(exact.unstable).c_str());
     if (linear && (options.method == Method::best || options.method == Method::coefficients))
         return curves_of(probe, wanted, exact.outputs, "", false);
-    const auto heard =
-        measure(probe.schematic, options.from, axis, linear ? Stimulus::impulse : Stimulus::sweep, options.level_db);
+    const auto heard = [&] {
+        Progress progress(std::nullopt);
+        return measure(probe.schematic, options.from, axis, linear ? Stimulus::impulse : Stimulus::sweep,
+                       options.level_db, [&](std::int64_t frames) { progress.show(frames, axis.rate); });
+    }();
     if (options.method != Method::both)
         return curves_of(probe, wanted, heard, "", false);
     std::vector<Curve> curves = curves_of(probe, wanted, exact.outputs, "", false);

@@ -64,7 +64,10 @@ class Cli(Case):
         wav(self.path("in.wav"), [0.4 / 32768, 0.6 / 32768, -0.6 / 32768, 1.0, 1.25, -1.0, -1.5, 1.0000001], 2)
         out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm16")
         self.assertEqual(struct.unpack("<8h", samples(self.path("out.wav"))), (0, 1, -1, 32767, 32767, -32768, -32768, 32767))
-        self.assertIn("peak 3.52 0.00 dBFS, 3 samples above full scale", out.stdout)
+        self.assertRegex(out.stdout, "peak 3.52 0.00 dBFS, 3 samples above full scale\n")
+        wav(self.path("in.wav"), [-1.0] + [1.0] * 70 + [0.5, 1.0], 1)  # also from block to block
+        out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"))
+        self.assertIn("0 samples above full scale, 69 flat at full scale", out.stdout)
         wav(self.path("in.wav"), [0.5, 1.0, 1.25, -1.0, -1.5], 1)  # 1.0 is no code of 32 bits
         self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm32")
         top = (1 << 31) - 128  # the largest float that fits
@@ -311,6 +314,7 @@ class Cli(Case):
 
     def test_log_lines_name_their_block(self):
         text = '{"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}, "wires": [["input", "late"], ["late", "output"]]}'
+        self.assertIn("gain = 1; type", self.call("check", self.path("g.json", GAIN % 64)).stdout)  # a factor, no dB
         self.assertRegex(self.call("check", self.path("t.json", text)).stderr, r"^late: LOG \(.*[^\n]\n$")
         self.assertEqual(self.call("check", "--quiet", self.path("t.json")).stderr, "")
 

@@ -226,6 +226,18 @@ TEST(Measured, DynamicsAtALowLevel)
     EXPECT_LT(magnitude_db(loud[0][40]), magnitude_db(measured[0][40]) - 3);
 }
 
+// Filters at low corners are noisy for ever: at -80 dB, which is no tail.
+TEST(Measured, NoiseOfLowCornersIsNoTail)
+{
+    const std::string filters = R"("hp": {"type": "FILTER_2ND_BESSEL_BUTTER", "params": {"type": "ButterHP", "fc": 25}},
+        "x": {"type": "FILTER_CROSSOVER_2WAY", "params": {"lowFc": 350, "highFc": 350}})";
+    const auto measured = measure(graph(filters + R"(, "limit": {"type": "DP_LIMITER"})",
+                                        R"(["input.0", "hp"], ["hp", "x"], ["x.0", "limit"], ["limit", "output"])"),
+                                  0, kAxis, Stimulus::sweep, -60);
+    const auto alone = exactly(graph(filters, R"(["input.0", "hp"], ["hp", "x"], ["x.0", "output"])"));
+    EXPECT_NEAR(magnitude_db(measured[0][100]), magnitude_db(alone.outputs[0][100]), 0.01);
+}
+
 TEST(Measured, WhatNeverSettlesIsRefused)
 {
     const auto schematic = graph(R"("e": {"type": "VC_GAINENVELOPE", "params": {"loop": true}})",
