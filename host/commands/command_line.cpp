@@ -204,6 +204,13 @@ int CommandLine::run(int argc, char** argv)
     } catch (const CLI::CallForVersion& version) {
         std::puts(version.what());
         return 0;
+    } catch (const CLI::ConversionError& error) {  // "Could not convert: --seconds = abc"
+        const std::string text = error.what();
+        const std::size_t from = text.find(": ") + 2;
+        const std::size_t to = text.find(" = ");
+        if (to == std::string::npos)
+            refuse(text);
+        throw UserError({{text.substr(from, to - from), text.substr(to + 3), "a number"}});
     } catch (const CLI::ParseError& error) {
         refuse(error.what());
     }

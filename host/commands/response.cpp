@@ -61,7 +61,8 @@ Probe make_probe(const Options& options)
         throw UserError((options.blocks.empty() ? options.schematic : options.blocks.front()) +
                         " has no input to ask a response of");
     if (options.from >= probe.schematic.inputs)
-        throw UserError("--from: there are " + std::to_string(probe.schematic.inputs) + " inputs, from 0 on");
+        throw UserError({{"--from", std::to_string(options.from),
+                          "an input from 0 to " + std::to_string(probe.schematic.inputs - 1)}});
     if (probe.names.empty())
         throw UserError(options.blocks.back() + " has no output");
     return probe;
