@@ -9,6 +9,7 @@
 
 #include "analysis/plot.h"
 #include "commands/command_line.h"
+#include "io/part_file.h"
 #include "schematic/reader.h"
 
 namespace vantoro {
@@ -32,6 +33,10 @@ Warnings warnings_of(bool strict, bool quiet);
 // Both throw UserError.
 Schematic load_schematic(const std::string& path, const ReadOptions& options, Warnings what);
 std::unique_ptr<Engine> make_engine(const std::string& path, Schematic schematic, int rate);
+
+// Throws UserError where an output must not be written: it cannot be, or it is one of `read`, the files of a schematic,
+// or of `kept`. To be asked before anything is opened for writing. An empty path and "-" are no file.
+void check_output(const std::string& path, const std::vector<std::string>& read, std::vector<PartFile::Kept> kept = {});
 
 // Which of `kinds`, the extensions without a dot, a file to write is. Throws UserError.
 std::string kind_of(const std::string& path, const std::vector<std::string>& kinds);

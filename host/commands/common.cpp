@@ -5,10 +5,17 @@
 
 #include "commands/commands.h"
 #include "engine/engine.h"
-#include "io/part_file.h"
 #include "io/program.h"
 
 namespace vantoro {
+
+void check_output(const std::string& path, const std::vector<std::string>& read, std::vector<PartFile::Kept> kept)
+{
+    for (const std::string& file : read)
+        kept.push_back({&file == &read.front() ? "the schematic" : "a file that the schematic reads", file});
+    if (const std::string why = PartFile::refusal(path, kept); !why.empty())
+        throw UserError(why);
+}
 
 std::string kind_of(const std::string& path, const std::vector<std::string>& kinds)
 {

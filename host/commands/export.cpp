@@ -9,7 +9,6 @@
 #include "commands/filter_lists.h"
 #include "export/direct.h"
 #include "export/table.h"
-#include "io/part_file.h"
 #include "schematic/preset.h"
 #include "vantoro_graph.h"
 
@@ -60,12 +59,6 @@ std::string checked_preset(const Options& options, const Schematic& schematic, i
     return bytes;
 }
 
-void refuse_overwriting(const std::string& path, const Options& options)
-{
-    if (const std::string why = PartFile::refusal(path, {{"the schematic", options.schematic}}); !why.empty())
-        throw UserError(why);
-}
-
 void write_c(const Options& options, const Schematic& schematic, int rate)
 {
     const bool direct = !options.direct.empty();
@@ -73,7 +66,7 @@ void write_c(const Options& options, const Schematic& schematic, int rate)
     const Product product = make_product(name, options.schematic, schematic, rate);
     const std::string path = (std::filesystem::path(options.directory) / name).string();
     for (const char* extension : {".c", ".h"})
-        refuse_overwriting(path + extension, options);
+        check_output(path + extension, schematic.files);
     const CFiles files = direct ? c_direct(product) : c_table(product);
     write_file(path + ".c", files.source);
     write_file(path + ".h", files.header);
@@ -83,7 +76,7 @@ int run(const Options& options)
 {
     const Schematic schematic = load(options);
     if (!options.filters.empty()) {
-        refuse_overwriting(options.filters, options);
+        check_output(options.filters, schematic.files);
         write_file(options.filters, exported_filters(schematic, options.schematic, options.block,
                                                      rate_of(schematic, options.rate), options.strict));
         return 0;
@@ -94,7 +87,7 @@ int run(const Options& options)
         write_c(options, schematic, rate);
         return 0;
     }
-    refuse_overwriting(options.binary, options);
+    check_output(options.binary, schematic.files);
     write_file(options.binary, preset);
     return 0;
 }

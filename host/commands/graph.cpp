@@ -7,7 +7,6 @@
 
 #include "commands/commands.h"
 #include "commands/listing.h"
-#include "io/part_file.h"
 #include "io/program.h"
 #include "support/printable.h"
 
@@ -108,10 +107,9 @@ std::string dot_text(const Schematic& schematic, const Options& options)
 int graph(const Options& options)
 {
     const std::string kind = kind_of(options.output, {"svg", "png", "pdf"});
-    if (const std::string why = PartFile::refusal(options.output, {{"the schematic", options.schematic}}); !why.empty())
-        throw UserError(why);
     const Schematic schematic = read_schematic(
         options.schematic, {.channels = options.channels, .settings = parse_settings(options.settings, When::start)});
+    check_output(options.output, schematic.files);
     write_file(options.output, run_program("dot", {"-T" + kind}, dot_text(schematic, options), "graphviz"));
     return 0;
 }

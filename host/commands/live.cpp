@@ -119,6 +119,8 @@ Plan prepare(const LiveOptions& options)
         throw UserError(plan.rate_by + " has " + std::to_string(*plan.reading.rate) +
                         " Hz; the schematic is made for " + std::to_string(*plan.schematic.rate) + " Hz");
     plan.rate = rate_of(plan.schematic, plan.reading.rate);
+    if (plan.to.kind == Endpoint::Kind::file)
+        check_output(plan.to.name, plan.schematic.files, {{"the input", plan.file ? plan.from.name : ""}});
     plan.reading.rate = plan.rate;
     plan.reading.channels = plan.schematic.inputs;
     return plan;

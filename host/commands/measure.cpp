@@ -245,11 +245,7 @@ void check_outputs(const Options& options)
     if (!options.picture.empty())
         kind_of(options.picture, {"svg", "png"});
     for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture})
-        if (const std::string why = path.empty() ? ""
-                                                 : PartFile::refusal(path, {{"the recording", options.recording},
-                                                                            {"the reference", options.reference}});
-            !why.empty())
-            throw UserError(why);
+        check_output(path, {}, {{"the recording", options.recording}, {"the reference", options.reference}});
 }
 
 void report(const Options& options, const Impulse& impulse, double noise_db, double lowest)

@@ -53,6 +53,7 @@ Probe make_probe(const Options& options)
         read_schematic(options.schematic, {.channels = options.channels,
                                            .rate = options.rate.value_or(kDefaultRate),
                                            .settings = parse_settings(options.settings, When::start)});
+    check_output(options.output, schematic.files, {{"the loudspeaker", options.speaker}});
     if (options.blocks.empty() && schematic.outputs.empty())
         throw UserError(options.schematic + ": nothing is wired to \"output\"; name a block with --block");
     Probe probe =
@@ -240,10 +241,6 @@ int respond(const Options& options)
 {
     if (options.output != "-")
         kind_of(options.output, {"svg", "png", "csv"});
-    if (const std::string why = PartFile::refusal(
-            options.output, {{"the schematic", options.schematic}, {"the loudspeaker", options.speaker}});
-        !why.empty())
-        throw UserError(why);
     const Probe probe = make_probe(options);
     const int rate = rate_of(probe.schematic, options.rate);
     const View view{options.lower, parse_range("--hz", options.hz, {20, rate / 2.0}),

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "commands/commands.h"
-#include "io/part_file.h"
 #include "io/tailed_source.h"
 #include "schematic/reader.h"
 #include "support/decimal.h"
@@ -106,7 +105,7 @@ void settle_by_options(const RunOptions& options, Job& job, Complaints& complain
     job.frames = std::llround(std::clamp(options.seconds.value_or(0), 0.0, kMaxSeconds) * job.rate);
 }
 
-void check_output(const RunOptions& options, const Job& job, Complaints& complaints)
+void check_sound(const RunOptions& options, const Job& job, Complaints& complaints)
 {
     const int channels = static_cast<int>(job.schematic.outputs.size());
     if (channels == 0 && !options.output.empty())
@@ -118,19 +117,20 @@ void check_output(const RunOptions& options, const Job& job, Complaints& complai
         return;
     if (options.raw_out.empty())
         complaints.guard([&] { AudioWriter::check(sound_path(options), options.encoding, channels, job.rate); });
-    const std::string nothing;
-    complaints.add(
-        PartFile::refusal(options.output, {{"the schematic", options.schematic},
-                                           {"the input; --force allows it", options.force ? nothing : options.input}}));
+    complaints.guard([&] {
+        check_output(options.output, job.schematic.files,
+                     {{"the input; --force allows it", options.force ? "" : options.input}});
+    });
 }
 
-void check_meters(const RunOptions& options, Complaints& complaints)
+void check_meters(const RunOptions& options, const Job& job, Complaints& complaints)
 {
     if (options.meters == "-")
         complaints.add("--meters -: a file is wanted");
-    complaints.add(PartFile::refusal(
-        options.meters,
-        {{"the schematic", options.schematic}, {"the input", options.input}, {"the output", options.output}}));
+    complaints.guard([&] {
+        check_output(options.meters, job.schematic.files,
+                     {{"the input", options.input}, {"the output", options.output}});
+    });
 }
 
 }  // namespace
@@ -157,8 +157,8 @@ Job prepare(const RunOptions& options)
     else
         settle_by_options(options, job, complaints);
     add_tail(options, job, complaints);
-    check_output(options, job, complaints);
-    check_meters(options, complaints);
+    check_sound(options, job, complaints);
+    check_meters(options, job, complaints);
     complaints.check();
     return job;
 }

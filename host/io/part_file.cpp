@@ -221,7 +221,7 @@ void PartFile::fail(int error) const
 
 // ---- asking ----
 
-std::string PartFile::refusal(const std::string& path, std::initializer_list<Kept> kept)
+std::string PartFile::refusal(const std::string& path, const std::vector<Kept>& kept)
 {
     if (path.empty() || path == "-")
         return "";

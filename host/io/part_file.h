@@ -5,9 +5,9 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vantoro {
 
@@ -39,10 +39,10 @@ public:
     // What the user wants to keep: "the schematic", and where it is.
     struct Kept {
         const char* what;
-        const std::string& path;  // empty: nothing
+        std::string path;  // empty: nothing
     };
     // Why `path` must not be written, or empty: it cannot be, or it is one of `kept` by whatever name or link.
-    static std::string refusal(const std::string& path, std::initializer_list<Kept> kept);
+    static std::string refusal(const std::string& path, const std::vector<Kept>& kept);
 
 private:
     void open_beside(const std::string& path);

@@ -162,6 +162,7 @@ std::optional<FileSource> Draft::read_file(const std::string& name, const std::s
         if (options.file) {
             FileSource source = options.file(name);
             file_bytes += source.text.size();
+            out.files.push_back(source.path);
             if (file_bytes <= kMostBytes)
                 return source;
             wanted = "files of at most 64 MiB together";

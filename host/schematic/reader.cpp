@@ -178,6 +178,7 @@ Schematic read_schematic(const std::string& path, const ReadOptions& options, st
     for (Problem& problem : draft.problems)
         if (problem.line > 0 && problem.file.empty())  // not on the command line
             problem.file = path;
+    draft.out.files.insert(draft.out.files.begin(), path);
     return finish(std::move(draft), warnings);
 }
 

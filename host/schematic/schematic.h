@@ -54,6 +54,7 @@ struct Schematic {
     std::vector<Feed> outputs;    // one per channel of the terminal "output"
     std::vector<int> order;       // block indices, every source before its listeners; as written where that leaves room
     std::vector<Change> changes;  // by time
+    std::vector<std::string> files;  // it was read from: its own, where it has one, then those of parts and tables
 };
 
 // What a pin hears, in words: "eq.1", "input.0", "silence".

@@ -172,6 +172,19 @@ class Cli(Case):
                   (["graph", gain, "-o", self.path("g.svg")], "the schematic"),
                   (["response", gain, "-o", self.path("g.csv")], "the schematic"),
                   (["response", gain, "-o", self.path("spl.csv"), "--speaker", self.path("spl.txt")], "the loudspeaker")]
+        part = self.path("part.json", '{"blocks": {"g": {"type": "BASIC_GAIN"}}, "wires": [["input", "g"], ["g", "output"]]}')
+        table = self.path("t.json", json.dumps({
+            "parts": {"p": "part.json"}, "wires": [["input", "f"], ["f", "p"], ["p", "output"]],
+            "blocks": {"f": {"type": "FILTER_FIR", "params": {"taps": {"file": "a.wav"}}}, "p": {"part": "p"}}}))
+        os.symlink("part.json", self.path("part.svg"))
+        files, live = "a file that the schematic reads", ["live", "-i", "file:" + self.path("a.wav"), "--no-server", "-o"]
+        cases += [(["run", table, "-i", self.path("other.wav"), "-o", self.path("link.wav")], files),
+                  (["run", table, "-i", self.path("other.wav"), *io, "--meters", part], files),
+                  (["graph", table, "-o", self.path("part.svg")], files), (["export", table, "--binary", part], files),
+                  ([*live, "file:" + self.path("hard.wav"), gain], "the input"),
+                  ([*live, "file:" + self.path("g.wav"), gain], "the schematic"),
+                  ([*live, "file:" + self.path("link.wav"), table], "the input")]
+        wav(self.path("other.wav"), [0.25] * 10, 1)
         for call, kept in cases:
             self.assertIn("would overwrite " + kept, self.call(*call, status=2).stderr)
         with open(self.path("a.wav"), "rb") as f:
