@@ -129,6 +129,66 @@ SF_VIRTUAL_IO& part_calls()
     return calls;
 }
 
+// ---- WAV of a length that only the end tells ----
+
+// A chunk of its own after the first 12 bytes keeps room for the 64-bit sizes of RF64 (EBU Tech 3306). libsndfile knows
+// nothing of it: what it takes for byte 12 and after comes that much later.
+constexpr std::size_t kRiffBytes = 12, kRoom = 36;
+
+void put_number(char* to, std::uint64_t value, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        to[i] = static_cast<char>(value >> 8 * i & 0xff);
+}
+
+std::uint64_t byte_at(std::string_view bytes, std::size_t at) { return static_cast<unsigned char>(bytes[at]); }
+
+// `header`: libsndfile's, up to the size of the data, whose upper 32 bits it has dropped.
+bool write_roomy_header(PartFile& part, std::string_view header) noexcept
+{
+    constexpr std::uint64_t kMost = 0xffffffff;
+    const std::uint64_t all = std::max(static_cast<std::uint64_t>(part.size()), header.size() + kRoom);
+    const bool large = all - 8 > kMost;
+    char sizes[4] = {header[header.size() - 4], header[header.size() - 3], header[header.size() - 2], header.back()};
+    char start[kRiffBytes + kRoom] = "RIFF____WAVEJUNK";
+    put_number(start + 4, large ? kMost : all - 8, 4);
+    put_number(start + 16, kRoom - 8, 4);
+    if (large) {
+        const std::uint64_t after = all - kRoom - header.size();
+        const std::uint64_t data = after - ((after ^ byte_at({sizes, 4}, 0)) & 1U);  // without the padding
+        std::copy_n("RF64", 4, start);
+        std::copy_n("ds64", 4, start + kRiffBytes);
+        put_number(start + 20, all - 8, 8);
+        put_number(start + 28, data, 8);
+        put_number(start + 36, data / (byte_at(header, 32) + 256 * byte_at(header, 33)), 8);  // frames
+        put_number(sizes, kMost, 4);
+    }
+    part.write(start, sizeof start);
+    part.write(header.substr(kRiffBytes, header.size() - kRiffBytes - 4));
+    return part.write(sizes, 4);
+}
+
+SF_VIRTUAL_IO& roomy_calls()
+{
+    static constexpr auto known = [](std::int64_t at) -> sf_count_t {
+        return std::max<std::int64_t>(at - static_cast<std::int64_t>(kRoom), 0);
+    };
+    static SF_VIRTUAL_IO calls{
+        [](void* part) -> sf_count_t { return known(static_cast<PartFile*>(part)->size()); },
+        [](sf_count_t offset, int whence, void* part) -> sf_count_t {
+            const bool moved = whence == SEEK_SET && offset > 0;
+            return known(static_cast<PartFile*>(part)->seek(offset + (moved ? sf_count_t{kRoom} : 0), whence));
+        },
+        [](void*, sf_count_t, void*) -> sf_count_t { return 0; },  // nothing is read back
+        [](const void* bytes, sf_count_t size, void* part) -> sf_count_t {
+            auto& file = *static_cast<PartFile*>(part);
+            const std::string_view some(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
+            return (file.position() == 0 ? write_roomy_header(file, some) : file.write(some)) ? size : 0;
+        },
+        [](void* part) -> sf_count_t { return known(static_cast<PartFile*>(part)->position()); }};
+    return calls;
+}
+
 std::int64_t number_after(std::string_view line, std::string_view mark)
 {
     std::int64_t value = 0;
@@ -238,11 +298,12 @@ AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channel
 {
     constexpr double kMaxWavBytes = 4e9;
     SF_INFO info = format_of(path, encoding, channels, rate);
+    const bool wav = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV;
     bits_ = bits_of(info.format);
     if (const double bytes = static_cast<double>(frames.value_or(0)) * channels * (bits_ ? bits_ / 8 : 4);
-        bytes > kMaxWavBytes && (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV)
+        wav && bytes > kMaxWavBytes)
         info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
-    file_.reset(sf_open_virtual(&part_calls(), SFM_WRITE, &info, &part_));
+    file_.reset(sf_open_virtual(wav && !frames ? &roomy_calls() : &part_calls(), SFM_WRITE, &info, &part_));
     check_sound(file_ != nullptr);
     sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
     sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);

@@ -81,7 +81,7 @@ public:
     // Whether the path's extension and the encoding name a format that can be written. Throws if not.
     static void check(const std::string& path, Encoding encoding, int channels, int rate);
 
-    // `frames`: the length to come, where it is known; very long WAV files become RF64.
+    // `frames`: the length to come, where it is known; WAV files of more than 4 GB become RF64.
     AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
 
     void write(const float* const* channels, int frames) override;

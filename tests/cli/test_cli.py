@@ -303,6 +303,11 @@ class Cli(Case):
         run = subprocess.run([PROGRAM, "run", graph, "-i", "-", "--raw-in", "f32be", "--raw-rate", "44100", "--raw-channels",
                               "2", "-o", "-", "--raw-out", "f32be"], input=floats, capture_output=True)
         self.assertEqual((run.returncode, run.stdout), (0, floats))
+        # WAV of a length that only the end tells keeps room for the sizes of RF64.
+        run = subprocess.run([PROGRAM, "run", graph, "-i", "-", "--raw-in", "f32be", "--raw-rate", "44100", "--raw-channels",
+                              "2", "-o", "-", "--format", "float"], input=floats, capture_output=True)
+        self.assertEqual(struct.unpack("<4sI4s4sI", run.stdout[:20]), (b"RIFF", len(run.stdout) - 8, b"WAVE", b"JUNK", 28))
+        self.assertEqual(run.stdout[-24:], b"data" + struct.pack("<I4f", 16, *struct.unpack(">4f", floats)))
         self.call("run", graph, "-i", "-", "-o", self.path("x.wav"), status=2, input="no WAV file")
         # WAV files through pipes: what comes out is what a file would get.
         wav(self.path("piped.wav"), [k / 1000 for k in range(-999, 1000)] * 2, 2)
