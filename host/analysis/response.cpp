@@ -10,6 +10,7 @@
 #include <span>
 #include <utility>
 
+#include "catalog/stability.h"
 #include "common/block_info.h"
 
 namespace vantoro {
@@ -32,8 +33,7 @@ bool smooth(int n)
 struct Section {
     double b0, b1, b2, a1, a2;
 
-    // The triangle in which both poles lie within the unit circle, its edges included.
-    bool stable() const { return std::abs(a2) <= 1 && std::abs(a1) <= 1 + a2; }
+    bool stable() const { return stable_poles(a1, a2); }
 };
 
 struct Path {

@@ -81,22 +81,22 @@ struct Pace {
 };
 
 // The vector of a block of `type` with `pins` (which must fit). `params` is an object or null; absent values are
-// defaults. Every problem is appended to `problems`; the vector is of use when none of them is an error. Frequencies
-// are compared with half the rate, and speeds with the blocks per second, where they are given; otherwise check_rate
-// does that later.
+// defaults. Every problem is appended to `problems`; the vector is of use when none of them is an error. With a pace
+// it is given to check_vector, too.
 std::vector<float> build_vector(const BlockType& type, PinCounts pins, const nlohmann::json& params,
                                 std::vector<Problem>& problems, std::optional<Pace> pace = {});
 std::vector<float> default_vector(const BlockType& type, PinCounts pins);
-// Warns of the frequencies in a vector that are not below half the rate, and of speeds that are unstable in blocks of
-// this size; defaults too.
-void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace,
-                std::vector<Problem>& problems);
+// Warns of what the numbers of a vector do at this pace and with one another: frequencies that are not below half the
+// rate, speeds that blocks of this size do not follow, filters that are unstable; defaults too.
+void check_vector(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace,
+                  std::vector<Problem>& problems);
 // The way back: every parameter of a vector that build_vector made, choices by name, matrices as arrays of rows.
 nlohmann::json named_values(const BlockType& type, PinCounts pins, std::span<const float> vector);
 
 // Changes one value of `params`: "gainDb", "bands[3].boostDb", "gains[2]", "gains[0][1]", or a whole table ("taps").
-// `text` is a number, true or false, a choice, or JSON. Checks the value as build_vector does, and warns of it alone;
-// with an error `params` stays as it was and false is returned. `params` must be free of errors.
+// `text` is a number, true or false, a choice, or JSON. Checks the value as build_vector does, and warns of it and of
+// what it does to others; with an error `params` stays as it was and false is returned. `params` must be free of
+// errors.
 bool set_value(const BlockType& type, PinCounts pins, nlohmann::json& params, std::string_view path,
                std::string_view text, std::vector<Problem>& problems, std::optional<Pace> pace = {});
 

@@ -104,11 +104,21 @@ bool set_value(const BlockType& type, PinCounts pins, json& params, std::string_
         *const_cast<json*>(element) = value_of(text);  // of `all`
         next[name] = all[name];
     }
-    Problems found;
-    build_vector(type, pins, next, found, pace);
+    Problems before, found;
+    const std::vector<float> vector = build_vector(type, pins, next, found);
     const bool good = std::ranges::all_of(found, &Problem::warning);
+    const auto own = std::ssize(found);
+    if (good && pace) {
+        check_vector(type, pins, build_vector(type, pins, params, before), *pace, before);
+        check_vector(type, pins, vector, *pace, found);
+    }
+    // What the value does to another one is said where that was fine before.
+    const auto is_new = [&](const Problem& problem) {
+        return &problem - found.data() >= own &&
+               std::ranges::find(before, problem.where, &Problem::where) == before.end();
+    };
     for (Problem& problem : found)
-        if (!problem.warning || is_in(problem.where, where))
+        if (!problem.warning || is_in(problem.where, where) || is_new(problem))
             problems.push_back(std::move(problem));
     if (good)
         params = std::move(next);

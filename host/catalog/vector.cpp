@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // From named values to the vector.
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,6 +10,7 @@
 
 #include "catalog/layout.h"
 #include "catalog/number.h"
+#include "catalog/stability.h"
 #include "catalog/words.h"
 #include "support/decimal.h"
 #include "support/json_text.h"
@@ -220,10 +222,11 @@ private:
 std::vector<float> build_vector(const BlockType& type, PinCounts pins, const json& params, Problems& problems,
                                 std::optional<Pace> pace)
 {
-    const auto before = std::ssize(problems);
-    std::vector<float> vector = Builder(type, pins, problems).build(params);
-    if (pace && std::ranges::all_of(problems.begin() + before, problems.end(), &Problem::warning))
-        check_rate(type, pins, vector, *pace, problems);
+    Problems found;
+    std::vector<float> vector = Builder(type, pins, found).build(params);
+    if (pace && std::ranges::all_of(found, &Problem::warning))
+        check_vector(type, pins, vector, *pace, found);
+    problems.insert(problems.end(), std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
     return vector;
 }
 
@@ -235,7 +238,7 @@ std::vector<float> default_vector(const BlockType& type, PinCounts pins)
     return vector;
 }
 
-void check_rate(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace, Problems& problems)
+void check_vector(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace, Problems& problems)
 {
     const auto check = [&](const Entries& entries, std::span<const float> values, const std::string& where) {
         for (std::size_t i = 0; i < entries.size(); ++i)
@@ -256,6 +259,7 @@ void check_rate(const BlockType& type, PinCounts pins, std::span<const float> ve
             check(columns, cells.subspan(row * columns.size(), columns.size()),
                   std::string("/") + layout[i].table->name + "/" + std::to_string(row));
     }
+    check_stability(type, pins, vector, pace, problems);
 }
 
 }  // namespace vantoro

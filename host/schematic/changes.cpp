@@ -188,8 +188,7 @@ private:
         const Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         const std::string value = step.way == 1 ? step.value : json((**step.ramp).at(step.way)).dump();
         std::vector<Problem> known;  // those of the end
-        if (set_value(*block.type, block.pins, draft_.params[static_cast<std::size_t>(b)], step.path, value, known,
-                      draft_.pace()))
+        if (set_value(*block.type, block.pins, draft_.params[static_cast<std::size_t>(b)], step.path, value, known))
             keep(step.seconds, b);
     }
 

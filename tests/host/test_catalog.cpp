@@ -208,6 +208,25 @@ TEST(Warnings, ComeWithTheRateForFrequencies)
     EXPECT_EQ(said(EN_FILTER_2ND_TONE, {1, 1}, {}, 16000).size(), 1U);  // a default that does not suit the rate
 }
 
+TEST(Warnings, SayWhatWouldBeStable)
+{
+    const json high{{"fc", 9000}, {"q", 0.5}};
+    const std::string grows = "makes the output grow without end";
+    const std::string fc = "warning: /fc: 9000: " + grows + ": stable up to 6525 Hz with the other values";
+    EXPECT_EQ(said(EN_FILTER_MISCE_STATEVARIABLE, {1, 3}, high, 48000), Lines{"? " + fc});
+    EXPECT_EQ(said(EN_FILTER_MISCE_STATEVARIABLE, {1, 3}, high, 96000), Lines{});
+    EXPECT_EQ(said(EN_FILTER_2ND_IIR, {1, 1}, {{"a1", -1.9}, {"a2", 0.5}}, 48000),
+              Lines{"? warning: /a1: -1.9: " + grows + ": stable from -1.5 with the other values"});
+    EXPECT_EQ(said(EN_FILTER_2ND_IIR, {1, 1}, {{"a1", -1.9}, {"a2", 0.5}, {"enable", 0}}, 48000), Lines{});
+    EXPECT_EQ(said(EN_FILTER_2ND_IIR, {1, 1}, {{"a1", 2}, {"a2", -0.9}}, 48000).size(), 1U);
+    // A value that makes another one wrong.
+    std::vector<Problem> problems;
+    json params{{"fc", 9000}, {"q", 4}};
+    EXPECT_TRUE(set_value(type_of(EN_FILTER_MISCE_STATEVARIABLE), {1, 3}, params, "q", "0.5", problems, Pace(48000)));
+    ASSERT_EQ(problems.size(), 1U);
+    EXPECT_EQ(text_of(problems[0]), fc);
+}
+
 TEST(SetValue, ReachesEveryValueAndLeavesTheRestAlone)
 {
     std::vector<Problem> problems;
