@@ -157,6 +157,11 @@ private:
         const auto value = plain_value(step, *block.type, problems);
         if (!value || !set_value(*block.type, block.pins, params, step.path, *value, problems, draft_.pace()))
             return;
+        if (step.ramp && block.type->on_set == VANTORO_RESTARTS)
+            problems.push_back(
+                {pointer_step(step.path), step.value,
+                 std::string("each step of \"over\" clears the signal of ") + block.type->name + ", which clicks",
+                 true});
         if (step.way == 1)
             return keep(step.seconds, b);
         const auto from = entry_of(block, before, step.path), to = entry_of(block, params, step.path);

@@ -537,10 +537,15 @@ TEST(Schematic, OrderPutsSourcesFirstAndKeepsTheWrittenOrder)
 // A step per block, in equal differences or, for a frequency, equal ratios; the end is exact.
 TEST(Schematic, RampsTakeAStepPerBlock)
 {
+    std::vector<Problem> warnings;
     const Schematic s = parse_schematic(R"({"rate": 48000, "blockSize": 480, "blocks": {
         "g": {"type": "BASIC_GAIN", "params": {"gain": 1, "type": "Linear"}}, "f": {"type": "FILTER_1ST", "params": {"fc": 100}}},
-        "changes": [{"at": 1, "over": "30 ms", "set": {"g.gain": 0.1}}, {"at": 2, "over": 0.03, "set": {"f.fc": 800}}]})");
+        "changes": [{"at": 1, "over": "30 ms", "set": {"g.gain": 0.1}}, {"at": 2, "over": 0.03, "set": {"f.fc": 800}}]})",
+                                        {}, &warnings);
     ASSERT_EQ(s.changes.size(), 6U);
+    EXPECT_EQ(std::ranges::count_if(warnings,
+                                    [](const Problem& p) { return p.wanted.find("which clicks") != p.wanted.npos; }),
+              1);
     constexpr float kGains[] = {0.7F, 0.4F, 0.1F}, kCorners[] = {200, 400, 800};
     for (std::size_t k = 0; k < 3; ++k) {
         EXPECT_NEAR(s.changes[k].seconds, 1 + 0.01 * static_cast<double>(k), 1e-12);
