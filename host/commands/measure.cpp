@@ -96,6 +96,8 @@ Take read_channel(const std::string& path, int channel, const char* option)
         if (take.samples.size() > kMost)
             throw UserError(path + ": longer than " + std::to_string(kMost) + " samples");
     }
+    if (const std::string lacking = reader.shortfall(); !lacking.empty())
+        std::fprintf(stderr, "vantoro: warning: %s\n", lacking.c_str());
     return take;
 }
 

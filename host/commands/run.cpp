@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 
 #include "commands/commands.h"
 #include "commands/run_job.h"
@@ -35,6 +36,8 @@ int run(const RunOptions& options)
     Meters meters(*engine, options.meters, options.meter_interval);
     const Clock::time_point start = Clock::now();
     const std::int64_t frames = stream(job, *engine, writer.get(), levels, meters);
+    if (const std::string lacking = job.reader ? job.reader->shortfall() : ""; options.strict && !lacking.empty())
+        throw std::runtime_error(lacking);
     if (writer)
         writer->commit();
     meters.commit();

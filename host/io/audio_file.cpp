@@ -216,7 +216,8 @@ std::int64_t missing_bytes(SNDFILE* file)
     return 0;
 }
 
-// The length that a file's header claims; 0: none.
+}  // namespace
+
 std::int64_t claimed_frames(SNDFILE* file, const SF_INFO& info)
 {
     const double frame_bytes = static_cast<double>(sf_current_byterate(file)) / info.samplerate;
@@ -224,8 +225,6 @@ std::int64_t claimed_frames(SNDFILE* file, const SF_INFO& info)
         return info.frames == SF_COUNT_MAX ? 0 : info.frames;
     return info.frames + std::llround(std::ceil(static_cast<double>(missing_bytes(file)) / frame_bytes));
 }
-
-}  // namespace
 
 // ---- reading ----
 

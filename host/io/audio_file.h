@@ -19,6 +19,8 @@ struct CloseSound {
     void operator()(SNDFILE* file) const { sf_close(file); }
 };
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
+// The length that the header of an open file claims, where it may have less; 0: none.
+std::int64_t claimed_frames(SNDFILE* file, const SF_INFO& info);
 
 // Where audio comes from.
 class AudioSource {

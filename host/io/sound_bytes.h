@@ -19,7 +19,7 @@ public:
     bool good() const { return file_ != nullptr; }  // libsndfile can read them
     int rate() const { return info_.samplerate; }   // Hz
     int channels() const { return info_.channels; }
-    std::int64_t frames() const { return info_.frames; }
+    std::int64_t frames() const { return claimed_frames(file_.get(), info_); }  // or more than there are
     // All of a channel, or less where the file is damaged.
     std::vector<float> channel(int n);
 

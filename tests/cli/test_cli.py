@@ -241,6 +241,14 @@ class Cli(Case):
             self.assertTrue(10000 < found < 90000, name)
             claim = "its end is missing;" if name == "a.ogg" else "100000 frames are claimed,"
             self.assertRegex(out.stderr, r"%s: cut short.*: %s %d found\n$" % (name, claim, found))
+        strict = ["run", gain, "-i", self.path("a.wav"), "-o", self.path("c.wav"), "--strict"]
+        self.assertIn("cut short", self.call(*strict, status=1).stderr)
+        self.assertFalse(os.path.exists(self.path("c.wav")))
+        fir = self.path("fir.json", '{"blocks": {"f": {"type": "FILTER_FIR", "params": {"taps": {"file": "taps.wav"}}}}, '
+                                    '"wires": [["input", "f"], ["f", "output"]]}')
+        wav(self.path("taps.wav"), [0.5] * 64, 1)
+        os.truncate(self.path("taps.wav"), os.path.getsize(self.path("taps.wav")) - 200)
+        self.assertIn("64 samples are claimed, ", self.call("check", fir, status=2).stderr)
         for unknown in (0x7ffff000, 0xffffffff):  # as recorders leave it that write to a pipe
             write_wav(self.path("pipe.wav"), b"", 40000, 2, 48000, 1, 16)
             with open(self.path("pipe.wav"), "r+b") as f:
