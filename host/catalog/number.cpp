@@ -64,6 +64,11 @@ std::string range_of(const Meaning& meaning, const std::string& limits)
     return meaning.as->name + (' ' + limits) + (meaning.by ? " for " + std::string(meaning.by->name) : "");
 }
 
+bool flagged(const Meaning& meaning, VantoroParamFlag flag)
+{
+    return meaning.as && (meaning.as->flags & unsigned{flag}) != 0;
+}
+
 }  // namespace
 
 std::optional<float> read_number(const VantoroParam& param, const Meaning& meaning, PinCounts pins, const json& value,
@@ -101,17 +106,33 @@ std::string surprise(const VantoroParam& param, const Meaning& meaning, float v,
     return {};
 }
 
-std::string too_high(const Meaning& meaning, float value, Pace pace)
+std::string at_this_pace(const Meaning& meaning, float value, Pace pace)
 {
-    const auto flagged = [&](VantoroParamFlag flag) { return meaning.as && (meaning.as->flags & unsigned{flag}) != 0; };
     const float half = static_cast<float>(pace.rate) / 2;
-    if (flagged(VANTORO_BELOW_HALF_RATE) && value >= half)
+    if (flagged(meaning, VANTORO_BELOW_HALF_RATE) && value >= half)
         return "is out of range: " + range_of(meaning, "below " + decimal(half)) + ", half the sampling rate";
     // A block's step of x / 10 decades keeps 2 - 10^(x / 10) of the old value: -1 at 10 log10(3) dB.
     const double most = 4.7712 * pace.rate / std::max(pace.block_size, 1);
-    if (flagged(VANTORO_BELOW_BLOCK_RATE) && pace.block_size > 0 && static_cast<double>(value) > most)
+    if (flagged(meaning, VANTORO_BELOW_BLOCK_RATE) && pace.block_size > 0 && static_cast<double>(value) > most)
         return "makes the level grow without end: in blocks of " + std::to_string(pace.block_size) + ' ' +
                range_of(meaning, "up to " + std::to_string(static_cast<long>(most)));
+    constexpr double kSlight = 0.005;
+    const double samples = static_cast<double>(value) * pace.rate / 1000;
+    if (flagged(meaning, VANTORO_WHOLE_SAMPLES) && samples - std::floor(samples) > kSlight * samples)
+        return "is truncated to whole samples: " + decimal(static_cast<float>(std::floor(samples))) + " at " +
+               std::to_string(pace.rate) + " Hz, " +
+               decimal(static_cast<float>(1000 * std::floor(samples) / pace.rate)) + ' ' + meaning.as->unit;
+    return {};
+}
+
+std::string beside_others(const Entries& entries, std::span<const float> values, std::size_t n,
+                          std::span<const float> before)
+{
+    const Meaning meaning = meaning_of(entries, values, n);
+    if (n > 0 && flagged(meaning, VANTORO_AT_MOST_BEFORE) && values[n] > values[n - 1])
+        return "is limited to " + decimal(values[n - 1]) + ", which is " + entries[n - 1]->name;
+    if (!before.empty() && flagged(meaning, VANTORO_ASCENDING) && values[n] < before[n])
+        return "is below " + decimal(before[n]) + " in the row before; " + meaning.as->name + " ascends";
     return {};
 }
 

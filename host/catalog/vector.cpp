@@ -240,23 +240,29 @@ std::vector<float> default_vector(const BlockType& type, PinCounts pins)
 
 void check_vector(const BlockType& type, PinCounts pins, std::span<const float> vector, Pace pace, Problems& problems)
 {
-    const auto check = [&](const Entries& entries, std::span<const float> values, const std::string& where) {
-        for (std::size_t i = 0; i < entries.size(); ++i)
-            if (std::string text =
-                    entries[i] ? too_high(meaning_of(entries, values, i), values[i], pace) : std::string();
-                !text.empty())
-                problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
+    const auto check = [&](const Entries& entries, std::span<const float> values, std::span<const float> before,
+                           const std::string& where) {
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (!entries[i])
+                continue;
+            const Meaning meaning = meaning_of(entries, values, i);
+            for (std::string text : {at_this_pace(meaning, values[i], pace), beside_others(entries, values, i, before)})
+                if (!text.empty())
+                    problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
+        }
     };
     const Numbers numbers = take_apart(type, pins, vector);
-    check(entries_of(type), numbers.values, "");
+    check(entries_of(type), numbers.values, {}, "");
     const auto layout = layout_of(type);
     for (std::size_t i = 0; i < layout.size(); ++i) {
         if (layout[i].kind != VANTORO_ROWS)
             continue;
         const Entries columns = entries_of(*layout[i].table);
         const std::span<const float> cells = numbers.cells[i];
-        for (std::size_t row = 0; row < cells.size() / columns.size(); ++row)
-            check(columns, cells.subspan(row * columns.size(), columns.size()),
+        const std::size_t width = columns.size();
+        for (std::size_t row = 0; row < cells.size() / width; ++row)
+            check(columns, cells.subspan(row * width, width),
+                  row > 0 ? cells.subspan((row - 1) * width, width) : std::span<const float>(),
                   std::string("/") + layout[i].table->name + "/" + std::to_string(row));
     }
     check_stability(type, pins, vector, pace, problems);

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "catalog/entries.h"
 #include "catalog/layout.h"
 #include "support/columns.h"
 
@@ -115,6 +116,33 @@ void print_block(const Schematic& schematic, const Block& block, std::size_t pos
     print_items("set", settings_of(block));
 }
 
+// Whether a gain of the block is 0 dB by the coarse conversion.
+bool is_nearly_unity(const Block& block)
+{
+    const auto coarse = [](const VantoroParam& param) { return (param.flags & unsigned{VANTORO_COARSE_DB}) != 0; };
+    const auto has_coarse = [&](const VantoroSlot& slot) {
+        return slot.kind == VANTORO_ROWS ? std::ranges::any_of(columns_of(*slot.table), coarse)
+                                         : slot.kind == VANTORO_VALUE && coarse(*slot.param);
+    };
+    if (std::ranges::none_of(layout_of(*block.type), has_coarse))
+        return false;
+    const std::vector<VectorEntry> entries = entries_of(*block.type, block.pins, block.vector);
+    return std::ranges::any_of(
+        entries, [&](const VectorEntry& e) { return e.value == 0 && e.meaning.as && coarse(*e.meaning.as); });
+}
+
+void print_hint(const Schematic& schematic)
+{
+    std::string ids;
+    for (const Block& block : schematic.blocks)
+        if (is_nearly_unity(block))
+            ids += (ids.empty() ? "" : ", ") + block.id;
+    if (!ids.empty())
+        std::printf("0 dB is -0.256 dB here, by a coarse conversion: %s. Exact are gains of type Linear, and volume "
+                    "controls (VC_)\n",
+                    ids.c_str());
+}
+
 }  // namespace
 
 void print_graph(const Schematic& schematic)
@@ -132,6 +160,7 @@ void print_graph(const Schematic& schematic)
                     schematic.blocks[static_cast<std::size_t>(schematic.changes[i].block)].id.c_str());
     if (schematic.changes.size() > kMostChanges)
         std::printf("      and %zu more changes\n", schematic.changes.size() - kMostChanges);
+    print_hint(schematic);
 }
 
 }  // namespace vantoro

@@ -108,7 +108,7 @@ void print_agreement(std::FILE* to, const Axis& axis, const std::vector<Curve>& 
 
 // Outputs that nothing reaches are left out, with a line that says so.
 std::vector<Curve> curves_of(const Probe& probe, const std::vector<bool>& wanted, const std::vector<Spectrum>& outputs,
-                             const char* suffix, bool dashed)
+                             const char* suffix, bool dashed, bool quiet)
 {
     std::vector<Curve> curves;
     std::vector<std::string> unreached;
@@ -119,7 +119,7 @@ std::vector<Curve> curves_of(const Probe& probe, const std::vector<bool>& wanted
             unreached.push_back(probe.names[i]);
         else
             curves.push_back({probe.names[i] + suffix, outputs[i], dashed});
-    if (!unreached.empty() && !dashed)
+    if (!unreached.empty() && !dashed && !quiet)
         std::fprintf(stderr, "vantoro: left out, for nothing arrives there: %s\n", list_of(unreached).c_str());
     if (curves.empty())
         throw std::runtime_error("nothing arrives at any output; --from chooses another input");
@@ -147,23 +147,23 @@ std::vector<Curve> find_curves(const Options& options, const Probe& probe, const
     if (!linear && options.method != Method::best && options.method != Method::measured)
         throw UserError("coefficients do not tell what these blocks do: " + list_of(exact.ids) +
                         "; --method measured does");
-    if (!linear && options.method == Method::best)
+    if (!linear && options.method == Method::best && !options.quiet)
         std::fprintf(stderr, "vantoro: measured at %g dBFS, for coefficients do not tell what these blocks do: %s\n",
                      options.level_db, list_of(exact.ids).c_str());
-    if (!exact.unstable.empty())
+    if (!exact.unstable.empty() && !options.quiet)
         std::fprintf(stderr, "vantoro: unstable, so that nobody will hear what is drawn: %s\n",
                      list_of(exact.unstable).c_str());
     if (linear && (options.method == Method::best || options.method == Method::coefficients))
-        return curves_of(probe, wanted, exact.outputs, "", false);
+        return curves_of(probe, wanted, exact.outputs, "", false, options.quiet);
     const auto heard = [&] {
         Progress progress(std::nullopt);
         return measure(probe.schematic, options.from, axis, linear ? Stimulus::impulse : Stimulus::sweep,
                        options.level_db, [&](std::int64_t frames) { progress.show(frames, axis.rate); });
     }();
     if (options.method != Method::both)
-        return curves_of(probe, wanted, heard, "", false);
-    std::vector<Curve> curves = curves_of(probe, wanted, exact.outputs, "", false);
-    const std::vector<Curve> measured = curves_of(probe, wanted, heard, ", measured", true);
+        return curves_of(probe, wanted, heard, "", false, options.quiet);
+    std::vector<Curve> curves = curves_of(probe, wanted, exact.outputs, "", false, options.quiet);
+    const std::vector<Curve> measured = curves_of(probe, wanted, heard, ", measured", true, options.quiet);
     print_agreement(options.output == "-" ? stderr : stdout, axis, curves, measured);
     curves.insert(curves.end(), measured.begin(), measured.end());
     return curves;

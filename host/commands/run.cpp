@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/run_job.h"
@@ -17,12 +20,14 @@ const std::vector<std::pair<std::string, Encoding>> kEncodings = {
     {"pcm16", Encoding::pcm16}, {"pcm24", Encoding::pcm24}, {"pcm32", Encoding::pcm32}, {"float", Encoding::real}};
 
 // What did not go as asked, though nothing failed.
-void warn(const Job& job, const Engine& engine)
+std::vector<std::string> surprises(const Job& job, const Engine& engine)
 {
-    if (const std::string lacking = job.reader ? job.reader->shortfall() : ""; !lacking.empty())
-        std::fprintf(stderr, "vantoro: %s\n", lacking.c_str());
-    if (engine.changes_left() > 0)
-        std::fprintf(stderr, "vantoro: changes after the end of the audio, not made: %zu\n", engine.changes_left());
+    std::vector<std::string> all;
+    if (std::string lacking = job.reader ? job.reader->shortfall() : ""; !lacking.empty())
+        all.push_back(std::move(lacking));
+    if (const std::size_t late = engine.changes_not_made(); late > 0)
+        all.push_back("changes that end after the audio, not made or not finished: " + std::to_string(late));
+    return all;
 }
 
 int run(const RunOptions& options)
@@ -36,15 +41,17 @@ int run(const RunOptions& options)
     Meters meters(*engine, options.meters, options.meter_interval);
     const Clock::time_point start = Clock::now();
     const std::int64_t frames = stream(job, *engine, writer.get(), levels, meters);
-    if (const std::string lacking = job.reader ? job.reader->shortfall() : ""; options.strict && !lacking.empty())
-        throw std::runtime_error(lacking);
+    const std::vector<std::string> warnings = surprises(job, *engine);
+    if (options.strict && !warnings.empty())
+        throw std::runtime_error(warnings.front());
     if (writer)
         writer->commit();
     meters.commit();
     const double wall = std::chrono::duration<double>(Clock::now() - start).count();
 
     if (!options.quiet) {
-        warn(job, *engine);
+        for (const std::string& warning : warnings)
+            std::fprintf(stderr, "vantoro: %s\n", warning.c_str());
         const double seconds = static_cast<double>(frames) / job.rate;
         std::FILE* report = options.output == "-" ? stderr : stdout;  // standard output has the audio and nothing else
         std::fprintf(report, "%.3f s of audio, %.1f x real time%s\n", seconds, seconds / std::max(wall, 1e-6),

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdio>
 #include <new>
+#include <set>
+#include <span>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -59,6 +61,14 @@ void Engine::set(int n, std::span<const float> vector)
     if (result < 0)
         throw std::runtime_error(schematic_.blocks[static_cast<std::size_t>(n)].id + ": the library answers " +
                                  std::to_string(result) + " to its parameters");
+}
+
+std::size_t Engine::changes_not_made() const
+{
+    std::set<std::string_view> places;
+    for (const Change& change : std::span(schematic_.changes).subspan(next_change_))
+        places.insert(change.place);
+    return places.size();
 }
 
 void Engine::change()

@@ -54,6 +54,7 @@ public:
     void set(int n, std::span<const float> vector);
     // Changes that come after the blocks run so far.
     std::size_t changes_left() const { return schematic_.changes.size() - next_change_; }
+    std::size_t changes_not_made() const;  // as they are written: a ramp is one
 
     // Runs every block once. False when one failed; see failure().
     bool process();

@@ -163,7 +163,7 @@ private:
                  std::string("each step of \"over\" clears the signal of ") + block.type->name + ", which clicks",
                  true});
         if (step.way == 1)
-            return keep(step.seconds, b);
+            return keep(step, b);
         const auto from = entry_of(block, before, step.path), to = entry_of(block, params, step.path);
         params = before;
         if (!from || !to) {
@@ -194,7 +194,7 @@ private:
         const std::string value = step.way == 1 ? step.value : json((**step.ramp).at(step.way)).dump();
         std::vector<Problem> known;  // those of the end
         if (set_value(*block.type, block.pins, draft_.params[static_cast<std::size_t>(b)], step.path, value, known))
-            keep(step.seconds, b);
+            keep(step, b);
     }
 
     // A number of a vector that `params` make; none: the path is no number.
@@ -209,14 +209,14 @@ private:
         return {};
     }
 
-    void keep(double seconds, int b)
+    void keep(const Step& step, int b)
     {
         Block& block = draft_.out.blocks[static_cast<std::size_t>(b)];
         const json& params = draft_.params[static_cast<std::size_t>(b)];
         std::vector<Problem> known;  // the values that stay
         std::vector<float> vector = build_vector(*block.type, block.pins, params, known);
-        if (seconds > 0)
-            draft_.out.changes.push_back({seconds, b, std::move(vector)});
+        if (step.seconds > 0)
+            draft_.out.changes.push_back({step.seconds, b, std::move(vector), step.place});
         else
             block.vector = std::move(vector);
     }

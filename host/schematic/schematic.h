@@ -42,6 +42,7 @@ struct Change {
     double seconds;
     int block;
     std::vector<float> vector;
+    std::string place;  // where it is written: steps of a ramp have one
 };
 
 struct Schematic {

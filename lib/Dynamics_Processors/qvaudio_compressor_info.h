@@ -28,7 +28,8 @@ inline constexpr VantoroParam kPostGain =
 
 inline constexpr VantoroParam kPoint[] = {
     real("in", "dB", 0, {-100, 0}, "input level, ascending; a point at 0 dB or a repeated level ends the curve")
-        .decibel(),
+        .decibel()
+        .flagged(VANTORO_ASCENDING),
     real("out", "dB", 0, {-100, 0}, "output level; the gain is -60 dB at the least").decibel(),
 };
 inline constexpr float kIdentity[] = {-80, -80, -60, -60, -40, -40, -20, -20, 0, 0};

@@ -9,8 +9,10 @@ namespace lbx::gain_envelope {
 using namespace lbx::info;
 
 inline constexpr VantoroParam kLoop = flag("loop", 0, "1 repeats the curve").valid_in({0, 1});
-inline constexpr VantoroParam kTime =
-    real("time", "ms", 0, {0, 10000}, "of the point, ascending").in_steps(1).valid_in({0, kInfinity});
+inline constexpr VantoroParam kTime = real("time", "ms", 0, {0, 10000}, "of the point, ascending")
+                                          .in_steps(1)
+                                          .valid_in({0, kInfinity})
+                                          .flagged(VANTORO_ASCENDING);
 inline constexpr VantoroParam kGainDb = real("gainDb", "dB", 0, {-120, 24}, "at the point; whole dB are used")
                                             .decibel(1)
                                             .clamped({-120, kInfinity})

@@ -22,12 +22,15 @@ inline constexpr VantoroParam kMaxDelayMs =
 inline constexpr VantoroParam kDelay =
     real("delay", "samples", 1, kLengths, "truncated to whole samples, at most maxDelay; 0 delays by maxDelay")
         .in_steps(1)
-        .clamped(kDelays);
+        .clamped(kDelays)
+        .flagged(VANTORO_AT_MOST_BEFORE);
 inline constexpr VantoroParam kDelayMs =
     real("delay", "ms", 1, {0.1F, 100},
          "truncated to whole samples (0.45 ms are 21 at 48 kHz), at most maxDelay; less than one delays by maxDelay")
         .in_steps(0.01F)
-        .clamped(kDelays);
+        .clamped(kDelays)
+        .flagged(VANTORO_AT_MOST_BEFORE)
+        .flagged(VANTORO_WHOLE_SAMPLES);
 
 // The unit that is truncated to whole numbers of it.
 constexpr VantoroParam whole_samples(VantoroParam param)

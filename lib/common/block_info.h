@@ -87,10 +87,14 @@ typedef enum VantoroPer {
 } VantoroPer;
 
 typedef enum VantoroParamFlag {
-    VANTORO_BELOW_HALF_RATE = 1,  // a frequency: valid below half the sampling rate only
-    VANTORO_UNUSED = 2,           // stored, never read
-    VANTORO_SIZES = 4,            // another value makes the block allocate
-    VANTORO_BELOW_BLOCK_RATE = 8  // dB/s, followed block by block: valid below 4.77 times the blocks per second only
+    VANTORO_BELOW_HALF_RATE = 1,   // a frequency: valid below half the sampling rate only
+    VANTORO_UNUSED = 2,            // stored, never read
+    VANTORO_SIZES = 4,             // another value makes the block allocate
+    VANTORO_BELOW_BLOCK_RATE = 8,  // dB/s, followed block by block: valid below 4.77 times the blocks per second only
+    VANTORO_AT_MOST_BEFORE = 16,   // limited to the value of the entry before it
+    VANTORO_WHOLE_SAMPLES = 32,    // a time: truncated to whole samples
+    VANTORO_ASCENDING = 64,        // of a column: no row is below the one before it
+    VANTORO_COARSE_DB = 128        // dB, converted to a factor within 0.35 dB: 0 dB is -0.256 dB
 } VantoroParamFlag;
 
 struct VantoroParam;

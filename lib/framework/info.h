@@ -123,7 +123,7 @@ constexpr ParamWords gain_db(std::string_view name, float initial, VantoroRange 
 inline constexpr float kLeastCoarseGainDb = -1000;
 constexpr ParamWords coarse_gain_db(std::string_view name, float initial, VantoroRange range, const char* help)
 {
-    return gain_db(name, initial, range, help).valid_in({kLeastCoarseGainDb, kMostGainDb});
+    return gain_db(name, initial, range, help).valid_in({kLeastCoarseGainDb, kMostGainDb}).flagged(VANTORO_COARSE_DB);
 }
 
 // What slew_alpha takes. Beyond the upper end a glide takes minutes, and where its factor rounds to 1 it is a jump.

@@ -10,7 +10,10 @@ namespace lbx::clime {
 using namespace lbx::info;
 
 inline constexpr VantoroParam kPoint[] = {
-    real("time", "ms", 0, {0, 10000}, "0 in the first point, then ascending").in_steps(1).valid_in({0, kInfinity}),
+    real("time", "ms", 0, {0, 10000}, "0 in the first point, then ascending")
+        .in_steps(1)
+        .valid_in({0, kInfinity})
+        .flagged(VANTORO_ASCENDING),
     source::tone_hz("frequency", 1000, "of the tone at this time"),
     gain_db("gainDb", 0, {-60, 0}, "level at this time; 0 is full scale"),
 };

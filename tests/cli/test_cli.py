@@ -277,7 +277,7 @@ class Cli(Case):
                         "--set", "dc.value=0.25", "--set", "dc.value=1@0.5", "--set", "dc.value=9@7",
                         "--meters", self.path("m.csv"), "--meter-interval", "0.25")
         self.assertEqual(samples(self.path("o.wav")), struct.pack("<f", 0.25) * 4032 + struct.pack("<f", 1) * 3968)
-        self.assertIn("changes after the end of the audio, not made: 1", out.stderr)
+        self.assertIn("changes that end after the audio, not made or not finished: 1", out.stderr)
         self.assertRegex(out.stdout.splitlines()[1], r"^meter vu: -?0\.\d\d dB$")
         with open(self.path("m.csv")) as f:
             rows = [line.split(",") for line in f.read().splitlines()]
@@ -341,7 +341,7 @@ class Cli(Case):
     def test_log_lines_name_their_block(self):
         text = '{"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}}, "wires": [["input", "late"], ["late", "output"]]}'
         self.assertIn("gain = 1; type", self.call("check", self.path("g.json", GAIN % 64)).stdout)  # a factor, no dB
-        self.assertRegex(self.call("check", self.path("t.json", text)).stderr, r"^late: LOG \(.*[^\n]\n$")
+        self.assertRegex(self.call("check", self.path("t.json", text)).stderr, r"is limited to 10, which is maxDelay\nlate: LOG \(.*[^\n]\n$")
         self.assertEqual(self.call("check", "--quiet", self.path("t.json")).stderr, "")
 
     def test_warnings_are_printed_or_errors(self):

@@ -208,6 +208,22 @@ TEST(Warnings, ComeWithTheRateForFrequencies)
     EXPECT_EQ(said(EN_FILTER_2ND_TONE, {1, 1}, {}, 16000).size(), 1U);  // a default that does not suit the rate
 }
 
+TEST(Warnings, KnowTheOtherValues)
+{
+    const json most{{"maxDelay", 500}, {"delay", 900}};
+    EXPECT_EQ(said(EN_BASIC_DSP_DELAY, {1, 1}, most, 48000),
+              Lines{"? warning: /delay: 900: is limited to 500, which is maxDelay"});
+    json in_ms{{"type", "Milliseconds"}, {"maxDelay", 5}, {"delay", 0.45}};
+    EXPECT_EQ(said(EN_BASIC_DSP_DELAY, {1, 1}, in_ms, 48000),
+              Lines{"? warning: /delay: 0.45: is truncated to whole samples: 21 at 48000 Hz, 0.4375 ms"});
+    in_ms["delay"] = 1;  // 44.1 samples: near enough
+    EXPECT_EQ(said(EN_BASIC_DSP_DELAY, {1, 1}, in_ms, 44100), Lines{});
+    EXPECT_EQ(said(EN_DP_COMPRESSOR_RMS, {1, 1}, {{"curve", {{-20, -20}, {-60, -60}, {0, -10}}}}, 48000),
+              Lines{"? warning: /curve/1/in: -60: is below -20 in the row before; in ascends"});
+    EXPECT_EQ(said(EN_VC_GAINENVELOPE, {2, 1}, {{"points", {{500, 0}, {100, -20}}}}, 48000),
+              Lines{"? warning: /points/1/time: 100: is below 500 in the row before; time ascends"});
+}
+
 TEST(Warnings, SayWhatWouldBeStable)
 {
     const json high{{"fc", 9000}, {"q", 0.5}};
