@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "vantoro_preprocess.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "framework/categories.h"
@@ -30,6 +31,17 @@ bool is_terminal(int type)
 {
     return VANTORO_CATEGORY_OF(type) == VANTORO_CATEGORY_OF(EN_IN) ||
            VANTORO_CATEGORY_OF(type) == VANTORO_CATEGORY_OF(EN_OUT);
+}
+
+// How many types each category has, in one run from its own code plus one.
+constexpr std::uint8_t kTypes[VANTORO_CATEGORY_COUNT] = {2, 35, 8, 20, 6, 14, 6, 3, 0, 11, 7, 0, 0, 0, 1};
+
+// Whether a category reports a call instead of processing, whatever the block size.
+[[gnu::cold]] bool is_reported(int type, bool has_pins)
+{
+    const unsigned category = VANTORO_CATEGORY_OF(type);
+    return static_cast<unsigned>(type) - (category << 8U) - 1 >= kTypes[category] ||
+           (!has_pins && (category == VANTORO_CATEGORY_OF(EN_BASIC_DSP) || category == VANTORO_CATEGORY_OF(EN_MIXERS)));
 }
 
 // A call that no category serves.
@@ -91,8 +103,8 @@ int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out)
     const VantoroCategory* category = category_of(Algo_struct->method_type);
     if (!category || !category->process) [[unlikely]]
         return refuse(__func__, 284, "wrong input type\n", 0);  // a terminal, too: the host moves the audio itself
-    if (pro && pro->nBlockSize < 1)                             // then a control pin has no first sample either
-        return RT_OK;
+    if (pro && pro->nBlockSize < 1 && !is_reported(Algo_struct->method_type, data_in && data_out))
+        return RT_OK;  // a control pin has no first sample either
     return category->process(Algo_struct, data_in, data_out);
 }
 

@@ -23,7 +23,8 @@ void Vantoro_version_invoke(void);
 extern BlockPro g_block_pro;
 
 // A context (BlockPro*) for the given rate in Hz, word width in bits and samples per block; null when memory is short.
-// Rate and block size should be positive; nothing checks. With a block size below 1 BlockAlgo_process does nothing.
+// Rate and block size should be positive; nothing checks. With a block size below 1 BlockAlgo_process does nothing but
+// report what it would report otherwise.
 void* BlockAlgo_BlockPro_init(int nSamplingRate, int bitRate, int nBlockSize);
 void BlockAlgo_BlockPro_destroy(void* st);  // null is ignored
 

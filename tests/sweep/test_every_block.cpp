@@ -124,6 +124,27 @@ TEST(EveryBlock, TouchesNoPinWhenTheBlockSizeIsZero)
     }
 }
 
+TEST(EveryCode, IsReportedAtAnyBlockSize)
+{
+    BlockPro pro = {48000, 16, 64, 0, 0};
+    for (int type = 0; type <= 0x10FFF; type = type == 0x0FFF ? 0x10000 : type + 1) {
+        const auto rows = rig::every_block();
+        const bool served = std::ranges::find(rows, type, &BlockCase::type) != rows.end();
+        if (served && !hands_out_records(type))
+            continue;  // these read their arrays
+        BlockAlgo stray = {};
+        stray.method_type = type;
+        stray.block_pro = &pro;
+        const auto reported = [&](int block) {
+            rig::Log log;
+            pro.nBlockSize = block;
+            const int result = BlockAlgo_process(&stray, nullptr, nullptr);
+            return std::to_string(result) + log.all();
+        };
+        EXPECT_EQ(reported(0), reported(64)) << type;
+    }
+}
+
 TEST(EveryBlock, UpdatingTwiceIsUpdatingOnce)
 {
     for (const BlockCase& row : rig::every_block())
