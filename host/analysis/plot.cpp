@@ -231,6 +231,8 @@ bool look_alike(const Spectrum& a, const Spectrum& b)
     return true;
 }
 
+constexpr std::size_t kLongestLine = 92, kLongestName = 72;  // what the width holds of a title and in the legend
+
 // A curve that lies on an earlier one is dashed, so that both are seen.
 const char* dashes(const std::vector<Curve>& curves, std::size_t i)
 {
@@ -246,7 +248,7 @@ void append_curves(std::string& text, const std::vector<Curve>& curves, char blo
     for (std::size_t i = 0; i < curves.size(); ++i) {
         append(text, "%s$%c%zu using 1:2 with lines linecolor rgb '%s' linewidth %s%s ", i > 0 ? ", \\\n  " : "", block,
                i, kColours[i % kColours.size()], curves[i].dashed ? "1.2" : "2.2", dashes(curves, i));
-        text += block == 'm' ? "title " + literal(curves[i].name) : "notitle";
+        text += block == 'm' ? "title " + literal(shortened(curves[i].name, kLongestName)) : "notitle";
     }
     text += '\n';
 }
@@ -257,10 +259,26 @@ constexpr double kLeft = 73;
 constexpr double kRight = 838;
 constexpr int kLegendTop = 570;
 constexpr int kLegendRow = 24;
+constexpr int kTitleRow = 20;  // one more than the first
 
 struct Legend {
     int columns, rows;
 };
+
+// A title in up to three lines, broken at blanks.
+std::vector<std::string> title_lines(std::string_view title)
+{
+    std::vector<std::string> lines;
+    while (title.size() > kLongestLine && lines.size() < 2) {
+        const std::size_t blank = title.rfind(' ', kLongestLine);
+        if (blank == title.npos || blank == 0)
+            break;
+        lines.emplace_back(title.substr(0, blank));
+        title.remove_prefix(blank + 1);
+    }
+    lines.push_back(shortened(title, kLongestLine));
+    return lines;
+}
 
 // As many columns as the longest name leaves room for, and rows of even length.
 Legend legend_of(const std::vector<Curve>& curves)
@@ -269,7 +287,7 @@ Legend legend_of(const std::vector<Curve>& curves)
     constexpr double kSample = 80;
     std::size_t longest = 1;
     for (const Curve& curve : curves)
-        longest = std::max(longest, curve.name.size());
+        longest = std::clamp(curve.name.size(), longest, kLongestName);
     const int count = std::max(1, static_cast<int>(curves.size()));
     const double width = kSample + kCharacter * static_cast<double>(longest);
     const int fitting = std::clamp(static_cast<int>((kRight - kLeft) / width), 1, 4);
@@ -377,7 +395,6 @@ std::string csv_text(const Axis& axis, const std::vector<Curve>& curves, const V
 std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std::string_view title,
                         std::string_view picture, const View& view)
 {
-    constexpr std::size_t kLongestTitle = 95;  // what the width holds
     const Range range = view.db.value_or(range_of(curves));
     const std::vector<std::vector<double>> below = all_below(axis, curves, view.lower);
     const LowerAxis lower = lower_axis(curves, below, view.lower, range.low);
@@ -385,18 +402,22 @@ std::string plot_script(const Axis& axis, const std::vector<Curve>& curves, std:
     for (std::size_t i = 0; i < curves.size(); ++i)
         append_data(text, axis, curves[i], below[i], i, range, lower);
     const Legend legend = legend_of(curves);
-    const int height = kLegendTop + legend.rows * kLegendRow + 10;
-    const Frame upper{43, 356, height}, under{372, 515, height};
+    const std::vector<std::string> lines = title_lines(title);
+    const int head = kTitleRow * static_cast<int>(lines.size() - 1), key = head + kLegendTop;
+    const int height = key + legend.rows * kLegendRow + 10;
+    const Frame upper{head + 43.0, head + 356.0, height}, under{head + 372.0, head + 515.0, height};
     append_terminal(text, picture, height);
     const Range shown = view.hz.value_or(Range{20, axis.hz(axis.bins.size() - 1)});
     append(text, "set xrange [%.6g:%.7g]\n", shown.low, shown.high);
     text += frequency_tics(shown, false) + "set multiplot\n";
     append_frame(text, upper, "Magnitude (dB)", range, magnitude_tics(range), 2);
-    text += "set title " + literal(shortened(title, kLongestTitle)) + " offset 0,-0.4\n";
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        text += (i == 0 ? "set title " : ".\"\\n\".") + literal(lines[i]);
+    text += " offset 0,-0.4\n";
     append(text,
            "set key horizontal Left reverse samplen 2.5 spacing 1.2 maxcols %d maxrows %d at screen %.4f, screen %.4f "
            "center top\n",
-           legend.columns, legend.rows, (kLeft + kRight) / 2 / kWidth, upper.screen(kLegendTop));
+           legend.columns, legend.rows, (kLeft + kRight) / 2 / kWidth, upper.screen(key));
     append_curves(text, curves, 'm');
 
     text += "unset title\nunset key\nset xlabel 'Frequency (Hz)' offset 0,0.4\n";

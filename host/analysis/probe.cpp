@@ -107,9 +107,11 @@ Probe finish(Schematic schematic)
 Probe probe_graph(Schematic schematic)
 {
     Probe probe = finish(std::move(schematic));
-    for (std::size_t out = 0; out < probe.names.size(); ++out) {
+    const std::vector<std::string> names = probe.names;
+    for (std::size_t out = 0; out < names.size(); ++out) {
         const int block = probe.schematic.outputs[out].block;
-        if (block < 0 || probe.schematic.blocks[index(block)].title.empty())
+        if (block < 0 || probe.schematic.blocks[index(block)].title.empty() ||
+            std::ranges::count(names, names[out]) > 1)
             probe.names[out] = "output " + std::to_string(out) + " (" + probe.names[out] + ')';
     }
     return probe;

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <limits>
 #include <numbers>
+#include <optional>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -46,18 +47,31 @@ bool has_decimal_commas(std::string_view line)
     return true;
 }
 
-bool parse(std::string line, Row& row)
+// The words of a row, and what each is.
+constexpr const char* kColumns[] = {"a frequency in Hz from 0", "a level in dB", "a phase in degrees"};
+
+struct Wrong {
+    std::string value;
+    const char* wanted;
+    std::size_t at;
+};
+
+std::optional<Wrong> parse(const std::string& line, Row& row)
 {
-    std::ranges::replace(line, ',', has_decimal_commas(line) ? '.' : ' ');
-    std::ranges::replace(line, ';', ' ');
-    double* const columns[] = {&row.hz, &row.db, &row.deg};
-    std::istringstream fields(line);
-    std::string field;
-    std::size_t count = 0;
-    while (count < std::size(columns) && fields >> field)
-        if (!number(field, *columns[count++]))
-            return false;
-    return count >= 2 && row.hz >= 0;
+    std::string words = line;
+    std::ranges::replace(words, ',', has_decimal_commas(line) ? '.' : ' ');
+    std::ranges::replace(words, ';', ' ');
+    double* const values[] = {&row.hz, &row.db, &row.deg};
+    for (std::size_t column = 0, end = 0; column < std::size(kColumns); ++column) {
+        const std::size_t at = words.find_first_not_of(kBlanks, end);
+        if (at == words.npos)
+            return column < 2 ? std::optional<Wrong>{{"", kColumns[column], words.size()}} : std::nullopt;
+        end = std::min(words.find_first_of(kBlanks, at), words.size());
+        double& value = *values[column];
+        if (!number(std::string_view(words).substr(at, end - at), value) || (column == 0 && value < 0))
+            return Wrong{line.substr(at, end - at), kColumns[column], at};
+    }
+    return std::nullopt;
 }
 
 bool is_comment(std::string_view line)
@@ -68,9 +82,13 @@ bool is_comment(std::string_view line)
 
 std::vector<Row> read_rows(std::istream& file, const std::string& path)
 {
-    const auto fault = [&](std::string wanted, int at = 0) {
-        return UserError(
-            {{.where = {}, .value = {}, .wanted = std::move(wanted), .file = path, .line = at, .column = 1}});
+    const auto fault = [&](std::string wanted, int at = 0, int column = 1, std::string value = {}) {
+        return UserError({{.where = {},
+                           .value = std::move(value),
+                           .wanted = std::move(wanted),
+                           .file = path,
+                           .line = at,
+                           .column = column}});
     };
     if (!file)
         throw fault("cannot be read: " + std::string(std::strerror(errno)));
@@ -83,10 +101,10 @@ std::vector<Row> read_rows(std::istream& file, const std::string& path)
         Row row{};
         if (is_comment(line))
             continue;
-        if (!parse(line, row)) {
+        if (auto wrong = parse(line, row)) {
             if (rows.empty())
                 continue;
-            throw fault("a row of frequency in Hz, level in dB and phase in degrees is wanted", at);
+            throw fault(wrong->wanted, at, static_cast<int>(wrong->at) + 1, std::move(wrong->value));
         }
         if (!rows.empty() && row.hz <= rows.back().hz)
             throw fault("frequencies must rise", at);

@@ -59,6 +59,7 @@ int import_filters(const std::string& path, const std::string& text, const Filte
         return 0;
     }
     Folder folder(options.into);
+    read_schematic(options.into, {.rate = options.rate});  // its problems name the file; a document knows of none
     Document document(folder, {.rate = options.rate});
     rate_of(document.schematic(), options.rate);
     const Block& block = equaliser_in(document.schematic(), options.into, options.block);

@@ -156,10 +156,10 @@ void compare_channels(Console& console, const char* side, int device, int wanted
 {
     if (device == 0 || device == wanted)
         return;
-    console.say(std::string(side) + ": the device has " + channels_text(device) + ", the schematic " +
-                std::to_string(wanted) +
-                (device < wanted ? (*side == 'i' ? "; the rest is silence" : "; the rest is not heard")
-                                 : (*side == 'i' ? "; the rest is not heard" : "; the rest is silent")));
+    console.note(std::string(side) + ": the device has " + channels_text(device) + ", the schematic " +
+                 std::to_string(wanted) +
+                 (device < wanted ? (*side == 'i' ? "; the rest is silence" : "; the rest is not heard")
+                                  : (*side == 'i' ? "; the rest is not heard" : "; the rest is silent")));
 }
 
 std::string status_line(const PlayerStatus& status, const Readings& readings)
@@ -218,7 +218,7 @@ public:
         constexpr int kBuffered = 4;  // periods, at the most: what the device still has when the fade has been written
         still_to_come_ = std::chrono::milliseconds(1000LL * kBuffered * got.period / got.rate);
         backend_->start(*routing_);
-        console_.say(backend_->name() + ": " + std::to_string(got.rate) + " Hz, period " + std::to_string(got.period));
+        console_.note(backend_->name() + ": " + std::to_string(got.rate) + " Hz, period " + std::to_string(got.period));
         if (tuning_)
             tuning_->serve(*player_, options_.tuning, [this](const std::string& line) { console_.say(line); });
     }
@@ -252,10 +252,10 @@ public:
         routing_->finish();
         const PlayerStatus status = player_->status();
         player_->set_backend(nullptr, 0);
-        char seconds[32];
-        std::snprintf(seconds, sizeof seconds, "%.1f s played, ", status.seconds);
-        console_.say(seconds + std::to_string(status.xruns) + " xruns, " + std::to_string(status.muted_blocks) +
-                     " blocks muted");
+        char text[96];
+        std::snprintf(text, sizeof text, "%.1f s played, %lld xruns, %lld blocks muted", status.seconds,
+                      static_cast<long long>(status.xruns), static_cast<long long>(status.muted_blocks));
+        status.muted_blocks > 0 ? console_.say(text) : console_.note(text);
         if (const std::string why = routing_->trouble(); !why.empty())
             throw std::runtime_error(why);
         return status.muted_blocks > 0 ? kFailure : 0;
@@ -270,7 +270,7 @@ private:
         rlimit limit{};
         const bool unlimited = getrlimit(RLIMIT_MEMLOCK, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY;
         if (mlockall(unlimited ? MCL_CURRENT | MCL_FUTURE : MCL_CURRENT) != 0)
-            console_.say(std::string("memory is not locked: ") + std::strerror(errno));
+            console_.note(std::string("memory is not locked: ") + std::strerror(errno));
     }
 
     void reload()
@@ -282,7 +282,7 @@ private:
             if (next.block_size != player_->block_size())
                 throw UserError(options_.schematic + ": another block size than before; start anew to hear it");
             player_->play(std::move(next), ++revision_);
-            console_.say(options_.schematic + ": read anew");
+            console_.note(options_.schematic + ": read anew");
         } catch (const UserError& error) {
             for (const Problem& problem : error.problems())
                 console_.say(text_of(problem));
@@ -293,7 +293,7 @@ private:
     void say_notes(const PlayerStatus& status)
     {
         for (const std::string& note : backend_->notes())
-            console_.say(note);
+            console_.note(note);
         if (status.trouble == trouble_)
             return;
         console_.say(status.trouble.empty() ? "plays again" : status.trouble);
@@ -371,7 +371,7 @@ void add_live_command(CommandLine& line)
     command.option("--seconds", options->seconds, "SECONDS", "End after so much audio").from(1e-6, 1e9);
     command.flag("--loop", options->loop, "Play the file of --input again and again");
     add_strict(command, options->strict);
-    command.flag("-q,--quiet", options->quiet, "No status, no warnings, none of the library's log lines");
+    command.flag("-q,--quiet", options->quiet, "Errors only, and where the page is");
     add_tuning_options(command, options->tuning);
     command.runs([options] { return live(*options); });
 }

@@ -34,6 +34,12 @@ void Console::plain(const std::string& line)
 
 void Console::say(const std::string& line) { plain("vantoro: " + line); }
 
+void Console::note(const std::string& line)
+{
+    if (!quiet_)
+        say(line);
+}
+
 void Console::status(const std::string& text)
 {
     if (quiet_)

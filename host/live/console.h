@@ -16,7 +16,8 @@ public:
     Console& operator=(const Console&) = delete;
 
     bool terminal() const { return terminal_; }
-    void say(const std::string& line);  // after "vantoro: "
+    void say(const std::string& line);   // after "vantoro: "
+    void note(const std::string& line);  // where it is not to be quiet
     void plain(const std::string& line);
     void status(const std::string& text);  // on a terminal it replaces the one before
 

@@ -9,14 +9,16 @@ namespace vantoro {
 
 namespace {
 
-// "mix has 2 inputs, 0 and 1"
-std::string has_text(const Node& node, int count, bool source)
+// "mix has 2 inputs, 0 and 1", "xo.mid has 1 output, 0"
+std::string has_text(const Node& node, const End& end, int side, bool source)
 {
     const bool block = node.type || (node.passes() && node.seen_outside(source));
     const std::string_view what = !block ? "channel" : source ? "output" : "input";
+    const int count = end.pins_named(side);
+    std::string text = node.name(source) + (end.name.empty() ? "" : '.' + std::string(end.name)) + " has ";
     if (count == 0)
-        return node.name(source) + " has no " + std::string(what) + 's';
-    std::string text = node.name(source) + " has " + count_text(count, what);
+        return text + "no " + std::string(what) + 's';
+    text += count_text(count, what);
     if (count == 1)
         return text + ", 0";
     return text + ", 0 " + (count == 2 ? "and " : "to ") + std::to_string(count - 1);
@@ -77,9 +79,11 @@ private:
         const bool from_good = has_pins(wire.from, *from.outputs);
         const bool to_good = has_pins(wire.to, *to.inputs);
         if (!from_good)
-            problems_.push_back({Wire::place(wire.index) + "/0", wire.from.text, has_text(from, *from.outputs, true)});
+            problems_.push_back(
+                {Wire::place(wire.index) + "/0", wire.from.text, has_text(from, wire.from, *from.outputs, true)});
         if (!to_good)
-            problems_.push_back({Wire::place(wire.index) + "/1", wire.to.text, has_text(to, *to.inputs, false)});
+            problems_.push_back(
+                {Wire::place(wire.index) + "/1", wire.to.text, has_text(to, wire.to, *to.inputs, false)});
         return from_good && to_good;
     }
 

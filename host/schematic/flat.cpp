@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "schematic/flat.h"
 
+#include <bit>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -47,18 +50,38 @@ void add_wires(const Schematic& schematic, const std::string& id, const std::vec
     }
 }
 
+// Takes out of rows what is not read and is the default all the same: written, it would be warned of.
+void drop_unread(const VantoroTable& table, std::span<const float> cells, json& rows)
+{
+    const Entries entries = entries_of(table);
+    for (json& row : rows) {
+        const std::span<const float> values = cells.first(entries.size());
+        cells = cells.subspan(entries.size());
+        for (std::size_t n = 0; n < entries.size() && row.is_object(); ++n)
+            if (!is_read(*entries[n], meaning_of(entries, values, n)) &&
+                std::bit_cast<std::uint32_t>(values[n]) == std::bit_cast<std::uint32_t>(entries[n]->initial))
+                row.erase(entries[n]->name);
+    }
+}
+
 // The values of one vector that are not those of another, in the order of the description.
 json differing(const Block& block, const std::vector<float>& vector, const std::vector<float>& from)
 {
     const json now = tidy(named_values(*block.type, block.pins, vector));
     const json before = tidy(named_values(*block.type, block.pins, from));
+    const Numbers numbers = take_apart(*block.type, block.pins, vector);
+    const auto layout = layout_of(*block.type);
     json out = json::object();
-    for (const VantoroSlot& slot : layout_of(*block.type)) {
+    for (std::size_t i = 0; i < layout.size(); ++i) {
+        const VantoroSlot& slot = layout[i];
         if (slot.kind != VANTORO_VALUE && slot.kind != VANTORO_ROWS)
             continue;
         const std::string name = slot.table ? slot.table->name : slot.param->name;
-        if (now[name].dump() != before[name].dump())  // so that -0 is not 0
-            out[name] = now[name];
+        if (now[name].dump() == before[name].dump())  // in text -0 is not 0
+            continue;
+        out[name] = now[name];
+        if (slot.table && slot.table->column_count > 1)
+            drop_unread(*slot.table, numbers.cells[i], out[name]);
     }
     return out;
 }

@@ -40,10 +40,14 @@ struct End {
     int last = -1;               // where such pins end, from the end of the side
     std::optional<int> count{};  // open: up to the last
     std::string text{};          // as written
+    std::string_view name{};     // that these pins go by, and the first of all that do
+    int first_named = 0;
 
     // On a side of so many pins: the n-th pin of this end, and how many it has.
     int pin(int n, int side) const { return first + every * n + (first < 0 ? side : 0); }
     int pins(int side) const { return count.value_or(std::max((side + last - pin(0, side) + every) / every, 0)); }
+    // All that go by the same name; without one, the whole side.
+    int pins_named(int side) const { return End{.first = first_named, .every = every, .last = last}.pins(side); }
     // The fewest pins of a side on which an open end has so many.
     int side(int pins) const { return first - last + every * (pins - 1); }
 };

@@ -58,6 +58,8 @@ bool name_run(const VantoroPin& pin, End& end)
 {
     const int run = end.first;
     end.first = pin.first + pin.every * run;
+    end.name = pin.name;
+    end.first_named = pin.first;
     end.every = pin.every;
     end.last = pin.last < 0 ? pin.last : -1;
     if (pin.last >= 0) {

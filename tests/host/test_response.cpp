@@ -268,7 +268,7 @@ TEST(Probes, AChainHearsItsInputAndKeepsItsControls)
     EXPECT_THROW(probe_blocks(whole, {"x"}), UserError);
 }
 
-// A title names the curve; pins are numbered only where their names leave them open.
+// A title names the curve where no other has it; pins are numbered only where their names leave them open.
 TEST(Probes, TitlesNameCurves)
 {
     const auto names = [](const std::string& type, const char* wires) {
@@ -282,6 +282,8 @@ TEST(Probes, TitlesNameCurves)
         names("FILTER_MISCE_STATEVARIABLEQ", R"(["input.0", "a.1"], ["a.2", "output.0"], ["input.0", "output.1"])"),
         (std::vector<std::string>{"Mine band", "output 1 (input)"}));
     EXPECT_EQ(names("FILTER_1ST", R"(["input.0", "a"], ["a", "output"])"), std::vector<std::string>{"Mine"});
+    EXPECT_EQ(names("FILTER_1ST", R"(["input.0", "a"], ["a", "output.0"], ["a", "output.1"])"),
+              (std::vector<std::string>{"output 0 (Mine)", "output 1 (Mine)"}));
 }
 
 // ---- the loudspeaker's file, and paper ----
@@ -307,9 +309,22 @@ TEST(Speaker, LinesBetweenRowsAndNothingBeyond)
         const double deg = hz < 300 ? 170 + (hz - 100) / 10 : 190;  // the shorter way, through 180
         EXPECT_NEAR(std::remainder(phase_deg(values[i]) - deg, 360), 0, 1e-9);
     }
-    for (const char* bad :
-         {"", "a\nb\n100 0 0\n", "a\nb\n100 0 0\n90 0 0\n", "a\nb\n100 0 0\n200 x 0\n", "a\nb\n100 0 0\n200\n"})
-        EXPECT_THROW(read_speaker(speaker_file(bad), kAxis), UserError) << bad;
+    const std::pair<const char*, std::string> faults[] = {
+        {"", "at least two rows of frequency in Hz, level in dB and phase in degrees are wanted"},
+        {"a\nb\n100 0 0\n", "at least two rows of frequency in Hz, level in dB and phase in degrees are wanted"},
+        {"a\nb\n100 0 0\n90 0 0\n", ":4:1: frequencies must rise"},
+        {"a\nb\n100 0 0\n200\t1,5x 0\n", ":4:5: 1,5x: a level in dB"},
+        {"a\nb\n100 0 0\n-200 0 0\n", ":4:1: -200: a frequency in Hz from 0"},
+        {"100 0 0\n200;0;1e999\n", ":2:7: 1e999: a phase in degrees"},
+        {"a\nb\n100 0 0\n200\n", ":4:4: a level in dB"},
+    };
+    for (const auto& [bad, wanted] : faults)
+        try {
+            read_speaker(speaker_file(bad), kAxis);
+            ADD_FAILURE() << bad;
+        } catch (const UserError& error) {
+            EXPECT_EQ(text_of(error.problems().front()), path + (wanted[0] == ':' ? "" : ": ") + wanted);
+        }
     std::filesystem::remove(path);
     EXPECT_THROW(read_speaker(path, kAxis), UserError);
 }

@@ -91,7 +91,7 @@ TEST(Schematic, NamesPlaceValueAndRemedyOfEveryFault)
         {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY"})", R"(["x.mid.1000", "output"])"),
          "/wires/0/0 | \"x.mid.1000\" | the pins mid by number from 0"},
         {graph(R"("x": {"type": "FILTER_CROSSOVER_3WAY", "inputs": 2})", R"(["x.mid.2", "output"])"),
-         "/wires/0/0 | \"x.mid.2\" | x has 6 outputs, 0 to 5"},
+         "/wires/0/0 | \"x.mid.2\" | x.mid has 2 outputs, 0 and 1"},
         {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.left", "c.sidechain"])"),
          "/wires/0/0 | \"input.left\" | input has no names for its channels"},
         {graph(R"("c": {"type": "DP_COMPRESSOR_EXT_RMS"})", R"(["input.0", "c.sidechain.1"])"),

@@ -78,6 +78,7 @@ export class Client {
   private id = 0;
   private waiting = new Map<number, (answer: Answer) => void>();
   state!: State;
+  meters = 0; // messages with them, so far
 
   static async join(program: Program): Promise<Client> {
     const client = new Client(new WebSocket(`${program.url.replace('http', 'ws')}/control`, { origin: program.url }));
@@ -90,6 +91,7 @@ export class Client {
   private constructor(private readonly socket: WebSocket) {
     socket.on('message', (data) => {
       const message = JSON.parse(String(data)) as Answer;
+      if (message['meters']) this.meters += 1;
       if (message['state']) this.state = message['state'] as State;
       if (message['changed']) Object.assign(this.state, { undo: (message['changed'] as State).undo });
       this.waiting.get(message['id'] as number)?.(message);
