@@ -368,6 +368,8 @@ class Cli(Case):
                             ("run x --format mp3", "--format: mp3: pcm16, pcm24, pcm32 or float"),
                             ("run x --raw-in s16le --raw-rate 48000.5", "--raw-rate: 48000.5: a whole number from 1000 to 768000"),
                             ("run x --seconds abc", "--seconds: abc: a number"),
+                            ("measure x --level nan", "--level: nan: a number from -100 to 0"),
+                            ("measure x --points 08", "x: "),  # eight, not an octal number
                             ("export x", "one of --c, --direct, --binary or --filters is needed"),
                             ("export x --c a --binary b", "only one of --c, --direct, --binary and --filters can be given"),
                             ("run x --set g.a=1@1 --set g --set h", "--set: g: BLOCK.PARAM=VALUE"),
