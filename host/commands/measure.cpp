@@ -246,8 +246,11 @@ void check_outputs(const Options& options)
 {
     if (!options.picture.empty())
         kind_of(options.picture, {"svg", "png"});
-    for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture})
-        check_output(path, {}, {{"the recording", options.recording}, {"the reference", options.reference}});
+    std::vector<PartFile::Kept> kept = {{"the recording", options.recording}, {"the reference", options.reference}};
+    for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture}) {
+        check_output(path, {}, kept);
+        kept.push_back({"another output", path});
+    }
 }
 
 void report(const Options& options, const Impulse& impulse, double noise_db, double lowest)
