@@ -62,7 +62,7 @@ int write_sweep(const Options& options)
     AudioWriter::check(options.sweep, Encoding::natural, 1, rate);
     std::vector<float> samples = samples_of(test_of(options, rate));
     samples.resize(samples.size() + static_cast<std::size_t>(std::llround(options.tail * rate)));
-    AudioWriter writer(options.sweep, Encoding::natural, 1, rate, static_cast<std::int64_t>(samples.size()));
+    AudioWriter writer(options.sweep, Encoding::natural, 1, rate);
     const float* const channel = samples.data();
     writer.write(&channel, static_cast<int>(samples.size()));
     writer.commit();
@@ -222,7 +222,7 @@ void write_impulse(const Options& options, const Impulse& impulse, const Windowe
         options.delay == Delay::keep ? static_cast<std::size_t>(std::max(-windowed.start, 0.0)) : 0;
     for (std::size_t i = early; i < windowed.samples.size(); ++i)
         samples.push_back(static_cast<float>(windowed.samples[i]));
-    AudioWriter writer(options.impulse, Encoding::real, 1, impulse.rate, static_cast<std::int64_t>(samples.size()));
+    AudioWriter writer(options.impulse, Encoding::real, 1, impulse.rate);
     const float* const channel = samples.data();
     writer.write(&channel, static_cast<int>(samples.size()));
     writer.commit();

@@ -256,6 +256,10 @@ class Cli(Case):
                 f.write(struct.pack("<I", unknown))
             out = self.call("run", gain, "-i", self.path("pipe.wav"), "-o", self.path("b.wav"))
             self.assertEqual((len(samples(self.path("b.wav"))), out.stderr), (60000, ""))
+            # No length for a pipe either, which would be too much for AIFF.
+            piped = subprocess.run("cat '%s' | '%s' run '%s' -i - -o '%s' --format float" %
+                                   (self.path("pipe.wav"), PROGRAM, gain, self.path("b.aiff")), shell=True, capture_output=True)
+            self.assertEqual((piped.returncode, piped.stderr), (0, b""))
 
     def test_what_is_not_finite_is_a_failure(self):
         for frames, settings, words in (([0.5] * 200 + [float("nan")], [], "samples of the input that are not finite or beyond 1e10, taken as 0: 1"),
