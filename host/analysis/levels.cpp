@@ -16,16 +16,17 @@ void Levels::add(const float* const* channels, int frames)
     const auto magnitude = [&](float x) { return bits(x) & 0x7fffffff; };
     for (std::size_t ch = 0; ch < peaks_.size() && frames > 0; ++ch) {
         const float* x = channels[ch];
-        std::int32_t peak = peaks_[ch];
+        std::int32_t peak = 0;
         std::int32_t above = 0;
         std::int32_t flat = magnitude(x[0]) == kFullScale && last_[ch] == bits(x[0]) ? 1 : 0;
         for (int i = 0; i < frames; ++i) {
             peak = std::max(peak, magnitude(x[i]));
             above += magnitude(x[i]) > kFullScale ? 1 : 0;
         }
-        for (int i = 1; i < frames; ++i)
+        const int loud = peak >= kFullScale ? frames : 0;  // seldom more than 0
+        for (int i = 1; i < loud; ++i)
             flat += ((magnitude(x[i]) ^ kFullScale) | (bits(x[i]) ^ bits(x[i - 1]))) == 0 ? 1 : 0;
-        peaks_[ch] = peak;
+        peaks_[ch] = std::max(peaks_[ch], peak);
         last_[ch] = bits(x[frames - 1]);
         above_ += above;
         flat_ += flat;

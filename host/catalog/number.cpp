@@ -125,10 +125,9 @@ std::string at_this_pace(const Meaning& meaning, float value, Pace pace)
     return {};
 }
 
-std::string beside_others(const Entries& entries, std::span<const float> values, std::size_t n,
+std::string beside_others(const Meaning& meaning, const Entries& entries, std::span<const float> values, std::size_t n,
                           std::span<const float> before)
 {
-    const Meaning meaning = meaning_of(entries, values, n);
     if (n > 0 && flagged(meaning, VANTORO_AT_MOST_BEFORE) && values[n] > values[n - 1])
         return "is limited to " + decimal(values[n - 1]) + ", which is " + entries[n - 1]->name;
     if (!before.empty() && flagged(meaning, VANTORO_ASCENDING) && values[n] < before[n])

@@ -24,9 +24,9 @@ std::string surprise(const VantoroParam& param, const Meaning& meaning, float va
 // The same of a frequency that is not below half the rate, of a speed that blocks of this size do not follow, and of a
 // time that is no whole number of samples.
 std::string at_this_pace(const Meaning& meaning, float value, Pace pace);
-// The same of the n-th of several entries: limited by the one before it, or below that of the row before. `before`:
-// that row; empty: there is none.
-std::string beside_others(const Entries& entries, std::span<const float> values, std::size_t n,
+// The same of the n-th of several entries, which means `meaning`: limited by the one before it, or below that of the
+// row before. `before`: that row; empty: there is none.
+std::string beside_others(const Meaning& meaning, const Entries& entries, std::span<const float> values, std::size_t n,
                           std::span<const float> before);
 
 }  // namespace vantoro

@@ -246,9 +246,11 @@ void check_vector(const BlockType& type, PinCounts pins, std::span<const float> 
             if (!entries[i])
                 continue;
             const Meaning meaning = meaning_of(entries, values, i);
-            for (std::string text : {at_this_pace(meaning, values[i], pace), beside_others(entries, values, i, before)})
-                if (!text.empty())
-                    problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
+            std::string text = at_this_pace(meaning, values[i], pace);
+            if (text.empty())
+                text = beside_others(meaning, entries, values, i, before);
+            if (!text.empty())
+                problems.push_back({where + "/" + entries[i]->name, decimal(values[i]), std::move(text), true});
         }
     };
     const Numbers numbers = take_apart(type, pins, vector);

@@ -28,7 +28,7 @@ struct OptionText {
     std::vector<std::string> choices{};
     bool required = false;
     bool repeated = false;
-    bool whole = false;  // a whole number
+    std::optional<std::pair<double, double>> range{};  // of a number
 
     bool is_argument() const { return !names.starts_with('-'); }
     std::string long_name() const { return names.substr(names.find(',') + 1); }
@@ -46,7 +46,7 @@ public:
     Option(CLI::Option& option, OptionText& text) : option_(&option), text_(&text) {}
 
     Option required();
-    Option from(double lowest, double highest);  // whole numbers stay exact to 2^53
+    Option from(double lowest, double highest);  // of a number
     Option one_of(std::vector<std::string> choices);
     Option needs(const char* other);
     Option excludes(const char* other);
@@ -95,6 +95,8 @@ public:
 
 private:
     Option add(CLI::Option* option, const char* names, const char* what, const char* help);
+    template <class Number, class T>
+    Option number(const char* names, T& value, const char* what, const char* help);
     Option word(const char* names, const std::function<void(const std::string&)>& take, const char* help);
 
     Entry* entry_;

@@ -138,10 +138,9 @@ int period_of(const LiveOptions& options, const Schematic& schematic)
 Routing::Files files_of(Plan& plan, bool loop)
 {
     Routing::Files files;
-    const std::optional<std::int64_t> frames = plan.file && !loop ? plan.file->frames() : std::nullopt;
     if (plan.to.kind == Endpoint::Kind::file)
-        files.output = std::make_unique<AudioWriter>(
-            plan.to.name, Encoding::natural, static_cast<int>(plan.schematic.outputs.size()), plan.rate, frames);
+        files.output = std::make_unique<AudioWriter>(plan.to.name, Encoding::natural,
+                                                     static_cast<int>(plan.schematic.outputs.size()), plan.rate);
     if (plan.file && loop)
         files.again = [path = plan.from.name] { return std::make_unique<AudioReader>(path); };
     files.input = std::move(plan.file);
@@ -250,6 +249,8 @@ public:
         }
         backend_->stop();
         routing_->finish();
+        if (!options_.quiet && !routing_->shortfall().empty())
+            console_.say(routing_->shortfall());
         const PlayerStatus status = player_->status();
         player_->set_backend(nullptr, 0);
         char text[96];

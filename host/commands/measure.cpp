@@ -62,7 +62,7 @@ int write_sweep(const Options& options)
     AudioWriter::check(options.sweep, Encoding::natural, 1, rate);
     std::vector<float> samples = samples_of(test_of(options, rate));
     samples.resize(samples.size() + static_cast<std::size_t>(std::llround(options.tail * rate)));
-    AudioWriter writer(options.sweep, Encoding::natural, 1, rate, static_cast<std::int64_t>(samples.size()));
+    AudioWriter writer(options.sweep, Encoding::natural, 1, rate);
     const float* const channel = samples.data();
     writer.write(&channel, static_cast<int>(samples.size()));
     writer.commit();
@@ -222,7 +222,7 @@ void write_impulse(const Options& options, const Impulse& impulse, const Windowe
         options.delay == Delay::keep ? static_cast<std::size_t>(std::max(-windowed.start, 0.0)) : 0;
     for (std::size_t i = early; i < windowed.samples.size(); ++i)
         samples.push_back(static_cast<float>(windowed.samples[i]));
-    AudioWriter writer(options.impulse, Encoding::real, 1, impulse.rate, static_cast<std::int64_t>(samples.size()));
+    AudioWriter writer(options.impulse, Encoding::real, 1, impulse.rate);
     const float* const channel = samples.data();
     writer.write(&channel, static_cast<int>(samples.size()));
     writer.commit();
@@ -246,8 +246,11 @@ void check_outputs(const Options& options)
 {
     if (!options.picture.empty())
         kind_of(options.picture, {"svg", "png"});
-    for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture})
-        check_output(path, {}, {{"the recording", options.recording}, {"the reference", options.reference}});
+    std::vector<PartFile::Kept> kept = {{"the recording", options.recording}, {"the reference", options.reference}};
+    for (const std::string& path : {options.sweep, options.impulse, options.frd, options.picture}) {
+        check_output(path, {}, kept);
+        kept.push_back({"another output", path});
+    }
 }
 
 void report(const Options& options, const Impulse& impulse, double noise_db, double lowest)

@@ -116,7 +116,8 @@ void check_sound(const RunOptions& options, const Job& job, Complaints& complain
     if (channels == 0 || options.output.empty())
         return;
     if (options.raw_out.empty())
-        complaints.guard([&] { AudioWriter::check(sound_path(options), options.encoding, channels, job.rate); });
+        complaints.guard(
+            [&] { AudioWriter::check(sound_path(options), options.encoding, channels, job.rate, job.frames); });
     complaints.guard([&] {
         check_output(options.output, job.schematic.files,
                      {{"the input; --force allows it", options.force ? "" : options.input}});
@@ -169,7 +170,7 @@ std::unique_ptr<AudioSink> open_output(const RunOptions& options, const Job& job
         return nullptr;
     if (!options.raw_out.empty())
         return std::make_unique<RawWriter>(options.output, raw_formats().at(options.raw_out), channels);
-    return std::make_unique<AudioWriter>(sound_path(options), options.encoding, channels, job.rate, job.frames);
+    return std::make_unique<AudioWriter>(sound_path(options), options.encoding, channels, job.rate);
 }
 
 }  // namespace vantoro

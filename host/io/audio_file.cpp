@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -129,10 +130,25 @@ SF_VIRTUAL_IO& part_calls()
     return calls;
 }
 
-// ---- WAV of a length that only the end tells ----
+// AIFF has 32 bits for its size, and libsndfile begins again at 0. The other formats have room, or say "unknown".
+std::int64_t most_frames(const SF_INFO& info)
+{
+    constexpr std::int64_t kMost = 0xffffffff, kHeader = 1024;  // bytes; the header is shorter
+    const int bits = bits_of(info.format);
+    if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_AIFF)
+        return std::numeric_limits<std::int64_t>::max();
+    return (kMost - kHeader) / (info.channels * (bits ? bits / 8 : 4));
+}
 
-// A chunk of its own after the first 12 bytes keeps room for the 64-bit sizes of RF64 (EBU Tech 3306). libsndfile knows
-// nothing of it: what it takes for byte 12 and after comes that much later.
+std::string too_long(const std::string& path)
+{
+    return path + ": is longer than an AIFF can be: .wav, .w64 or .caf can";
+}
+
+// ---- WAV ----
+
+// Its length is known at the end. A chunk of its own after the first 12 bytes keeps room for the 64-bit sizes of RF64
+// (EBU Tech 3306). libsndfile knows nothing of it: what it takes for byte 12 and after comes that much later.
 constexpr std::size_t kRiffBytes = 12, kRoom = 36;
 
 void put_number(char* to, std::uint64_t value, int bytes)
@@ -189,6 +205,15 @@ SF_VIRTUAL_IO& roomy_calls()
     return calls;
 }
 
+// ---- lengths ----
+
+constexpr std::int64_t kUnknown = 0x7ffff000;  // bytes, and above: what programs that write to a pipe leave there
+
+double bytes_a_frame(SNDFILE* file, const SF_INFO& info)
+{
+    return static_cast<double>(sf_current_byterate(file)) / info.samplerate;
+}
+
 std::int64_t number_after(std::string_view line, std::string_view mark)
 {
     std::int64_t value = 0;
@@ -201,7 +226,6 @@ std::int64_t number_after(std::string_view line, std::string_view mark)
 // sizes: "data : 288000 (should be 172783)".
 std::int64_t missing_bytes(SNDFILE* file)
 {
-    constexpr std::int64_t kUnknown = 0x7ffff000;  // and above: what programs that write to a pipe leave there
     std::string log(16384, '\0');
     log.resize(static_cast<std::size_t>(sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()))));
     std::istringstream lines(log);
@@ -220,7 +244,7 @@ std::int64_t missing_bytes(SNDFILE* file)
 
 std::int64_t claimed_frames(SNDFILE* file, const SF_INFO& info)
 {
-    const double frame_bytes = static_cast<double>(sf_current_byterate(file)) / info.samplerate;
+    const double frame_bytes = bytes_a_frame(file, info);
     if (info.frames == SF_COUNT_MAX || !(frame_bytes > 0))
         return info.frames == SF_COUNT_MAX ? 0 : info.frames;
     return info.frames + std::llround(std::ceil(static_cast<double>(missing_bytes(file)) / frame_bytes));
@@ -233,6 +257,8 @@ AudioReader::AudioReader(const std::string& path) : path_(path)
     file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
     if (!file_)
         throw UserError(path + ": " + sf_strerror(nullptr));
+    if (!info_.seekable && (static_cast<double>(info_.frames) + 1) * bytes_a_frame(file_.get(), info_) > kUnknown)
+        info_.frames = SF_COUNT_MAX;
     chunk_.resize(chunk_frames(info_.channels) * static_cast<std::size_t>(info_.channels));
 }
 
@@ -286,23 +312,21 @@ int AudioReader::read(float* const* channels, int frames)
 
 // ---- writing ----
 
-void AudioWriter::check(const std::string& path, Encoding encoding, int channels, int rate)
+void AudioWriter::check(const std::string& path, Encoding encoding, int channels, int rate,
+                        std::optional<std::int64_t> frames)
 {
-    format_of(path, encoding, channels, rate);
+    if (frames.value_or(0) > most_frames(format_of(path, encoding, channels, rate)))
+        throw UserError(too_long(path));
 }
 
-AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channels, int rate,
-                         std::optional<std::int64_t> frames)
+AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channels, int rate)
     : part_(path, PartFile::Access::seek), channels_(channels)
 {
-    constexpr double kMaxWavBytes = 4e9;
     SF_INFO info = format_of(path, encoding, channels, rate);
     const bool wav = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV;
     bits_ = bits_of(info.format);
-    if (const double bytes = static_cast<double>(frames.value_or(0)) * channels * (bits_ ? bits_ / 8 : 4);
-        wav && bytes > kMaxWavBytes)
-        info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
-    file_.reset(sf_open_virtual(wav && !frames ? &roomy_calls() : &part_calls(), SFM_WRITE, &info, &part_));
+    left_ = most_frames(info);
+    file_.reset(sf_open_virtual(wav ? &roomy_calls() : &part_calls(), SFM_WRITE, &info, &part_));
     check_sound(file_ != nullptr);
     sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
     sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
@@ -312,6 +336,8 @@ AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channel
 
 void AudioWriter::write(const float* const* channels, int frames)
 {
+    if ((left_ -= frames) < 0)
+        throw std::runtime_error(too_long(part_.name()));
     const std::size_t room = chunk_frames(channels_);
     for (int done = 0; done < frames;) {
         const int n = static_cast<int>(std::min(room - filled_, static_cast<std::size_t>(frames - done)));

@@ -80,11 +80,13 @@ enum class Encoding {
 // Writes a file whose format follows from its extension. It takes its place with commit(), not before.
 class AudioWriter : public AudioSink {
 public:
-    // Whether the path's extension and the encoding name a format that can be written. Throws if not.
-    static void check(const std::string& path, Encoding encoding, int channels, int rate);
+    // Whether the path's extension and the encoding name a format that can be written, and that so many frames fit
+    // into, where it is known how many come. Throws if not.
+    static void check(const std::string& path, Encoding encoding, int channels, int rate,
+                      std::optional<std::int64_t> frames = {});
 
-    // `frames`: the length to come, where it is known; WAV files of more than 4 GB become RF64.
-    AudioWriter(const std::string& path, Encoding encoding, int channels, int rate, std::optional<std::int64_t> frames);
+    // WAV files of more than 4 GB become RF64.
+    AudioWriter(const std::string& path, Encoding encoding, int channels, int rate);
 
     void write(const float* const* channels, int frames) override;
     void commit() override;
@@ -95,7 +97,8 @@ private:
 
     PartFile part_;  // before the sound file, which writes its last bytes into it when it is closed
     int channels_;
-    int bits_;  // of PCM; 0: float
+    int bits_;           // of PCM; 0: float
+    std::int64_t left_;  // frames that still fit
     Sound file_;
     std::vector<float> chunk_;         // interleaved
     std::vector<std::int32_t> codes_;  // the same as PCM

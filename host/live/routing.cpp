@@ -106,6 +106,8 @@ try {
         }
         const int frames = files_.input->read(chunk.at.data(), kChunk);
         from_file_->push(chunk.at.data(), frames);
+        if (frames == 0 && shortfall_.empty())
+            shortfall_ = files_.input->shortfall();
         if (frames == 0 && !(any && files_.again))
             break;
         if (frames == 0)

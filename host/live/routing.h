@@ -61,6 +61,8 @@ public:
     std::string trouble() const;
     // After the backend has stopped: writes what is left and puts the output file in its place.
     void finish();
+    // After that: what the input file lacked where it was read to its end, as AudioSource says it.
+    const std::string& shortfall() const { return shortfall_; }
 
 private:
     void read_ahead();
@@ -76,7 +78,8 @@ private:
     std::unique_ptr<FrameQueue> from_file_, to_file_;
     std::atomic<bool> stop_{false}, read_all_{false}, ended_{false}, failed_{false};
     std::atomic_flag failing_;
-    std::string why_;  // written once, before failed_
+    std::string why_;        // written once, before failed_
+    std::string shortfall_;  // of the reader's
     std::thread reader_, writer_;
 };
 

@@ -256,6 +256,10 @@ class Cli(Case):
                 f.write(struct.pack("<I", unknown))
             out = self.call("run", gain, "-i", self.path("pipe.wav"), "-o", self.path("b.wav"))
             self.assertEqual((len(samples(self.path("b.wav"))), out.stderr), (60000, ""))
+            # No length for a pipe either, which would be too much for AIFF.
+            piped = subprocess.run("cat '%s' | '%s' run '%s' -i - -o '%s' --format float" %
+                                   (self.path("pipe.wav"), PROGRAM, gain, self.path("b.aiff")), shell=True, capture_output=True)
+            self.assertEqual((piped.returncode, piped.stderr), (0, b""))
 
     def test_what_is_not_finite_is_a_failure(self):
         for frames, settings, words in (([0.5] * 200 + [float("nan")], [], "samples of the input that are not finite or beyond 1e10, taken as 0: 1"),
@@ -368,6 +372,8 @@ class Cli(Case):
                             ("run x --format mp3", "--format: mp3: pcm16, pcm24, pcm32 or float"),
                             ("run x --raw-in s16le --raw-rate 48000.5", "--raw-rate: 48000.5: a whole number from 1000 to 768000"),
                             ("run x --seconds abc", "--seconds: abc: a number"),
+                            ("measure x --level nan", "--level: nan: a number from -100 to 0"),
+                            ("measure x --points 08", "x: "),  # eight, not an octal number
                             ("export x", "one of --c, --direct, --binary or --filters is needed"),
                             ("export x --c a --binary b", "only one of --c, --direct, --binary and --filters can be given"),
                             ("run x --set g.a=1@1 --set g --set h", "--set: g: BLOCK.PARAM=VALUE"),

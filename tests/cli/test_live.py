@@ -97,6 +97,12 @@ class Files(Case):
                            "--no-server", "-q")
         self.assertEqual((live.returncode, live.stderr), (0, ""))
         self.assertTrue(filecmp.cmp(self.path("run.wav"), self.path("live.wav"), shallow=False))
+        os.truncate(self.music, 100000)
+        cut = self.run_it("run", schematic, "-i", self.music, "-o", self.path("run.wav")).stderr
+        self.assertRegex(cut, r"^vantoro: .*music.wav: cut short or damaged: 48000 frames are claimed, \d+ found\n$")
+        for more, times in ([], 1), (["--loop", "--seconds", "2"], 1), (["-q"], 0):
+            live = self.run_it("live", schematic, "--input", "file:" + self.music, "--output", "null", *more)
+            self.assertEqual(live.stderr.count(cut), times, live.stderr)
 
     def test_a_saved_file_is_heard_and_a_broken_one_is_not(self):
         shutil.copy(os.path.join(EXAMPLES, "passthrough.json"), self.path("s.json"))

@@ -8,6 +8,7 @@ import cmath
 import csv
 import json
 import math
+import os
 import random
 import sys
 import unittest
@@ -129,6 +130,7 @@ class Measure(Responses):
                                    ("loud", [max(-1.0, min(1.0, 8 * x)) for x in sweep] + [0.0] * 9600, RATE)):
             wav(self.path(name + ".wav"), frames, 1, rate)
         good, frd = self.path("good.wav"), ["--frd", self.path("m.frd", "old")]
+        os.symlink("m.frd", self.path("link.wav"))
         for arguments, words in ((["silent"], "silent.wav: channel 0 is silent"), (["short"], "0.94 s long; the sweep takes 2.00 s"),
                                  (["noise"], "noise.wav: "), (["cut"], "ends 0.10 s before the sweep does"),
                                  (["begun"], "start recording before playing"), (["slow", "--rate", "48000"], "44100 Hz; --rate is 48000"),
@@ -140,6 +142,7 @@ class Measure(Responses):
                                  (["good", "--smooth", "3"], "1/1 to 1/96"), (["good", "--to", "24001"], "at most half the rate"),
                                  (["good", "-o", good], "would overwrite the recording"),
                                  (["good", "--reference", self.path("cut.wav"), "-o", self.path("cut.wav")], "overwrite the reference"),
+                                 (["good", "-o", self.path("link.wav")], "m.frd: would overwrite another output"),
                                  (["good", "--picture", self.path("p.txt")], ".svg or .png")):
             error = self.call("measure", self.path(arguments[0] + ".wav"), *frd, *arguments[1:],
                               *([] if "--seconds" in arguments else TEST_SWEEP), status=2).stderr

@@ -42,14 +42,14 @@ class Faults(unittest.TestCase):
         with open(os.path.join(self.inputs, "s.json"), "w") as file:
             file.write(SCHEMATIC)
 
-    def call(self, arguments, nth):
+    def call(self, arguments, nth, **more):
         if os.path.exists(self.mark):
             os.remove(self.mark)
         environment = {**os.environ, "LD_PRELOAD": LIBRARY, "FAIL_NTH": str(nth), "FAIL_MARK": self.mark}
         # Sanitizers want to be loaded first.
         environment["ASAN_OPTIONS"] = environment.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
         result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, errors="replace", cwd=self.outputs,
-                                env=environment)
+                                env=environment, **more)
         if not os.path.exists(self.mark):
             return result, None
         with open(self.mark) as file:
@@ -91,6 +91,27 @@ class Faults(unittest.TestCase):
             failed = self.sweep(*run, "-o", name, "--meters", "m.csv", outputs=(name, "m.csv"), exact=name != "o.ogg")
             self.assertEqual(failed, {"open", "write", "fsync", "close", "rename", "flush"})
         self.assertEqual(self.sweep(*run, "-o", "-", "--raw-out", "s16le"), {"write", "close"})
+
+    def test_sound_files_of_more_than_4_gb(self):
+        with open(os.path.join(self.inputs, "zeros.json"), "w") as file:
+            file.write('{"rate": 768000, "blockSize": 8192, "blocks": {"dc": {"type": "SOURCE_DC", "params": {"value": 0}}}, '
+                       '"wires": [["dc", "output"]]}')
+        zeros = ["run", os.path.join(self.inputs, "zeros.json"), "--seconds", "1400", "--format", "float", "-o"]
+        self.assertEqual(self.call([*zeros, "o.wav"], 0)[0].returncode, 0)
+        path, data = os.path.join(self.outputs, "o.wav"), 1400 * 768000 * 4
+        with open(path, "rb") as file:
+            header = file.read(os.path.getsize(path) - data)
+        self.assertEqual(struct.unpack_from("<4sI4s4sIQQQI", header), (b"RF64", 0xffffffff, b"WAVE", b"ds64", 28,
+                                                                       len(header) + data - 8, data, data // 4, 0))
+        self.assertEqual(header[-8:], b"data\xff\xff\xff\xff")
+        os.remove(path)
+        too_long = "vantoro: o.aiff: is longer than an AIFF can be: .wav, .w64 or .caf can\n"
+        refused, _ = self.call([*zeros, "o.aiff"], 0)
+        self.assertEqual((refused.returncode, refused.stderr), (2, too_long))
+        with open("/dev/zero") as endless:
+            raw = ["-i", "-", "--raw-in", "f32le", "--raw-rate", "48000", "--raw-channels", "2", "--format", "float"]
+            ended, _ = self.call(["run", os.path.join(self.inputs, "s.json"), *raw, "-o", "o.aiff"], 0, stdin=endless)
+        self.assertEqual((ended.returncode, ended.stderr, os.listdir(self.outputs)), (1, too_long, []))
 
     def test_pictures_and_tables(self):
         for name in ("o.svg", "o.csv"):
