@@ -249,8 +249,8 @@ public:
         }
         backend_->stop();
         routing_->finish();
-        if (!options_.quiet && !routing_->shortfall().empty())
-            console_.say(routing_->shortfall());
+        if (!routing_->shortfall().empty())
+            console_.note(routing_->shortfall());
         const PlayerStatus status = player_->status();
         player_->set_backend(nullptr, 0);
         char text[96];
