@@ -2,13 +2,16 @@
 // What live playing costs, without a device.
 //   live_cost SCHEMATIC         nanoseconds of a block: plain, with meters, with a tap
 //   live_cost SCHEMATIC HOURS   so many hours of audio as fast as they go, a change a second: memory and load over time
+//   live_cost SCHEMATIC --changes N   N changes at the pace of a device: how long each takes until it is heard
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -102,7 +105,18 @@ long resident_kib()
     return -1;
 }
 
-// The first block's first parameter goes up and down a little.
+// Of the first block that has parameters, the last goes up and down a little.
+vantoro::Schematic changed(const vantoro::Schematic& schematic, long n)
+{
+    vantoro::Schematic next = schematic;
+    for (vantoro::Block& block : next.blocks)
+        if (!block.vector.empty() && n % 2 == 1) {
+            block.vector.back() *= 1.0F + 1e-4F * static_cast<float>(n % 100);
+            break;
+        }
+    return next;
+}
+
 void soak(const vantoro::Schematic& schematic, double hours)
 {
     Deck deck(schematic);
@@ -110,13 +124,7 @@ void soak(const vantoro::Schematic& schematic, double hours)
     const long row = std::max(1L, all / 12);
     std::puts("hour   ns a block   KiB resident");
     for (long s = 1; s <= all; ++s) {
-        vantoro::Schematic next = schematic;
-        for (vantoro::Block& block : next.blocks)
-            if (!block.vector.empty() && s % 2 == 1) {
-                block.vector.back() *= 1.0F + 1e-4F * static_cast<float>(s % 100);
-                break;
-            }
-        deck.player.play(std::move(next), static_cast<std::uint64_t>(s));
+        deck.player.play(changed(schematic, s), static_cast<std::uint64_t>(s));
         while (deck.player.handed() != static_cast<std::uint64_t>(s))
             std::this_thread::sleep_for(std::chrono::microseconds(100));
         deck.run(40);
@@ -129,13 +137,47 @@ void soak(const vantoro::Schematic& schematic, double hours)
     }
 }
 
+// Until a change is heard whole, its fade included.
+void pace(const vantoro::Schematic& schematic, long changes)
+{
+    constexpr long kBlocks = 8;  // a period
+    Deck deck(schematic);
+    std::atomic<bool> playing{true};
+    double busy = 0;
+    const Clock::time_point start = Clock::now();
+    std::thread audio([&] {
+        const std::chrono::nanoseconds period(1000000000LL * kBlocks * schematic.block_size / kRate);
+        for (Clock::time_point next = start; playing; next += period) {
+            busy += deck.run(kBlocks) * kBlocks;
+            std::this_thread::sleep_until(next + period);
+        }
+    });
+    std::vector<double> times;
+    for (long n = 1; n <= changes; ++n) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200 + n % 100));
+        const Clock::time_point asked = Clock::now();
+        deck.player.play(changed(schematic, n), static_cast<std::uint64_t>(n));
+        while (deck.player.status().heard != static_cast<std::uint64_t>(n))
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        times.push_back(seconds_since(asked) * 1e3);
+    }
+    const double share = busy / (seconds_since(start) * 1e9);
+    playing = false;
+    audio.join();
+    std::ranges::sort(times);
+    std::printf("load %.0f %%; %ld changes heard after %.0f ms, at most %.0f ms; %lld late\n", 100 * share, changes,
+                times[times.size() / 2], times.back(), static_cast<long long>(deck.player.late()));
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     if (argc < 2)
         return 2;
-    if (argc > 2)
+    if (argc > 3 && std::string_view(argv[2]) == "--changes")
+        pace(load(argv[1]), std::atol(argv[3]));
+    else if (argc > 2)
         soak(load(argv[1]), std::atof(argv[2]));
     else
         cost(load(argv[1]));

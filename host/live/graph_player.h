@@ -24,7 +24,7 @@ class GraphPlayer : public Player, public AudioClient {
 public:
     struct Options {
         double replay_seconds = 2;
-        double budget_seconds = 0.05;  // of building and replaying: heavy graphs replay less
+        double budget_seconds = 0.035;  // of building and replaying: heavy graphs replay less
         float fade_ms = 20;
         std::uint64_t revision = 0;                                               // of the first schematic
         std::function<void(const std::string&)> say = [](const std::string&) {};  // for people; worker thread
