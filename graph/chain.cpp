@@ -2,8 +2,9 @@
 // Filters in series run as one, and what lies between them is written only where somebody listens.
 //
 // A node follows another when its inputs are all of that one's outputs, pin by pin, nobody else hears those, and the
-// library takes both as parts of a chain. A chain runs in its first node's place, in pieces: it is cut after each node
-// whose outputs are read from outside, by meters, taps or Vantoro_graph_signal.
+// library takes both as parts of a chain. A chain runs in its first node's place. Where outputs in it are read from
+// outside, by meters, taps or Vantoro_graph_signal, as much of it as heard_chain.cpp takes runs as one, the rest in
+// pieces: it is cut after each node that is read.
 #include <algorithm>
 #include <vantoro/filters/chain.h>
 
@@ -111,6 +112,10 @@ int Program::run_chain(int head)
         last = end_of_piece(n);
         const RunNode &first = nodes_[index(n)], &end = nodes_[index(last)];
         node_at_work = first.name;
+        if (const int heard = end.after < 0 ? -1 : run_heard(n, last); heard >= 0) {
+            last = heard;
+            continue;
+        }
         result = n == last ? run_node(first)
                            : Vantoro_chain_process(chained_.get() + first.place, end.place - first.place + 1, first.in,
                                                    end.out);

@@ -230,10 +230,8 @@ void VantoroGraph::measure()
     if (!meters)
         return;
     meters->turn();
-    for (int s = 1; s < now->signals(); ++s)
-        meters->add(s, now->signal(s), now->block_size());
-    for (int ch = 0; ch < now->outputs(); ++ch)
-        meters->add(now->signals() + ch, out[index(ch)], now->block_size());
+    meters->add(1, now->buffers() + 1, now->signals() - 1, now->block_size());
+    meters->add(now->signals(), out.get(), now->outputs(), now->block_size());
 }
 
 void VantoroGraph::feed_taps()

@@ -3,22 +3,31 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <type_traits>
+
+#include "../lib/kernels/lanes.h"
 
 namespace vgraph {
 
 namespace {
 
-using V = float __attribute__((vector_size(kLanes * sizeof(float))));
-using Bits = unsigned __attribute__((vector_size(kLanes * sizeof(unsigned))));
+using lbx::load, lbx::store;
+using V = lbx::f8;
 
-void load(V& to, const float* from) { std::memcpy(&to, from, sizeof to); }
-
-// By reference: how vectors are passed depends on the processor that is built for.
-void raise_peak(V& peak, const V& x)
+template <class W>
+LBX_INLINE W greater(W a, W b)
 {
-    const V magnitude = reinterpret_cast<V>(reinterpret_cast<Bits>(x) & 0x7fffffffU);
-    peak = magnitude > peak ? magnitude : peak;
+    if constexpr (std::is_class_v<W>)
+        return lbx::join(greater(lbx::lower(a), lbx::lower(b)), greater(lbx::upper(a), lbx::upper(b)));
+    else
+        return a > b ? a : b;
+}
+
+LBX_INLINE void raise(V& peak, V& sum, V x)
+{
+    x = lbx::magnitude(x);
+    peak = greater(x, peak);
+    sum = lbx::mul_add(x, x, sum);
 }
 
 }  // namespace
@@ -45,29 +54,25 @@ void Meters::turn()
     ++blocks_[now_ % 2];
 }
 
-// Two chains side by side: each waits for its own last result.
-void Meters::add(int signal, const float* samples, int n)
+// All signals in one loop: with a call for each, that would cost as much as its samples. Two chains side by side: each
+// waits for its own last result.
+void Meters::add(int first, const float* const* signals, int count, int n)
 {
-    Lanes& lanes = banks_[now_ % 2][static_cast<std::size_t>(signal)];
-    V peak, sum, x, peak2 = {}, sum2 = {}, x2;
-    load(peak, lanes.peak);
-    load(sum, lanes.sum);
-    int i = 0;
-    for (; i + 2 * kLanes <= n; i += 2 * kLanes) {
-        load(x, samples + i);
-        load(x2, samples + i + kLanes);
-        raise_peak(peak, x);
-        raise_peak(peak2, x2);
-        sum += x * x;
-        sum2 += x2 * x2;
-    }
-    raise_peak(peak, peak2);
-    sum += sum2;
-    std::memcpy(lanes.peak, &peak, sizeof peak);
-    std::memcpy(lanes.sum, &sum, sizeof sum);
-    for (; i < n; ++i) {
-        lanes.peak[0] = std::max(lanes.peak[0], std::fabs(samples[i]));
-        lanes.sum[0] += samples[i] * samples[i];
+    Lanes* lanes = &banks_[now_ % 2][static_cast<std::size_t>(first)];
+    for (int s = 0; s < count; ++s, ++lanes) {
+        const float* samples = signals[s];
+        V peak[] = {load<V>(lanes->peak), {}}, sum[] = {load<V>(lanes->sum), {}};
+        int i = 0;
+        for (; i + 4 * kLanes <= n; i += 4 * kLanes)
+            lbx::repeat<4>([&](auto k) { raise(peak[k % 2], sum[k % 2], load<V>(samples + i + k * kLanes)); });
+        for (; i + kLanes <= n; i += kLanes)
+            raise(peak[0], sum[0], load<V>(samples + i));
+        store(lanes->peak, greater(peak[0], peak[1]));
+        store(lanes->sum, sum[0] + sum[1]);
+        for (; i < n; ++i) {
+            lanes->peak[0] = std::max(lanes->peak[0], std::fabs(samples[i]));
+            lanes->sum[0] += samples[i] * samples[i];
+        }
     }
 }
 

@@ -21,10 +21,10 @@ class Meters {
 public:
     [[nodiscard]] bool reserve(int signals);
 
-    // Audio thread. turn() begins a block, then comes add() for each signal; carry() takes over what `old` has not
-    // handed out of a signal.
+    // Audio thread. turn() begins a block, then comes add() for signals from `first` on; carry() takes over what `old`
+    // has not handed out of a signal.
     void turn();
-    void add(int signal, const float* samples, int n);
+    void add(int first, const float* const* signals, int count, int n);
     void carry(int to, const Meters& old, int from);
 
     // Control thread: what was added until the last change of banks, and asks for the next. How many blocks that were.

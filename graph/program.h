@@ -83,6 +83,7 @@ public:
     bool flushes() const { return flushes_; }
     // By the numbers of links: silence, inputs, output pins.
     int signals() const { return static_cast<int>(buffers_count_); }
+    const float* const* buffers() const { return buffers_.get(); }
     const float* signal(int n) const { return buffers_[static_cast<std::size_t>(n)]; }
 
     float* input(int ch) const { return in_[static_cast<std::size_t>(ch)]; }
@@ -156,6 +157,7 @@ private:
     bool writes(const RunNode& node) const { return node.after < 0 || node.cut; }
     int end_of_piece(int n) const;
     int run_chain(int head);
+    int run_heard(int first, int end) const;  // heard_chain.cpp
     bool pins_finite(const float* const* pins, int count) const;
     bool heard_finite(const RunNode& node) const;
     bool gave_finite(const RunNode& node) const;

@@ -41,6 +41,11 @@ struct Lanes {
         place[l] = at;
         sections[l] = count;
     }
+
+    // What all lanes of skew() put out in step i, for those who want more than the last one's. Nobody does here.
+    template <class V, int kGroups>
+    LBX_INLINE void heard(const V (&)[kGroups], int) const
+    {}
 };
 
 // Where a section's states are: those of a lane are place * stride from the first.
@@ -136,8 +141,8 @@ void chains(Lanes& lanes, int count, int sections, f4 signs, int n, Stages stage
 constexpr int kSteps[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
 
 // Groups of four sections of one channel, or of two; n > 4 kGroups.
-template <template <class> class Section, class V, int kGroups>
-LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, int n)
+template <template <class> class Section, class V, int kGroups, class Channel>
+LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Channel& channel, int n)
 {
     const int delay = 4 * kGroups - idle - 1;  // from the first lane to the last
     const V entry = every<V>(mask_of(i4{0, 1, 2, 3} == idle));
@@ -173,16 +178,20 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Lanes& channel, 
             });
         });
     };
-    for (int i = 0; i < delay; ++i)
+    for (int i = 0; i < delay; ++i) {
         partial_step(i, i, std::true_type{});
+        channel.heard(y, i);
+    }
     for (int i = delay; i < n; ++i) {
         advance(i);
         repeat<kGroups>([&](auto g) { y[g] = section[g].step(y[g]); });
         write(i - delay);
+        channel.heard(y, i);
     }
     for (int k = 0; k < delay; ++k) {
         partial_step(n - 1, k, std::false_type{});
         write(n - delay + k);
+        channel.heard(y, n + k);
     }
     repeat<kGroups>([&](auto g) { write_state(section[g], state_of(g)); });
 }
