@@ -194,6 +194,7 @@ class Files(Case):
         schematic = os.path.join(EXAMPLES, "passthrough.json")
         for args, said in [(["--input", "tape:1"], "one of file:PATH, null"),
                            (["--input", "file:" + self.music, "--output", "null", "--rate", "44100"], "48000 Hz, --rate 44100"),
+                           (["--no-server", "--port", "8000"], "--no-server excludes --port"),
                            (["--input", "file:" + self.path("no.wav"), "--output", "null"], "no.wav")]:
             result = self.run_it("live", schematic, *args)
             self.assertNotEqual(result.returncode, 0)
