@@ -12,7 +12,8 @@ function(vantoro_library_beside name include_dir)
     target_link_libraries(${library} PUBLIC vantoro PRIVATE m)
     target_link_options(${library} PRIVATE -Wl,--gc-sections -Wl,--as-needed)
     set_target_properties(${library} PROPERTIES
-        LINKER_LANGUAGE C VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${name})
+        LINKER_LANGUAGE C VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${name}
+        BUILD_RPATH_USE_ORIGIN ON)  # the folder of a build is not in what it makes: its build-id would stay after install
 
     add_library(${library}_static STATIC $<TARGET_OBJECTS:${objects}>)
     add_library(vantoro::${name}_static ALIAS ${library}_static)
