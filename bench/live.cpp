@@ -105,16 +105,19 @@ long resident_kib()
     return -1;
 }
 
-// Of the first block that has parameters, the last goes up and down a little.
+// The first number of the schematic that is no choice and not 0 goes up and down a little.
 vantoro::Schematic changed(const vantoro::Schematic& schematic, long n)
 {
     vantoro::Schematic next = schematic;
     for (vantoro::Block& block : next.blocks)
-        if (!block.vector.empty() && n % 2 == 1) {
-            block.vector.back() *= 1.0F + 1e-4F * static_cast<float>(n % 100);
-            break;
-        }
-    return next;
+        for (int i = 0; i < block.type->layout_count && block.type->layout[i].kind == VANTORO_VALUE; ++i)
+            if (float& value = block.vector[static_cast<std::size_t>(i)];
+                value != 0 && block.type->layout[i].param->kind == VANTORO_REAL) {
+                value *= 1.0F + 1e-4F * static_cast<float>(n % 2 * (n % 100));
+                return next;
+            }
+    std::fputs("live_cost: the schematic has no number to change\n", stderr);
+    std::exit(2);
 }
 
 void soak(const vantoro::Schematic& schematic, double hours)

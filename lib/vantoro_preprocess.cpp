@@ -34,7 +34,23 @@ bool is_terminal(int type)
 }
 
 // How many types each category has, in one run from its own code plus one.
-constexpr std::uint8_t kTypes[VANTORO_CATEGORY_COUNT] = {2, 35, 8, 20, 6, 14, 6, 3, 0, 11, 7, 0, 0, 0, 1};
+constexpr std::uint8_t kTypes[VANTORO_CATEGORY_COUNT] = {
+    EN_LOUDNESS_LH_EXT - EN_LOUDNESS,
+    EN_BASIC_POLY - EN_BASIC_DSP,
+    EN_DP_COMPRESSOR_EXT_PEAK - EN_DP,
+    EN_FILTER_GRAPHICAL_EQ - EN_FILTER,
+    EN_DETECTORS_LOOKUP_2D - EN_DETECTORS,
+    EN_SPLIT_MULTI_SLEW - EN_MIXERS,
+    EN_MUXES_STATE_MACHINE - EN_MUXES,
+    EN_NLP_CHANNEL_COPY - EN_NLP,
+    0,  // EN_SHARC
+    EN_SOURCE_SWITCH - EN_SOURCE,
+    EN_VC_MUTE - EN_VC,
+    0,  // EN_IN
+    0,  // EN_OUT
+    0,  // EN_HARDWARE
+    EN_QVALGO_REVERB - EN_QVALGO,
+};
 
 // Whether a category reports a call instead of processing, whatever the block size.
 [[gnu::cold]] bool is_reported(int type, bool has_pins)
