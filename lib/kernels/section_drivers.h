@@ -177,11 +177,10 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Channel& channel
                 section[g].state[j] = filling ? select(mask, next.state[j], now) : select(mask, now, next.state[j]);
             });
         });
+        channel.heard(y, filling ? reached : n + reached);
     };
-    for (int i = 0; i < delay; ++i) {
+    for (int i = 0; i < delay; ++i)
         partial_step(i, i, std::true_type{});
-        channel.heard(y, i);
-    }
     for (int i = delay; i < n; ++i) {
         advance(i);
         repeat<kGroups>([&](auto g) { y[g] = section[g].step(y[g]); });
@@ -191,7 +190,6 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Channel& channel
     for (int k = 0; k < delay; ++k) {
         partial_step(n - 1, k, std::false_type{});
         write(n - delay + k);
-        channel.heard(y, n + k);
     }
     repeat<kGroups>([&](auto g) { write_state(section[g], state_of(g)); });
 }
