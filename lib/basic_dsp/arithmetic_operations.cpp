@@ -57,11 +57,15 @@ void polynomial(const float* c, int count, const float* x, float* y, int n)
         power[i] = 1.0;
         sum[i] = c[0];
     }
-    for (int m = 1; m < count; ++m)
+    int m = 1;
+    for (; m + 1 < count; m += 2)  // two terms for each time that the tile is read and written
         for (int i = 0; i < n; ++i) {
-            power[i] *= base[i];
-            sum[i] = std::fma(c[m], static_cast<float>(power[i]), sum[i]);
+            const double odd = power[i] * base[i];
+            power[i] = odd * base[i];
+            sum[i] = std::fma(c[m + 1], static_cast<float>(power[i]), std::fma(c[m], static_cast<float>(odd), sum[i]));
         }
+    for (int i = 0; m < count && i < n; ++i)
+        sum[i] = std::fma(c[m], static_cast<float>(power[i] * base[i]), sum[i]);
     std::copy_n(sum, n, y);
 }
 
@@ -134,14 +138,12 @@ int Basic_Arith_Invert(int chanNum, int size, float** xn, float** yn)
 
 int Basic_Arith_Add(int chanNum, int size, float** xn, float** yn)
 {
-    return fold_pins(
-        chanNum, size, xn, yn, [](float x) { return x; }, [](float sum, float x) { return sum + x; });
+    return fold_pins(chanNum, size, xn, yn, [](float sum, float x) { return sum + x; });
 }
 
 int Basic_Arith_Subtract(int chanNum, int size, float** xn, float** yn)
 {
-    return fold_pins(
-        chanNum, size, xn, yn, [](float x) { return x; }, [](float rest, float x) { return rest - x; });
+    return fold_pins(chanNum, size, xn, yn, [](float rest, float x) { return rest - x; });
 }
 
 [[gnu::cold]] int Basic_Arith_RmsWithTcInit(BlockAlgo* blk)

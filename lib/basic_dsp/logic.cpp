@@ -132,21 +132,22 @@ void latch(OneShotSt& state, float pulse, const float* reset, const float* x, fl
 
 int Basic_Logic_AbsMax(int chanNum, int size, float** xn, float** yn)
 {
-    return fold_pins(
-        chanNum, size, xn, yn, [](float x) { return std::fabs(x); },
-        [](float most, float x) { return std::fabs(x) > most ? std::fabs(x) : most; });
+    // Of the most so far only the magnitude counts: it was one already, or it is that of the first pin.
+    if (chanNum == 1)
+        return each_pin(1, size, xn, yn, [](float x) { return std::fabs(x); });
+    return fold_pins(chanNum, size, xn, yn, [](float most, float x) {
+        return std::fabs(x) > std::fabs(most) ? std::fabs(x) : std::fabs(most);
+    });
 }
 
 int Basic_Logic_Max(int chanNum, int size, float** xn, float** yn)
 {
-    return fold_pins(
-        chanNum, size, xn, yn, [](float x) { return x; }, [](float most, float x) { return x > most ? x : most; });
+    return fold_pins(chanNum, size, xn, yn, [](float most, float x) { return x > most ? x : most; });
 }
 
 int Basic_Logic_Min(int chanNum, int size, float** xn, float** yn)
 {
-    return fold_pins(
-        chanNum, size, xn, yn, [](float x) { return x; }, [](float least, float x) { return x < least ? x : least; });
+    return fold_pins(chanNum, size, xn, yn, [](float least, float x) { return x < least ? x : least; });
 }
 
 int Basic_Logic_ABCondition(BlockAlgo* blk, float** xn, float** yn)

@@ -36,17 +36,20 @@ int each_pair(int pins, int size, float* const* xn, float* const* yn, F f)
     return RT_OK;
 }
 
-// One output from all inputs: first(pin 0), then f(result, pin) in the order of the pins. The output may be any input.
-template <class First, class F>
-LBX_INLINE int fold_pins(int pins, int size, float* const* xn, float* const* yn, First first, F f)
+// One output from all inputs: f(f(pin 0, pin 1), pin 2), and so on; from the only one, its copy. The output may be any
+// input.
+template <class F>
+LBX_INLINE int fold_pins(int pins, int size, float* const* xn, float* const* yn, F f)
 {
-    for (int begin = 0; pins > 0 && begin < size; begin += kTile) {
+    if (pins == 1)
+        copy(xn[0], yn[0], size);
+    for (int begin = 0; pins > 1 && begin < size; begin += kTile) {
         const int n = std::min(kTile, size - begin);
         float result[kTile];
-        const auto to = [&](int pin) LBX_INLINED { return pin < pins - 1 ? result : yn[0] + begin; };
-        each_index(n, [&, x = xn[0] + begin, y = to(0)](int i) LBX_INLINED { y[i] = first(x[i]); });
-        for (int pin = 1; pin < pins; ++pin)
-            each_index(n, [&, x = xn[pin] + begin, y = to(pin)](int i) LBX_INLINED { y[i] = f(result[i], x[i]); });
+        const float* a = xn[0] + begin;
+        for (int pin = 1; pin < pins; ++pin, a = result)
+            each_index(n, [=, b = xn[pin] + begin, y = pin < pins - 1 ? result : yn[0] + begin](int i)
+                              LBX_INLINED { y[i] = f(a[i], b[i]); });
     }
     return RT_OK;
 }

@@ -85,7 +85,7 @@ void write_past(CircularBuffer* ring, const float* x, int n)
     for (int tap = kPass; tap < core->fir_len; tap += kFarTaps) {
         const int taps = std::min(core->fir_len - tap, kFarTaps), before = taps - 1;
         read_past(ring, tap + before, line, before + n);
-        clear(line + before + n, kWide);
+        store(line + before + n, f8{});
         convolve(core->coeffs + tap, taps, line + before, out, n, true);
     }
 }
@@ -99,7 +99,7 @@ void filter(const FIR_Core* core, CircularBuffer* ring, const float* in, float* 
         const int some = std::min(n - start, kPass);
         read_past(ring, before, now - before, before);
         copy(in + start, now, some);
-        clear(now + some, kWide);
+        store(now + some, f8{});
         convolve(core->coeffs, taps, now, out + start, some, false);
         if (core->fir_len > kPass)
             add_far_taps(core, ring, out + start, some);

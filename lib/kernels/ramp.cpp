@@ -68,7 +68,10 @@ void copy(const float* x, float* y, int n)
         std::memmove(y, x, static_cast<std::size_t>(n) * sizeof(float));
 }
 
-void clear(float* y, int n) { std::fill_n(y, n, 0.0F); }
+void fill(float* y, int n, float v)
+{
+    each_index(n, [=](int i) { y[i] = v; });
+}
 
 void scale(const float* x, float* y, float gain, int n)
 {

@@ -18,7 +18,8 @@ inline constexpr int kTile = 64;
 constexpr std::ptrdiff_t rows_for(std::ptrdiff_t count) { return (count + 3) & ~std::ptrdiff_t{3}; }
 
 void copy(const float* x, float* y, int n);
-void clear(float* y, int n);
+void fill(float* y, int n, float v);
+inline void clear(float* y, int n) { fill(y, n, 0.0F); }
 void scale(const float* x, float* y, float gain, int n);  // y = x * gain
 void multiply(const float* x, const float* gains, float* y, int n);
 

@@ -8,6 +8,7 @@
 #include "../framework/log.h"
 #include "../framework/new_block.h"
 #include "../kernels/each_index.h"
+#include "../kernels/ramp.h"
 #include "hold_level.h"
 #include "lookup_table_info.h"
 
@@ -161,8 +162,11 @@ int LookUpTable_Index_param_invoke(BlockAlgo* blk)
 
 void LookUpTable_Index_Render(const LookUpTable_Index_Core* core, const float* in, float* out, int n)
 {
-    each_index(
-        n, [=, table = core->table, size = core->table_size](int i) { out[i] = entry_at(table, size, to_int(in[i])); });
+    if (core->table_size <= 0)
+        return clear(out, n);
+    each_index(n, [=, table = core->table, last = core->table_size - 1](int i) {
+        out[i] = table[std::clamp(to_int(in[i]), 0, last)];
+    });
 }
 
 int LookUpTable_Index_process(BlockAlgo* blk, float** data_in, float** data_out)

@@ -159,11 +159,13 @@ void one_gain(BlockAlgo* blk, float* x, float* y)
         return;
     }
     auto* st = core_of<MixSlewSt>(blk);
-    Mixers_SlewGainEnter(st, 1);
-    if (st->conv_flag)
-        ramp({st->lone[2], st->lone[0], st->lone[1]}, &x, &y, 1, n);
-    else
+    if (st->old_gain[0] == st->set_gain[0]) [[likely]] {
+        st->old_gain[0] = st->set_gain[0];  // the zeros' signs may differ
         scale(x, y, st->set_gain[0], n);
+        return;
+    }
+    Mixers_SlewGainEnter(st, 1);
+    ramp({st->lone[2], st->lone[0], st->lone[1]}, &x, &y, 1, n);
     Mixers_SlewGainOut(st, 1);
 }
 

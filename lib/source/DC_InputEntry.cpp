@@ -44,7 +44,7 @@ spx_int32_t DCInputSource_Invoke(BlockAlgo* blk)
 spx_int32_t DCInputSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
     const auto* core = core_of<DCInput_Core_S>(blk);
-    return fill_pins(blk, core->Out_NumChannel, data_out, [v = core->input_decimal] { return v; });
+    return fill_pins(blk, core->Out_NumChannel, data_out, core->input_decimal);
 }
 
 spx_int32_t DCInputSource_Destroy(BlockAlgo* blk) { return free_block(blk); }

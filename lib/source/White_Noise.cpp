@@ -72,7 +72,7 @@ spx_int32_t WhiteNoiseSource_ProcessAudioSample(BlockAlgo* blk, float**, float**
 {
     const auto* core = core_of<WhiteNoise_Core_S>(blk);
     if (core->Switch == SOURCE_SWITCH_OFF)
-        return fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
+        return fill_pins(blk, core->Out_NumChannel, data_out, 0.0F);
     const float deviation = fast_sqrt(core->SigmaNeed);
     return fill_pins(blk, core->Out_NumChannel, data_out, [mean = core->MeanNeed, deviation] {
         return mean + deviation * unit_gauss(static_cast<std::uint32_t>(std::rand()));

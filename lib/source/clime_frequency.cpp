@@ -146,7 +146,7 @@ spx_int32_t ClimeFrequencySource_ProcessAudioSample(BlockAlgo* blk, float**, flo
 {
     auto* core = core_of<Clime_Core_S>(blk);
     if (core->Switch == SOURCE_SWITCH_OFF || core->array_length < 1.0F)
-        return fill_pins(blk, core->Out_NumChannel, data_out, [] { return 0.0F; });
+        return fill_pins(blk, core->Out_NumChannel, data_out, 0.0F);
     const double rate = blk->block_pro->nSamplingRate;
     return fill_pins(blk, core->Out_NumChannel, data_out, [core, rate, factor = FactorOfDb()]() mutable {
         const Tone tone = tone_now(*core, rate);

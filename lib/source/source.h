@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <limits>
 #include <numbers>
@@ -13,6 +14,7 @@
 #include "../framework/new_block.h"
 #include "../framework/params.h"
 #include "../kernels/lanes.h"
+#include "../kernels/ramp.h"
 #include "source_types.h"
 
 namespace lbx {
@@ -53,7 +55,7 @@ int source_reset(const Generator<Core>& source, BlockAlgo* blk, const void* vect
 }
 
 // Writes next(), called once per sample, to every pin. Without a pin the signal runs on all the same.
-template <class Next>
+template <std::invocable Next>
 int fill_pins(const BlockAlgo* blk, int pins, float* const* out, Next next)
 {
     const int n = blk->block_pro->nBlockSize;
@@ -65,6 +67,14 @@ int fill_pins(const BlockAlgo* blk, int pins, float* const* out, Next next)
     }
     for (int pin = 1; pin < pins && n > 0; ++pin)
         std::copy_n(first, n, out[pin]);
+    return RT_OK;
+}
+
+// The same value in every sample.
+inline int fill_pins(const BlockAlgo* blk, int pins, float* const* out, float v)
+{
+    for (int pin = 0; pin < pins; ++pin)
+        fill(out[pin], blk->block_pro->nBlockSize, v);
     return RT_OK;
 }
 

@@ -34,7 +34,7 @@ spx_int32_t SwitchSource_Invoke(BlockAlgo* blk)
 spx_int32_t SwitchSource_ProcessAudioSample(BlockAlgo* blk, float**, float** data_out)
 {
     const auto* core = core_of<Switch_Core_S>(blk);
-    return fill_pins(blk, core->Out_NumChannel, data_out, [v = static_cast<float>(core->switch_value)] { return v; });
+    return fill_pins(blk, core->Out_NumChannel, data_out, static_cast<float>(core->switch_value));
 }
 
 spx_int32_t SwitchSource_Destroy(BlockAlgo* blk) { return free_block(blk); }
