@@ -59,8 +59,7 @@ bool glides(const Block& block)
         return false;
     const std::span layout(block.type->layout, index(block.type->layout_count));
     const auto slew = std::ranges::find_if(layout, [](const VantoroSlot& slot) {
-        return slot.kind == VANTORO_VALUE && slot.param->kind == VANTORO_FLAG &&
-               slot.param->name == std::string_view("slew");
+        return slot.kind == VANTORO_VALUE && (slot.param->flags & VANTORO_GLIDE) != 0;
     });
     return slew == layout.end() || static_cast<int>(block.vector[index(static_cast<int>(slew - layout.begin()))]) != 0;
 }

@@ -94,7 +94,8 @@ typedef enum VantoroParamFlag {
     VANTORO_AT_MOST_BEFORE = 16,   // limited to the value of the entry before it
     VANTORO_WHOLE_SAMPLES = 32,    // a time: truncated to whole samples
     VANTORO_ASCENDING = 64,        // of a column: no row is below the one before it
-    VANTORO_COARSE_DB = 128        // dB, converted to a factor within 0.35 dB: 0 dB is -0.256 dB
+    VANTORO_COARSE_DB = 128,       // dB, converted to a factor within 0.35 dB: 0 dB is -0.256 dB
+    VANTORO_GLIDE = 256            // of a type that glides: whether it does
 } VantoroParamFlag;
 
 struct VantoroParam;

@@ -11,7 +11,7 @@ using namespace lbx::info;
 inline constexpr VantoroRange kGroups = {0, kInfinity};
 inline constexpr VantoroParam kIndex =
     whole("index", 0, {0, 15}, "the group selected").clamped(kGroups).valid_in(kGroups).below_count(VANTORO_PER_GROUP);
-inline constexpr VantoroParam kSlew = flag("slew", 1, "0 changes at once");
+inline constexpr VantoroParam kSlew = flag("slew", 1, "0 changes at once").flagged(VANTORO_GLIDE);
 inline constexpr VantoroParam kSlewRate = slew_rate(12);
 
 // The group by the index, and by a pin.
