@@ -12,10 +12,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "pins.h"
 #include "types.h"
@@ -38,8 +39,12 @@ struct Build {
             std::fprintf(stderr, "builds: %s\n", dlerror());
             std::exit(2);
         }
-        const auto find = [library](auto& function, const char* name) {
+        const auto find = [=](auto& function, const char* name) {
             function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
+            if (!function) {
+                std::fprintf(stderr, "builds: %s has no %s\n", path, name);
+                std::exit(2);
+            }
         };
         find(init, "BlockAlgo_init");
         find(destroy, "BlockAlgo_destroy");
@@ -78,14 +83,6 @@ private:
     std::vector<float> vector_;
 };
 
-// A control beside a signal stands still, as it mostly does.
-void hold_controls(const vantoro::BlockType& type, vantoro::PinCounts pins, const Pins& p, int n)
-{
-    for (int pin = 0; pin + 1 < pins.inputs; ++pin)
-        if (vantoro::is_control(type, pin, pins))
-            std::fill_n(p.in[static_cast<std::size_t>(pin)], n, *p.in[static_cast<std::size_t>(pin)]);
-}
-
 // Of both, nanoseconds of a call.
 using Times = std::array<double, 2>;
 Times measure(const Build (&builds)[2], const vantoro::BlockType& type, vantoro::PinCounts pins, int n, int round)
@@ -94,7 +91,7 @@ Times measure(const Build (&builds)[2], const vantoro::BlockType& type, vantoro:
     constexpr double kRunNs = 15000;
     Block blocks[] = {{builds[round % 2], type, pins, n}, {builds[(round + 1) % 2], type, pins, n}};
     const Pins p(pins.inputs, pins.outputs, n);
-    hold_controls(type, pins, p, n);
+    bench::hold_controls(type, pins, p, n);
     const int calls = std::max(1, static_cast<int>(kRunNs / std::max(blocks[0].time(p, 20), blocks[1].time(p, 20))));
     Times best = {1e12, 1e12};
     for (int run = 0; run < kRuns; ++run)
@@ -122,38 +119,30 @@ Times least(const Build (&builds)[2], const vantoro::BlockType& type, vantoro::P
 
 int main(int argc, char** argv)
 {
-    if (argc < 3) {
-        std::fputs("builds: OLD.so NEW.so [LIMIT] [TYPE ...]\n", stderr);
+    char* end = nullptr;
+    const double limit = argc > 3 ? std::strtod(argv[3], &end) : 1.03;
+    if (argc < 3 || (end && *end != 0) || !(limit >= 1)) {
+        std::fputs("builds: OLD.so NEW.so [LIMIT, from 1 (1.03)] [TYPE ...]\n", stderr);
         return 2;
     }
     const Build builds[] = {Build(argv[1]), Build(argv[2])};
-    const double limit = argc > 3 ? std::atof(argv[3]) : 1.03;
     const std::span<char*> only(argv + std::min(argc, 4), argv + argc);
     double logs = 0;
     int rows = 0, slower = 0, faster = 0;
-    bench::each_type([&](const vantoro::BlockType& type) {
+    bench::each_shape([&](const vantoro::BlockType& type, vantoro::PinCounts pins, int channels, int n) {
         if (!only.empty() && std::ranges::none_of(only, [&](std::string_view name) { return name == type.name; }))
             return;
-        std::optional<vantoro::PinCounts> before;
-        for (const int channels : {1, 2, 8}) {
-            const auto pins = bench::pins_for(type, channels);
-            if (!pins || pins == before)
-                continue;
-            before = pins;
-            for (const int n : {16, 64, 256}) {
-                const Times ns = least(builds, type, *pins, n, limit);
-                const double ratio = ns[1] / ns[0];
-                logs += std::log(ratio);
-                ++rows;
-                faster += ratio < 1 / limit ? 1 : 0;
-                if (ratio <= limit)
-                    continue;
-                ++slower;
-                std::printf("%-32s %dch %3d  %8.1f %8.1f ns  %.2f\n", std::string(type.name).c_str(), channels, n,
-                            ns[0], ns[1], ratio);
-            }
-        }
+        const Times ns = least(builds, type, pins, n, limit);
+        const double ratio = ns[1] / ns[0];
+        logs += std::log(ratio);
+        ++rows;
+        faster += ratio < 1 / limit ? 1 : 0;
+        if (ratio <= limit)
+            return;
+        ++slower;
+        std::printf("%-32s %dch %3d  %8.1f %8.1f ns  %.2f\n", std::string(type.name).c_str(), channels, n, ns[0], ns[1],
+                    ratio);
     });
     std::printf("%d rows, mean %.3f; %d slower, %d faster\n", rows, std::exp(logs / std::max(1, rows)), slower, faster);
-    return slower > 0 ? 1 : 0;
+    return slower > 0 || rows == 0 ? 1 : 0;
 }

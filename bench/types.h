@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "catalog/catalog.h"
+#include "pins.h"
 #include "support/every_block.h"
 
 namespace bench {
@@ -44,6 +45,31 @@ void each_type(Each each)
     for (const vantoro::BlockType* type : vantoro::every_type())
         if (!vantoro::is_terminal(*type))
             each(*type);
+}
+
+// each(type, pins, channels, samples): at three block sizes and with 1, 2 and 8 channels where a type's pins allow.
+template <class Each>
+void each_shape(Each each)
+{
+    each_type([&](const vantoro::BlockType& type) {
+        std::optional<vantoro::PinCounts> before;
+        for (const int channels : {1, 2, 8}) {
+            const auto pins = pins_for(type, channels);
+            if (!pins || pins == before)
+                continue;
+            before = pins;
+            for (const int n : {16, 64, 256})
+                each(type, *pins, channels, n);
+        }
+    });
+}
+
+// A control beside a signal stands still, as it mostly does.
+inline void hold_controls(const vantoro::BlockType& type, vantoro::PinCounts pins, const Pins& p, int n)
+{
+    for (int pin = 0; pin + 1 < pins.inputs; ++pin)
+        if (vantoro::is_control(type, pin, pins))
+            std::fill_n(p.in[static_cast<std::size_t>(pin)], n, *p.in[static_cast<std::size_t>(pin)]);
 }
 
 }  // namespace bench
