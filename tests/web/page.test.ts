@@ -77,6 +77,7 @@ test('a number is moved by keys and typed with units; nonsense is not taken; wha
 test('a point is dragged in one step of undo, the wheel turns its width, and both ways back work', async () => {
   const { page, client } = await start(EQ);
   const point = page.locator('[data-point="fc"]');
+  await point.hover(); // where it stands still: what the block's response says may move the scale
   const at = (await point.boundingBox())!;
   const [x, y] = [at.x + at.width / 2, at.y + at.height / 2];
   await page.mouse.move(x, y);
