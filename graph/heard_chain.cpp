@@ -40,30 +40,43 @@ constexpr int kMostSteps = kTile + lbx::kShortCascade + Sections::kMost;
 template <class V>
 struct Heard : lbx::Lanes {
     static constexpr int kLanes = lbx::kLanes<V>, kChannels = kLanes / 4;
-    float* log;  // of all groups, step by step
+    float* log[lbx::kSkewGroups<V>];  // of each group, step by step. Null: no pin needs it
 
     template <int kGroups>
     LBX_INLINE void heard(const V (&y)[kGroups], int i) const
     {
-        lbx::repeat<kGroups>([&](auto g) { lbx::store(log + kLanes * (kGroups * i + g), y[g]); });
+        lbx::repeat<kGroups>([&](auto g) {
+            if (log[g])
+                lbx::store(log[g] + kLanes * i, y[g]);
+        });
     }
 
-    // A lane is as many samples behind as there are before it. Four samples at a time, each the first of its half.
+    // Lane l of each half of four rows, as four samples of each.
+    template <int l>
+    LBX_INLINE static V four(const float* row)
+    {
+        constexpr int k = l / 2 * 2, j = l % 2 * 2;
+        const auto pair = [&](int i) LBX_INLINED {
+            return lbx::mix<k, k + 4, k + 1, k + 5>(lbx::load<V>(row + kLanes * i),
+                                                    lbx::load<V>(row + kLanes * (i + 1)));
+        };
+        return lbx::mix<j, j + 1, j + 4, j + 5>(pair(0), pair(2));
+    }
+
+    // A lane is as many samples behind as there are before it.
     void write(const Pins& pins, int channel, const lbx::Cascade& cascade, int start, int n) const
     {
-        const int lane = cascade.idle() + pins.section, step = kLanes * cascade.used();
-        const float* from = log + step * pins.section + kLanes * (lane / 4) + lane % 4;
-        const auto row = [&](int i) LBX_INLINED { return lbx::load<V>(from + step * i); };
+        const int lane = cascade.idle() + pins.section;
+        const float* row = log[lane / 4] + kLanes * pins.section;
         float* const* to = pins.to + channel;
-        int i = 0;
-        for (; i + 4 <= n; i += 4) {
-            const V two = lbx::mix<0, 4, 1, 5>(row(i), row(i + 1)), next = lbx::mix<0, 4, 1, 5>(row(i + 2), row(i + 3));
-            lbx::each_half(lbx::flip(lbx::mix<0, 1, 4, 5>(two, next), lbx::every<V>(pins.sign)),
-                           [&](int ch, f4 four) LBX_INLINED { lbx::store(to[ch] + start + i, four); });
-        }
-        for (; i < n; ++i)
+        lbx::repeat<4>([&](auto l) {
+            for (int i = 0; lane % 4 == l && i + 4 <= n; i += 4)
+                lbx::each_half(lbx::flip(four<l>(row + kLanes * i), lbx::every<V>(pins.sign)),
+                               [&](int ch, f4 samples) LBX_INLINED { lbx::store(to[ch] + start + i, samples); });
+        });
+        for (int i = n / 4 * 4; i < n; ++i)
             for (int ch = 0; ch < kChannels; ++ch)
-                to[ch][start + i] = lbx::flip(from[step * i + 4 * ch], pins.sign);
+                to[ch][start + i] = lbx::flip(row[kLanes * i + lane % 4 + 4 * ch], pins.sign);
     }
 };
 
@@ -71,9 +84,14 @@ template <class V>
 void run_lanes(const lbx::Cascade& cascade, const Pins* pins, int count, const float* const* in, float* const* out,
                int channels, int n)
 {
-    alignas(32) float log[lbx::kLanes<V> * lbx::kSkewGroups<V> * kMostSteps + 3];  // the last row is read to its end
+    constexpr int kRows = lbx::kLanes<V> * kMostSteps;
+    alignas(32) float log[lbx::kSkewGroups<V> * kRows];
     Heard<V> lanes;
-    lanes.log = log;
+    std::fill_n(lanes.log, lbx::kSkewGroups<V>, nullptr);
+    for (int k = 0; k < count; ++k) {
+        const int group = (cascade.idle() + pins[k].section) / 4;
+        lanes.log[group] = log + kRows * group;
+    }
     for (int first = 0; first < channels; first += lanes.kChannels)
         for (int start = 0, some; start < n; start += some) {
             some = n - start < kTile + lbx::kShortCascade ? n - start : kTile;
