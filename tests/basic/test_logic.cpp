@@ -23,11 +23,12 @@ Values run(int type, const std::vector<Values>& pins, const Values& vector = {})
 
 TEST(Logic, ExtremesOverThePins)
 {
-    const std::vector<Values> pins = {{1, -9, 0.0F}, {-5, -2, -0.0F}, {3, 8, 0.0F}};
+    const std::vector<Values> pins = {{1, -9, 0.0F}, {-5, -2, -0.0F}, {3, 8, -0.0F}};
     EXPECT_EQ(run(EN_BASIC_LOGIC_ABSMAX, pins), (Values{5, 9, 0}));
     EXPECT_EQ(run(EN_BASIC_LOGIC_MAX, pins), (Values{3, 8, 0}));
     EXPECT_EQ(run(EN_BASIC_LOGIC_MIN, pins), (Values{-5, -9, 0}));
-    EXPECT_FALSE(std::signbit(run(EN_BASIC_LOGIC_MIN, pins)[2])) << "a tie keeps the earlier pin's value";
+    for (const int type : {EN_BASIC_LOGIC_MIN, EN_BASIC_LOGIC_MAX})
+        EXPECT_FALSE(std::signbit(run(type, pins)[2])) << "a tie keeps the earlier pin's value";
 }
 
 TEST(Logic, ComparesAndChooses)

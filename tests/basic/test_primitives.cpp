@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <memory>
 
 #include "support/filters.h"
@@ -83,17 +84,24 @@ TEST(CircularBuffer, ReadsBetweenSamplesAsItsInterpolationSays)
     const Line ramp = line_of({5, 6, 7, 8, 9, 10, 11, 12, 13});  // wrapped by one
     const Line parabola = line_of({0, 1, 4, 9, 16, 25});         // the delay of t is 6 - t
     const Line step = line_of({0, 0, 1, 1});
+    const Line burst = line_of({1, std::numeric_limits<float>::infinity(), 3});
     const struct {
         const Line& line;
         INTERPOLATE_TYPE type;
         float delay, expected;
     } rows[] = {
-        {ramp, kNearest, 1, 13},           {ramp, kNearest, 8, 6},
-        {ramp, kNearest, 2.5F, 11},        {ramp, kLinear, 1.25F, 12.75F},
-        {ramp, kSquare, 1.25F, 12.75F},    {ramp, kCubic, 3.25F, 10.75F},
-        {parabola, kSquare, 2.5F, 12.25F}, {parabola, kCubic, 2.5F, 12.25F},
+        {ramp, kNearest, 1, 13},
+        {ramp, kNearest, 8, 6},
+        {ramp, kNearest, 2.5F, 11},
+        {ramp, kLinear, 1.25F, 12.75F},
+        {ramp, kSquare, 1.25F, 12.75F},
+        {ramp, kCubic, 3.25F, 10.75F},
+        {parabola, kSquare, 2.5F, 12.25F},
+        {parabola, kCubic, 2.5F, 12.25F},
         {parabola, kCubic, 1.5F, 20.25F},  // by the square: the sample after the newest is not written yet
-        {step, kLinear, 2.75F, 0.25F},     {step, kCubic, 2.75F, 0.203125F}  // smoothstep plus its tension, by hand
+        {step, kLinear, 2.75F, 0.25F},
+        {step, kCubic, 2.75F, 0.203125F},  // smoothstep plus its tension, by hand
+        {burst, kLinear, 1, 3},            // a whole delay hears no neighbour
     };
     for (const auto& [line, type, delay, expected] : rows) {
         circularbuffer_setInterpolate(line.get(), type);

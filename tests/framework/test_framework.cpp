@@ -32,6 +32,7 @@ TEST(Conversion, TruncatesAndSaturates)
                                        {kInf, 2147483647},
                                        {2147483648.0F, 2147483647},
                                        {2147483520.0F, 2147483520},
+                                       {-2147483648.0F, -2147483647 - 1},
                                        {std::nanf(""), 0}})
         EXPECT_EQ(lbx::to_int(value), whole);
     EXPECT_EQ(lbx::to_int(-3e9), -2147483647 - 1);

@@ -4,7 +4,10 @@
 
     tests/mutation/run.py                     all of them: hours; nightly
     tests/mutation/run.py --part library --seconds 600
+    tests/mutation/run.py --survivors         those once more that survived
     tests/mutation/run.py --check             whether every fault still finds its line in this tree; builds nothing
+
+A fault that the release build's tests let pass is tried again with the address sanitizer.
 
 Works in a copy of HEAD under build/mutation and never touches this tree. Results are kept there by fault, so that a
 run that was cut short goes on where it ended (--again starts over). Prints the score by part and the survivors; its
@@ -36,10 +39,11 @@ LIST = pathlib.Path(__file__).with_name("faults.txt")
 SEEN_BY = {
     "lib/": (["digest", "reports", "test_framework"], "digest|reports|framework"),
     "lib/basic/": (["test_pcm", "digest"], "pcm|digest"),
-    "lib/basic_dsp/": (["test_basic", "digest", "test_kernels"], "basic|digest|kernels"),
+    "lib/basic_dsp/": (["test_basic", "digest", "test_kernels", "reports"], "basic|digest|kernels|reports"),
     "lib/common/": (["test_basic", "test_filters", "test_reverb", "digest"], "basic|filters|reverb|digest"),
     "lib/Dynamics_Processors/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
     "lib/filters/": (["test_filters", "digest", "reports"], "filters|digest|reports"),
+    "lib/framework/module_names.cpp": (["vantoro_program"], "export"),
     "lib/kernels/": (["test_kernels", "test_filters", "digest"], "kernels|filters|digest"),
     "lib/level_detectors/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
     "lib/Loudness/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
@@ -60,6 +64,7 @@ SEEN_BY = {
     "host/support/": (["test_catalog", "test_host", "vantoro_program"], "catalog|host|cli"),
 }
 ALL_OF_LIB = ["test_sweep", "test_block_info"], "|sweep|block_info"  # too
+PRESETS = ["release", "asan"]
 PARTS = {"lib/": "library", "graph/": "graph runtime", "host/server/": "server", "host/control/": "server",
          "host/": "host"}
 
@@ -109,17 +114,19 @@ def prepare():
         subprocess.check_call(["git", "worktree", "add", "-q", "--detach", TREE, head], cwd=ROOT)
     subprocess.check_call(["git", "checkout", "-q", "--force", "--detach", head], cwd=TREE)
     os.environ.update(CCACHE_BASEDIR=str(TREE), CCACHE_NOHASHDIR="1")
-    run(["cmake", "--preset", "release", "-DBUILD_TESTING=ON", "--compile-no-warning-as-error"] + CMAKE_OPTIONS, check=True)
+    for preset in PRESETS:
+        run(["cmake", "--preset", preset, "-DBUILD_TESTING=ON", "--compile-no-warning-as-error"] + CMAKE_OPTIONS,
+            check=True)
 
 
-def survives(fault, jobs):
+def survives(fault, preset, jobs):
     """Whether all tests pass with the fault; None: it does not build."""
     targets, tests = longest(SEEN_BY, fault.path)
     if fault.path.startswith("lib/"):
         targets, tests = targets + ALL_OF_LIB[0], tests + ALL_OF_LIB[1]
-    if run(["cmake", "--build", "--preset", "release", "-j", jobs, "--target", *targets]).returncode != 0:
+    if run(["cmake", "--build", "--preset", preset, "-j", jobs, "--target", *targets]).returncode != 0:
         return None
-    ctest = ["ctest", "--preset", "release", "--stop-on-failure", "--timeout", "60", "-R", f"^({tests})$"]
+    ctest = ["ctest", "--preset", preset, "--stop-on-failure", "--timeout", "90", "-R", f"^({tests})$"]
     return run(ctest).returncode == 0
 
 
@@ -131,7 +138,7 @@ def plant(fault, jobs):
     text[at] = text[at].replace(fault.old, fault.new)
     try:
         file.write_text("\n".join(text) + "\n")
-        outcome = survives(fault, jobs)
+        outcome = survives(fault, PRESETS[0], jobs) and survives(fault, PRESETS[1], jobs)
     finally:
         file.write_text(before)
     return {None: "does not build", True: "survived", False: "caught"}[outcome]
@@ -159,6 +166,7 @@ def main():
     parser.add_argument("--seconds", type=float, default=float("inf"), help="start no fault after that time")
     parser.add_argument("--jobs", default="2")
     parser.add_argument("--again", action="store_true", help="forget earlier results")
+    parser.add_argument("--survivors", action="store_true", help="forget that a fault survived")
     parser.add_argument("--check", action="store_true", help="only look for the lines")
     parser.add_argument("--cmake", action="append", default=[], help="an option for CMake, -D...")
     options = parser.parse_args()
@@ -176,6 +184,8 @@ def main():
     if options.again:
         store.unlink(missing_ok=True)
     results = dict(line.split(" ", 1) for line in store.read_text().splitlines()) if store.exists() else {}
+    if options.survivors:
+        results = {key: outcome for key, outcome in results.items() if outcome != "survived"}
     prepare()
     end = time.monotonic() + options.seconds
     for fault in faults:

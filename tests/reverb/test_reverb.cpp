@@ -83,6 +83,12 @@ TEST(Comb, SizesAndSingleSamples)
     EXPECT_EQ(comb->filterstore[0], 0.75F);
     EXPECT_EQ(comb->filterstore[3], 1 - 1 / 256.0F) << "carried on in the last entry";
     EXPECT_EQ(comb_getdamp(comb), 0.25F) << "the setting stays the setting";
+    comb_setsize(comb, 8);
+    EXPECT_EQ(comb->filterstore[3], 0.0F) << "the current size clears, too";
+    comb_process_fb(comb, 1, 0);
+    comb_process(comb, x, y);
+    comb_process(comb, x, y);
+    EXPECT_NE(comb->filterstore[3], 0.0F);
     comb_mute(comb);
     comb_process(comb, x, y);
     EXPECT_EQ(y[0], 0.0F);
