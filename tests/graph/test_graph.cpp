@@ -101,6 +101,14 @@ TEST(Preset, EveryTruncationAndEveryFlippedBitIsRefused)
     }
 }
 
+TEST(Preset, ChecksumIsTheCrc32OfWhatFollowsIt)
+{
+    const std::string text = "magicverssizesum.123456789";
+    constexpr std::size_t kBefore = 4 * VANTORO_PRESET_WORD_RATE;
+    ASSERT_EQ(text.size() - 9, kBefore + 1);
+    EXPECT_EQ(Vantoro_preset_crc(text.data() + 1, kBefore + 9), 0xCBF43926U);  // the standard's check value
+}
+
 // Under a checksum that is right, any word may hold anything: refused, or it runs.
 TEST(Preset, AnyWordsUnderARightChecksumDoNoHarm)
 {
@@ -137,7 +145,15 @@ TEST(Preset, ARefusalNamesTheNodeAndWhatIsWrong)
     EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].outputs = 2; }), "low: 1 -> 2 pins; FILTER_1ST takes n -> n");
     EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].links = {2}; }), "low: input 0 hears a pin that is not there");
     EXPECT_EQ(with([](PresetRows& r) { r.outputs = {4}; }), "output: input 0 hears a pin that is not there");
-    EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].name = "a\nb"; }), "node 1 has no name");
+    for (const char* name : {"a\nb", ""})
+        EXPECT_EQ(with([=](PresetRows& r) { r.nodes[1].name = name; }), "node 1 has no name");
+    EXPECT_EQ(with([](PresetRows& r) { r.nodes[0].links.resize(1025); }), "low: 1025 pins; at most 1024");
+    EXPECT_EQ(with([](PresetRows& r) {
+                  r.block = 65536;
+                  r.nodes.assign(9, {"low", EN_FILTER_1ST, 1024, std::vector<std::uint32_t>(1024), filter(500)});
+              }),
+              "16384 pins and 2048 MiB of buffers; at most 1000000 and 2048");
+    EXPECT_EQ(refusal(graph_test::preset_of({})), "") << "nothing to do";
     EXPECT_EQ(with([](PresetRows& r) { r.nodes[1].type |= VANTORO_PRESET_QUIET; }),
               "limit: DP_LIMITER has no quiet arithmetic");
     EXPECT_EQ(with([](PresetRows& r) { r.block = 0; }), "block size 0; 1 to 65536");
@@ -202,7 +218,7 @@ TEST(Graph, FiltersInSeriesGiveWhatTheyGiveOneByOne)
                                  {"c", EN_FILTER_2ND_IIR, 1, {5}, plain},
                                  {"C", EN_FILTER_2ND_IIR, 1, {6}, plain},
                                  {"d", EN_FILTER_1ST, 1, {7}, high},
-                                 {"e", EN_FILTER_2ND_IIR, 2, {9, 8}, turned},
+                                 {"e", EN_FILTER_2ND_IIR, 2, {9, 8}, off},
                                  {"f", EN_FILTER_2ND_IIR, 2, {10, 11}, plain},
                                  {"g", EN_FILTER_2ND_IIR, 2, {12, 13}, off},
                                  {"h", EN_FILTER_GRAPHICAL_EQ, 2, {14, 15}, bands},
@@ -405,7 +421,9 @@ TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
         Graph next = make(graph_test::preset_of(chain(hz)));
         const float* from[] = {in.data()};
         EXPECT_EQ(Vantoro_graph_replay(next.get(), from, heard), RT_OK);
+        EXPECT_EQ(std::count(Vantoro_graph_output(next.get(), 0), Vantoro_graph_output(next.get(), 0) + 64, 0.0F), 64);
         EXPECT_EQ(Vantoro_graph_swap(graph.get(), next.get(), 20), RT_OK);
+        EXPECT_EQ(Vantoro_graph_settled(graph.get()), 0);
         (void)next.release();
     };
     const std::vector<float> first(in.begin(), in.begin() + 6400), second(in.begin() + 6400, in.end());
@@ -426,6 +444,44 @@ TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
     const Graph other = make(graph_test::preset_of(wide));
     EXPECT_EQ(Vantoro_graph_swap(graph.get(), other.get(), 20), RT_ERR_VALUE);
     EXPECT_EQ(Vantoro_graph_swap(graph.get(), graph.get(), 20), RT_ERR_VALUE);
+}
+
+// Samples that fill no lanes included.
+TEST(Meters, PeakAndMeanSquareOfEverySignal)
+{
+    PresetRows rows = chain();
+    rows.block = 20;
+    const Graph graph = make(graph_test::preset_of(rows));
+    VantoroGraphSpan span;
+    VantoroGraphMeter meters[6];
+    EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0);
+    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_INPUT, 1), 0);
+    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 2), 0);
+    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 1), 5);
+    std::vector<float> heard[6];
+    const std::vector<float> in = noise(200);
+    for (int block = 0; block < 10; ++block) {
+        (void)run(graph.get(), {in.begin() + 20 * block, in.begin() + 20 * block + 20});
+        const float* signals[] = {Vantoro_graph_input(graph.get(), 0), Vantoro_graph_signal(graph.get(), 0, 0),
+                                  Vantoro_graph_signal(graph.get(), 1, 0), Vantoro_graph_output(graph.get(), 0),
+                                  Vantoro_graph_output(graph.get(), 1)};
+        for (std::size_t s = 1; s < 6; ++s)
+            heard[s].insert(heard[s].end(), signals[s - 1], signals[s - 1] + 20);
+    }
+    EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0) << "asked for";
+    (void)run(graph.get(), std::vector<float>(20, 2.0F));
+    ASSERT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 6);
+    EXPECT_EQ(span.blocks, 10);
+    for (std::size_t s = 1; s < 6; ++s) {
+        float peak = 0;
+        double sum = 0;
+        for (std::size_t i = 0; i < 200; ++i) {
+            peak = std::max(peak, std::fabs(heard[s][i]));
+            sum += static_cast<double>(heard[s][i]) * static_cast<double>(heard[s][i]);
+        }
+        EXPECT_EQ(meters[s].peak, peak) << s;
+        EXPECT_NEAR(meters[s].mean_square, sum / 200, 1e-6 * sum) << s;
+    }
 }
 
 // One thread posts and swaps while the other runs: nothing is lost, and the audio thread leaves the heap alone.

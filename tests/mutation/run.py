@@ -54,7 +54,7 @@ SEEN_BY = {
     "lib/schematic_design/": (["test_response", "reports"], "response|reports"),
     "lib/source/": (["test_source", "digest", "reports"], "source|digest|reports"),
     "lib/Volume_Controls/": (["test_volume", "digest", "reports"], "volume|digest|reports"),
-    "graph/": (["test_graph", "test_threads"], "graph|threads"),
+    "graph/": (["test_graph", "test_threads", "test_live", "test_host"], "graph|threads|live|host"),
     "host/": (["test_host", "vantoro_program"], "host|cli"),
     "host/catalog/": (["test_catalog"], "catalog"),
     "host/export/": (["vantoro_program"], "export"),
