@@ -44,7 +44,7 @@ SEEN_BY = {
     "lib/Dynamics_Processors/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
     "lib/filters/": (["test_filters", "digest", "reports"], "filters|digest|reports"),
     "lib/framework/module_names.cpp": (["vantoro_program"], "export"),
-    "lib/kernels/": (["test_kernels", "test_filters", "digest"], "kernels|filters|digest"),
+    "lib/kernels/": (["test_basic", "test_kernels", "test_filters", "digest"], "basic|kernels|filters|digest"),
     "lib/level_detectors/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
     "lib/Loudness/": (["test_dynamics", "digest", "reports"], "dynamics|digest|reports"),
     "lib/math/": (["test_basic", "test_filters", "digest"], "basic|filters|digest"),

@@ -18,6 +18,9 @@ TEST(Reverb, DelayLengthsByRateAndChannel)
     EXPECT_EQ(core.combs[2][0].bufSize, 1192);    // 24.8432 ms
     EXPECT_EQ(core.allpasss[3][3].bufSize, 196);  // 4.13644 ms
     EXPECT_EQ(core.allpasss[4][3].bufSize, 196);  // the last entry of the spread serves all further channels
+    EXPECT_EQ(core.allpasss[4][3].decay, 1.0F);
+    blk.set({1, 80, 40, 0.5F, 0.2F, 50});
+    EXPECT_EQ(core.wet2, 0.0F) << "two channels have a cross term";
     EXPECT_EQ(rig::Rig(EN_QVALGO_REVERB, 2, 2, {.rate = 100}).core<Reverb_Core>().allpasss[0][3].bufSize, 4);
 }
 
