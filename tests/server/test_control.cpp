@@ -74,6 +74,7 @@ TEST(Patch, KeepsEveryCharacterThatDidNotChange)
          "{\"w\": [\n  [1, 2],\n  [5, 6]\n]}"},
         {"{\"w\": [\n  [1, 2],\n  [5, 6]\n]}", R"({"w":[[1,2],[3,4],[5,6]]})",
          "{\"w\": [\n  [1, 2],\n  [3, 4],\n  [5, 6]\n]}"},
+        {R"({"b":[1, 2.5, 0.10]})", R"({"b":[1,0.1]})", R"({"b":[1, 0.10]})"},
         {R"({"a": {}})", R"({"a":{"b":1,"c":true}})", R"({"a": {"b": 1, "c": true}})"},
         {R"({"a": {"b": 1}})", R"({"a":{}})", R"({"a": {}})"},
         {"\xef\xbb\xbf{\"a\\u0062\": \"x\\\"\"}", R"({"ab":"y"})", "\xef\xbb\xbf{\"a\\u0062\": \"y\"}"},
@@ -392,6 +393,15 @@ TEST(Bypass, ListenersHearWhatTheBlockHears)
     for (const Block& block : other.blocks)
         can += can_be_bypassed(block) ? block.id + ' ' : "";
     EXPECT_EQ(can, "subsonic eq loudness makeup compressor limiter in_level bands_left bands_right ");
+
+    MemoryStore store(kRoom);
+    Document d(store, {});
+    d.bypass({{"eq", true}, {"trim", true}});
+    ordered_json shorter = ordered_json::parse(kRoom);
+    shorter["blocks"].erase("trim");
+    shorter["wires"] = ordered_json::parse(R"([["input", "eq"], ["eq", "comp"], ["comp", "output"]])");
+    d.edit(shorter);
+    EXPECT_EQ(d.bypassed_ids(), std::set<std::string>{"eq"}) << "what is still there is still bypassed";
 }
 
 // ---- the protocol ----
@@ -515,6 +525,7 @@ TEST(Protocol, EveryClientHearsWhatAnotherDid)
     EXPECT_EQ(desk.player.revision(), 2U);
     desk.ask(R"({"id":8,"bypass":{"eq":true}})");
     EXPECT_EQ(desk.got[2][0]["state"]["bypass"], json({"eq"}));
+    EXPECT_EQ(desk.got[2][0]["state"]["wires"][0], json({{"from", "input.0"}, {"to", "eq.0"}}));
     EXPECT_EQ(feed_text(desk.player.heard(), desk.player.heard().blocks[1].sources[0]), "input.0");
     EXPECT_EQ(desk.ask(R"({"id":9,"get":["eq.bands[0].boostDb","trim"]})")["values"]["eq.bands[0].boostDb"], -3);
     EXPECT_EQ(desk.ask(R"({"id":9,"save":{"rev":3,"list":true}})")["changes"].size(), 2U);
