@@ -446,6 +446,38 @@ TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
     EXPECT_EQ(Vantoro_graph_swap(graph.get(), graph.get(), 20), RT_ERR_VALUE);
 }
 
+// The block of a node that remembers long plays on in the graph that follows, and its levels are read from there.
+TEST(Follow, WhatRemembersLongGoesOn)
+{
+    PresetRows rows = {.nodes = {{"meter", EN_DETECTORS_SINGLE_BAND, 1, {1}, {1, 2000, 0, 100}},
+                                 {"gain", EN_BASIC_GAIN, 1, {2}, {1, 1}}},
+                       .outputs = {3}};
+    const Graph graph = make(graph_test::preset_of(rows)), alone = make(graph_test::preset_of(rows));
+    ASSERT_EQ(Vantoro_graph_keep(graph.get(), 1), RT_OK);
+    const std::vector<float> in = noise(64000), block = noise(64);
+    EXPECT_EQ(run(graph.get(), in), run(alone.get(), in));
+    rows.nodes[1].vector[0] = 0.5F;
+    Graph next = make(graph_test::preset_of(rows));
+    EXPECT_EQ(Vantoro_graph_follow(graph.get(), next.get(), 6400, 1000), 0);
+    EXPECT_EQ(Vantoro_graph_swap(graph.get(), next.release(), 20), RT_OK);
+    for (int i = 0; i < 30; ++i) {
+        (void)run(graph.get(), block);
+        (void)run(alone.get(), block);
+        float level[8] = {}, wanted[8] = {};
+        EXPECT_EQ(Vantoro_graph_levels(graph.get(), 0, level, 8), Vantoro_graph_levels(alone.get(), 0, wanted, 8));
+        EXPECT_TRUE(std::equal(level, level + 8, wanted)) << i;
+    }
+    // One that waits is dropped for another that follows, even if that one is given up.
+    EXPECT_EQ(Vantoro_graph_swap(graph.get(), make(graph_test::preset_of(rows)).release(), 20), RT_OK);
+    rows.nodes[1].vector[0] = 0.25F;
+    next = make(graph_test::preset_of(rows));
+    EXPECT_EQ(Vantoro_graph_follow(graph.get(), next.get(), 640, 0), 10);
+    next.reset();
+    float gain[2];
+    EXPECT_EQ(Vantoro_graph_vector(graph.get(), 1, gain, 2), 2);
+    EXPECT_EQ(gain[0], 0.5F);
+}
+
 // Samples that fill no lanes included.
 TEST(Meters, PeakAndMeanSquareOfEverySignal)
 {
