@@ -450,7 +450,8 @@ TEST(Swap, ToTheSamePresetIsNotHeardAndToAnotherOneEndsInItsBits)
 TEST(Follow, WhatRemembersLongGoesOn)
 {
     PresetRows rows = {.nodes = {{"meter", EN_DETECTORS_SINGLE_BAND, 1, {1}, {1, 2000, 0, 100}},
-                                 {"gain", EN_BASIC_GAIN, 1, {2}, {1, 1}}},
+                                 {"gain", EN_BASIC_GAIN, 1, {2}, {1, 1}},
+                                 {"after", EN_DETECTORS_SINGLE_BAND, 1, {3}, {1, 2000, 0, 100}}},
                        .outputs = {3}};
     const Graph graph = make(graph_test::preset_of(rows)), alone = make(graph_test::preset_of(rows));
     ASSERT_EQ(Vantoro_graph_keep(graph.get(), 1), RT_OK);
@@ -466,6 +467,8 @@ TEST(Follow, WhatRemembersLongGoesOn)
         float level[8] = {}, wanted[8] = {};
         EXPECT_EQ(Vantoro_graph_levels(graph.get(), 0, level, 8), Vantoro_graph_levels(alone.get(), 0, wanted, 8));
         EXPECT_TRUE(std::equal(level, level + 8, wanted)) << i;
+        Vantoro_graph_levels(graph.get(), 2, level, 8);
+        EXPECT_FALSE(std::equal(level, level + 8, wanted)) << "it hears something else now";
     }
     // One that waits is dropped for another that follows, even if that one is given up.
     EXPECT_EQ(Vantoro_graph_swap(graph.get(), make(graph_test::preset_of(rows)).release(), 20), RT_OK);
