@@ -51,6 +51,9 @@ TEST(Limiter, HoldsTheMeanSquareOfASineAndTellsSo)
     EXPECT_NEAR(rig::rms(std::span(out).last(4800)) / rig::from_db(-9), 1.0, 0.005);
     blk.fill(0, 0.9F);
     EXPECT_EQ(blk.process(), 1);
+    float none = 0, *pin = &none;
+    Limiter_Render(blk.block(), &blk.core<Limiter_Core>(), &pin, &pin, 0);
+    EXPECT_EQ(blk.core<Limiter_Core>().process_state, 0.0F) << "no sample is limited";
     blk.run({std::vector<float>(9600)});
     EXPECT_EQ(blk.process(), 0);
 }
