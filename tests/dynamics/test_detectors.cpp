@@ -210,6 +210,9 @@ TEST(LookUpTable, TwoIndexesPickAnEntryInDecibelsOrLinear)
     EXPECT_EQ(blk.set({0, 1e9F, 1e9F}), RT_ERR_MALLOC);
     EXPECT_EQ(blk.process(), 0);
     EXPECT_EQ(blk.out(0)[0], -30.0F);
+    blk.set({0, 0, 3});
+    EXPECT_EQ(blk.process(), 0);
+    EXPECT_EQ(blk.out(0)[0], 0.0F) << "no entry";
 }
 
 TEST(LevelDetector, ABandThatJoinsStartsFromSilence)

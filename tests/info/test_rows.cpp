@@ -203,6 +203,13 @@ static bool same_or_coarse(const rig::Outputs& fresh, const rig::Outputs& set)
     return true;
 }
 
+TEST(Rows, AnEqualiserWithoutBandsIsRight)
+{
+    const float none = 0;
+    for (const int type : {EN_FILTER_GRAPHICAL_EQ, EN_FILTER_TEXTEQ})
+        EXPECT_EQ(Vantoro_param_check(type, 1, 1, &none, 1, nullptr, 0), RT_OK);
+}
+
 TEST(Defaults, AreThoseOfAFreshBlockAndChangeNothing)
 {
     for (const Described& type : rig::every_described()) {

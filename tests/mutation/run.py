@@ -51,7 +51,7 @@ SEEN_BY = {
     "lib/mixers/": (["test_routing", "digest", "reports"], "routing|digest|reports"),
     "lib/muxes_demuxes/": (["test_routing", "digest", "reports"], "routing|digest|reports"),
     "lib/qv_algo/": (["test_reverb", "digest", "reports"], "reverb|digest|reports"),
-    "lib/schematic_design/": (["test_response", "reports"], "response|reports"),
+    "lib/schematic_design/": (["test_basic", "test_response", "reports"], "basic|response|reports"),
     "lib/source/": (["test_source", "digest", "reports"], "source|digest|reports"),
     "lib/Volume_Controls/": (["test_volume", "digest", "reports"], "volume|digest|reports"),
     "graph/": (["test_graph", "test_threads", "test_live", "test_host"], "graph|threads|live|host"),

@@ -43,6 +43,7 @@ TEST(Sources, Constants)
     EXPECT_EQ(number.process(), 0);
     EXPECT_TRUE(std::ranges::all_of(dc.out(2), [](float v) { return v == -0.3F; }));
     EXPECT_EQ(dc.core<DCInput_Core_S>().input_hex, static_cast<int>(0xBE99999A));
+    EXPECT_EQ(dc.core<DCInput_Core_S>().decimal_bit, 24);
     EXPECT_EQ(number.out(1)[0], -2.0F);
 }
 
