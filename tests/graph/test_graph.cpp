@@ -481,41 +481,67 @@ TEST(Follow, WhatRemembersLongGoesOn)
     EXPECT_EQ(gain[0], 0.5F);
 }
 
-// Samples that fill no lanes included.
+TEST(Graph, AnyAllocationMayFail)
+{
+    const Words preset = graph_test::preset_of(chain());
+    long calls = 0;
+    for (bool failed = true; failed; ++calls) {
+        const long before = rig::Allocator::calls();
+        rig::Allocator::fail_at(calls);
+        const Graph graph = make(preset);
+        rig::Allocator::fail_never();
+        failed = !graph;
+        EXPECT_EQ(failed, rig::Allocator::calls() - before > calls);
+    }
+    EXPECT_GT(calls, 30);
+    const Graph graph = make(preset);
+    VantoroGraphSpan span;
+    for (calls = 0; calls < 3; ++calls) {
+        rig::Allocator::fail_at(calls);
+        EXPECT_EQ(Vantoro_graph_meters(graph.get(), nullptr, 0, &span), 0);
+    }
+    rig::Allocator::fail_never();
+    Vantoro_graph_process(graph.get());
+    EXPECT_EQ(rig::bits({Vantoro_graph_output(graph.get(), 0), 64}), rig::bits(std::vector<float>(64)));
+}
+
+// Blocks that fill no lanes, and such that fill their lines of memory.
 TEST(Meters, PeakAndMeanSquareOfEverySignal)
 {
-    PresetRows rows = chain();
-    rows.block = 20;
-    const Graph graph = make(graph_test::preset_of(rows));
-    VantoroGraphSpan span;
-    VantoroGraphMeter meters[6];
-    EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0);
-    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_INPUT, 1), 0);
-    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 2), 0);
-    EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 1), 5);
-    std::vector<float> heard[6];
-    const std::vector<float> in = noise(200);
-    for (int block = 0; block < 10; ++block) {
-        (void)run(graph.get(), {in.begin() + 20 * block, in.begin() + 20 * block + 20});
-        const float* signals[] = {Vantoro_graph_input(graph.get(), 0), Vantoro_graph_signal(graph.get(), 0, 0),
-                                  Vantoro_graph_signal(graph.get(), 1, 0), Vantoro_graph_output(graph.get(), 0),
-                                  Vantoro_graph_output(graph.get(), 1)};
-        for (std::size_t s = 1; s < 6; ++s)
-            heard[s].insert(heard[s].end(), signals[s - 1], signals[s - 1] + 20);
-    }
-    EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0) << "asked for";
-    (void)run(graph.get(), std::vector<float>(20, 2.0F));
-    ASSERT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 6);
-    EXPECT_EQ(span.blocks, 10);
-    for (std::size_t s = 1; s < 6; ++s) {
-        float peak = 0;
-        double sum = 0;
-        for (std::size_t i = 0; i < 200; ++i) {
-            peak = std::max(peak, std::fabs(heard[s][i]));
-            sum += static_cast<double>(heard[s][i]) * static_cast<double>(heard[s][i]);
+    const std::vector<float> in = noise(480);
+    for (const int size : {20, 48}) {
+        PresetRows rows = chain();
+        rows.block = static_cast<std::uint32_t>(size);
+        const Graph graph = make(graph_test::preset_of(rows));
+        VantoroGraphSpan span;
+        VantoroGraphMeter meters[6];
+        EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0);
+        EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_INPUT, 1), 0);
+        EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 2), 0);
+        EXPECT_EQ(Vantoro_graph_signal_number(graph.get(), VANTORO_GRAPH_OUTPUT, 1), 5);
+        std::vector<float> heard[6];
+        for (int block = 0; block < 10; ++block) {
+            (void)run(graph.get(), {in.begin() + size * block, in.begin() + size * block + size});
+            const float* signals[] = {Vantoro_graph_input(graph.get(), 0), Vantoro_graph_signal(graph.get(), 0, 0),
+                                      Vantoro_graph_signal(graph.get(), 1, 0), Vantoro_graph_output(graph.get(), 0),
+                                      Vantoro_graph_output(graph.get(), 1)};
+            for (std::size_t s = 1; s < 6; ++s)
+                heard[s].insert(heard[s].end(), signals[s - 1], signals[s - 1] + size);
         }
-        EXPECT_EQ(meters[s].peak, peak) << s;
-        EXPECT_NEAR(meters[s].mean_square, sum / 200, 1e-6 * sum) << s;
+        EXPECT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 0) << "asked for";
+        (void)run(graph.get(), std::vector<float>(static_cast<std::size_t>(size), 2.0F));
+        ASSERT_EQ(Vantoro_graph_meters(graph.get(), meters, 6, &span), 6);
+        EXPECT_EQ(span.blocks, 10);
+        for (std::size_t s = 1; s < 6; ++s) {
+            float peak = 0;
+            double sum = 0;
+            for (const float v : heard[s]) {
+                peak = std::max(peak, std::fabs(v));
+                sum += static_cast<double>(v) * static_cast<double>(v);
+            }
+            EXPECT_EQ(meters[s].peak, peak) << s;
+            EXPECT_NEAR(meters[s].mean_square, sum / (10 * size), 1e-6 * sum) << s;
+        }
     }
 }
 

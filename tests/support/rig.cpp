@@ -41,6 +41,11 @@ void* __wrap_reallocarray(void* p, std::size_t n, std::size_t size)
 {
     return refuse() ? nullptr : __real_reallocarray(p, n, size);
 }
+void* __real_aligned_alloc(std::size_t alignment, std::size_t size);
+void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size)
+{
+    return refuse() ? nullptr : __real_aligned_alloc(alignment, size);
+}
 void __real_free(void* p);
 void __wrap_free(void* p)
 {
