@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "graph/preset_builder.h"
 #include "support/rig.h"
@@ -479,6 +480,41 @@ TEST(Follow, WhatRemembersLongGoesOn)
     float gain[2];
     EXPECT_EQ(Vantoro_graph_vector(graph.get(), 1, gain, 2), 2);
     EXPECT_EQ(gain[0], 0.5F);
+}
+
+// Pins that a type wants in one run of memory come from wherever they are.
+TEST(Graph, GathersPins)
+{
+    const Graph graph =
+        make(graph_test::preset_of({.inputs = 4,
+                                    .nodes = {{"gates", EN_MUXES_STATE_MACHINE, 3, {1, 4, 2, 3}, {0, 2, 0, 2, 0, 2}}},
+                                    .outputs = {5, 6, 7}}));
+    ASSERT_TRUE(graph);
+    const std::vector<float> in = noise(256);
+    for (int ch = 0; ch < 4; ++ch)
+        std::copy_n(in.data() + 64 * ch, 64, Vantoro_graph_input(graph.get(), ch));
+    Vantoro_graph_input(graph.get(), 0)[0] = 1;
+    EXPECT_EQ(Vantoro_graph_process(graph.get()), RT_OK);
+    for (const auto& [output, input] : {std::pair{0, 3}, {1, 1}, {2, 2}})
+        EXPECT_EQ(rig::bits({Vantoro_graph_output(graph.get(), output), 64}), rig::bits({in.data() + 64 * input, 64}));
+}
+
+TEST(Graph, ABlockThatFailsIsNamedAndSilent)
+{
+    PresetRows rows = chain();
+    rows.nodes[1] = {"gain", EN_BASIC_GAIN, 1, {2}, {1, 1}};
+    const Graph graph = make(graph_test::preset_of(rows));
+    EXPECT_NE(run(graph.get(), noise(64)), std::vector<float>(64));
+    auto* block = const_cast<BlockAlgo*>(Vantoro_graph_block(graph.get(), 1));
+    float* own = std::exchange(block->pParam, nullptr);
+    EXPECT_EQ(Vantoro_graph_process(graph.get()), RT_ERR_NULL_PTR);
+    EXPECT_EQ(Vantoro_graph_failed(graph.get()), 1);
+    EXPECT_STREQ(Vantoro_graph_blamed(graph.get()), "gain");
+    for (int ch = 0; ch < 2; ++ch)
+        EXPECT_EQ(rig::rms({Vantoro_graph_output(graph.get(), ch), 64}), 0.0);
+    block->pParam = own;
+    EXPECT_NE(run(graph.get(), noise(64)), std::vector<float>(64));
+    EXPECT_EQ(Vantoro_graph_failed(graph.get()), -1);
 }
 
 TEST(Graph, AnyAllocationMayFail)
