@@ -371,6 +371,9 @@ TEST(Schema, HasTheBoundsOfTheWarnings)
             }
         }
     }
+    const auto& number = schema["properties"]["type"]["anyOf"][1];
+    EXPECT_EQ(number["minimum"], 0);
+    EXPECT_EQ(number["maximum"], 15);
     EXPECT_EQ(bounds, 12 * 2 * 2);  // by name and by number, all but Bessel's and Butterworth's
 }
 

@@ -337,6 +337,15 @@ TEST(Plot, TitlesStayText)
     EXPECT_NE(script.find("title 'it_s_n`id`_'"), std::string::npos);
 }
 
+TEST(Plot, ScaleHoldsTheCurve)
+{
+    Spectrum curve(kAxis.bins.size(), 1.0);
+    curve[3] = 0.0071;
+    curve[4] = 1.41;
+    EXPECT_NE(plot_script(kAxis, {{"deep", curve}}, "", "svg").find("set yrange [-45:5]\nset ytics 5\n"),
+              std::string::npos);
+}
+
 // What is drawn is the curve, to a tenth of a point on paper, in a fraction of its points.
 TEST(Plot, StraightStretchesNeedTwoPoints)
 {
