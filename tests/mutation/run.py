@@ -62,6 +62,8 @@ SEEN_BY = {
     "host/live/": (["test_live", "vantoro_program"], "live"),
     "host/control/": (["test_control"], "control"),
     "host/server/": (["test_control", "serve"], "control|server"),
+    "host/server/client.cpp": (["test_control", "serve", "vantoro_program", "jack_recorder", "alsa_vtest"],
+                               "control|server|live_devices"),
     "host/support/": (["test_catalog", "test_host", "vantoro_program"], "catalog|host|cli"),
 }
 ALL_OF_LIB = ["test_sweep", "test_block_info"], "|sweep|block_info"  # too
