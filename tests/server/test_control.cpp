@@ -14,6 +14,7 @@
 #include "fake_player.h"
 #include "memory_store.h"
 #include "schematic/bypass.h"
+#include "server/gate.h"
 #include "support/json_text.h"
 #include "support/json_walk.h"
 
@@ -602,6 +603,17 @@ TEST(Protocol, DrawsResponses)
     for (std::size_t i = 0; i < curve["in"].size(); ++i)
         EXPECT_NEAR(curve["out"][i].get<double>() - curve["in"][i].get<double>(),
                     responses["trim"]["db"][0].get<double>(), 0.01);
+}
+
+TEST(Gate, KnowsTheNamesOfItsServer)
+{
+    const Gate gate = make_gate("::", true, 7420, {"desk.lan"});
+    for (const char* name : {"[::]:7420", "localhost:7420", "[::1]:7420", "desk.lan", "DESK.lan:7420"}) {
+        EXPECT_TRUE(gate.host_allowed(name)) << name;
+        EXPECT_TRUE(gate.origin_allowed(std::string("https://") + name)) << name;
+    }
+    for (const char* name : {"desk.lan:1", "localhost", "[::1]", "tuner.example:7420", ""})
+        EXPECT_FALSE(gate.host_allowed(name)) << name;
 }
 
 TEST(Protocol, WantsTheToken)
