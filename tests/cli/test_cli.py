@@ -152,6 +152,13 @@ class Cli(Case):
                         time.sleep(0.01)
                 os.remove(self.path("pid"))
         self.assertEqual(self.read("out.wav"), "old")
+        with subprocess.Popen(["nohup", PROGRAM, *busy], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as child:
+            while not self.parts():
+                time.sleep(0.01)
+            child.send_signal(signal.SIGHUP)
+            with self.assertRaises(subprocess.TimeoutExpired):
+                child.wait(0.3)
+            child.terminate()
 
     def test_nothing_that_is_read_is_overwritten(self):
         wav(self.path("a.wav"), [0.25] * 1000, 1)

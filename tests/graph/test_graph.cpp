@@ -388,6 +388,10 @@ TEST(Faults, AreHeardForNoMoreThanTheirBlock)
     Vantoro_graph_faults(graph.get(), &faults);
     EXPECT_EQ(faults.inputs, 3U);
     EXPECT_EQ(faults.blocks, 0U);
+    const Graph wire = make(graph_test::preset_of({.nodes = {}, .outputs = {1}}));
+    EXPECT_EQ(run(wire.get(), in), silent);
+    Vantoro_graph_faults(wire.get(), &faults);
+    EXPECT_EQ(faults.blocks, 0U);
 
     const std::vector<float> loud = {1e38F, 1}, plain = {1, 1}, block(64, 1e3F);
     EXPECT_EQ(Vantoro_graph_post(graph.get(), 0, loud.data(), 2), RT_OK);

@@ -502,6 +502,8 @@ TEST(Schematic, PinsFollowFromWires)
     EXPECT_EQ(pins_in(s, "mul"), 4);  // pairs
     EXPECT_EQ(s.blocks[2].sources[0].block, Feed::kSilence);
     EXPECT_EQ(s.blocks[2].sources[2].pin, 1);
+    EXPECT_EQ(pins_in(parse_schematic(graph(R"("sum": {"type": "MIXERS_STEREO"})", R"(["input.0", "sum.4"])")), "sum"),
+              6);
 }
 
 TEST(Schematic, OrderPutsSourcesFirstAndKeepsTheWrittenOrder)
@@ -553,6 +555,19 @@ TEST(Schematic, RampsTakeAStepPerBlock)
         EXPECT_FLOAT_EQ(*std::ranges::max_element(s.changes[3 + k].vector), kCorners[k]);
     }
     EXPECT_EQ(s.changes[2].vector[0], 0.1F);
+}
+
+TEST(Schematic, ChangesSetAtMostHalfAMillionValues)
+{
+    std::string taps = "1";
+    for (int i = 1; i < 1023; ++i)
+        taps += ", 1";
+    std::string text = R"({"rate": 48000, "blockSize": 480, "blocks": {"f": {"type": "FILTER_FIR", "params":
+        {"taps": [)" + taps +
+                       R"(]}}}, "changes": [{"at": 0, "over": 5.12, "set": {"f.taps[0]": 3}}]})";
+    EXPECT_TRUE(problems_of(text).empty());
+    text.insert(text.rfind(']'), R"(, {"at": 6, "set": {"f.taps[0]": 1}})");
+    EXPECT_NE(told(problems_of(text)).find("525312 values to set so far"), std::string::npos);
 }
 
 TEST(Schematic, ChangesAddUpInTheOrderOfTime)

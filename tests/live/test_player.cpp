@@ -520,11 +520,14 @@ TEST(Faults, AreNamedMutedAndFadedInAgain)
     deck.settle();
     EXPECT_EQ(deck.player.status().fault, "gain");
     EXPECT_GT(said, 0);
-    // Fading in: no step is larger than a raised cosine of 20 ms makes.
+    // Fading in, and out at the end: no step is larger than a raised cosine of 20 ms makes.
     const auto& out = deck.out[0];
-    for (std::size_t i = out.size() - 1600; i + 1 < out.size(); ++i)
-        ASSERT_LT(std::fabs(out[i + 1] - out[i]), 2.0F * 0.002F) << i;
     EXPECT_NEAR(out.back(), out[6000], 1e-6F);
+    deck.player.fade_out();
+    deck.play(in, 1280, 64);
+    for (std::size_t i = out.size() - 2880; i + 1 < out.size(); ++i)
+        ASSERT_LT(std::fabs(out[i + 1] - out[i]), 2.0F * 0.002F) << i;
+    EXPECT_EQ(out.back(), 0.0F);
 }
 
 // ---- threads ----

@@ -62,6 +62,7 @@ SEEN_BY = {
     "host/export/": (EXPORT, "export"),
     "host/live/": (["test_live", "vantoro_program"], "live"),
     "host/control/": (["test_control"], "control"),
+    "host/schematic/bypass.cpp": (["test_control"], "control"),
     "host/server/": (["test_control", "serve", "vantoro_program"], "control|server"),
     "host/support/": (["test_catalog", "test_host", "vantoro_program"], "catalog|host|cli"),
 }
