@@ -37,6 +37,7 @@ LIST = pathlib.Path(__file__).with_name("faults.txt")
 
 # By prefix, the longest that fits: what to build, and the tests (ctest -R) that should see a fault there.
 EXPORT = ["vantoro_program", "vantoro", "vantoro_graph", "vantoro_quiet"]
+LIVE = ["vantoro_program", "jack_recorder", "alsa_vtest"]
 SEEN_BY = {
     "lib/": (["digest", "reports", "test_framework"], "digest|reports|framework"),
     "lib/basic/": (["test_pcm", "digest"], "pcm|digest"),
@@ -60,7 +61,9 @@ SEEN_BY = {
     "host/analysis/": (["test_host", "vantoro_program"], "host|cli|measure"),
     "host/catalog/": (["test_catalog", "test_host", "vantoro_program"], "catalog|host|docs|cli"),
     "host/export/": (EXPORT, "export"),
-    "host/live/": (["test_live", "vantoro_program"], "live"),
+    "host/commands/export.cpp": (EXPORT, "export"),
+    "host/commands/live.cpp": (LIVE, "live_devices"),
+    "host/live/": (["test_live", *LIVE], "live|live_devices"),
     "host/control/": (["test_control"], "control"),
     "host/schematic/bypass.cpp": (["test_control"], "control"),
     "host/server/": (["test_control", "serve", "vantoro_program"], "control|server"),
@@ -69,8 +72,7 @@ SEEN_BY = {
 # What a fault that passes those must pass, too.
 REST = {
     "lib/": (["test_sweep", "test_block_info"], "sweep|block_info"),
-    "host/": ([*EXPORT, "test_catalog", "test_host", "test_live", "test_control", "serve", "soak", "fail_nth",
-               "jack_recorder", "alsa_vtest"],
+    "host/": ([*EXPORT, *LIVE, "test_catalog", "test_host", "test_live", "test_control", "serve", "soak", "fail_nth"],
               "catalog|cli|control|docs|export|faults|host|live|live_devices|measure|server|soak"),
 }
 PRESETS = {"release": "120", "asan": "600"}  # seconds that a test may take: one that hangs sees its fault, too
@@ -117,13 +119,13 @@ def run(command, **options):
     return subprocess.run(command, cwd=TREE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
 
 
-def prepare():
+def prepare(presets):
     head = subprocess.check_output(["git", "rev-parse", "HEAD"], cwd=ROOT, text=True).strip()
     if not TREE.exists():
         subprocess.check_call(["git", "worktree", "add", "-q", "--detach", TREE, head], cwd=ROOT)
     subprocess.check_call(["git", "checkout", "-q", "--force", "--detach", head], cwd=TREE)
     os.environ.update(CCACHE_BASEDIR=str(TREE), CCACHE_NOHASHDIR="1")
-    for preset in PRESETS:
+    for preset in presets:
         run(["cmake", "--preset", preset, "-DBUILD_TESTING=ON", "--compile-no-warning-as-error"] + CMAKE_OPTIONS,
             check=True)
 
@@ -137,14 +139,14 @@ def passes(seen_by, preset, jobs):
     return run(ctest).returncode == 0
 
 
-def tries_for(fault):
+def tries_for(fault, presets):
     """What has to pass, one after the other: tests and preset."""
-    tries = [(longest(SEEN_BY, fault.path), preset) for preset in PRESETS]
-    tries[1:1] = [(rest, "release") for prefix, rest in REST.items() if fault.path.startswith(prefix)]
-    return tries
+    rest = [(rest, "release") for prefix, rest in REST.items() if fault.path.startswith(prefix)]
+    tries = [(longest(SEEN_BY, fault.path), "release"), *rest, (longest(SEEN_BY, fault.path), "asan")]
+    return [one for one in tries if one[1] in presets]
 
 
-def plant(fault, jobs):
+def plant(fault, jobs, presets):
     file = TREE / fault.path
     before = file.read_text()
     text = before.splitlines()
@@ -152,7 +154,7 @@ def plant(fault, jobs):
     text[at] = text[at].replace(fault.old, fault.new)
     try:
         file.write_text("\n".join(text) + "\n")
-        for one in tries_for(fault):
+        for one in tries_for(fault, presets):
             outcome = passes(*one, jobs)
             if not outcome:
                 break
@@ -188,10 +190,12 @@ def main():
     parser.add_argument("--seconds", type=float, default=float("inf"), help="start no fault after that time")
     parser.add_argument("--jobs", default="2")
     parser.add_argument("--again", action="store_true", help="forget earlier results")
+    parser.add_argument("--preset", action="append", choices=PRESETS, help="only the tests of this build")
     parser.add_argument("--survivors", action="store_true", help="forget that a fault survived")
     parser.add_argument("--check", action="store_true", help="only look for the lines")
     parser.add_argument("--cmake", action="append", default=[], help="an option for CMake, -D...")
     options = parser.parse_args()
+    presets = options.preset or list(PRESETS)
     CMAKE_OPTIONS.extend(options.cmake)
     faults = [fault for fault in read_list()
               if options.part in (None, fault.part) and fault.path.startswith(options.path)]
@@ -208,12 +212,12 @@ def main():
     results = dict(line.split(" ", 1) for line in store.read_text().splitlines()) if store.exists() else {}
     if options.survivors:
         results = {key: outcome for key, outcome in results.items() if outcome != "survived"}
-    prepare()
+    prepare(presets)
     end = time.monotonic() + options.seconds
     for fault in faults:
         if fault in stale or fault.equivalent or fault.key in results or time.monotonic() > end:
             continue
-        results[fault.key] = plant(fault, options.jobs)
+        results[fault.key] = plant(fault, options.jobs, presets)
         with store.open("a") as file:
             file.write(f"{fault.key} {results[fault.key]}\n")
         print(f"{results[fault.key]}: {fault}", flush=True)
