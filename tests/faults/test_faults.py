@@ -5,6 +5,7 @@ the program says which file and why. Usage: test_faults.py PROGRAM SOURCE_DIR FA
 
 import os
 import random
+import signal
 import struct
 import subprocess
 import sys
@@ -125,6 +126,8 @@ class Faults(unittest.TestCase):
                 result = subprocess.run([PROGRAM, *arguments], stdout=full, stderr=subprocess.PIPE, text=True)
             self.assertEqual((result.returncode, result.stderr),
                              (1, "vantoro: standard output: cannot be written: No space left on device\n"))
+        closed, call = self.call(["--version"], 1, preexec_fn=lambda: os.close(0))  # and nothing to take its place
+        self.assertEqual((closed.returncode, call), (-signal.SIGABRT, "open"))
 
 
 if __name__ == "__main__":

@@ -90,12 +90,17 @@ class Raw:
 
     def closed(self, patience=5):
         """Whether the server ends the connection; what it says before is dropped."""
-        self.socket.settimeout(patience)
+        end = time.monotonic() + patience
         try:
-            self.rest()
-            return True
+            data = b"-"
+            while data:
+                self.socket.settimeout(max(end - time.monotonic(), 0.001))
+                data = self.socket.recv(65536)
+        except ConnectionResetError:
+            pass
         except TimeoutError:
             return False
+        return True
 
 
 def cpu_seconds(pid):
