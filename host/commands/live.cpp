@@ -252,7 +252,6 @@ public:
         if (!routing_->shortfall().empty())
             console_.note(routing_->shortfall());
         const PlayerStatus status = player_->status();
-        player_->set_backend(nullptr, 0);
         char text[96];
         std::snprintf(text, sizeof text, "%.1f s played, %lld xruns, %lld blocks muted", status.seconds,
                       static_cast<long long>(status.xruns), static_cast<long long>(status.muted_blocks));

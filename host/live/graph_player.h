@@ -46,7 +46,7 @@ public:
     std::unique_ptr<Tap> tap(const std::string& block, int pin) override;
     PlayerStatus status() override;
 
-    // For the status; null while there is none. It must outlive the player, or be taken away.
+    // For the status; it must outlive whoever asks for that.
     void set_backend(const Backend* backend, int period);
     // Silence after a fade; returns when it is reached, or nothing has played for a while.
     void fade_out();

@@ -340,6 +340,12 @@ class Cli(Case):
         self.assertIn("inside a frame", broken.stderr)
         self.assertFalse(os.path.exists(self.path("x.wav")))
 
+    def test_rates_have_limits(self):
+        for rate, status in ((768000, 0), (768001, 2), (1000, 0), (999, 2)):
+            wav(self.path("in.wav"), [0.5] * 1000, 2, rate)
+            said = self.call("run", self.path("g.json", GAIN % 64), "-i", self.path("in.wav"), "-o", self.path("o.wav"), status=status)
+            self.assertEqual("to 768000 Hz can be processed" in said.stderr, status == 2)
+
     def test_progress_shows_on_a_terminal_only(self):
         wav(self.path("in.wav"), [0.5] * 400000, 2)
         parent, child = pty.openpty()
@@ -499,6 +505,12 @@ class Cli(Case):
             self.assertIn(words, self.call("graph", passthrough, "-o", path, status=1, env={"PATH": self.path("bin")}).stderr)
             self.assertEqual(self.read("p.svg"), "old")
         self.call("graph", passthrough, "-o", self.path("p.txt"), status=2)
+        with open(self.path("bin/dot"), "w") as f:
+            f.write("#!/bin/sh\nwhile read -r line; do echo \"$line\"; done\n")
+        self.call("graph", os.path.join(EXAMPLES, "loudspeaker.json"), "-o", path, env={"PATH": self.path("bin")})
+        with open(os.path.join(EXAMPLES, "loudspeaker.json")) as f:
+            wires = json.load(f)["wires"]
+        self.assertGreaterEqual(self.read("p.svg").count("->"), len(wires))
 
     def test_responses_take_every_option_or_refuse_it(self):
         document = json.loads(GAIN % 64)

@@ -181,7 +181,9 @@ class Files(Case):
         self.live(os.path.join(EXAMPLES, "passthrough.json"), "--input", "file:" + steady, "--loop", "--output",
                   "file:" + self.path("out.wav"))
         self.wait_for("running", count=2)
+        start = time.monotonic()
         self.assertEqual(self.stop(), 0)
+        self.assertLess(time.monotonic() - start, 2)
         with wave.open(self.path("out.wav"), "rb") as f:
             frames = f.readframes(f.getnframes())
         left = [int.from_bytes(frames[i:i + 3], "little", signed=True) / 2**23 for i in range(0, len(frames), 6)]

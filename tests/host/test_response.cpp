@@ -207,6 +207,10 @@ TEST(Measured, ExamplesAgreeWithTheirCoefficients)
         axis, "loudspeaker.json");
     // A window grows until the response is over: this one rings for seconds.
     expect_agreement(single("FILTER_2ND_GENERAL", R"({"fc": 21, "q": 16, "boostDb": 24})"), axis, "resonance");
+    // A window need not be whole blocks.
+    Schematic odd = single("FILTER_1ST", R"({"fc": 500})");
+    odd.block_size = 48;
+    expect_agreement(odd, kAxis, "blocks of 48");
 }
 
 // The gain of a compressor under its knee is that of its curve; the source beside it drops out.

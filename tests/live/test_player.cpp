@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "engine/engine.h"
+#include "live/console.h"
 #include "live/graph_player.h"
 #include "schematic/reader.h"
 #include "support/described.h"
@@ -528,6 +529,28 @@ TEST(Faults, AreNamedMutedAndFadedInAgain)
     for (std::size_t i = out.size() - 2880; i + 1 < out.size(); ++i)
         ASSERT_LT(std::fabs(out[i + 1] - out[i]), 2.0F * 0.002F) << i;
     EXPECT_EQ(out.back(), 0.0F);
+}
+
+// ---- the log ----
+
+TEST(Log, WhatTheAudioThreadSaysIsPrintedByAnother)
+{
+    Console console(false);
+    LiveLog log(console, false);
+    const Schematic late =
+        parse_schematic(R"({"blocks": {"late": {"type": 287, "params": {"maxDelay": 10, "delay": 20}}},
+                                               "wires": [["input", "late"], ["late", "output"]]})");
+    std::thread([&] {
+        LiveLog::mark_audio_thread();
+        for (int i = 0; i < 66; ++i)
+            Engine(late, kRate);
+    }).join();
+    testing::internal::CaptureStderr();
+    log.drain();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(said.starts_with("late: LOG (")) << said;
+    EXPECT_EQ(std::ranges::count(said, '\n'), 65);  // as many as fit, and how many did not
+    EXPECT_TRUE(said.ends_with("vantoro: 2 more lines of the library's log\n")) << said;
 }
 
 // ---- threads ----
