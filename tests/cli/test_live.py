@@ -123,6 +123,7 @@ class Files(Case):
         self.edit(lambda d: d.update(block_size=32))
         self.wait_for("goes on as before", count=2)
         self.assertEqual(self.stop(), 0)
+        self.assertRegex(self.log(), r"music\.wav to nowhere: 48000 Hz, period \d+\n")
         self.assertRegex(self.log(), r"s played, \d+ xruns, 0 blocks muted")
 
     def peak_above_5_khz(self, path, start):
