@@ -105,8 +105,13 @@ class Files(Case):
             self.assertEqual(live.stderr.count(cut), times, live.stderr)
 
     def test_a_saved_file_is_heard_and_a_broken_one_is_not(self):
+        for more in [], ["--no-server"]:
+            with self.subTest(more=more):
+                self.save_right_and_wrong(*more)
+
+    def save_right_and_wrong(self, *more):
         shutil.copy(os.path.join(EXAMPLES, "passthrough.json"), self.path("s.json"))
-        self.live(self.path("s.json"), "--input", "file:" + self.music, "--output", "null", "--loop")
+        self.live(self.path("s.json"), "--input", "file:" + self.music, "--output", "null", "--loop", *more)
         self.wait_for("running")
         self.edit(lambda d: d.update(blocks=3))
         self.wait_for("goes on as before")

@@ -295,7 +295,7 @@ TEST(Schematic, PlacesProblemsByLineAndColumn)
         {"{\"blocks\": {\n\"a\": {\"title\": \"x\"},\n\"b\": {\"type\": 289, \"params\":\n {\"gain\": true}}},\n"
          "\"wires\": [[\"a\", \"b\"],\n [\"b\",\n   \"c\"], 3]}",
          {{2, 1}, {4, 3}, {7, 4}, {7, 10}}},
-        {"{\"blocks\": {}, \"x\":\n" + std::string(40, '[') + std::string(40, ']') + "}", {{2, 32}}},
+        {"{\"blocks\": {}, \"x\\\"[[\":\n" + std::string(40, '[') + std::string(40, ']') + "}", {{2, 32}}},
     };
     for (const auto& c : cases) {
         std::vector<std::array<int, 2>> places;

@@ -570,6 +570,7 @@ TEST(Protocol, PushesLevelsAtTheRatesAskedFor)
     EXPECT_NEAR(highest->get<double>(), -6, 1);
     const double hz = order["frequency"][static_cast<std::size_t>(highest - levels.begin())];
     EXPECT_NEAR(std::log2(hz / 600), 0, 0.15);
+    EXPECT_LT(levels.back().get<double>(), -100);
     desk.ask(R"({"id":1,"subscribe":{"meters":0,"status":0,"spectrum":{"rate":0}}})");
     desk.got.clear();
     desk.control.tick(2000);
