@@ -382,6 +382,8 @@ class ServerTest(unittest.TestCase):
         self.assertIn("limit", call("set", self.address, "eq.bands[0].fc=30000") + "limit")
         self.assertIn("did you mean", call("set", self.address, "makeup.volumDb=3", status=2))
         self.assertIn("an address", call("get", "nowhere", status=2))
+        sweep = os.path.join(SOURCE, "examples", "schematics", "sweep.json")
+        self.assertIn("already in use", call("live", sweep, "--output", "null", "--port", str(self.port), "--seconds", "1", status=1))
         self.assertIn("refused", call("get", "127.0.0.1:1", status=1))
 
     def test_acknowledgement_takes_milliseconds(self):
