@@ -70,7 +70,7 @@ def schematics():
                 f.write(text)
                 f.flush()
                 found.append(plain(f.name))
-    return [*filter(None, found), every_type(), {**every_type(), "arithmetic": "quiet"}]
+    return [*filter(None, found), every_type(), {**every_type(), "arithmetic": "quiet", "title": "every type ??/"}]
 
 
 def value_in(text, draw):
