@@ -49,6 +49,8 @@ def every_type():
         outputs = block.get("outputs", pins["initialOutputs"])
         wires += [["%s.%d" % (id, n), "output.%d" % (channels + n)] for n in range(outputs)]
         channels += outputs
+    blocks["half"] = {"type": "BASIC_ARITH_ADD", "inputs": 2}  # the other half is silence
+    wires += [["input.0", "half.0"], ["half", "output.%d" % channels]]
     return {"title": "every type ??/ of \\", "rate": RATE, "inputs": 2, "blocks": blocks, "wires": wires}
 
 
