@@ -522,6 +522,9 @@ class Cli(Case):
                                (["--set", "g.gain=2@3"], "--set: g.gain=2@3: a value from the start")):
             self.assertIn(words, self.call(*respond, *options, status=2).stderr)
         self.call("check", self.path("g.json"), "--rate", "48000", status=2)
+        press = ["response", os.path.join(EXAMPLES, "loudspeaker.json"), "-o", self.path("r.csv")]
+        self.assertIn("measured at -60 dBFS", self.call(*press).stderr)
+        self.assertIn("--method measured does", self.call(*press, "--method", "coefficients", status=2).stderr)
         # A loudspeaker's file, as different programs write it.
         rows = ((10, 80.5, 10), (1000, 82.25, -5), (30000, 70, 120))
         texts = ("* a comment\n* Freq(Hz) SPL(dB) Phase(degrees)\n", "A loudspeaker\nHz\tdB\tdegrees\n", "", "\ufeff",
