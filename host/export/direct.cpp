@@ -173,8 +173,7 @@ private:
         std::string out = "static BlockAlgo* block_" + node.name + ";\n";
         if (is_quiet(node))
             out += "static VantoroQuiet* quiet_" + node.name + ";\n";
-        if (outputs_size(node) > 0)
-            out += array("out_" + node.name, outputs_size(node));
+        out += array("out_" + node.name, outputs_size(node));
         std::string in, outputs;
         for (std::size_t pin = 0; pin < node.block->sources.size(); ++pin)
             in += (pin > 0 ? ", " : "") + (contiguous(node) && pin > 0
@@ -242,12 +241,10 @@ private:
     {
         const std::string block = "block_" + node.name, vector = "vector_" + node.name;
         std::string out;
-        if (outputs_size(node) > 0)
-            out += "    memset(out_" + node.name + ", 0, sizeof out_" + node.name + ");\n";
-        out += "    " + block + " = " + lbx::module_names(node.block->type->type)->init + '(' +
-               std::to_string(node.block->pins.inputs) + ", " + std::to_string(node.block->pins.outputs) +
-               ", &pro, EN_" + node.block->type->name + ");\n    if (!" + block +
-               ")\n        return failed(RT_ERR_MALLOC);\n";
+        out += "    memset(out_" + node.name + ", 0, sizeof out_" + node.name + ");\n    " + block + " = " +
+               lbx::module_names(node.block->type->type)->init + '(' + std::to_string(node.block->pins.inputs) + ", " +
+               std::to_string(node.block->pins.outputs) + ", &pro, EN_" + node.block->type->name + ");\n    if (!" +
+               block + ")\n        return failed(RT_ERR_MALLOC);\n";
         if (!node.entries.empty())
             out += "    memcpy(" + vector + ", initial_" + node.name + ", sizeof " + vector + ");\n    if (set_" +
                    node.name + "() < 0)\n        return failed(RT_ERR_VALUE);\n";

@@ -46,7 +46,7 @@ public:
     std::unique_ptr<Tap> tap(const std::string& block, int pin) override;
     PlayerStatus status() override;
 
-    // For the status; it must outlive whoever asks for that.
+    // For the status, which nobody may ask for any more when it is gone.
     void set_backend(const Backend* backend, int period);
     // Silence after a fade; returns when it is reached, or nothing has played for a while.
     void fade_out();

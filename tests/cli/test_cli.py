@@ -158,9 +158,9 @@ class Cli(Case):
             while not self.parts():
                 time.sleep(0.01)
             child.send_signal(signal.SIGHUP)
-            with self.assertRaises(subprocess.TimeoutExpired):
-                child.wait(0.3)
+            time.sleep(0.3)
             child.terminate()
+        self.assertEqual(child.returncode, -signal.SIGTERM)
 
     def test_nothing_that_is_read_is_overwritten(self):
         wav(self.path("a.wav"), [0.25] * 1000, 1)
@@ -508,7 +508,7 @@ class Cli(Case):
             self.assertEqual(self.read("p.svg"), "old")
         self.call("graph", passthrough, "-o", self.path("p.txt"), status=2)
         with open(self.path("bin/dot"), "w") as f:
-            f.write("#!/bin/sh\nwhile read -r line; do echo \"$line\"; done\n")
+            f.write("#!/bin/sh\nexec /bin/cat\n")
         self.call("graph", os.path.join(EXAMPLES, "loudspeaker.json"), "-o", path, env={"PATH": self.path("bin")})
         with open(os.path.join(EXAMPLES, "loudspeaker.json")) as f:
             wires = json.load(f)["wires"]

@@ -24,7 +24,6 @@ VANTORO, SOURCE = sys.argv[1], sys.argv[2]
 JACK_CLIENT, PLUGIN = (sys.argv[3:5] + ["", ""])[:2]
 EXAMPLES = os.path.join(SOURCE, "examples", "schematics")
 LOG_LIMIT = 1 << 24  # bytes
-BACK = 5 if "Sanitizer" in os.environ.get("VANTORO_FLAVOUR", "") else 2  # seconds
 sys.path.insert(0, os.path.join(SOURCE, "clients", "python"))
 from vantoro_client import Client, Problems
 
@@ -263,7 +262,7 @@ class Jack(Case):
         self.end_server(self.server)
         self.assertLess(self.wait_for("server is gone", 2), 1)
         self.serve()
-        self.assertLess(self.wait_for("plays again", 6), BACK)
+        self.assertLess(self.wait_for("plays again", 4), 2)
         self.assertEqual(self.stop(), 0)
 
 
@@ -290,7 +289,7 @@ pcm.tape {{ type file slave.pcm "other" file "{self.path('tape.raw')}" format "r
         open(self.path("gone"), "w").close()
         self.assertLess(self.wait_for("device is gone", 2), 1)
         os.remove(self.path("gone"))
-        self.assertLess(self.wait_for("plays again", 6), BACK)
+        self.assertLess(self.wait_for("plays again", 4), 2)
         seconds = float(re.findall(r"running ([\d.]+) s", self.log())[-1])
         self.wait_for(r"running (?!%s)" % seconds, count=3)
         self.assertEqual(self.stop(), 0)

@@ -141,8 +141,9 @@ def passes(seen_by, preset, jobs):
 
 def tries_for(fault, presets):
     """What has to pass, one after the other: tests and preset."""
-    rest = [(rest, "release") for prefix, rest in REST.items() if fault.path.startswith(prefix)]
-    tries = [(longest(SEEN_BY, fault.path), "release"), *rest, (longest(SEEN_BY, fault.path), "asan")]
+    near = longest(SEEN_BY, fault.path)
+    rest = [rest for prefix, rest in REST.items() if fault.path.startswith(prefix)]
+    tries = [(near, "release"), *((tests, "release") for tests in rest), (near, "asan")]
     return [one for one in tries if one[1] in presets]
 
 
