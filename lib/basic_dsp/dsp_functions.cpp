@@ -2,6 +2,7 @@
 #include "dsp_functions.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -21,7 +22,11 @@ namespace {
 // deliberate: an extreme is reported from -16 or 16 on only.
 struct HoldValue {
     static float track(float held) { return held; }
-    static float hold(float held, float last, float x) { return last == 0.0F ? x : held; }
+    static float hold(float held, float last, float x)
+    {
+        const int first = -static_cast<int>(last == 0.0F);  // no branch: controls may be noise
+        return std::bit_cast<float>((std::bit_cast<int>(x) & first) | (std::bit_cast<int>(held) & ~first));
+    }
 };
 struct HoldAbsMax {
     static float track(float) { return -16.0F; }
@@ -36,22 +41,29 @@ struct HoldMin {
     static float hold(float held, float, float x) { return x < held ? x : held; }
 };
 
+// An output may lie where the control does, so that is copied, and signals go one after another.
 template <class Law>
 int hold(const BlockAlgo* blk, const HoldSt& core, float* const* xn, float* const* yn)
 {
     const int n = blk->block_pro->nBlockSize;
     const int signals = blk->nInputs - 1;
-    for (int i = 0; signals > 0 && i < n; ++i) {
-        const float control = xn[0][i];
+    for (int t = 0; signals > 0 && t < n; t += kTile) {
+        const int some = std::min(kTile, n - t);
+        float control[kTile];
+        copy(xn[0] + t, control, some);
         for (int j = 0; j < signals; ++j) {
-            const float x = xn[j + 1][i];
-            float& held = core.holdVal[j];
-            held = control == 0.0F ? Law::track(held) : Law::hold(held, core.lastVal[j], x);
-            core.lastVal[j] = control;
-            core.tmpY[j] = control == 0.0F ? x : held;
+            float held = core.holdVal[j], last = core.lastVal[j], y = 0.0F;
+            for (int i = 0; i < some; ++i) {
+                const float x = xn[j + 1][t + i];
+                const bool tracks = control[i] == 0.0F;
+                held = tracks ? Law::track(held) : Law::hold(held, last, x);
+                last = control[i];
+                yn[j][t + i] = y = tracks ? x : held;
+            }
+            core.holdVal[j] = held;
+            core.lastVal[j] = last;
+            core.tmpY[j] = y;
         }
-        for (int j = 0; j < signals; ++j)
-            yn[j][i] = core.tmpY[j];
     }
     return RT_OK;
 }

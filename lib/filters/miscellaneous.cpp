@@ -83,8 +83,9 @@ void restart(BlockAlgo* blk, StateVariable_Core* core)
 // `in` null: silence. Outputs beyond `outputs` go nowhere.
 void filter(const Split& split, float* state, const float* in, float** out, int outputs, int n)
 {
-    float scratch[kSplitTile], nowhere[kSplitTile];
-    const float silence[kSplitTile] = {};
+    float scratch[kSplitTile], nowhere[kSplitTile], silence[kSplitTile];
+    if (!in)
+        std::fill_n(silence, kSplitTile, 0.0F);
     for (int start = 0; start < n; start += kSplitTile) {
         const float* signal = in ? in + start : silence;
         float* bands[kOutputs];

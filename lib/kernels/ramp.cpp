@@ -70,7 +70,17 @@ void copy(const float* x, float* y, int n)
 
 void fill(float* y, int n, float v)
 {
-    each_index(n, [=](int i) { y[i] = v; });
+    if (n < 8) {
+        each_left(0, n, [=](int i) { y[i] = v; });
+        return;
+    }
+    const auto eight = [=](int i) { store(y + i, every<f8>(v)); };
+    for (int i = 0; i < n - 16; i += 16) {
+        eight(i);
+        eight(i + 8);
+    }
+    eight(std::max(n - 16, 0));  // the rest, and some of it twice
+    eight(n - 8);
 }
 
 void scale(const float* x, float* y, float gain, int n)

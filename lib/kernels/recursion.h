@@ -46,24 +46,26 @@ LBX_INLINE void each_sample(const float* const* in, float* const* out, int n, St
 // Lanes of the packet that so many channels fill.
 constexpr int packet_width(int channels) { return channels <= 4 ? 4 : 8; }
 
-// Eight channels. An idle lane repeats the last channel in everything, so that it reads and writes what is there
-// anyway.
-template <int kWords>
-struct Packet {
+// What fills the lanes is the same for every law. An idle lane repeats the last channel in everything, so that it reads
+// and writes what is there anyway.
+struct Pins {
     const float* in[8];
     float* out[8];
-    float word[kWords][8];
+
+    void set(const float* const* from, float* const* to, int channels);
 };
+void fill_lanes(float* lane, const float* state, std::ptrdiff_t stride, int channels);
+void take_lanes(const float* lane, float* state, std::ptrdiff_t stride, int channels);
 
 template <class V, int kWords, class Law>
-LBX_KERNEL void run_packet(Packet<kWords>& packet, int n, const Law& law)
+LBX_KERNEL void run_packet(const Pins& pins, float (&lane)[kWords][8], int n, const Law& law)
 {
     auto step = law(V{});
     V word[kWords];
     // Lane by lane: what was just stored as floats is not there yet for a vector.
-    repeat<kWords>([&](auto w) { word[w] = lanes_of<V>([&](int l) { return packet.word[w][l]; }); });
-    each_sample<V>(packet.in, packet.out, n, [&](V x, int i) { return step(word, x, i); });
-    repeat<kWords>([&](auto w) { store(packet.word[w], word[w]); });
+    repeat<kWords>([&](auto w) { word[w] = lanes_of<V>([&](int l) { return lane[w][l]; }); });
+    each_sample<V>(pins.in, pins.out, n, [&](V x, int i) { return step(word, x, i); });
+    repeat<kWords>([&](auto w) { store(lane[w], word[w]); });
 }
 
 // Channels `at` and up, fewer than fill the lanes; two wait together as well.
@@ -78,8 +80,11 @@ LBX_INLINE void run_few(float* const (&state)[kWords], std::ptrdiff_t stride, co
             [&](auto c) { repeat<kWords>([&](auto w) { take(word[c][w], state[w][stride * (at + c)]); }); });
     };
     each_word([](float& here, float there) { here = there; });
-    for (int i = 0; i < n; ++i)
-        repeat<kChannels>([&](auto c) { out[at + c][i] = step(word[c], in[at + c][i], i); });
+    for (int i = 0; i < n; ++i) {
+        float y[kChannels];  // all of them before one is written: laws read other pins, too
+        repeat<kChannels>([&](auto c) { y[c] = step(word[c], in[at + c][i], i); });
+        repeat<kChannels>([&](auto c) { out[at + c][i] = y[c]; });
+    }
     each_word([](float here, float& there) { there = here; });
 }
 
@@ -104,18 +109,12 @@ LBX_INLINE void each_recursion(float* const (&state)[kWords], std::ptrdiff_t str
             run_few<2>(state, stride, in, out, c, n, law);
             continue;
         }
-        Packet<kWords> packet;
-        for (int l = 0; l < packet_width(some); ++l) {
-            const int k = c + std::min(l, some - 1);
-            packet.in[l] = in[k];
-            packet.out[l] = out[k];
-            for (int w = 0; w < kWords; ++w)
-                packet.word[w][l] = state[w][stride * k];
-        }
-        (some <= 4 ? run_packet<f4, kWords, Law> : run_packet<f8, kWords, Law>)(packet, n, law);
-        for (int k = 0; k < some; ++k)
-            for (int w = 0; w < kWords; ++w)
-                state[w][stride * (c + k)] = packet.word[w][k];
+        Pins pins;
+        pins.set(in + c, out + c, some);
+        float lane[kWords][8];
+        repeat<kWords>([&](auto w) { fill_lanes(lane[w], state[w] + stride * c, stride, some); });
+        (some <= 4 ? run_packet<f4, kWords, Law> : run_packet<f8, kWords, Law>)(pins, lane, n, law);
+        repeat<kWords>([&](auto w) { take_lanes(lane[w], state[w] + stride * c, stride, some); });
     }
 }
 

@@ -175,9 +175,11 @@ struct Split {
     Stage stage[kMaxSections];
     f4 signs;
 
-    // A channel takes as many lanes as it has bands, or four for three.
-    int lanes_per_channel() const { return bands == 3 ? 4 : bands; }
-    int band_of(int lane) const { return lane % lanes_per_channel() < bands ? lane % lanes_per_channel() : bands - 1; }
+    // A channel takes as many lanes as it has bands, or four for three: shifts, because dividing takes longer than a
+    // lane.
+    int lanes_per_channel() const { return 1 << (bands - 1); }
+    int channel_of(int lane) const { return lane >> (bands - 1); }
+    int band_of(int lane) const { return std::min(lane & (lanes_per_channel() - 1), bands - 1); }
 };
 // kCoeffs floats per section.
 template <int kCoeffs = kSosCoeffs>

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <type_traits>
 
@@ -56,18 +57,36 @@ struct Words {
     float* at(std::ptrdiff_t place) const { return first + stride * place; }
 };
 
+// The two words of a state stand side by side and go as one, for two lanes into a register.
+using Pair [[gnu::vector_size(kSosWords * sizeof(float)), gnu::aligned(sizeof(float))]] = float;
+using Pairs [[gnu::vector_size(2 * sizeof(Pair))]] = double;
+LBX_INLINE double pair_at(const float* p) { return std::bit_cast<double>(*reinterpret_cast<const Pair*>(p)); }
+LBX_INLINE void store_pair(float* p, double pair) { *reinterpret_cast<Pair*>(p) = std::bit_cast<Pair>(pair); }
+
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
 template <template <class> class Section, class V, class Coeff, class Where>
 LBX_INLINE void read_section(Section<V>& section, Coeff coeff, Where where)
 {
     repeat<Section<V>::kCoeffs>([&](auto j) { section.coeff[j] = coeff(j); });
-    repeat<kSosWords>([&](auto j) { section.state[j] = lanes_of<V>([&](int l) LBX_INLINED { return where(l)[j]; }); });
+    const auto two = [&](int l) LBX_INLINED {
+        return reinterpret_cast<f4>(Pairs{pair_at(where(l)), pair_at(where(l + 1))});
+    };
+    const V low = of_halves<V>([&](int h) LBX_INLINED { return two(4 * h); });
+    const V high = of_halves<V>([&](int h) LBX_INLINED { return two(4 * h + 2); });
+    section.state[0] = mix<0, 2, 4, 6>(low, high);
+    section.state[1] = mix<1, 3, 5, 7>(low, high);
 }
 template <template <class> class Section, class V, class Where>
 LBX_INLINE void write_state(const Section<V>& section, Where where)
 {
-    repeat<kSosWords>(
-        [&](auto j) { each_lane(section.state[j], [&](int l, float s) LBX_INLINED { where(l)[j] = s; }); });
+    const auto two = [&](int l, f4 v) LBX_INLINED {
+        store_pair(where(l), reinterpret_cast<Pairs>(v)[0]);
+        store_pair(where(l + 1), reinterpret_cast<Pairs>(v)[1]);
+    };
+    const auto& [first, second] = section.state;
+    const V low = mix<0, 4, 1, 5>(first, second), high = mix<2, 6, 3, 7>(first, second);
+    each_half(low, [&](int h, f4 v) LBX_INLINED { two(4 * h, v); });
+    each_half(high, [&](int h, f4 v) LBX_INLINED { two(4 * h + 2, v); });
 }
 
 // Lanes `at` and up. Whole: all run through all sections.
@@ -226,25 +245,26 @@ void drive_cascade(const Cascade& cascade, int first, const float* const* in, fl
         return stage;
     };
     const auto words_of = [&](int k) { return Words{group_of(k)->state[lane_of(k)], group_of(k)->stride[lane_of(k)]}; };
+    const bool pairs = kWideRegisters || cascade.used() != 3;  // three groups fit no f8 on Arm
     for (int c = 0, some; c < channels; c += some) {
         some = std::min(channels - c, 8);
+        const bool side_by_side = some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth);
+        if (!side_by_side)
+            some = pairs ? std::min(some, 2) : 1;
         Lanes lanes;
-        for (int l = 0; l < packet_width(some); ++l) {
+        for (int l = 0; l < (side_by_side ? packet_width(some) : some); ++l) {
             const int k = c + std::min(l, some - 1);
             lanes.set(l, in[k], out[k], first + k, sections);
         }
-        if (sections == 0) {
-            some = 1;
-            std::copy_n(in[c], n, out[c]);
-        } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
+        if (sections == 0)
+            for (int l = 0; l < some; ++l)
+                std::copy_n(lanes.in[l], n, lanes.out[l]);
+        else if (side_by_side)
             chains<Section>(lanes, some, sections, f4{}, n, stages, words_of);
-        } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
-            some = 2;
+        else if (some == 2)
             skew<Section, f8>(cascade, lanes, n);
-        } else {
-            some = 1;
+        else
             skew<Section, f4>(cascade, lanes, n);
-        }
     }
 }
 
@@ -253,7 +273,7 @@ template <template <class> class Section>
 void drive_split(const Split& split, float* state, const float* const* in, float* const* out, int channels, int n,
                  float* scratch)
 {
-    const int width = split.lanes_per_channel(), most = 8 / width;
+    const int width = split.lanes_per_channel(), most = split.channel_of(8);
     for (int start = 0; start < n; start += kSplitTile) {
         const int tile = std::min(kSplitTile, n - start);
         for (int c = 0; c < channels; ++c)
@@ -261,8 +281,8 @@ void drive_split(const Split& split, float* state, const float* const* in, float
         for (int first = 0; first < channels; first += most) {
             const int some = std::min(channels - first, most);
             Lanes lanes;
-            for (int l = 0; l < 8; ++l) {
-                const int c = first + std::min(l / width, some - 1), b = split.band_of(l);
+            for (int l = 0; l < packet_width(width * some); ++l) {
+                const int c = first + std::min(split.channel_of(l), some - 1), b = split.band_of(l);
                 lanes.set(l, scratch + kSplitTile * c, out[split.bands * c + b] + start,
                           std::ptrdiff_t{kSosWords} * (split.sections * c + split.first[b]), split.band[b].sections);
             }
