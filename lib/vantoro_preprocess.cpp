@@ -52,12 +52,17 @@ constexpr std::uint8_t kTypes[VANTORO_CATEGORY_COUNT] = {
     EN_QVALGO_REVERB - EN_QVALGO,
 };
 
-// Whether a category reports a call instead of processing, whatever the block size.
-[[gnu::cold]] bool is_reported(int type, bool has_pins)
+// A block of no samples: nothing, for a control pin has no first sample either. But what a category reports it reports,
+// whatever the block size.
+[[gnu::noinline]] int process_nothing(const VantoroCategory* category, BlockAlgo* blk, float** data_in,
+                                      float** data_out)
 {
-    const unsigned category = VANTORO_CATEGORY_OF(type);
-    return static_cast<unsigned>(type) - (category << 8U) - 1 >= kTypes[category] ||
-           (!has_pins && (category == VANTORO_CATEGORY_OF(EN_BASIC_DSP) || category == VANTORO_CATEGORY_OF(EN_MIXERS)));
+    const int type = blk->method_type;
+    const unsigned code = VANTORO_CATEGORY_OF(type);
+    const bool reported = static_cast<unsigned>(type) - (code << 8U) - 1 >= kTypes[code] ||
+                          (!(data_in && data_out) &&
+                           (code == VANTORO_CATEGORY_OF(EN_BASIC_DSP) || code == VANTORO_CATEGORY_OF(EN_MIXERS)));
+    return reported ? category->process(blk, data_in, data_out) : int{RT_OK};
 }
 
 // A call that no category serves.
@@ -119,8 +124,8 @@ int BlockAlgo_process(BlockAlgo* Algo_struct, float** data_in, float** data_out)
     const VantoroCategory* category = category_of(Algo_struct->method_type);
     if (!category || !category->process) [[unlikely]]
         return refuse(__func__, 284, "wrong input type\n", 0);  // a terminal, too: the host moves the audio itself
-    if (pro && pro->nBlockSize < 1 && !is_reported(Algo_struct->method_type, data_in && data_out))
-        return RT_OK;  // a control pin has no first sample either
+    if (pro && pro->nBlockSize < 1) [[unlikely]]
+        return process_nothing(category, Algo_struct, data_in, data_out);
     return category->process(Algo_struct, data_in, data_out);
 }
 

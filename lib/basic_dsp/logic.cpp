@@ -9,6 +9,7 @@
 #include "../framework/clear_state.h"
 #include "../framework/new_block.h"
 #include "../framework/params.h"
+#include "arithmetic_operations.h"
 #include "logic_info.h"
 #include "pins.h"
 
@@ -134,7 +135,7 @@ int Basic_Logic_AbsMax(int chanNum, int size, float** xn, float** yn)
 {
     // Of the most so far only the magnitude counts: it was one already, or it is that of the first pin.
     if (chanNum == 1)
-        return each_pin(1, size, xn, yn, [](float x) { return std::fabs(x); });
+        return Basic_Arith_Abs(1, size, xn, yn);
     return fold_pins(chanNum, size, xn, yn, [](float most, float x) {
         return std::fabs(x) > std::fabs(most) ? std::fabs(x) : std::fabs(most);
     });

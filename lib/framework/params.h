@@ -15,9 +15,15 @@ namespace lbx {
 template <class Int, class Float>
 constexpr Int convert(Float v)
 {
-    // The first value too large: the greatest integer rounds up to it in float, and adding 1 is exact in double.
-    constexpr auto kAbove = static_cast<Float>(std::numeric_limits<Int>::max()) + 1;
     constexpr auto kLeast = static_cast<Float>(std::numeric_limits<Int>::min());
+    if constexpr (std::numeric_limits<Float>::digits >= std::numeric_limits<Int>::digits) {
+        constexpr auto kMost = static_cast<Float>(std::numeric_limits<Int>::max());
+        const Float number = __builtin_isnan(v) ? 0 : v;  // each of the three one instruction of lanes
+        const Float below = number < kMost ? number : kMost;
+        return static_cast<Int>(below > kLeast ? below : kLeast);
+    }
+    // The first value too large: the greatest integer rounds up to it in float.
+    constexpr auto kAbove = static_cast<Float>(std::numeric_limits<Int>::max()) + 1;
     if (v >= kAbove)
         return std::numeric_limits<Int>::max();
     if (v <= kLeast)

@@ -50,7 +50,7 @@ void one_line(float& gain, float step, float* row, int n)
 }  // namespace
 
 template <bool kClamped>
-void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
+[[gnu::noinline]] void lines(float* gain, const float* step, std::ptrdiff_t stride, int count, float* rows, int n)
 {
     for (; count > 4; count -= 8, gain += 8 * stride, step += 8 * stride, rows += 8 * kTile)
         some_lines<f8, kClamped>(gain, step, stride, std::min(count, 8), rows, n);
@@ -104,7 +104,7 @@ void ramp(const Glide& g, float* const* in, float* const* out, int channels, int
     alignas(32) float rows[kTile];
     for (int t = 0; t < n; t += kTile) {
         const int some = std::min(kTile, n - t);
-        lines(&gain, &g.step, 1, 1, rows, some);
+        one_line<false>(gain, g.step, rows, some);
         for (int ch = 0; ch < channels; ++ch)
             multiply(in[ch] + t, rows, out[ch] + t, some);
     }

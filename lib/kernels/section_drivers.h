@@ -245,26 +245,25 @@ void drive_cascade(const Cascade& cascade, int first, const float* const* in, fl
         return stage;
     };
     const auto words_of = [&](int k) { return Words{group_of(k)->state[lane_of(k)], group_of(k)->stride[lane_of(k)]}; };
-    const bool pairs = kWideRegisters || cascade.used() != 3;  // three groups fit no f8 on Arm
     for (int c = 0, some; c < channels; c += some) {
         some = std::min(channels - c, 8);
-        const bool side_by_side = some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth);
-        if (!side_by_side)
-            some = pairs ? std::min(some, 2) : 1;
         Lanes lanes;
-        for (int l = 0; l < (side_by_side ? packet_width(some) : some); ++l) {
+        for (int l = 0; l < packet_width(some); ++l) {
             const int k = c + std::min(l, some - 1);
             lanes.set(l, in[k], out[k], first + k, sections);
         }
-        if (sections == 0)
-            for (int l = 0; l < some; ++l)
-                std::copy_n(lanes.in[l], n, lanes.out[l]);
-        else if (side_by_side)
+        if (sections == 0) {
+            some = 1;
+            std::copy_n(in[c], n, out[c]);
+        } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
             chains<Section>(lanes, some, sections, f4{}, n, stages, words_of);
-        else if (some == 2)
+        } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
+            some = 2;
             skew<Section, f8>(cascade, lanes, n);
-        else
+        } else {
+            some = 1;
             skew<Section, f4>(cascade, lanes, n);
+        }
     }
 }
 
