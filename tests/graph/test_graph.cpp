@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <thread>
 #include <utility>
@@ -201,16 +202,17 @@ TEST(Graph, ANodeRunsInTheSecondArithmetic)
         }
 }
 
-// Three chains, their nodes taking turns, and a node between that two hear; blocks of more than one tile. A graph whose
-// pins are all outputs runs every node alone: one that nobody looks into and one that is metered give the same, name
-// the same node when one of them overflows, and the metered one's inner pins, or one that is asked for or tapped, hold
-// what they should.
+// Chains of one channel to thirteen, three with their nodes taking turns, and a node between that two hear; blocks of
+// more than one tile, whose last samples fill no lanes. A graph whose pins are all outputs runs every node alone: one
+// that nobody looks into and one that is metered give the same, name the same node when one of them overflows, and the
+// metered one's inner pins, or one that is asked for or tapped, hold what they should.
 TEST(Graph, FiltersInSeriesGiveWhatTheyGiveOneByOne)
 {
     const std::vector<float> low = filter(900), high = {1, 1, HP1st, 0, 40, 0}, plain = {1, 0, 0.9F, 0.1F, 0, -0.5F, 0},
                              turned = {1, 1, 0.9F, 0.1F, 0.2F, -0.5F, 0.1F}, off = {0, 1, 1, 1, 0, 0, 0},
                              bands = {3, 100, 4, 1, 0, 0, 1000, -3, 2, 0, 0, 8000, 2, 1, 2, 0};
-    PresetRows rows = {.block = 200,
+    constexpr std::size_t kBlock = 203;
+    PresetRows rows = {.block = kBlock,
                        .inputs = 2,
                        .nodes = {{"a", EN_FILTER_1ST, 1, {1}, low},
                                  {"A", EN_FILTER_2ND_IIR, 1, {2}, plain},
@@ -228,42 +230,56 @@ TEST(Graph, FiltersInSeriesGiveWhatTheyGiveOneByOne)
                                  {"l", EN_FILTER_2ND_IIR, 2, {20, 21}, turned},
                                  {"m", EN_FILTER_GRAPHICAL_EQ, 2, {22, 23}, bands}},
                        .outputs = {24, 25, 8}};
+    const auto signals = [&] {
+        const auto add = [](std::uint32_t sum, const auto& node) { return sum + node.outputs; };
+        return std::accumulate(rows.nodes.begin(), rows.nodes.end(), 1 + rows.inputs, add);
+    };
+    for (const auto& [channels, filters] : {std::pair{3U, 4U}, {3U, 6U}, {13U, 7U}}) {
+        for (std::uint32_t k = 0; k < filters; ++k) {
+            std::vector<std::uint32_t> links(channels);
+            for (std::uint32_t pin = 0; pin < channels; ++pin)
+                links[pin] = k == 0 ? 1 + pin % 2 : signals() - channels + pin;
+            rows.nodes.push_back({"more", EN_FILTER_2ND_IIR, channels, links, k == 3 ? off : k % 2 ? turned : plain});
+        }
+        rows.outputs.push_back(signals() - 1);
+    }
     PresetRows open = rows;
-    for (std::uint32_t signal = 3; signal < 26; ++signal)
+    for (std::uint32_t signal = 3; signal < signals(); ++signal)
         open.outputs.push_back(signal);
     const std::vector<float> in = noise(6400), loud = {1, 0, 3e38F, 0, 0, -9, 0};
-    for (const int broken : {-1, 1, 4, 5, 8}) {
+    for (const int broken : {-1, 1, 4, 5, 8, 17, 27}) {
         const Graph graph = make(graph_test::preset_of(rows)), metered = make(graph_test::preset_of(rows)),
                     apart = make(graph_test::preset_of(open));
         ASSERT_TRUE(graph && metered && apart);
         VantoroGraphSpan span;
         EXPECT_EQ(Vantoro_graph_meters(metered.get(), nullptr, 0, &span), 0);
-        std::vector<float> tapped(200);
+        std::vector<float> tapped(kBlock);
         for (std::size_t block = 0; block < 20; ++block) {
             for (VantoroGraph* each : {graph.get(), metered.get(), apart.get()}) {
                 if (block == 3 || block == 4)
                     Vantoro_graph_post(each, broken, (block == 3 ? loud : plain).data(), 7);
                 for (int ch = 0; ch < 2; ++ch)
-                    std::copy_n(in.data() + 200 * block + 1000 * ch, 200, Vantoro_graph_input(each, ch));
+                    std::copy_n(in.data() + kBlock * block + 1000 * ch, kBlock, Vantoro_graph_input(each, ch));
                 EXPECT_EQ(Vantoro_graph_process(each), RT_OK);
             }
             const auto same = [&](const float* samples, int output) {
-                return rig::bits({samples, 200}) == rig::bits({Vantoro_graph_output(apart.get(), output), 200});
+                return rig::bits({samples, kBlock}) == rig::bits({Vantoro_graph_output(apart.get(), output), kBlock});
             };
-            for (int ch = 0; ch < 3; ++ch)
+            const auto outputs = static_cast<int>(rows.outputs.size());
+            for (int ch = 0; ch < outputs; ++ch)
                 for (const VantoroGraph* each : {graph.get(), metered.get()})
                     ASSERT_TRUE(same(Vantoro_graph_output(each, ch), ch)) << "node " << broken << ", block " << block;
-            for (int node = 0, output = 3; node < Vantoro_graph_nodes(metered.get()); ++node)
-                for (int pin = 0; pin < (node < 7 ? 1 : 2); ++pin, ++output)
-                    ASSERT_TRUE(same(Vantoro_graph_signal(metered.get(), node, pin), output)) << node << ' ' << block;
+            for (int node = 0, output = outputs; node < Vantoro_graph_nodes(metered.get()); ++node)
+                for (int pin = 0; const float* samples = Vantoro_graph_signal(metered.get(), node, pin); ++pin)
+                    ASSERT_TRUE(same(samples, output++)) << node << ' ' << block;
             const float* asked = Vantoro_graph_signal(graph.get(), 1, 0);
-            EXPECT_TRUE(block == 0 || same(asked, 4)) << block;
+            EXPECT_TRUE(block == 0 || same(asked, outputs + 1)) << block;
             if (block == 10) {
                 EXPECT_EQ(Vantoro_graph_tap(graph.get(), 0, Vantoro_graph_signal_number(graph.get(), 8, 1)), RT_OK);
             }
             if (block > 11) {
-                EXPECT_EQ(Vantoro_graph_tapped(graph.get(), 0, tapped.data(), 200), RT_OK);
-                EXPECT_TRUE(same(tapped.data(), 13)) << block;
+                EXPECT_EQ(Vantoro_graph_tapped(graph.get(), 0, tapped.data(), kBlock), RT_OK);
+                EXPECT_TRUE(same(tapped.data(), outputs + 10)) << block;
             }
         }
         VantoroGraphFaults wanted;
