@@ -146,13 +146,16 @@ LBX_KERNEL void run_eight(const Grouped& by, State* state, const float* const* i
             repeat<4>([&](auto k) { x[4 * h + k] = y[k]; });
         });
         const f8 now1 = narrowed(z1), now2 = narrowed(z2);
+        keep_order();
         // The state before the outputs: its inputs need not wait in registers.
         const d8 next = mul_add(z1, by.on[0][0], mul_add(z2, by.on[1][0], state_input(by, 0, x)));
         z2 = mul_add(z1, by.on[0][1], mul_add(z2, by.on[1][1], state_input(by, 1, x)));
         z1 = next;
+        keep_order();
         repeat<2>([&](auto h) {
             repeat<4>([&](auto k) { y[k] = signed_sum(output<4 * h + k>(by, now1, now2, x), sign); });
             store_four(out, i + 4 * h, y);
+            keep_order();
         });
     }
     each_lane(z1, [&](int c, double z) { state[c].z1 = z; });
