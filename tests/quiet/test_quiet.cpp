@@ -119,7 +119,9 @@ std::vector<std::vector<std::uint32_t>> bits(const Signal& signal)
 
 std::vector<rig::BlockCase> taken()
 {
-    std::vector<rig::BlockCase> rows;
+    // Poles at both ends of the band and in the middle of it.
+    std::vector<rig::BlockCase> rows = {
+        {EN_FILTER_GRAPHICAL_EQ, 1, 1, {3, 500, 4, 1, 0, 0, 12000, 4, 1, 0, 0, 23000, 4, 1, 0, 0}}};
     for (const rig::BlockCase& row : rig::every_block())
         if (Vantoro_quiet_takes(row.type) == 1)
             rows.push_back(row);
