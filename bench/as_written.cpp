@@ -755,7 +755,7 @@ const std::vector<Kernel> kKernels = {
     {"equaliser10", EN_FILTER_GRAPHICAL_EQ, {1, 2, 4, 8}, 9, same, same, true, ten_bands, loop<Equaliser>},
     {"crossover2",
      EN_FILTER_CROSSOVER_2WAY,
-     {1, 2, 4},
+     {1, 2, 4, 8},
      9,
      same,
      twice,

@@ -41,38 +41,64 @@ private:
     unsigned steps_ = 0;
 };
 
-void add(const Kernel& kernel, int channels, int n)
+Pins pins_of(const Kernel& kernel, int channels, int n)
 {
-    const std::string base = name(kernel.name, std::to_string(channels) + "ch", n);
-    const auto pins = [=, &kernel] { return Pins(kernel.inputs(channels), kernel.outputs(channels), n); };
+    return {kernel.inputs(channels), kernel.outputs(channels), n};
+}
+
+void add_plain(const Kernel& kernel, const std::string& base, int channels, int n)
+{
     benchmark::RegisterBenchmark((base + "/plain").c_str(), [=, &kernel](benchmark::State& state) {
         Turning turning(kernel, channels, n);
         const BlockAlgo& blk = *turning.block().algo;
         const auto loop = kernel.loop(blk);
         loop->set(blk);
-        const Pins p = pins();
+        const Pins p = pins_of(kernel, channels, n);
         measure(state, channels, n, [&] {
             turning.step([&] { loop->set(blk); });
             loop->run(p.in.data(), p.out.data(), n);
         });
     });
+}
+
+void add_library(const Kernel& kernel, const std::string& base, int channels, int n)
+{
     benchmark::RegisterBenchmark((base + "/library").c_str(), [=, &kernel](benchmark::State& state) {
         Turning turning(kernel, channels, n);
-        const Pins p = pins();
+        const Pins p = pins_of(kernel, channels, n);
         measure(state, channels, n, [&] {
             turning.step([] {});
             turning.block().process(p);
         });
     });
-    if (Vantoro_quiet_takes(kernel.type) == 0)
-        return;
+}
+
+void add_quiet(const Kernel& kernel, const std::string& base, int channels, int n)
+{
     benchmark::RegisterBenchmark((base + "/quiet").c_str(), [=, &kernel](benchmark::State& state) {
         Turning turning(kernel, channels, n);
         const std::unique_ptr<VantoroQuiet, void (*)(VantoroQuiet*)> quiet(
             Vantoro_quiet_create(turning.block().algo.get()), Vantoro_quiet_destroy);
-        Pins p = pins();
+        Pins p = pins_of(kernel, channels, n);
         measure(state, channels, n, [&] { Vantoro_quiet_process(quiet.get(), p.in.data(), p.out.data()); });
     });
+}
+
+// The second arithmetic works per block as well as per sample, and so is measured in three sizes of block. FIR filters
+// that differ in it are long ones: long_fir.cpp.
+void add(const Kernel& kernel, int channels)
+{
+    const bool quiet = Vantoro_quiet_takes(kernel.type) == 1 && kernel.type != EN_FILTER_FIR;
+    for (const int n : {16, kBlock, 256}) {
+        if (n != kBlock && !quiet)
+            continue;
+        const std::string base = name(kernel.name, std::to_string(channels) + "ch", n);
+        if (n == kBlock)
+            add_plain(kernel, base, channels, n);
+        add_library(kernel, base, channels, n);
+        if (quiet)
+            add_quiet(kernel, base, channels, n);
+    }
 }
 
 }  // namespace
@@ -81,7 +107,7 @@ void register_kernels()
 {
     for (const Kernel& kernel : as_written::kernels())
         for (const int channels : kernel.sizes)
-            add(kernel, channels, kBlock);
+            add(kernel, channels);
 }
 
 }  // namespace bench

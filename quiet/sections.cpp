@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// One section per channel, eight samples at a time in state space: eight outputs are a triangular matrix times eight
-// inputs plus what the two numbers of state ring on with, and the state after eight samples is one matrix product away
-// from the state before. So samples wait for one another in groups, not one by one.
-// The state (law.h) is carried on in double precision.
+// One section per channel, also of a look-up filter between two fades, eight samples at a time in state space: eight
+// outputs are a triangular matrix times eight inputs plus what the two numbers of state ring on with, and the state
+// after eight samples is one matrix product away from the state before. So samples wait for one another in groups, not
+// one by one. The state (law.h) is carried on in double precision.
 #include "sections.h"
 
 #include <algorithm>
@@ -10,8 +10,10 @@
 #include <vantoro/vantoro_preprocess.h>
 
 #include "../lib/filters/arranged.h"
+#include "../lib/filters/look_up.h"
 #include "../lib/filters/second_order.h"
 #include "../lib/framework/owned.h"
+#include "../lib/framework/params.h"
 #include "../lib/kernels/recursion.h"
 #include "../lib/kernels/section.h"
 #include "doubles.h"
@@ -144,13 +146,17 @@ LBX_KERNEL void run_eight(const Grouped& by, State* state, const float* const* i
             repeat<4>([&](auto k) { x[4 * h + k] = y[k]; });
         });
         const f8 now1 = narrowed(z1), now2 = narrowed(z2);
-        repeat<2>([&](auto h) {
-            repeat<4>([&](auto k) { y[k] = signed_sum(output<4 * h + k>(by, now1, now2, x), sign); });
-            store_four(out, i + 4 * h, y);
-        });
+        keep_order();
+        // The state before the outputs: its inputs need not wait in registers.
         const d8 next = mul_add(z1, by.on[0][0], mul_add(z2, by.on[1][0], state_input(by, 0, x)));
         z2 = mul_add(z1, by.on[0][1], mul_add(z2, by.on[1][1], state_input(by, 1, x)));
         z1 = next;
+        keep_order();
+        repeat<2>([&](auto h) {
+            repeat<4>([&](auto k) { y[k] = signed_sum(output<4 * h + k>(by, now1, now2, x), sign); });
+            store_four(out, i + 4 * h, y);
+            keep_order();
+        });
     }
     each_lane(z1, [&](int c, double z) { state[c].z1 = z; });
     each_lane(z2, [&](int c, double z) { state[c].z2 = z; });
@@ -168,6 +174,48 @@ State state_of(const Law& law, const float* words)
 {
     return {words[0], static_cast<double>(words[1]) + law.shift * words[0]};
 }
+
+// What a block runs, whatever its type.
+struct Record {
+    const float* coeff;
+    float* words;  // kSosWords for every channel
+    int channels;
+    bool negate;
+    int controls;  // pins before the first channel's
+};
+
+Record record_of(const SecondOrder_Core* core, const BlockAlgo* blk)
+{
+    return {core->coeffArray, core->stateBuffer, blk->nInputs, core->polarity != 0, 0};
+}
+// Of the curve that is heard.
+Record record_of(const LookUp_Core* core, const BlockAlgo* blk)
+{
+    const float* curve = core->coeffArray + std::ptrdiff_t{kSosCoeffs} * core->idx_pre;
+    return {curve, core->stateBuffer_pre, blk->nOutputs, false, 1};
+}
+bool is_look_up(int type) { return type >= EN_FILTER_LOOKUP_TONE_PEAK && type <= EN_FILTER_LOOKUP_BUTTER_BESSEL; }
+Record record_of(const BlockAlgo* blk)
+{
+    return is_look_up(blk->method_type) ? record_of(static_cast<const LookUp_Core*>(blk->AlgoCore), blk)
+                                        : record_of(static_cast<const SecondOrder_Core*>(blk->AlgoCore), blk);
+}
+
+// Whether the block is not one section now: a copy, or a fade between two.
+bool runs_documented(const BlockAlgo* blk, const float* const* in)
+{
+    if (!is_look_up(blk->method_type))
+        return static_cast<const SecondOrder_Core*>(blk->AlgoCore)->enable == 0;
+    auto* core = static_cast<LookUp_Core*>(blk->AlgoCore);
+    if (core->num_curves == 0 || blk->block_pro->nBlockSize < 1)
+        return true;
+    const int curve = std::max(std::min(to_int(in[0][0]), core->num_curves - 1), 0);
+    if (curve != core->idx_pre)
+        return true;
+    core->idx_now = curve;
+    return false;
+}
+
 struct Sections : VantoroQuiet {
     float coeff[kSosCoeffs] = {};  // what the rest was designed from
     Law law = {};
@@ -240,15 +288,15 @@ void run(Sections* own, const float* const* in, float* const* out, int channels,
 int process(VantoroQuiet* quiet, float** in, float** out)
 {
     auto* own = static_cast<Sections*>(quiet);
-    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
-    const int channels = own->block->nInputs;
-    if (core->enable == 0)
-        return BlockAlgo_process(own->block, in, out);  // copies
-    if (!same_floats(core->coeffArray, own->coeff, kSosCoeffs))
-        redesign(own, core->coeffArray, channels);
-    read_words(own, core->stateBuffer, channels);
-    run(own, in, out, channels, own->block->block_pro->nBlockSize, core->polarity != 0 ? -1.0F : 1.0F);
-    write_words(own, core->stateBuffer, channels);
+    const BlockAlgo* blk = own->block;
+    if (runs_documented(blk, in))
+        return BlockAlgo_process(own->block, in, out);
+    const Record record = record_of(blk);
+    if (!same_floats(record.coeff, own->coeff, kSosCoeffs))
+        redesign(own, record.coeff, record.channels);
+    read_words(own, record.words, record.channels);
+    run(own, in + record.controls, out, record.channels, blk->block_pro->nBlockSize, record.negate ? -1.0F : 1.0F);
+    write_words(own, record.words, record.channels);
     return RT_OK;
 }
 
@@ -256,19 +304,16 @@ int process(VantoroQuiet* quiet, float** in, float** out)
 bool prepare(VantoroQuiet* quiet)
 {
     auto* own = static_cast<Sections*>(quiet);
-    const auto channels = static_cast<std::size_t>(own->block->nInputs);
-    if (!own->state && (!owned::zeros(own->state, channels) || !owned::zeros(own->written, kSosWords * channels)))
-        return false;
-    const auto* core = static_cast<const SecondOrder_Core*>(own->block->AlgoCore);
-    redesign(own, core->coeffArray, own->block->nInputs);
-    return true;
+    const auto channels = static_cast<std::size_t>(own->block->nOutputs);
+    return own->state || (owned::zeros(own->state, channels) && owned::zeros(own->written, kSosWords * channels));
 }
 
 void clear(VantoroQuiet* quiet)
 {
     auto* own = static_cast<Sections*>(quiet);
-    std::fill_n(own->state.get(), own->block->nInputs, State{});
-    std::fill_n(own->written.get(), kSosWords * own->block->nInputs, 0.0F);
+    const int channels = own->block->nOutputs;
+    std::fill_n(own->state.get(), channels, State{});
+    std::fill_n(own->written.get(), kSosWords * channels, 0.0F);
 }
 
 VantoroQuiet* create(BlockAlgo*) { return owned::make<Sections>(); }
@@ -280,7 +325,8 @@ constexpr Form kSections = {create, prepare, process, clear, destroy};
 
 const Form* section_form(int type)
 {
-    const bool one = (type >= EN_FILTER_2ND_GENERAL && type <= EN_FILTER_2ND_FIRSTORDERS) || type == EN_FILTER_NONBARE;
+    const bool one = (type >= EN_FILTER_2ND_GENERAL && type <= EN_FILTER_2ND_FIRSTORDERS) ||
+                     type == EN_FILTER_NONBARE || is_look_up(type);
     return one ? &kSections : nullptr;
 }
 

@@ -14,17 +14,24 @@ namespace {
 
 using Signal = std::vector<std::vector<float>>;
 
+// Control pins come first.
+int controls(const rig::BlockCase& row)
+{
+    return row.type >= EN_FILTER_LOOKUP_TONE_PEAK && row.type <= EN_FILTER_LOOKUP_BUTTER_BESSEL ? 1 : 0;
+}
+int channels_of(const rig::BlockCase& row) { return row.inputs - controls(row); }
+
 // A block of any number of channels, run in one arithmetic or the other from block to block.
 class Filter {
 public:
     Filter(const rig::BlockCase& row, int channels, int block, std::vector<float> vector)
         : pro_{48000, 32, block, 0, 0},
-          blk_(BlockAlgo_init(&pro_, channels, channels * row.outputs / row.inputs, row.type))
+          blk_(BlockAlgo_init(&pro_, controls(row) + channels, channels * row.outputs / channels_of(row), row.type))
     {
         set(std::move(vector));
         quiet_ = Vantoro_quiet_create(blk_);
     }
-    Filter(const rig::BlockCase& row, int block) : Filter(row, row.inputs, block, row.vector) {}
+    Filter(const rig::BlockCase& row, int block) : Filter(row, channels_of(row), block, row.vector) {}
     ~Filter()
     {
         Vantoro_quiet_destroy(quiet_);
@@ -80,6 +87,17 @@ Signal noise_pins(int pins, int samples)
         signal.push_back(rig::noise(samples, static_cast<std::uint32_t>(pin + 1)));
     return signal;
 }
+// Channels `first` and on, after controls that choose another curve in mid-run.
+Signal pins_of(const rig::BlockCase& row, int first, int channels, int samples)
+{
+    Signal signal = noise_pins(first + channels, samples);
+    signal.erase(signal.begin(), signal.begin() + first);
+    std::vector<float> curve(static_cast<std::size_t>(samples), 2);
+    std::fill(curve.begin(), curve.begin() + samples / 3, 1.0F);
+    signal.insert(signal.begin(), static_cast<std::size_t>(controls(row)), curve);
+    return signal;
+}
+Signal pins_of(const rig::BlockCase& row, int samples) { return pins_of(row, 0, channels_of(row), samples); }
 
 // Of all pins together, over what is to be heard.
 double error_db(const Signal& y, const Signal& exact)
@@ -101,7 +119,9 @@ std::vector<std::vector<std::uint32_t>> bits(const Signal& signal)
 
 std::vector<rig::BlockCase> taken()
 {
-    std::vector<rig::BlockCase> rows;
+    // Poles at both ends of the band and in the middle of it.
+    std::vector<rig::BlockCase> rows = {
+        {EN_FILTER_GRAPHICAL_EQ, 1, 1, {3, 500, 4, 1, 0, 0, 12000, 4, 1, 0, 0, 23000, 4, 1, 0, 0}}};
     for (const rig::BlockCase& row : rig::every_block())
         if (Vantoro_quiet_takes(row.type) == 1)
             rows.push_back(row);
@@ -116,7 +136,8 @@ TEST(Quiet, TakesEveryBlockOfSecondOrderSections)
 {
     for (int type = EN_FILTER_2ND_GENERAL; type <= EN_FILTER_NONBARE; ++type)
         EXPECT_EQ(Vantoro_quiet_takes(type), 1) << type;
-    for (const int type : {EN_FILTER_GRAPHICAL_EQ, EN_FILTER_CROSSOVER_2WAY, EN_FILTER_CROSSOVER_3WAY})
+    for (const int type : {EN_FILTER_GRAPHICAL_EQ, EN_FILTER_CROSSOVER_2WAY, EN_FILTER_CROSSOVER_3WAY,
+                           EN_FILTER_LOOKUP_TONE_PEAK, EN_FILTER_LOOKUP_COMMON, EN_FILTER_LOOKUP_BUTTER_BESSEL})
         EXPECT_EQ(Vantoro_quiet_takes(type), 1) << type;
     rig::Rig gain(EN_BASIC_GAIN, 1, 1);
     EXPECT_EQ(Vantoro_quiet_takes(EN_BASIC_GAIN), 0);
@@ -144,7 +165,7 @@ TEST(Quiet, FollowsTheDocumentedLawAndTakesTurnsWithIt)
     for (const rig::BlockCase& row : taken())
         for (const int block : {64, 57, 5}) {
             SCOPED_TRACE(testing::Message() << "type " << row.type << ", block " << block);
-            const Signal in = noise_pins(row.inputs, block * 60);
+            const Signal in = pins_of(row, block * 60);
             Filter documented(row, block), quiet(row, block), turns(row, block), begun(row, block);
             const Signal expected = documented.run_documented(in);
             EXPECT_LT(error_db(quiet.run(in), expected), -90);
@@ -158,12 +179,11 @@ TEST(Quiet, GivesTheSameBitsForAnyNumberOfChannels)
 {
     for (const rig::BlockCase& row : taken())
         for (const int block : {64, 29}) {
-            const int most = 17, outputs = row.outputs / row.inputs;
-            const Signal in = noise_pins(most, block * 4);
-            const auto expected = bits(Filter(row, most, block, row.vector).run(in));
+            const int most = 17, outputs = row.outputs / channels_of(row);
+            const auto expected = bits(Filter(row, most, block, row.vector).run(pins_of(row, 0, most, block * 6)));
             for (int channels = 1; channels < most; ++channels) {
                 const int first = channels % 2;  // each channel in other lanes
-                const Signal some(in.begin() + first, in.begin() + first + channels);
+                const Signal some = pins_of(row, first, channels, block * 6);
                 const auto out = bits(Filter(row, channels, block, row.vector).run(some));
                 EXPECT_TRUE(std::equal(out.begin(), out.end(), expected.begin() + first * outputs))
                     << "type " << row.type << ", block " << block << ", " << channels << " channels";
@@ -174,7 +194,8 @@ TEST(Quiet, GivesTheSameBitsForAnyNumberOfChannels)
 TEST(Quiet, GivesTheSameBitsInBlocksOfAnyMultipleOfEight)
 {
     for (const rig::BlockCase& row : taken()) {
-        const Signal in = noise_pins(row.inputs, 960);
+        Signal in = pins_of(row, 960);
+        std::fill_n(in.begin(), controls(row), std::vector<float>(960));  // fades move from block to block
         const auto expected = bits(Filter(row, 64).run(in));
         for (const int block : {8, 24, 480})
             EXPECT_TRUE(row.type == EN_FILTER_FIR || bits(Filter(row, block).run(in)) == expected)
@@ -186,15 +207,15 @@ TEST(Quiet, ClearAndParameterSetsBeginFromSilence)
 {
     for (const rig::BlockCase& row : taken()) {
         SCOPED_TRACE(row.type);
-        const Signal in = noise_pins(row.inputs, 640);
+        const Signal in = pins_of(row, 640);
         Filter quiet(row, 64);
         const auto expected = bits(quiet.run(in));
         EXPECT_EQ(Vantoro_quiet_clear(quiet.quiet()), RT_OK);
         EXPECT_EQ(bits(quiet.run(in)), expected);
         EXPECT_EQ(BlockAlgo_clear(quiet.operator->()), RT_OK);
         EXPECT_EQ(bits(quiet.run(in)), expected);
-        if (row.type != EN_FILTER_CROSSOVER_2WAY && row.type != EN_FILTER_CROSSOVER_3WAY &&
-            row.type != EN_FILTER_FIR) {  // those go on
+        if (row.type != EN_FILTER_CROSSOVER_2WAY && row.type != EN_FILTER_CROSSOVER_3WAY && row.type != EN_FILTER_FIR &&
+            controls(row) == 0) {  // those go on
             quiet.set(row.vector);
             EXPECT_EQ(bits(quiet.run(in)), expected);
         }
@@ -267,7 +288,7 @@ TEST(Quiet, TakesPolesOfEveryKind)
 TEST(Quiet, WhatIsNotFiniteStays)
 {
     const float huge = std::numeric_limits<float>::max(), inf = std::numeric_limits<float>::infinity();
-    const auto finite = [](const Signal& out) { return std::isfinite(out[0].back()); };
+    const auto finite = [](const Signal& out) { return std::isfinite(out.back().back()); };
     for (const std::vector<float>& vector : std::vector<std::vector<float>>{
              {1, 0, 1, 0, 0, inf, 0}, {1, 0, std::nanf(""), 0, 0, 0, 0}, {1, 0, 1, 0, 0, huge, huge}}) {
         Filter quiet(kIir, 1, 64, vector);
@@ -278,10 +299,10 @@ TEST(Quiet, WhatIsNotFiniteStays)
             continue;  // whose memory ends
         SCOPED_TRACE(row.type);
         Filter quiet(row, 64);
-        Signal in = noise_pins(row.inputs, 128);
+        Signal in = pins_of(row, 128);
         const auto expected = bits(quiet.run(in));
         Signal bad = in;
-        bad[0][40] = inf;
+        bad.back()[40] = inf;
         EXPECT_FALSE(finite(quiet.run(bad)));
         EXPECT_FALSE(finite(quiet.run(in)));
         Vantoro_quiet_clear(quiet.quiet());
