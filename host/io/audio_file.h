@@ -98,7 +98,10 @@ public:
 private:
     void flush();
     void check_sound(bool done) const;
-    std::size_t frame_bytes() const { return static_cast<std::size_t>(packing_.bytes * channels_); }
+    std::size_t frame_bytes() const
+    {
+        return static_cast<std::size_t>(packing_.bytes) * static_cast<std::size_t>(channels_);
+    }
 
     PartFile part_;  // before the sound file, which writes its last bytes into it when it is closed
     int channels_;
