@@ -105,17 +105,14 @@ SF_INFO format_of(const std::string& path, Encoding encoding, int channels, int 
 // pieces of 8 KiB. None: it decodes them, or turns their bytes around.
 std::optional<Packing> packing_of(SNDFILE* file, int format)
 {
-    for (const int plain :
-         {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_W64, SF_FORMAT_RF64, SF_FORMAT_AIFF, SF_FORMAT_CAF, SF_FORMAT_AU}) {
-        if ((format & SF_FORMAT_TYPEMASK) != plain)
-            continue;
-        const int bits = bits_of(format);
-        if ((bits == 0 && (format & SF_FORMAT_SUBMASK) != SF_FORMAT_FLOAT) ||
-            sf_command(file, SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) != SF_FALSE)
-            break;
-        return Packing{bits ? bits / 8 : 4, bits};
-    }
-    return {};
+    constexpr int kPlain[] = {SF_FORMAT_WAV,  SF_FORMAT_WAVEX, SF_FORMAT_W64, SF_FORMAT_RF64,
+                              SF_FORMAT_AIFF, SF_FORMAT_CAF,   SF_FORMAT_AU};
+    const int bits = bits_of(format);
+    if (std::ranges::find(kPlain, format & SF_FORMAT_TYPEMASK) == std::end(kPlain) ||
+        (bits == 0 && (format & SF_FORMAT_SUBMASK) != SF_FORMAT_FLOAT) ||
+        sf_command(file, SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) != SF_FALSE)
+        return {};
+    return Packing{bits > 0 ? bits / 8 : 4, bits};
 }
 
 // What libsndfile writes through: its own files do not report every failed write, above all not the last ones.
