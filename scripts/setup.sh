@@ -13,8 +13,8 @@ packages() {
                 clang-tidy gcovr g++-aarch64-linux-gnu qemu-user musl-dev lintian jackd2 ;;
         # A node that is there stays: Debian's does not go together with another.
         web) command -v node >/dev/null && command -v npm >/dev/null || echo nodejs npm; echo chromium fonts-inter ;;
-        bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev libzita-convolver-dev sox ffmpeg llvm \
-            g++-aarch64-linux-gnu ;;
+        bench) packages build; echo libbenchmark-dev libstk-dev libliquid-dev libvolk2-dev libzita-convolver-dev sox ffmpeg brutefir \
+            llvm g++-aarch64-linux-gnu ;;
         *) echo "setup.sh: unknown task '$1' (build, demo, test, web, bench)" >&2; exit 2 ;;
     esac
 }

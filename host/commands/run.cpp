@@ -37,7 +37,7 @@ int run(const RunOptions& options)
     const LibraryLog log(options.quiet);
     const std::unique_ptr<Engine> engine = make_engine(options.schematic, std::move(job.schematic), job.rate);
     const std::unique_ptr<AudioSink> writer = open_output(options, job, engine->outputs());
-    Levels levels(engine->outputs());
+    Levels levels(options.quiet ? 0 : engine->outputs());
     Meters meters(*engine, options.meters, options.meter_interval);
     const Clock::time_point start = Clock::now();
     const std::int64_t frames = stream(job, *engine, writer.get(), levels, meters);

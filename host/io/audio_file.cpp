@@ -101,16 +101,18 @@ SF_INFO format_of(const std::string& path, Encoding encoding, int channels, int 
     return info;
 }
 
-// The nearest code, left-justified in 32 bits as libsndfile takes it. Its own conversion scales by one code less than
-// full scale, so that reading and writing would not return the same samples.
-std::int32_t code_of(float sample, float scale, float top, int shift)
+// How the words of a file lie in it, where they can be taken as they are: libsndfile converts them one by one, in
+// pieces of 8 KiB. None: it decodes them, or turns their bytes around.
+std::optional<Packing> packing_of(SNDFILE* file, int format)
 {
-    float v = sample * scale;
-    v = v < top ? v : top;
-    v = v > -scale ? v : -scale;
-    v = sample == sample ? v : 0.0F;
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::int32_t>(std::nearbyintf(v)))
-                                     << shift);
+    constexpr int kPlain[] = {SF_FORMAT_WAV,  SF_FORMAT_WAVEX, SF_FORMAT_W64, SF_FORMAT_RF64,
+                              SF_FORMAT_AIFF, SF_FORMAT_CAF,   SF_FORMAT_AU};
+    const int bits = bits_of(format);
+    if (std::ranges::find(kPlain, format & SF_FORMAT_TYPEMASK) == std::end(kPlain) ||
+        (bits == 0 && (format & SF_FORMAT_SUBMASK) != SF_FORMAT_FLOAT) ||
+        sf_command(file, SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) != SF_FALSE)
+        return {};
+    return Packing{bits > 0 ? bits / 8 : 4, bits};
 }
 
 // What libsndfile writes through: its own files do not report every failed write, above all not the last ones.
@@ -259,7 +261,10 @@ AudioReader::AudioReader(const std::string& path) : path_(path)
         throw UserError(path + ": " + sf_strerror(nullptr));
     if (!info_.seekable && (static_cast<double>(info_.frames) + 1) * bytes_a_frame(file_.get(), info_) > kUnknown)
         info_.frames = SF_COUNT_MAX;
-    chunk_.resize(chunk_frames(info_.channels) * static_cast<std::size_t>(info_.channels));
+    const auto packing = packing_of(file_.get(), info_.format);
+    raw_ = packing.has_value();
+    packing_ = packing.value_or(Packing{});
+    chunk_.resize(chunk_frames(info_.channels) * static_cast<std::size_t>(frame_bytes()) + kPad);
 }
 
 std::optional<std::int64_t> AudioReader::frames() const
@@ -272,7 +277,10 @@ std::optional<std::int64_t> AudioReader::frames() const
 void AudioReader::fill()
 {
     position_ = 0;
-    size_ = sf_readf_float(file_.get(), chunk_.data(), static_cast<sf_count_t>(chunk_frames(info_.channels)));
+    const auto wanted = static_cast<sf_count_t>(chunk_frames(info_.channels));
+    void* to = chunk_.data();
+    size_ = raw_ ? sf_read_raw(file_.get(), to, wanted * frame_bytes()) / frame_bytes()
+                 : sf_readf_float(file_.get(), static_cast<float*>(to), wanted);
     found_ += std::max<sf_count_t>(size_, 0);
     if (sf_error(file_.get()) == SF_ERR_SYSTEM)
         throw std::runtime_error(path_ + ": cannot be read: " + sf_strerror(file_.get()));
@@ -297,11 +305,7 @@ int AudioReader::read(float* const* channels, int frames)
         if (size_ <= 0)
             break;
         const int n = static_cast<int>(std::min<sf_count_t>(frames - done, size_ - position_));
-        for (int ch = 0; ch < info_.channels; ++ch) {
-            const float* from = chunk_.data() + position_ * info_.channels + ch;
-            for (int i = 0; i < n; ++i)
-                channels[ch][done + i] = from[static_cast<std::ptrdiff_t>(i) * info_.channels];
-        }
+        unpack(chunk_.data() + position_ * frame_bytes(), packing_, channels, info_.channels, done, n);
         position_ += n;
         done += n;
     }
@@ -324,14 +328,15 @@ AudioWriter::AudioWriter(const std::string& path, Encoding encoding, int channel
 {
     SF_INFO info = format_of(path, encoding, channels, rate);
     const bool wav = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV;
-    bits_ = bits_of(info.format);
     left_ = most_frames(info);
     file_.reset(sf_open_virtual(wav ? &roomy_calls() : &part_calls(), SFM_WRITE, &info, &part_));
     check_sound(file_ != nullptr);
     sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);  // it holds the time: equal runs, equal files
     sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    chunk_.resize(chunk_frames(channels) * static_cast<std::size_t>(channels));
-    codes_.resize(bits_ ? chunk_.size() : 0);
+    const auto packing = packing_of(file_.get(), info.format);
+    raw_ = packing.has_value();
+    packing_ = packing.value_or(Packing{4, bits_of(info.format)});
+    chunk_.resize(chunk_frames(channels) * frame_bytes() + kPad);
 }
 
 void AudioWriter::write(const float* const* channels, int frames)
@@ -341,11 +346,7 @@ void AudioWriter::write(const float* const* channels, int frames)
     const std::size_t room = chunk_frames(channels_);
     for (int done = 0; done < frames;) {
         const int n = static_cast<int>(std::min(room - filled_, static_cast<std::size_t>(frames - done)));
-        for (int ch = 0; ch < channels_; ++ch) {
-            float* to = chunk_.data() + filled_ * static_cast<std::size_t>(channels_) + ch;
-            for (int i = 0; i < n; ++i)
-                to[static_cast<std::ptrdiff_t>(i) * channels_] = channels[ch][done + i];
-        }
+        pack(channels, channels_, done, n, packing_, chunk_.data() + filled_ * frame_bytes());
         filled_ += static_cast<std::size_t>(n);
         done += n;
         if (filled_ == room)
@@ -356,18 +357,13 @@ void AudioWriter::write(const float* const* channels, int frames)
 void AudioWriter::flush()
 {
     const auto frames = static_cast<sf_count_t>(filled_);
-    const std::size_t samples = filled_ * static_cast<std::size_t>(channels_);
     filled_ = 0;
-    sf_count_t written;
-    if (bits_ > 0) {
-        const float scale = std::ldexp(1.0F, bits_ - 1);
-        const float top = bits_ == 32 ? std::nextafter(scale, 0.0F) : scale - 1;
-        for (std::size_t i = 0; i < samples; ++i)
-            codes_[i] = code_of(chunk_[i], scale, top, 32 - bits_);
-        written = sf_writef_int(file_.get(), codes_.data(), frames);
-    } else {
-        written = sf_writef_float(file_.get(), chunk_.data(), frames);
-    }
+    const void* from = chunk_.data();
+    const auto size = static_cast<sf_count_t>(frame_bytes());
+    const sf_count_t written = raw_ ? sf_write_raw(file_.get(), from, frames * size) / size
+                               : packing_.bits == 0
+                                   ? sf_writef_float(file_.get(), static_cast<const float*>(from), frames)
+                                   : sf_writef_int(file_.get(), static_cast<const int*>(from), frames);
     check_sound(written == frames && sf_error(file_.get()) == SF_ERR_NO_ERROR);
 }
 

@@ -11,6 +11,7 @@
 
 #include <sndfile.h>
 
+#include "io/packing.h"
 #include "io/part_file.h"
 
 namespace vantoro {
@@ -58,12 +59,15 @@ public:
 
 private:
     void fill();
+    int frame_bytes() const { return packing_.bytes * info_.channels; }
 
     SF_INFO info_{};
     Sound file_;
     std::string path_;
     std::int64_t found_ = 0;
-    std::vector<float> chunk_;  // interleaved
+    Packing packing_;
+    bool raw_ = false;                  // the file's own words; else libsndfile makes them
+    std::vector<unsigned char> chunk_;  // frames, and kPad bytes
     sf_count_t position_ = 0, size_ = 0;
 };
 
@@ -94,15 +98,19 @@ public:
 private:
     void flush();
     void check_sound(bool done) const;
+    std::size_t frame_bytes() const
+    {
+        return static_cast<std::size_t>(packing_.bytes) * static_cast<std::size_t>(channels_);
+    }
 
     PartFile part_;  // before the sound file, which writes its last bytes into it when it is closed
     int channels_;
-    int bits_;           // of PCM; 0: float
     std::int64_t left_;  // frames that still fit
     Sound file_;
-    std::vector<float> chunk_;         // interleaved
-    std::vector<std::int32_t> codes_;  // the same as PCM
-    std::size_t filled_ = 0;           // frames in the chunk
+    Packing packing_;
+    bool raw_ = false;                  // as AudioReader
+    std::vector<unsigned char> chunk_;  // frames, and kPad bytes
+    std::size_t filled_ = 0;            // of them
 };
 
 }  // namespace vantoro

@@ -157,7 +157,7 @@ bool PartFile::write(const void* bytes, std::size_t size) noexcept
 {
     if (buffer_.size() + size > kBuffer)
         flush();
-    if (size > kBuffer)
+    if (size >= kBuffer)
         put(static_cast<const char*>(bytes), size);
     else
         buffer_.append(static_cast<const char*>(bytes), size);

@@ -178,23 +178,22 @@ std::string Draft::no_block(const std::string& id, const std::string& prefix)
 {
     if (uses.contains(prefix + id))
         return "a block; \"" + id + "\" is a part, whose blocks go by names such as \"" + id + "/eq\"";
-    // Bounds the time that a document full of wrong names takes.
-    constexpr std::size_t kMostSuggestions = 20;
-    constexpr std::size_t kMostCompared = 500;
-    std::string near;
-    if (const auto known = unknown.find(prefix + id); known != unknown.end()) {
-        near = known->second;
-    } else if (unknown.size() < kMostSuggestions) {
+    const auto known = [&] {
         std::vector<std::string_view> names{kInputId, kOutputId};
-        for (std::size_t b = 0; b < std::min(out.blocks.size(), kMostCompared); ++b)
-            if (out.blocks[b].id.starts_with(prefix))
-                names.push_back(std::string_view(out.blocks[b].id).substr(prefix.size()));
-        for (std::size_t s = 0; s < std::min(sides.size(), kMostCompared); s += 2)
-            if (sides[s].id.starts_with(prefix))
-                names.push_back(std::string_view(sides[s].id).substr(prefix.size()));
-        near = unknown[prefix + id] = nearest(id, names);
-    }
-    return "there is no such block" + did_you_mean(near, "\"");
+        const auto add = [&](std::string_view name) {
+            if (name.starts_with(prefix))
+                names.push_back(name.substr(prefix.size()));
+        };
+        for (const Block& block : out.blocks)
+            add(block.id);
+        for (std::size_t s = 0; s < sides.size(); s += 2)
+            add(sides[s].id);
+        return names;
+    };
+    const auto [near, fresh] = unknown.try_emplace(prefix + id);
+    if (fresh && problems.size() < kMostShown)
+        near->second = suggestions->nearest_to(id, known);
+    return "there is no such block" + did_you_mean(near->second, "\"");
 }
 
 void read_blocks(const json& blocks, const std::vector<std::string>& order, int scope, Definitions& names, Draft& draft)

@@ -5,7 +5,6 @@
 
 #include "support/json_text.h"
 #include "support/json_walk.h"
-#include "support/nearest.h"
 
 namespace vantoro {
 
@@ -14,10 +13,6 @@ namespace {
 using nlohmann::json;
 
 constexpr int kMostSteps = 32;  // from a definition to those that it is made of
-
-// Bound the time that a document full of wrong names takes.
-constexpr int kMostSuggestions = 20;
-constexpr std::size_t kMostCompared = 500;
 
 // What a value says that needs nothing else to be reported: its cause is.
 const std::string kReported = "reported";
@@ -29,8 +24,9 @@ bool is_expression(const json& value)
     return value.is_string() && value.get_ref<const std::string&>().starts_with('=');
 }
 
-Definitions::Definitions(const json& define, std::optional<int> rate, std::vector<Problem>& problems, bool texts)
-    : rate_(rate), texts_(texts), suggests_(problems.size() < kMostShown)
+Definitions::Definitions(const json& define, std::optional<int> rate, std::vector<Problem>& problems,
+                         std::shared_ptr<Suggestions> suggestions, bool texts)
+    : rate_(rate), texts_(texts), suggests_(problems.size() < kMostShown), suggestions_(std::move(suggestions))
 {
     for (const auto& [name, value] : define.items())
         names_.emplace(name, Definition{value});
@@ -71,12 +67,13 @@ Evaluated Definitions::evaluated(const std::string& name, const json& written)
 
 std::string Definitions::nearest_to(std::string_view name)
 {
-    if (!suggests_ || ++suggestions_ > kMostSuggestions)
-        return {};
-    std::vector<std::string_view> known;
-    for (auto it = names_.begin(); it != names_.end() && known.size() < kMostCompared; ++it)
-        known.push_back(it->first);
-    return nearest(name, known);
+    const auto known = [this] {
+        std::vector<std::string_view> names;
+        for (const auto& [other, definition] : names_)
+            names.push_back(other);
+        return names;
+    };
+    return suggests_ && suggestions_ ? suggestions_->nearest_to(name, known) : std::string{};
 }
 
 Evaluated Definitions::value_of(std::string_view name)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/expression.h"
+#include "support/nearest.h"
 #include "support/problem.h"
 
 namespace vantoro {
@@ -24,7 +26,7 @@ public:
     // Evaluates all of them; `define` is the object. What is wrong with one is reported at its place, here alone.
     // With `texts` a name may stand for a text or a flag as well, for use where it stands alone: "=corner".
     Definitions(const nlohmann::json& define, std::optional<int> rate, std::vector<Problem>& problems,
-                bool texts = false);
+                std::shared_ptr<Suggestions> suggestions = {}, bool texts = false);
 
     // Puts numbers in place of the expressions in a value that stands at `where`. One that is wrong stays, and is
     // reported.
@@ -66,9 +68,9 @@ private:
     std::optional<double> rate_;
     bool texts_ = false;
     bool suggests_ = true;
-    std::vector<Problem> wrong_;  // definitions
-    int depth_ = 0;               // of those under way
-    int suggestions_ = 0;
+    std::vector<Problem> wrong_;                // definitions
+    int depth_ = 0;                             // of those under way
+    std::shared_ptr<Suggestions> suggestions_;  // null: none
     struct Expression {
         std::string text;
         bool good;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -58,6 +59,7 @@ struct Draft {
 
     std::size_t file_bytes = 0, file_values = 0;   // of all files that were read
     std::map<std::string, std::string> unknown{};  // ids asked for, and what they may stand for
+    std::shared_ptr<Suggestions> suggestions = std::make_shared<Suggestions>();
 };
 
 // Seconds from the start.

@@ -107,17 +107,25 @@ void read_part_text(const std::string& name, PartText& part, Draft& draft)
     }
 }
 
+// The member of an object that a wrong name may stand for.
+std::string suggestion(const std::string& name, const json& object, const Draft& draft)
+{
+    const auto names = [&] {
+        std::vector<std::string_view> known;
+        for (const auto& [key, value] : object.items())
+            known.push_back(key);
+        return known;
+    };
+    return draft.problems.size() < kMostShown ? draft.suggestions->nearest_to(name, names) : std::string{};
+}
+
 // The part that a use names, read and checked; null, and a problem, where there is none.
 PartText* part_of(const Fields& use, Draft& draft)
 {
     const std::string name = use.text("part");
     const json& parts = draft.parts.written;
     if (!parts.contains(name)) {
-        std::vector<std::string_view> names;
-        if (draft.problems.size() < kMostShown)
-            for (const auto& [known, body] : parts.items())
-                names.push_back(known);
-        const std::string near = nearest(name, names);
+        const std::string near = suggestion(name, parts, draft);
         if (use.find("part")->is_string())
             use.fault("part", "a part that \"parts\" has" + did_you_mean(near, "\""));
         return nullptr;
@@ -170,11 +178,7 @@ struct UseValues {
 
 std::string unknown_parameter(const std::string& name, const json& parameters, const Draft& draft)
 {
-    std::vector<std::string_view> known;
-    if (draft.problems.size() < kMostShown)
-        for (const auto& [parameter, initial] : parameters.items())
-            known.push_back(parameter);
-    const std::string near = nearest(name, known);
+    const std::string near = suggestion(name, parameters, draft);
     return "a parameter of the part, or a value of its blocks: \"eq.fc\"" + did_you_mean(near, "\"");
 }
 
@@ -224,7 +228,7 @@ Definitions names_of(const Scope& scope, const json& set, Draft& draft)
         names[name] = set.contains(name) ? set[name] : initial;
     }
     std::vector<Problem> wrong;
-    Definitions definitions(names, draft.rate(), wrong, true);
+    Definitions definitions(names, draft.rate(), wrong, draft.suggestions, true);
     place_names(wrong, parameters, where);
     draft.problems.insert(draft.problems.end(), wrong.begin(), wrong.end());
     return definitions;

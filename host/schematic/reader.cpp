@@ -39,7 +39,7 @@ void resolve_values(json& document, const Fields& fields, Draft& draft)
         draft.fault("/define", define->is_object() ? json(define->size()) : *define,
                     "at most " + std::to_string(kMaxDefinitions) +
                         " names and their values: {\"corner\": 350, \"twice\": \"=corner * 2\"}");
-    draft.definitions = Definitions(good ? *define : json::object(), draft.rate(), draft.problems);
+    draft.definitions = Definitions(good ? *define : json::object(), draft.rate(), draft.problems, draft.suggestions);
     const auto resolve = [&](json& object, std::initializer_list<const char*> members, const std::string& where) {
         for (const char* name : members)
             if (object.is_object() && object.contains(name))

@@ -88,13 +88,15 @@ std::size_t distance(std::string_view word, std::string_view name, std::size_t m
 std::vector<Match> matches(std::string_view word, std::span<const std::string_view> candidates)
 {
     const std::string wanted = lower(word);
-    const std::size_t most = 1 + wanted.size() / 3;
+    std::size_t most = 1 + wanted.size() / 3;
     std::vector<Match> near;
     if (wanted.empty() || wanted.size() > kLongest)
         return near;
     for (const std::string_view candidate : candidates)
-        if (const std::size_t d = distance(wanted, lower(candidate), most); d <= most)
+        if (const std::size_t d = distance(wanted, lower(candidate), most); d <= most) {
             near.push_back({candidate, d});
+            most = std::min(most, d + 1);
+        }
     std::ranges::stable_sort(near, {}, &Match::distance);
     std::erase_if(near,
                   [best = near.empty() ? 0 : near.front().distance](const Match& m) { return m.distance > best + 1; });
@@ -105,6 +107,13 @@ std::string nearest(std::string_view word, std::span<const std::string_view> can
 {
     const std::vector<Match> near = matches(word, candidates);
     return near.empty() ? std::string{} : std::string{near.front().name};
+}
+
+std::string Suggestions::of(std::string_view word, const std::vector<std::string_view>& candidates)
+{
+    const std::size_t count = std::min(left_, candidates.size());
+    left_ -= count;
+    return nearest(word, std::span(candidates).first(count));
 }
 
 std::string did_you_mean(const std::string& near, const char* quote)

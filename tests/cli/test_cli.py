@@ -62,6 +62,13 @@ class Cli(Case):
             self.call("run", gain, "-i", self.path(name), "-o", self.path("back.wav"), "--format", "float")
             self.assertEqual(samples(self.path("in.wav")), samples(self.path("back.wav")), name)
         self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.ogg"))
+        for channels, bits in ((1, 16), (2, 16), (2, 24), (3, 24), (2, 32)):
+            words = [c >> max(24 - bits, 0) << max(bits - 24, 0) for c in codes[:996]]
+            wav(self.path("in.wav"), [w / (1 << bits - 1) for w in words], channels)
+            self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm%d" % bits)
+            self.call("run", gain, "-i", self.path("out.wav"), "-o", self.path("back.wav"), "--format", "float")
+            self.assertEqual(samples(self.path("out.wav")), b"".join(w.to_bytes(bits // 8, "little", signed=True) for w in words))
+            self.assertEqual(samples(self.path("in.wav")), samples(self.path("back.wav")), (channels, bits))
         # The nearest code, clipped at both ends. The report has a peak per channel and counts what does not fit.
         wav(self.path("in.wav"), [0.4 / 32768, 0.6 / 32768, -0.6 / 32768, 1.0, 1.25, -1.0, -1.5, 1.0000001], 2)
         out = self.call("run", gain, "-i", self.path("in.wav"), "-o", self.path("out.wav"), "--format", "pcm16")

@@ -387,6 +387,14 @@ TEST(Schematic, IsCheckedInTime)
         R"({"blocks": {}, "define": {)" +
             many(10'000, [](const std::string& i) { return "\"x" + i + "\": \"=-(x" + i + " / nix" + i + ")\""; }) +
             "}}",
+        graph(many(2000, [](const std::string& i) { return "\"b" + i + R"(": {"part": "p"})"; }))
+            .insert(1, R"("parts": {"p": {"blocks": {}, "wires": [], "define": {)" +
+                           many(400, [](const std::string& i) { return "\"left_front_speaker_delay_" + i + "\": 1"; }) +
+                           many(20,
+                                [](const std::string& i) {
+                                    return ", \"left" + i + "\": \"=right_front_speaker_delay_\"";
+                                }) +
+                           "}}}, "),
         graph(many(
             20'000,
             [](const std::string& i) { return "\"b" + i + R"(": {"type": 289, "params": {"gain": "=1 / nix"}})"; })),
