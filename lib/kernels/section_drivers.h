@@ -58,10 +58,10 @@ struct Words {
 };
 
 // The two words of a state stand side by side and go as one, for two lanes into a register.
-using Pair [[gnu::vector_size(kSosWords * sizeof(float)), gnu::aligned(sizeof(float))]] = float;
+using Pair [[gnu::vector_size(kSosWords * sizeof(float))]] = float;
 using Pairs [[gnu::vector_size(2 * sizeof(Pair))]] = double;
-LBX_INLINE double pair_at(const float* p) { return std::bit_cast<double>(*reinterpret_cast<const Pair*>(p)); }
-LBX_INLINE void store_pair(float* p, double pair) { *reinterpret_cast<Pair*>(p) = std::bit_cast<Pair>(pair); }
+LBX_INLINE double pair_at(const float* p) { return std::bit_cast<double>(load<Pair>(p)); }
+LBX_INLINE void store_pair(float* p, double pair) { store(p, std::bit_cast<Pair>(pair)); }
 
 // Fills a section: coeff(j) is its coefficient j, where(l) the first word of lane l's state.
 template <template <class> class Section, class V, class Coeff, class Where>
