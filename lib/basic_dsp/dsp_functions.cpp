@@ -2,7 +2,6 @@
 #include "dsp_functions.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -22,48 +21,51 @@ namespace {
 // deliberate: an extreme is reported from -16 or 16 on only.
 struct HoldValue {
     static float track(float held) { return held; }
-    static float hold(float held, float last, float x)
-    {
-        const int first = -static_cast<int>(last == 0.0F);  // no branch: controls may be noise
-        return std::bit_cast<float>((std::bit_cast<int>(x) & first) | (std::bit_cast<int>(held) & ~first));
-    }
+    static float hold(float held, bool tracked, float x) { return tracked ? x : held; }
 };
 struct HoldAbsMax {
     static float track(float) { return -16.0F; }
-    static float hold(float held, float, float x) { return std::fabs(x) > held ? std::fabs(x) : held; }
+    static float hold(float held, bool, float x) { return std::fabs(x) > held ? std::fabs(x) : held; }
 };
 struct HoldMax {
     static float track(float) { return -16.0F; }
-    static float hold(float held, float, float x) { return x > held ? x : held; }
+    static float hold(float held, bool, float x) { return x > held ? x : held; }
 };
 struct HoldMin {
     static float track(float) { return 16.0F; }
-    static float hold(float held, float, float x) { return x < held ? x : held; }
+    static float hold(float held, bool, float x) { return x < held ? x : held; }
 };
 
-// An output may lie where the control does, so that is copied, and signals go one after another.
+// Signal after signal, as many samples at a time as all their outputs have room for: any output may be any input, so
+// none is written before all inputs were read.
 template <class Law>
 int hold(const BlockAlgo* blk, const HoldSt& core, float* const* xn, float* const* yn)
 {
-    const int n = blk->block_pro->nBlockSize;
-    const int signals = blk->nInputs - 1;
-    for (int t = 0; signals > 0 && t < n; t += kTile) {
-        const int some = std::min(kTile, n - t);
-        float control[kTile];
-        copy(xn[0] + t, control, some);
+    constexpr int kRoom = 8 * kTile;
+    const int n = blk->block_pro->nBlockSize, signals = std::max(blk->nInputs - 1, 0);
+    const int tile = std::clamp(kRoom / std::max(signals, 1), 1, kTile);
+    float room[kRoom];
+    float* const rows = signals <= kRoom ? room : core.tmpY;
+    for (int t = 0, some; signals > 0 && t < n; t += some) {
+        some = std::min(tile, n - t);
+        const float* control = xn[0] + t;
         for (int j = 0; j < signals; ++j) {
-            float held = core.holdVal[j], last = core.lastVal[j], y = 0.0F;
+            const float* x = xn[j + 1] + t;
+            float* y = rows + std::ptrdiff_t{tile} * j;
+            float held = core.holdVal[j];
+            bool tracked = core.lastVal[j] == 0.0F;
             for (int i = 0; i < some; ++i) {
-                const float x = xn[j + 1][t + i];
                 const bool tracks = control[i] == 0.0F;
-                held = tracks ? Law::track(held) : Law::hold(held, last, x);
-                last = control[i];
-                yn[j][t + i] = y = tracks ? x : held;
+                held = tracks ? Law::track(held) : Law::hold(held, tracked, x[i]);
+                y[i] = tracks ? x[i] : held;
+                tracked = tracks;
             }
             core.holdVal[j] = held;
-            core.lastVal[j] = last;
-            core.tmpY[j] = y;
+            core.lastVal[j] = control[some - 1];
+            core.tmpY[j] = y[some - 1];
         }
+        for (int j = 0; j < signals; ++j)
+            copy(rows + std::ptrdiff_t{tile} * j, yn[j] + t, some);
     }
     return RT_OK;
 }

@@ -30,7 +30,8 @@ TEST(Hold, FollowsTheSignalAndKeepsWhatItsLawSays)
     };
     for (const auto& row : rows) {
         rig::Rig blk(row.type, 3, 2, {.block = static_cast<int>(row.x.size())});
-        blk.alias(1, 0);  // an output may even replace the control
+        blk.alias(0, 2);  // an output may replace a signal that is read after it, and the control
+        blk.alias(1, 0);
         const auto out = blk.run({row.control, row.x, Values(row.x.size(), 20.0F)});
         EXPECT_EQ(out[0], row.expected) << row.type;
         EXPECT_EQ(out[1][0], row.control[0] == 0 ? 20.0F : 0.0F) << row.type;
