@@ -201,14 +201,13 @@ LBX_KERNEL void series(const Pass& pass, const Channels& lanes, int first, int a
 // In the shapes that run_cascade() takes.
 void run(const Pass& pass, int channels)
 {
-    const int sections = pass.cascade.sections;
     for (int first = 0, some; first < channels; first += some) {
         const int left = channels - first;
-        if (left >= 5 || (left >= 3 && sections <= lbx::kMaxDepth)) {
+        if (lbx::side_by_side(left, pass.n, pass.cascade.sections)) {
             some = std::min(left, lbx::kLanes<Wide>);
             run_channels(pass, first, some);
         } else {
-            some = left >= 2 && pass.cascade.used() <= lbx::kSkewGroups<f8> ? 2 : 1;
+            some = left >= 2 && lbx::two_fit(pass.cascade) ? 2 : 1;
             (some == 2 ? run_skewed<f8> : run_skewed<f4>)(pass, first);
         }
     }

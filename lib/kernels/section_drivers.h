@@ -176,10 +176,7 @@ LBX_KERNEL void skew(const CascadeGroup* group, int idle, const Channel& channel
     });
     // Every lane takes over what the one before put out, and the first takes in sample i.
     const auto advance = [&](int i) {
-        repeat<kGroups - 1>([&](auto k) {
-            constexpr int g = kGroups - 1 - k;
-            y[g] = shift_in(y[g - 1], y[g]);
-        });
+        repeat<kGroups - 1>([&](auto k) { y[kGroups - 1 - k] = shift_in(y[kGroups - 2 - k], y[kGroups - 1 - k]); });
         const V fresh = of_halves<V>([&](int h) { return every<f4>(channel.in[h][i]); });
         y[0] = select(entry, fresh, shift_in(y[0], y[0]));
     };
@@ -230,6 +227,14 @@ void skew(const Cascade& cascade, Lanes& channel, int n)
     }
 }
 
+// Whether the lanes of a cascade are channels, not its sections.
+constexpr bool side_by_side(int channels, int n, int sections)
+{
+    return channels >= 5 || n < kShortCascade || (channels >= 3 && sections <= kMaxDepth);
+}
+// Whether two channels go through skew() together: three groups fit no f8 on Arm.
+inline bool two_fit(const Cascade& cascade) { return kWideRegisters || cascade.used() != 3; }
+
 // As run_cascade(), which see.
 template <template <class> class Section>
 void drive_cascade(const Cascade& cascade, int first, const float* const* in, float* const* out, int channels, int n)
@@ -255,9 +260,9 @@ void drive_cascade(const Cascade& cascade, int first, const float* const* in, fl
         if (sections == 0) {
             some = 1;
             std::copy_n(in[c], n, out[c]);
-        } else if (some >= 5 || n < kShortCascade || (some >= 3 && sections <= kMaxDepth)) {
+        } else if (side_by_side(some, n, sections)) {
             chains<Section>(lanes, some, sections, f4{}, n, stages, words_of);
-        } else if (some >= 2 && (kWideRegisters || cascade.used() != 3)) {  // three fit no f8 on Arm
+        } else if (some >= 2 && two_fit(cascade)) {
             some = 2;
             skew<Section, f8>(cascade, lanes, n);
         } else {
